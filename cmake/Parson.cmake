@@ -1,0 +1,15 @@
+# parson: an installed one first, else the checked sources that scripts/install-deps.sh fetched.
+find_path(PARSON_INCLUDE_DIR parson.h)
+find_library(PARSON_LIBRARY parson)
+if(PARSON_INCLUDE_DIR AND PARSON_LIBRARY)
+    add_library(parson UNKNOWN IMPORTED)
+    set_target_properties(parson PROPERTIES IMPORTED_LOCATION ${PARSON_LIBRARY}
+        INTERFACE_INCLUDE_DIRECTORIES ${PARSON_INCLUDE_DIR})
+elseif(EXISTS ${CMAKE_SOURCE_DIR}/third_party/parson/parson.c)
+    add_library(parson STATIC ${CMAKE_SOURCE_DIR}/third_party/parson/parson.c)
+    target_include_directories(parson SYSTEM PUBLIC
+        $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/third_party/parson>)
+    set_target_properties(parson PROPERTIES POSITION_INDEPENDENT_CODE ON)
+else()
+    message(FATAL_ERROR "parson not found: run scripts/install-deps.sh first")
+endif()

@@ -1,0 +1,8 @@
+# One interface target carries the warnings of our own code; third-party code never sees it.
+add_library(vrn_warnings INTERFACE)
+target_compile_options(vrn_warnings INTERFACE
+    -Wall -Wextra -Wshadow -Wformat=2 -Wcast-align -Wundef -Wvla
+    $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wno-sign-conversion -Wold-style-cast>
+    $<$<BOOL:${VRN_WERROR}>:-Werror>)
+# MD5 is the digest that names schemas; the deprecated calls are deliberate.
+target_compile_definitions(vrn_warnings INTERFACE OPENSSL_SUPPRESS_DEPRECATED)

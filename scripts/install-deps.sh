@@ -1,0 +1,122 @@
+#!/usr/bin/env bash
+# Installs what the build and its checks need on Debian 12. Does nothing, and needs no network, when
+# all of it is there already.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+packages=(
+    g++ cmake ninja-build pkg-config jq dpkg-dev
+    clang clang-format clang-tidy
+    zlib1g-dev libssl-dev libsnappy-dev
+    libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
+    libgtest-dev libgmock-dev libbenchmark-dev
+)
+
+# The genuine parson 1.5.2 sources lie inside this Debian source package.
+parson_dir=third_party/parson
+parson_package=slirp4netns
+parson_package_version=1.2.1-1.1
+parson_suite=trixie
+parson_sums="690c15276df905618bb958d262044b41d573ae7ed7294640934b6b223583190a  parson.c
+4541045531850208b2c8d52807d9aba1d3a78188d690df324c100d570af1d165  parson.h"
+
+fail() {
+    echo "install-deps: $*" >&2
+    exit 1
+}
+
+as_root() {
+    if [ "$(id -u)" = 0 ]; then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
+
+missing_packages() {
+    local package
+    for package in "${packages[@]}"; do
+        dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed ||
+            echo "$package"
+    done
+}
+
+install_packages() {
+    local missing
+    mapfile -t missing < <(missing_packages)
+    [ "${#missing[@]}" -gt 0 ] || return 0
+    echo "install-deps: installing ${missing[*]}"
+    as_root apt-get update -q || fail "apt-get update failed"
+    as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -q --no-install-recommends "${missing[@]}" ||
+        fail "apt-get could not install: ${missing[*]}"
+}
+
+parson_is_good() {
+    (cd "$1" 2>/dev/null && sha256sum --check --status - <<<"$parson_sums" 2>/dev/null)
+}
+
+# Prints deb-src lines for the suite with the source package, derived from the host's own entries.
+source_list() {
+    local file
+    for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+        [ -f "$file" ] || continue
+        sed -nE 's|^deb(-src)?[[:space:]]+(\[[^]]*\][[:space:]]+)?([^[:space:]]+/debian/?)[[:space:]].*|deb-src \2\3 '"$parson_suite"' main|p' "$file"
+    done
+    for file in /etc/apt/sources.list.d/*.sources; do
+        [ -f "$file" ] || continue
+        awk -v suite="$parson_suite" '
+            function flush() { if (uri ~ /\/debian\/?$/) print "deb-src " (key ? "[signed-by=" key "] " : "") uri " " suite " main"; uri = key = "" }
+            /^URIs:/ { uri = $2 }
+            /^Signed-By:/ { key = $2 }
+            /^[[:space:]]*$/ { flush() }
+            END { flush() }' "$file"
+    done
+}
+
+# Uses a private apt state, so that the host's apt set-up stays untouched.
+fetch_parson() (
+    work=$(mktemp -d)
+    trap 'rm -rf "$work"' EXIT
+    mkdir -p "$work/lists/partial" "$work/parts" "$work/source"
+    source_list | sort -u >"$work/sources.list"
+    [ -s "$work/sources.list" ] || fail "no Debian archive entry found to derive $parson_suite from"
+    apt_options=(
+        -o "Dir::Etc::sourcelist=$work/sources.list"
+        -o "Dir::Etc::sourceparts=$work/parts"
+        -o "Dir::State::Lists=$work/lists"
+        -o "Dir::Cache::srcpkgcache=" -o "Dir::Cache::pkgcache="
+        -o "APT::Sandbox::User="
+    )
+    apt-get "${apt_options[@]}" update -q >"$work/log" 2>&1 ||
+        { cat "$work/log" >&2; fail "cannot read the $parson_suite source list"; }
+    (cd "$work/source" &&
+        apt-get "${apt_options[@]}" source -q --download-only \
+            "$parson_package=$parson_package_version") >"$work/log" 2>&1 ||
+        { cat "$work/log" >&2; fail "cannot download source package $parson_package"; }
+    tarball=$(find "$work/source" -name "${parson_package}_*.orig.tar.*" ! -name '*.asc' | head -n 1)
+    [ -n "$tarball" ] || fail "source package $parson_package holds no upstream tarball"
+    mkdir "$work/parson"
+    tar -xf "$tarball" -C "$work/parson" --wildcards --strip-components=3 \
+        '*/vendor/parson/parson.c' '*/vendor/parson/parson.h' ||
+        fail "$parson_package holds no vendor/parson"
+    parson_is_good "$work/parson" ||
+        fail "checksum mismatch: the fetched parson.c or parson.h is not the genuine release 1.5.2"
+    mkdir -p "$parson_dir"
+    cp "$work/parson/parson.c" "$work/parson/parson.h" "$parson_dir/"
+)
+
+parson_is_there() {
+    if [ -d "$parson_dir" ]; then
+        parson_is_good "$parson_dir" ||
+            fail "checksum mismatch in $parson_dir: remove that folder and run again"
+        return 0
+    fi
+    return 1
+}
+
+install_packages
+if ! parson_is_there; then
+    echo "install-deps: fetching parson 1.5.2"
+    fetch_parson
+fi

@@ -1,0 +1,115 @@
+#include "data/data_file_header.h"
+
+#include <cinttypes>
+#include <cstdlib>
+#include <cstring>
+
+#include "data/layout_print.h"
+#include "data/magic.h"
+#include "data/version.h"
+#include "utils/log.h"
+#include "vrn_version.h"
+
+namespace {
+
+std::uint32_t packed_version(const vrn_data_file_header_t *header) {
+    std::uint32_t packed = 0;
+    std::memcpy(&packed, &header->version, sizeof packed);
+    return packed;
+}
+
+// A text that fills its field runs on into what follows, as far as the header reaches.
+void print_header_text(std::FILE *stream, const char *label, const vrn_data_file_header_t *header,
+                       std::size_t offset) {
+    const char *text = reinterpret_cast<const char *>(header) + offset;
+    const auto length = static_cast<int>(strnlen(text, sizeof *header - offset));
+    std::fprintf(stream, " %-20s = %.*s\n", label, length, text);
+}
+
+const char *text_or_fallback(const vrn::CString &id) {
+    return id ? id.get() : "Failed to get schema id string";
+}
+
+}  // namespace
+
+vrn_data_file_header_t *vrn_data_file_header_create() {
+    auto *header =
+        static_cast<vrn_data_file_header_t *>(std::calloc(1, sizeof(vrn_data_file_header_t)));
+    if (!header) return nullptr;
+    vrn_magic_set(header->magic, VRN_MAGIC_FILE);
+    vrn_magic_set_end(header->magic_end, VRN_MAGIC_FILE);
+    std::memcpy(&header->version, &VRN_DATA_FILE_VERSION, sizeof header->version);
+    header->file_size = sizeof *header;
+    return header;
+}
+
+bool vrn_data_file_header_validate(const vrn_data_file_header_t *header) {
+    if (!vrn_magic_matches(header->magic, VRN_MAGIC_FILE)) {
+        VRN_LOG(VRN_LOG_ERROR, "Wrong data page magic number.");
+        return false;
+    }
+    constexpr std::uint32_t major_and_minor = 0xFFFF;
+    if (!vrn_version_is_compatible(packed_version(header) & major_and_minor,
+                                   VRN_DATA_FILE_VERSION & major_and_minor)) {
+        VRN_LOG(VRN_LOG_ERROR,
+                "Version of data page %hu.%hu.%hu is incompatible with Varnel version %s",
+                static_cast<unsigned short>(header->version.major),
+                static_cast<unsigned short>(header->version.minor), header->version.patch,
+                vrn_version_string());
+        return false;
+    }
+    if (header->file_size < sizeof *header) {
+        VRN_LOG(VRN_LOG_ERROR, "Wrong data file size %ld is less then file header size %zu",
+                static_cast<long>(header->file_size), sizeof *header);
+        return false;
+    }
+    return true;
+}
+
+void vrn_data_file_header_print(std::FILE *stream, const vrn_data_file_header_t *header) {
+    std::fputs("Data file header\n", stream);
+    vrn_print_magic(stream, "magic number", header->magic);
+    std::fprintf(stream, " %-20s = %u.%u.%u\n", "version", header->version.major,
+                 header->version.minor, header->version.patch);
+    vrn_print_u64(stream, "file size", header->file_size);
+    print_header_text(stream, "source id", header, offsetof(vrn_data_file_header_t, source_id));
+    print_header_text(stream, "source tag", header, offsetof(vrn_data_file_header_t, source_tag));
+    vrn_print_u64(stream, "first timestamp", header->first_timestamp);
+    vrn_print_u64(stream, "last timestamp", header->last_timestamp);
+    vrn_print_u64(stream, "data block size", header->block_size);
+    const vrn::CString counters_id(vrn_schema_id_to_hex(&header->counters_schema_id));
+    std::fprintf(stream, " %-20s = %s\n", "counters schema id", text_or_fallback(counters_id));
+    for (std::size_t i = 0; i < VRN_EVENT_SCHEMA_IDS; ++i) {
+        const vrn::CString id(vrn_data_file_header_schema_id_hex(header, i));
+        std::fprintf(stream, " schema id[%zu]         = %s\n", i, text_or_fallback(id));
+    }
+    std::fprintf(stream, " %-20s = %hhu (%s)\n", "byte order", header->byte_order,
+                 header->byte_order == 0 ? "LE" : "BE");
+    vrn_print_magic(stream, "end magic number", header->magic_end);
+}
+
+char *vrn_data_file_header_schema_id_hex(const vrn_data_file_header_t *header, std::size_t index) {
+    if (index >= VRN_EVENT_SCHEMA_IDS) return nullptr;
+    return vrn_schema_id_to_hex(&header->event_schema_ids[index]);
+}
+
+#define VRN_LAYOUT_ROW(field)                                             \
+    vrn_print_layout_row(#field, offsetof(vrn_data_file_header_t, field), \
+                         sizeof(vrn_data_file_header_t::field))
+
+void vrn_data_file_header_print_fields() {
+    vrn_print_layout_heading();
+    VRN_LAYOUT_ROW(magic);
+    VRN_LAYOUT_ROW(version);
+    VRN_LAYOUT_ROW(file_size);
+    VRN_LAYOUT_ROW(source_id);
+    VRN_LAYOUT_ROW(source_tag);
+    VRN_LAYOUT_ROW(first_timestamp);
+    VRN_LAYOUT_ROW(last_timestamp);
+    VRN_LAYOUT_ROW(block_size);
+    VRN_LAYOUT_ROW(counters_schema_id);
+    VRN_LAYOUT_ROW(event_schema_ids);
+    VRN_LAYOUT_ROW(byte_order);
+    VRN_LAYOUT_ROW(padding);
+    VRN_LAYOUT_ROW(magic_end);
+}

@@ -1,0 +1,33 @@
+// Names and labels that enrich counters output, from a metadata file beside the schemas.
+#pragma once
+
+#include <parson.h>
+
+#include <cstdint>
+
+#include "utils/c_ptr.h"
+
+struct vrn_metadata_label_t {
+    char *key;    // owned
+    char *value;  // owned
+};
+
+struct vrn_metadata_entry_t {
+    char *full_name;               // owned
+    char *short_name;              // owned; without its index prefix
+    vrn_metadata_label_t *labels;  // owned, in file order; may be null
+    std::int32_t num_labels;
+};
+
+struct vrn_metadata_t {
+    vrn_metadata_entry_t *entries;  // owned
+    std::int32_t num_entries;
+};
+
+// First metadata file of `folder`; null simply means no enrichment.
+vrn_metadata_t *vrn_metadata_load(const char *folder);
+void vrn_metadata_free(vrn_metadata_t *metadata);  // accepts null
+using vrn_metadata_ptr = vrn::CPtr<vrn_metadata_t, vrn_metadata_free>;
+
+// Rewrites the JSON value of a counters block in place and returns it.
+JSON_Value *vrn_metadata_enrich(JSON_Value *value, const vrn_metadata_t *metadata);

@@ -1,0 +1,54 @@
+// The context of one open data file, and the walk that turns it into output.
+#pragma once
+
+#include <parson.h>
+#include <zlib.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "data/data_file_header.h"
+#include "data/schema/type_system.h"
+#include "reader/metadata.h"
+#include "reader/reader_options.h"
+
+// Created and destroyed per file; nothing in it outlives the file.
+struct vrn_reader_t {
+    const vrn_reader_options_t *options;  // borrowed
+    gzFile file;
+    const char *file_name;  // borrowed
+    vrn_data_file_header_t header;
+    vrn_type_system_t *type_system;  // owned; rebuilt by every schema load
+    std::uint32_t records_out;       // decides the separator before a JSON record
+    vrn_metadata_t *metadata;        // owned; null without --metadata
+};
+
+// Null after one line when the file can't be opened or memory runs out.
+vrn_reader_t *vrn_reader_create(const char *path, const vrn_reader_options_t *options);
+void vrn_reader_destroy(vrn_reader_t *reader);
+using vrn_reader_ptr = vrn::CPtr<vrn_reader_t, vrn_reader_destroy>;
+
+// Number of files that could not be read to their end.
+std::int32_t vrn_read_all_files(const vrn_reader_options_t *options);
+
+// True when the file was read to its end. `is_first`: first entry of the list.
+bool vrn_read_data_file(const char *path, const vrn_reader_options_t *options, bool is_first);
+
+// Reads and checks the header of the file at `path` alone. False after a line.
+bool vrn_reader_read_file_header(const char *path, const vrn_reader_options_t *options,
+                                 vrn_data_file_header_t *header);
+
+// "Failed processing file NAME: " and the message on standard error, whatever the log level.
+void vrn_reader_fail(const vrn_reader_t *reader, const char *format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+// Walks the chunks of the file. False fails the file, after a line.
+bool vrn_reader_read_blocks(vrn_reader_t *reader);
+
+// Dispatches the block of `size` bytes; what lies behind them reads as zeros as far as the caller
+// gave slack. False fails the file.
+bool vrn_reader_handle_block(vrn_reader_t *reader, const void *block, std::size_t size,
+                             bool in_compressed);
+
+// Prints a JSON value as a record of the chosen format.
+void vrn_reader_print_json(const vrn_reader_t *reader, const JSON_Value *value);

@@ -1,0 +1,39 @@
+#include "utils/env.h"
+
+#include <gtest/gtest.h>
+
+#include "support/captured_log.h"
+
+namespace vrn::test {
+namespace {
+
+TEST(Env, PrefixedSpellingWinsAndConflictsWarn) {
+    const ScopedEnv prefixed("VRN_FOO", "1");
+    const ScopedEnv bare("FOO", "2");
+    for (const char *name : {"VRN_FOO", "FOO"}) {
+        CapturedLog log;
+        EXPECT_STREQ(vrn_getenv(name), "1");
+        EXPECT_EQ(log.take(),
+                  std::vector<std::string>{"4 [vrn_getenv] Environment variables conflict - "
+                                           "VRN_FOO=1 and FOO=2. Using VRN_FOO"});
+    }
+}
+
+TEST(Env, BareSpellingServesWhenPrefixedIsUnset) {
+    const ScopedEnv prefixed("VRN_FOO", nullptr);
+    const ScopedEnv bare("FOO", "2");
+    CapturedLog log;
+    EXPECT_STREQ(vrn_getenv("VRN_FOO"), "2");
+    EXPECT_EQ(log.take(), std::vector<std::string>{});
+}
+
+TEST(Env, TruthIsToldByTheFirstCharacter) {
+    for (const char *value : {"1", "true", "Yes", "T", "y0"})
+        EXPECT_TRUE(vrn_env_value_is_true(value)) << value;
+    for (const char *value : {"", "0", "no", "on", " 1"})
+        EXPECT_FALSE(vrn_env_value_is_true(value)) << value;
+    EXPECT_FALSE(vrn_env_value_is_true(nullptr));
+}
+
+}  // namespace
+}  // namespace vrn::test
