@@ -13,7 +13,7 @@ endif()
 set(text "#include \"vrn_version.h\"\n
 const char vrn_build_info[] =
     \"build time: ${today}\\n\"
-    \"varnel: ${VERSION} build ${number} commit ${commit}\\n\";\n")
+    \"varnel: ${VERSION} build ${number} commit ${commit}\";\n")
 set(old "")
 if(EXISTS ${OUTPUT})
     file(READ ${OUTPUT} old)

@@ -11,6 +11,7 @@
 #include "data/schema/type_system.h"
 #include "reader/metadata.h"
 #include "reader/reader_options.h"
+#include "utils/byte_reader.h"
 
 // Created and destroyed per file; nothing in it outlives the file.
 struct vrn_reader_t {
@@ -21,6 +22,9 @@ struct vrn_reader_t {
     vrn_type_system_t *type_system;  // owned; rebuilt by every schema load
     std::uint32_t records_out;       // decides the separator before a JSON record
     vrn_metadata_t *metadata;        // owned; null without --metadata
+    // End of the bytes that blocks may read at present: the chunk buffer or a page's payload.
+    // VRN_READER_SLACK zeros stand behind it.
+    const std::uint8_t *window_end;
 };
 
 // Null after one line when the file can't be opened or memory runs out.
@@ -42,11 +46,14 @@ bool vrn_reader_read_file_header(const char *path, const vrn_reader_options_t *o
 void vrn_reader_fail(const vrn_reader_t *reader, const char *format, ...)
     __attribute__((format(printf, 2, 3)));
 
+// Text of the last failure to read the file: of errno, or of the gzip stream when errno is 0.
+const char *vrn_reader_error_text(const vrn_reader_t *reader);
+
 // Walks the chunks of the file. False fails the file, after a line.
 bool vrn_reader_read_blocks(vrn_reader_t *reader);
 
-// Dispatches the block of `size` bytes; what lies behind them reads as zeros as far as the caller
-// gave slack. False fails the file.
+// Dispatches a block, or a run of event blocks, of `size` bytes inside the window. False fails
+// the file.
 bool vrn_reader_handle_block(vrn_reader_t *reader, const void *block, std::size_t size,
                              bool in_compressed);
 

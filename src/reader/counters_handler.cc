@@ -1,0 +1,61 @@
+#include "reader/counters_handler.h"
+
+#include <cstdio>
+
+#include "counters/counter_data.h"
+#include "data/block.h"
+#include "reader/block_walk.h"
+
+namespace {
+
+// Bytes behind the block's header, as far as the window reaches.
+vrn::Bytes row_of(const vrn_reader_t *reader, const void *block) {
+    const vrn::Bytes window = vrn_reader_window_from(reader, block);
+    return window.size() > sizeof(vrn_data_block_t) ? window.subspan(sizeof(vrn_data_block_t))
+                                                    : vrn::Bytes();
+}
+
+bool print_counters_json(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row) {
+    const vrn::CPtr<JSON_Value, json_value_free> value(
+        vrn_counters_row_to_json(timestamp, row, reader->type_system->counters_schema,
+                                 reader->options->microsecond_precision));
+    if (!value) {
+        vrn_reader_fail(reader, "Failed to JSONify event values");
+        return false;
+    }
+    if (reader->metadata) vrn_metadata_enrich(value.get(), reader->metadata);
+    vrn_reader_print_json(reader, value.get());
+    return true;
+}
+
+}  // namespace
+
+bool vrn_reader_handle_counters_block(vrn_reader_t *reader, const void *block) {
+    const vrn_reader_options_t *options = reader->options;
+    const auto header = vrn::load_le<vrn_data_block_t>(block);
+    if (options->print_page_info) {
+        vrn_data_block_print(stdout, &header);
+        return true;
+    }
+    // Both bounds are included.
+    if (header.timestamp < options->timestamp_gt || header.timestamp > options->timestamp_lt)
+        return true;
+    const vrn::Bytes row = row_of(reader, block);
+    switch (options->format) {
+        case VRN_FORMAT_JSON:
+        case VRN_FORMAT_NDJSON:
+            return print_counters_json(reader, header.timestamp, row);
+        case VRN_FORMAT_CSV:
+            vrn_reader_fail(reader, "CSV output is not supported yet");
+            return true;
+        case VRN_FORMAT_INFLUX:
+            vrn_reader_fail(reader,
+                            "Influx line API output is not yet supported for counters data");
+            return true;
+        default:
+            vrn_counters_row_print(stdout, header.timestamp, row,
+                                   reader->type_system->counters_schema,
+                                   options->microsecond_precision);
+            return true;
+    }
+}

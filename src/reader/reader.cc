@@ -1,0 +1,196 @@
+#include "reader/reader.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "reader/block_walk.h"
+#include "reader/file_entry.h"
+#include "reader/schema_load.h"
+#include "utils/log.h"
+
+namespace {
+
+constexpr std::uint32_t min_block_size = 16;
+constexpr std::uint32_t block_size_limit = 125829120;  // one above the highest that passes
+
+// Reads the header into the context. False when the file holds fewer bytes.
+bool read_header_bytes(vrn_reader_t *reader) {
+    errno = 0;
+    return gzread(reader->file, &reader->header, sizeof reader->header) ==
+           static_cast<int>(sizeof reader->header);
+}
+
+bool check_block_size(const vrn_reader_t *reader) {
+    const std::uint32_t size = reader->header.block_size;
+    if (size >= min_block_size && size < block_size_limit) return true;
+    vrn_reader_fail(reader, "Block size %d must be in range between %zu and %d bytes ",
+                    static_cast<int>(size), static_cast<std::size_t>(min_block_size),
+                    static_cast<int>(block_size_limit));
+    return false;
+}
+
+bool open_records(vrn_reader_t *reader) {
+    if (!read_header_bytes(reader)) {
+        vrn_reader_fail(reader, "Failed reading data file header: %s",
+                        vrn_reader_error_text(reader));
+        return false;
+    }
+    // Printed before the check, so that a bad header is still shown.
+    if (reader->options->print_page_info) vrn_data_file_header_print(stdout, &reader->header);
+    if (!vrn_data_file_header_validate(&reader->header)) {
+        vrn_reader_fail(reader, "Invalid data file header");
+        return false;
+    }
+    if (!check_block_size(reader)) return false;
+    if (!vrn_reader_load_type_system(reader, reader->header.event_schema_ids,
+                                     VRN_EVENT_SCHEMA_IDS)) {
+        vrn_reader_fail(reader, "Failed to load type system");
+        return false;
+    }
+    if (reader->options->metadata)
+        reader->metadata = vrn_metadata_load(reader->options->schema_path);
+    return true;
+}
+
+// File name without folders, up to its first point.
+std::string_view array_name(std::string_view path) {
+    const std::string_view name = path.substr(path.rfind('/') + 1);
+    return name.substr(0, name.find('.'));
+}
+
+bool read_blocks_as_json_array(vrn_reader_t *reader, bool is_first) {
+    if (!is_first) std::fputs(",", stdout);
+    const std::string_view name = array_name(reader->file_name);
+    std::printf("\"%.*s\":[", static_cast<int>(name.size()), name.data());
+    // After a failure the array stays open: what was written stands.
+    if (!vrn_reader_read_blocks(reader)) return false;
+    std::fputs("]", stdout);
+    return true;
+}
+
+std::int32_t read_sorted_files(const vrn_reader_options_t *options) {
+    const vrn_file_entries_ptr entries(vrn_reader_sorted_file_entries(options));
+    if (!entries) return -1;
+    std::int32_t failed = 0;
+    for (std::size_t i = 0; i < options->data_files->count; ++i)
+        if (!vrn_read_data_file(entries.get()[i].path, options, i == 0)) ++failed;
+    return failed;
+}
+
+std::int32_t read_listed_files(const vrn_reader_options_t *options) {
+    std::int32_t failed = 0;
+    for (std::size_t i = 0; i < options->data_files->count; ++i)
+        if (!vrn_read_data_file(options->data_files->strings[i], options, i == 0)) ++failed;
+    return failed;
+}
+
+}  // namespace
+
+vrn_reader_t *vrn_reader_create(const char *path, const vrn_reader_options_t *options) {
+    vrn_reader_ptr reader(static_cast<vrn_reader_t *>(std::calloc(1, sizeof(vrn_reader_t))));
+    if (!reader) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to allocate reader context %s", std::strerror(errno));
+        return nullptr;
+    }
+    reader->options = options;
+    reader->file_name = path;
+    errno = 0;
+    reader->file = gzopen(path, "rb");
+    if (!reader->file) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to open data file %s: %s", path, std::strerror(errno));
+        return nullptr;
+    }
+    return reader.release();  // to the caller
+}
+
+void vrn_reader_destroy(vrn_reader_t *reader) {
+    if (!reader) return;
+    vrn_type_system_destroy(reader->type_system);
+    vrn_metadata_free(reader->metadata);
+    if (reader->file) gzclose(reader->file);
+    std::free(reader);
+}
+
+std::int32_t vrn_read_all_files(const vrn_reader_options_t *options) {
+    const bool is_json = options->format == VRN_FORMAT_JSON;
+    if (is_json) std::fputs("{", stdout);
+    const std::int32_t failed =
+        options->sort_files ? read_sorted_files(options) : read_listed_files(options);
+    if (failed < 0) return 1;  // no order, so nothing was read; the brace stays open
+    if (is_json) std::fputs("}", stdout);
+    return failed;
+}
+
+bool vrn_read_data_file(const char *path, const vrn_reader_options_t *options, bool is_first) {
+    const vrn_reader_ptr reader(vrn_reader_create(path, options));
+    if (!reader) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to initialize reader context");
+        return false;
+    }
+    VRN_LOG(VRN_LOG_DEBUG, "Processing data file %s", path);
+    if (!open_records(reader.get())) return false;
+    const bool done = options->format == VRN_FORMAT_JSON
+                          ? read_blocks_as_json_array(reader.get(), is_first)
+                          : vrn_reader_read_blocks(reader.get());
+    if (!done) vrn_reader_fail(reader.get(), "Failed to process data file %s", path);
+    return done;
+}
+
+bool vrn_reader_read_file_header(const char *path, const vrn_reader_options_t *options,
+                                 vrn_data_file_header_t *header) {
+    const vrn_reader_ptr reader(vrn_reader_create(path, options));
+    if (!reader) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to initialize reader context");
+        return false;
+    }
+    if (!read_header_bytes(reader.get())) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to read header from file: %s", path);
+        return false;
+    }
+    if (!vrn_data_file_header_validate(&reader->header)) {
+        VRN_LOG(VRN_LOG_ERROR, "Invalid header in file: %s", path);
+        return false;
+    }
+    *header = reader->header;
+    return true;
+}
+
+void vrn_reader_fail(const vrn_reader_t *reader, const char *format, ...) {
+    std::fprintf(stderr, "Failed processing file %s: ", reader->file_name);
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vfprintf(stderr, format, arguments);
+    va_end(arguments);
+    std::fputc('\n', stderr);
+    std::fflush(stderr);
+}
+
+const char *vrn_reader_error_text(const vrn_reader_t *reader) {
+    const int error = errno;
+    int stream_error = Z_OK;
+    const char *text = gzerror(reader->file, &stream_error);
+    // A fault of the gzip stream itself sets no errno; its text begins with the path.
+    if (error != 0 || stream_error == Z_OK || stream_error == Z_STREAM_END)
+        return std::strerror(error);
+    const std::size_t path_length = std::strlen(reader->file_name);
+    const bool has_path = std::strncmp(text, reader->file_name, path_length) == 0 &&
+                          std::strncmp(text + path_length, ": ", 2) == 0;
+    return has_path ? text + path_length + 2 : text;
+}
+
+void vrn_reader_print_json(const vrn_reader_t *reader, const JSON_Value *value) {
+    const bool pretty = reader->options->format == VRN_FORMAT_JSON;
+    const vrn::CPtr<char, json_free_serialized_string> text(
+        pretty ? json_serialize_to_string_pretty(value) : json_serialize_to_string(value));
+    if (!text) {
+        VRN_LOG(VRN_LOG_WARNING, "Could not serialize json.");
+        return;
+    }
+    if (pretty && reader->records_out != 0) std::fputs(",\n", stdout);
+    std::fputs(text.get(), stdout);
+    if (!pretty) std::fputc('\n', stdout);
+}
