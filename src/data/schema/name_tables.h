@@ -1,6 +1,7 @@
 // The id-and-name tables of schemas.
 #pragma once
 
+#include "data/string_format.h"
 #include "utils/name_table.h"
 
 enum vrn_counter_data_type_t : std::uint32_t {
@@ -24,14 +25,6 @@ enum vrn_counting_type_t : std::uint32_t {
     VRN_COUNTING_ABSOLUTE = 0,
     VRN_COUNTING_RUNNING_SUM = 1,
     VRN_COUNTING_DELTA = 2,
-};
-
-enum vrn_string_format_t : std::uint32_t {
-    VRN_STRING_DEFAULT = 0,
-    VRN_STRING_DECIMAL = 1,
-    VRN_STRING_HEXADECIMAL = 2,
-    VRN_STRING_UUID = 3,
-    VRN_STRING_BINARY = 4,
 };
 
 extern const vrn_name_value_t vrn_counter_data_type_names[];

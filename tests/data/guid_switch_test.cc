@@ -1,0 +1,56 @@
+#include "data/guid_switch.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/captured_log.h"
+
+namespace vrn::test {
+namespace {
+
+constexpr char prefixed_name[] = "VRN_CONVERT_GUID_TO_HEX_STRING";
+constexpr char bare_name[] = "CONVERT_GUID_TO_HEX_STRING";
+
+TEST(GuidSwitch, IsOnUnlessSetToSomethingUntrue) {
+    const std::vector<std::string> conflict = {
+        "4 [vrn_getenv] Environment variables conflict - VRN_CONVERT_GUID_TO_HEX_STRING=0 and "
+        "CONVERT_GUID_TO_HEX_STRING=1. Using VRN_CONVERT_GUID_TO_HEX_STRING"};
+    const struct {
+        const char *prefixed;
+        const char *bare;
+        bool on;
+        std::vector<std::string> log;
+    } cases[] = {
+        {nullptr, nullptr, true, {}}, {"", nullptr, true, {}},    {"1", nullptr, true, {}},
+        {"True", nullptr, true, {}},  {"Y", nullptr, true, {}},   {"0", nullptr, false, {}},
+        {"on", nullptr, false, {}},   {nullptr, "no", false, {}}, {nullptr, "", true, {}},
+        {"0", "1", false, conflict},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::string(c.prefixed ? c.prefixed : "-") + "/" + (c.bare ? c.bare : "-"));
+        const ScopedEnv prefixed(prefixed_name, c.prefixed);
+        const ScopedEnv bare(bare_name, c.bare);
+        CapturedLog log;
+        GuidSwitch guid_switch;
+        EXPECT_EQ(guid_switch.is_on(), c.on);
+        EXPECT_EQ(guid_switch.is_on(), c.on);
+        EXPECT_EQ(log.take(), c.log);
+    }
+}
+
+TEST(GuidSwitch, EachInstanceReadsOnceAtItsFirstUse) {
+    GuidSwitch early;
+    GuidSwitch late;
+    const ScopedEnv bare(bare_name, nullptr);
+    {
+        const ScopedEnv prefixed(prefixed_name, "0");
+        EXPECT_FALSE(early.is_on());
+    }
+    EXPECT_FALSE(early.is_on());
+    EXPECT_TRUE(late.is_on());
+}
+
+}  // namespace
+}  // namespace vrn::test
