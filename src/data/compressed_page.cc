@@ -1,0 +1,189 @@
+#include "data/compressed_page.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "utils/byte_reader.h"
+#include "utils/c_ptr.h"
+#include "utils/log.h"
+
+namespace {
+
+using Header = vrn_compressed_page_header_t;
+
+constexpr std::size_t fixed_size = sizeof(Header);
+// Two length bytes come with the fixed fields, whatever the texts.
+constexpr std::size_t size_without_texts = fixed_size + 2;
+constexpr std::size_t max_pascal_length = 255;
+
+const std::uint8_t *as_bytes(const void *data) {
+    return static_cast<const std::uint8_t *>(data);
+}
+
+// Needed bytes of a header with these texts, or 0 after a line under the name of `caller`.
+std::size_t fitting_size(const vrn_source_t *source, std::size_t buffer_size, const char *caller) {
+    const std::size_t needed = vrn_pascal_strings_size(source);
+    if (needed <= buffer_size) return needed;
+    VRN_LOG(VRN_LOG_ERROR,
+            "[%s] buffer of %lu bytes is too small to accommodate VRNP header of %lu bytes", caller,
+            buffer_size, needed);
+    return 0;
+}
+
+// Writes the fixed fields and the texts behind them; returns the size of the header or 0.
+std::size_t write_header(const Header &fixed, const vrn_source_t *source, void *buffer,
+                         std::size_t buffer_size) {
+    auto *to = static_cast<std::uint8_t *>(buffer);
+    std::memcpy(to, &fixed, fixed_size);
+    const std::size_t source_size = vrn_copy_as_pascal_string_info_buffer(
+        source->source, VRN_SOURCE_NAME_SIZE, to + fixed_size, buffer_size - fixed_size);
+    if (source_size == 0) return 0;
+    const std::size_t tag_at = fixed_size + source_size;
+    const std::size_t tag_size = vrn_copy_as_pascal_string_info_buffer(
+        source->tag, VRN_SOURCE_TAG_SIZE, to + tag_at, buffer_size - tag_at);
+    return tag_size == 0 ? 0 : fixed.header_size;
+}
+
+// Takes a length byte and its characters, cut to what is there.
+std::string_view read_pascal_string(vrn::ByteReader *reader) {
+    std::uint8_t length = 0;
+    std::string_view text;
+    if (!reader->read(&length)) return text;
+    if (!reader->text(std::min<std::size_t>(length, reader->remaining()), &text)) return text;
+    return text;
+}
+
+template <std::size_t N>
+void copy_like_strncpy(char (&to)[N], std::string_view text) {
+    if (text.empty()) return;
+    const std::size_t limit = std::min(N, text.size());
+    const std::size_t length = strnlen(text.data(), limit);
+    std::memcpy(to, text.data(), length);
+    std::memset(to + length, 0, limit - length);
+}
+
+vrn::Bytes stream_of(const void *header) {
+    const Header fixed = vrn_compressed_page_header_load(header);
+    return {as_bytes(header) + fixed.header_size, fixed.data_size};
+}
+
+bool size_is_claimed_one(const void *header, std::size_t buffer_size) {
+    if (vrn_compressed_page_uncompressed_size(header) == buffer_size) return true;
+    VRN_LOG(VRN_LOG_ERROR, "invalid buffer size to uncompress vrnp data");
+    return false;
+}
+
+}  // namespace
+
+vrn_compressed_page_header_t vrn_compressed_page_header_load(const void *header) {
+    const std::size_t covered =
+        std::clamp<std::size_t>(as_bytes(header)[0], VRN_COMPRESSED_PAGE_LEAD_SIZE, fixed_size);
+    Header fixed{};
+    std::memcpy(&fixed, header, covered);
+    return fixed;
+}
+
+std::size_t vrn_pascal_strings_size(const vrn_source_t *source) {
+    return strnlen(source->source, VRN_SOURCE_NAME_SIZE) +
+           strnlen(source->tag, VRN_SOURCE_TAG_SIZE) + size_without_texts;
+}
+
+std::size_t vrn_pascal_strings_size(const char *source, const char *tag) {
+    return std::strlen(source) + std::strlen(tag) + size_without_texts;
+}
+
+std::size_t vrn_copy_as_pascal_string_info_buffer(const char *string, std::size_t max_length,
+                                                  void *buffer, std::size_t buffer_size) {
+    const std::size_t length = strnlen(string, std::min(max_length, max_pascal_length));
+    if (length > buffer_size) {
+        VRN_LOG(VRN_LOG_ERROR,
+                "[%s] buffer of %lu bytes is too small to accommodate string of %lu bytes",
+                __func__, buffer_size, length);
+        return 0;
+    }
+    auto *to = static_cast<std::uint8_t *>(buffer);
+    *to = static_cast<std::uint8_t>(length);
+    std::memcpy(to + 1, string, length);
+    return length + 1;
+}
+
+void vrn_pascal_strings_to_source(const void *header, vrn_source_t *source) {
+    vrn::ByteReader reader({as_bytes(header), as_bytes(header)[0]});
+    if (!reader.skip(fixed_size)) return;
+    copy_like_strncpy(source->source, read_pascal_string(&reader));
+    copy_like_strncpy(source->tag, read_pascal_string(&reader));
+}
+
+std::size_t vrn_copy_vrnp_header_into_buffer(const vrn_data_page_t *page,
+                                             vrn_page_encoding_t encoding, std::size_t stream_size,
+                                             void *buffer, std::size_t buffer_size) {
+    const std::size_t needed = fitting_size(&page->source, buffer_size, __func__);
+    if (needed == 0) return 0;
+    // Deliberate: the header is made all the same; the line is the caller's warning.
+    if (stream_size > std::numeric_limits<std::uint32_t>::max())
+        VRN_LOG(VRN_LOG_ERROR, "[%s] encoded stream size of %lu bytes is too large", __func__,
+                stream_size);
+    const Header fixed = {
+        .header_size = static_cast<std::uint8_t>(needed),
+        .encoding = encoding,
+        .data_size = static_cast<std::uint32_t>(stream_size),
+        .first_timestamp = page->first_ts,
+        .last_timestamp = page->last_ts,
+    };
+    return write_header(fixed, &page->source, buffer, buffer_size);
+}
+
+std::size_t vrn_embed_vrnp_header_into_buffer(const void *header, const vrn_source_t *source,
+                                              void *buffer, std::size_t buffer_size) {
+    const std::size_t needed = fitting_size(source, buffer_size, __func__);
+    if (needed == 0) return 0;
+    Header fixed = vrn_compressed_page_header_load(header);
+    fixed.header_size = static_cast<std::uint8_t>(needed);
+    return write_header(fixed, source, buffer, buffer_size);
+}
+
+std::uint64_t vrn_compressed_page_uncompressed_size(const void *header) {
+    const vrn::Bytes stream = stream_of(header);
+    return vrn_encoded_data_uncompressed_size(vrn_compressed_page_header_load(header).encoding,
+                                              stream.data(), stream.size());
+}
+
+bool vrn_compressed_page_decode(const void *header, void *buffer, std::size_t buffer_size) {
+    if (!size_is_claimed_one(header, buffer_size)) return false;
+    const vrn::Bytes stream = stream_of(header);
+    return vrn_encoded_data_decode(vrn_compressed_page_header_load(header).encoding, stream.data(),
+                                   stream.size(), buffer, buffer_size);
+}
+
+bool vrn_compressed_page_decode_prefix(const void *header, void *buffer, std::size_t buffer_size,
+                                       std::size_t *decoded_size) {
+    if (!size_is_claimed_one(header, buffer_size)) return false;
+    const vrn::Bytes stream = stream_of(header);
+    return vrn_encoded_data_decode_prefix(vrn_compressed_page_header_load(header).encoding,
+                                          stream.data(), stream.size(), buffer, buffer_size,
+                                          decoded_size);
+}
+
+void *vrn_compressed_page_decode_alloc(const void *header, std::uint64_t *uncompressed_size) {
+    if (!uncompressed_size) {
+        VRN_LOG(VRN_LOG_ERROR, "'uncompressed_size' must be allocated");
+        return nullptr;
+    }
+    const std::uint64_t claimed = vrn_compressed_page_uncompressed_size(header);
+    *uncompressed_size = claimed;
+    // Never cleared: a claim costs no memory until bytes are decoded into it.
+    vrn::CPtr<void, std::free> block(std::malloc(std::max<std::uint64_t>(claimed, 1)));
+    if (!block) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to allocate data block of size %lu: %s", claimed,
+                std::strerror(errno));
+        return nullptr;
+    }
+    std::size_t decoded_size = 0;
+    if (!vrn_compressed_page_decode_prefix(header, block.get(), claimed, &decoded_size))
+        return nullptr;
+    *uncompressed_size = decoded_size;
+    return block.release();  // to the caller
+}

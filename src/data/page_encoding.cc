@@ -1,0 +1,116 @@
+#include "data/page_encoding.h"
+
+#include <snappy-c.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "utils/byte_reader.h"
+#include "utils/log.h"
+
+namespace {
+
+// 15 bits of window plus 16: gzip framing only.
+constexpr int gzip_window_bits = 31;
+
+std::uint64_t gzip_uncompressed_size(const std::uint8_t *data, std::size_t size) {
+    if (size < 2 || data[0] != 0x1F || data[1] != 0x8B) {
+        VRN_LOG(VRN_LOG_ERROR, "[encoded_data] Error: stream is not gzip compressed data");
+        return 0;
+    }
+    if (size < sizeof(std::uint32_t)) {
+        VRN_LOG(VRN_LOG_ERROR, "[encoded_data] Error: Compressed data is too small");
+        return 0;
+    }
+    return vrn::load_le<std::uint32_t>(data + size - sizeof(std::uint32_t));
+}
+
+std::uint64_t snappy_claimed_size(const void *data, std::size_t size) {
+    std::size_t claimed = 0;
+    const snappy_status status =
+        snappy_uncompressed_length(static_cast<const char *>(data), size, &claimed);
+    return status == SNAPPY_OK ? claimed : 0;
+}
+
+// zlib counts in 32 bits. Neither side of a page is longer; what is would end as a failed stream.
+uInt to_zlib_size(std::size_t size) {
+    return static_cast<uInt>(std::min<std::size_t>(size, std::numeric_limits<uInt>::max()));
+}
+
+bool gzip_decode(const void *data, std::size_t size, void *buffer, std::size_t buffer_size,
+                 std::size_t *decoded_size) {
+    z_stream stream{};
+    if (inflateInit2(&stream, gzip_window_bits) != Z_OK) {
+        VRN_LOG(VRN_LOG_ERROR, "[encoded_data] inflateInit failed while decompressing.");
+        return false;
+    }
+    Bytef nothing = 0;  // zlib refuses null even where there is no room to write
+    stream.next_in = static_cast<Bytef *>(const_cast<void *>(data));
+    stream.avail_in = to_zlib_size(size);
+    stream.next_out = buffer_size > 0 ? static_cast<Bytef *>(buffer) : &nothing;
+    stream.avail_out = to_zlib_size(buffer_size);
+    const int result = inflate(&stream, Z_NO_FLUSH);
+    const std::size_t written = stream.total_out;
+    inflateEnd(&stream);
+    if (result < 0) {
+        VRN_LOG(VRN_LOG_ERROR, "[encoded_data] zlib error while decompressing");
+        return false;
+    }
+    if (result != Z_STREAM_END) {
+        VRN_LOG(VRN_LOG_ERROR, "[encoded_data] zlib decompression failed");
+        return false;
+    }
+    *decoded_size = written;
+    return true;
+}
+
+bool snappy_decode(const void *data, std::size_t size, void *buffer, std::size_t buffer_size,
+                   std::size_t *decoded_size) {
+    std::size_t length = buffer_size;
+    if (snappy_uncompress(static_cast<const char *>(data), size, static_cast<char *>(buffer),
+                          &length) != SNAPPY_OK) {
+        VRN_LOG(VRN_LOG_ERROR, "[encoded_data] snappy decompression failed");
+        return false;
+    }
+    *decoded_size = length;
+    return true;
+}
+
+}  // namespace
+
+std::uint64_t vrn_encoded_data_uncompressed_size(vrn_page_encoding_t encoding, const void *data,
+                                                 std::size_t size) {
+    switch (encoding) {
+        case VRN_ENCODING_GZIP:
+            return gzip_uncompressed_size(static_cast<const std::uint8_t *>(data), size);
+        case VRN_ENCODING_SNAPPY:
+            return snappy_claimed_size(data, size);
+        default:
+            return 0;
+    }
+}
+
+bool vrn_encoded_data_decode_prefix(vrn_page_encoding_t encoding, const void *data,
+                                    std::size_t size, void *buffer, std::size_t buffer_size,
+                                    std::size_t *decoded_size) {
+    switch (encoding) {
+        case VRN_ENCODING_GZIP:
+            return gzip_decode(data, size, buffer, buffer_size, decoded_size);
+        case VRN_ENCODING_SNAPPY:
+            return snappy_decode(data, size, buffer, buffer_size, decoded_size);
+        default:
+            return false;
+    }
+}
+
+bool vrn_encoded_data_decode(vrn_page_encoding_t encoding, const void *data, std::size_t size,
+                             void *buffer, std::size_t buffer_size) {
+    std::size_t decoded_size = 0;
+    if (!vrn_encoded_data_decode_prefix(encoding, data, size, buffer, buffer_size, &decoded_size))
+        return false;
+    if (decoded_size < buffer_size)
+        std::memset(static_cast<char *>(buffer) + decoded_size, 0, buffer_size - decoded_size);
+    return true;
+}

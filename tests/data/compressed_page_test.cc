@@ -1,0 +1,218 @@
+#include "data/compressed_page.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/captured_log.h"
+#include "support/page_blocks.h"
+
+namespace vrn::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+vrn_data_page_t make_page(std::string_view source, std::string_view tag) {
+    vrn_data_page_t page{};
+    page.source = make_source(source, tag);
+    page.first_ts = 1000;
+    page.last_ts = 2000;
+    return page;
+}
+
+std::string copy_header(const vrn_data_page_t &page, std::size_t stream_size,
+                        std::size_t buffer_size) {
+    std::vector<char> buffer(buffer_size, '?');
+    const std::size_t size = vrn_copy_vrnp_header_into_buffer(&page, VRN_ENCODING_GZIP, stream_size,
+                                                              buffer.data(), buffer_size);
+    return {buffer.data(), size};
+}
+
+TEST(CompressedPageHeader, HoldsTheFieldsOfThePage) {
+    const std::string long_source(70, 's');
+    const std::string long_tag(20, 't');
+    const struct {
+        std::string source;
+        std::string tag;
+        HeaderFields expected;
+    } cases[] = {
+        {"abc", "x", {.header_size = 28, .data_size = 77}},
+        {"", "", {24, 'G', 77, 0, "", 0, ""}},
+        {long_source,
+         long_tag,
+         {104, 'G', 77, 64, long_source.substr(0, 64), 16, long_tag.substr(0, 16)}},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.source);
+        const vrn_data_page_t page = make_page(test.source, test.tag);
+        CapturedLog log;
+        EXPECT_EQ(vrn_pascal_strings_size(&page.source), test.expected.header_size);
+        EXPECT_EQ(copy_header(page, 77, test.expected.header_size), header_bytes(test.expected));
+        EXPECT_EQ(log.take(), Lines{});
+        EXPECT_EQ(copy_header(page, 77, test.expected.header_size - 1U), "");
+        const std::string size = std::to_string(test.expected.header_size);
+        const std::string room = std::to_string(test.expected.header_size - 1);
+        EXPECT_EQ(log.take(),
+                  Lines{"3 [vrn_copy_vrnp_header_into_buffer] buffer of " + room +
+                        " bytes is too small to accommodate VRNP header of " + size + " bytes"});
+    }
+}
+
+TEST(CompressedPageHeader, KeepsTheLowBitsOfATooLargeStream) {
+    CapturedLog log;
+    EXPECT_EQ(copy_header(make_page("abc", "x"), 4294967296 + 5, 28),
+              header_bytes({.data_size = 5}));
+    EXPECT_EQ(log.take(), Lines{"3 [vrn_copy_vrnp_header_into_buffer] encoded stream size of "
+                                "4294967301 bytes is too large"});
+}
+
+TEST(CompressedPageHeader, IsEmbeddedUnderOtherTexts) {
+    const std::string header = header_bytes({.encoding = 'S', .data_size = 9});
+    const vrn_source_t source = make_source("other", "");
+    char buffer[29];
+    CapturedLog log;
+    EXPECT_EQ(vrn_embed_vrnp_header_into_buffer(header.data(), &source, buffer, 29), 29U);
+    EXPECT_EQ(std::string(buffer, 29), header_bytes({29, 'S', 9, 5, "other", 0, ""}));
+    EXPECT_EQ(vrn_embed_vrnp_header_into_buffer(header.data(), &source, buffer, 28), 0U);
+    EXPECT_EQ(log.take(),
+              Lines{"3 [vrn_embed_vrnp_header_into_buffer] buffer of 28 bytes is too small to "
+                    "accommodate VRNP header of 29 bytes"});
+}
+
+// The header is cut to `header_size` bytes on the heap, so that ASan sees any byte beyond.
+TEST(CompressedPageHeader, ReadsTextsWithinItsSizeOnly) {
+    const struct {
+        const char *name;
+        HeaderFields fields;
+        std::string source;  // the fields hold "######" before
+        std::string tag;
+    } cases[] = {
+        {"whole", {}, "abc###", "x#####"},
+        {"a NUL in a text pads it",
+         {.source = std::string("a\0c", 3)},
+         std::string("a\0\0###", 6),
+         "x#####"},
+        {"source past the header", {.source_length = 255}, "abc\x01x#", "######"},
+        {"tag past the header", {.tag_length = 200}, "abc###", "x#####"},
+        {"no tag length", {.header_size = 26}, "abc###", "######"},
+        {"source cut", {.header_size = 24}, "a#####", "######"},
+        {"no texts", {.header_size = 22}, "######", "######"},
+        {"no header", {.header_size = 0}, "######", "######"},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        const std::string bytes = header_bytes(test.fields);
+        const std::size_t readable =
+            std::max<std::size_t>(test.fields.header_size, VRN_COMPRESSED_PAGE_LEAD_SIZE);
+        const std::vector<char> header(bytes.begin(), bytes.begin() + readable);
+        vrn_source_t source = make_source("######", "######");
+        vrn_pascal_strings_to_source(header.data(), &source);
+        EXPECT_EQ(std::string(source.source, 6), test.source);
+        EXPECT_EQ(std::string(source.tag, 6), test.tag);
+
+        const vrn_compressed_page_header_t fixed = vrn_compressed_page_header_load(header.data());
+        EXPECT_EQ(std::uint64_t{fixed.first_timestamp}, readable >= 14 ? 1000U : 0U);
+        EXPECT_EQ(std::uint64_t{fixed.last_timestamp}, readable >= 22 ? 2000U : 0U);
+    }
+}
+
+TEST(PascalStrings, CountWholeTextsOfTheSecondForm) {
+    const std::string long_text(100, 'a');
+    EXPECT_EQ(vrn_pascal_strings_size(long_text.c_str(), "bc"), 126U);
+}
+
+TEST(PascalStrings, AreCutToTheirLimits) {
+    char buffer[300];
+    CapturedLog log;
+    EXPECT_EQ(vrn_copy_as_pascal_string_info_buffer("abcdef", 4, buffer, 10), 5U);
+    EXPECT_EQ(std::string(buffer, 5),
+              "\x04"
+              "abcd");
+    EXPECT_EQ(vrn_copy_as_pascal_string_info_buffer(std::string(290, 'a').c_str(), 290, buffer,
+                                                    sizeof buffer),
+              256U);
+    // A text of exactly the given size passes, though its length byte comes on top.
+    EXPECT_EQ(vrn_copy_as_pascal_string_info_buffer("abc", 64, buffer, 3), 4U);
+    EXPECT_EQ(log.take(), Lines{});
+    EXPECT_EQ(vrn_copy_as_pascal_string_info_buffer("abcd", 64, buffer, 3), 0U);
+    EXPECT_EQ(log.take(), Lines{"3 [vrn_copy_as_pascal_string_info_buffer] buffer of 3 bytes is "
+                                "too small to accommodate string of 4 bytes"});
+}
+
+TEST(CompressedPage, IsBuiltWholeByTheEncoder) {
+    for (const auto encoding : {VRN_ENCODING_GZIP, VRN_ENCODING_SNAPPY}) {
+        const std::string block = encode_page(encoding, "payload");
+        EXPECT_EQ(block, page_around(encoding, encode(encoding, "payload")));
+        EXPECT_EQ(block.substr(32, block.size() - 36), encode(encoding, "payload"));
+    }
+}
+
+TEST(CompressedPage, DecodesIntoABufferOfItsSizeOnly) {
+    for (const auto encoding : {VRN_ENCODING_GZIP, VRN_ENCODING_SNAPPY}) {
+        const std::string block = encode_page(encoding, "payload");
+        const char *header = block.data() + VRN_MAGIC_SIZE;
+        char buffer[8] = "???????";
+        CapturedLog log;
+        EXPECT_EQ(vrn_compressed_page_uncompressed_size(header), 7U);
+        EXPECT_TRUE(vrn_compressed_page_decode(header, buffer, 7));
+        EXPECT_STREQ(buffer, "payload");
+        EXPECT_FALSE(vrn_compressed_page_decode(header, buffer, 8));
+        EXPECT_EQ(log.take(), Lines{"3 invalid buffer size to uncompress vrnp data"});
+    }
+}
+
+TEST(CompressedPage, DecodesIntoANewBlock) {
+    const std::string not_gzip = "3 [encoded_data] Error: stream is not gzip compressed data";
+    const struct {
+        const char *name;
+        std::string block;
+        bool decodes;
+        std::uint64_t size;
+        std::string payload;
+        Lines lines;
+    } cases[] = {
+        {"gzip", encode_page(VRN_ENCODING_GZIP, "payload"), true, 7, "payload", {}},
+        {"snappy", encode_page(VRN_ENCODING_SNAPPY, "payload"), true, 7, "payload", {}},
+        {"empty", encode_page(VRN_ENCODING_GZIP, ""), true, 0, "", {}},
+        {"first member shorter than claimed",
+         page_around('G', encode(VRN_ENCODING_GZIP, "ab") + encode(VRN_ENCODING_GZIP, "cde")),
+         true,
+         2,
+         "ab",
+         {}},
+        {"no gzip",
+         page_around('G', "nothing"),
+         false,
+         0,
+         "",
+         {not_gzip, not_gzip, "3 [encoded_data] zlib error while decompressing"}},
+        {"unknown encoding", page_around(0, "nothing"), false, 0, "", {}},
+        {"4 GiB claimed by 5 bytes",
+         page_around('S', "\xFF\xFF\xFF\xFF\x0F"),
+         false,
+         4294967295,
+         "",
+         {"3 [encoded_data] snappy decompression failed"}},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        CapturedLog log;
+        std::uint64_t size = 99;
+        const CPtr<void, std::free> decoded(
+            vrn_compressed_page_decode_alloc(test.block.data() + VRN_MAGIC_SIZE, &size));
+        EXPECT_EQ(decoded != nullptr, test.decodes);
+        EXPECT_EQ(size, test.size);
+        if (decoded) {
+            EXPECT_EQ(std::string(static_cast<char *>(decoded.get()), size), test.payload);
+        }
+        EXPECT_EQ(log.take(), test.lines);
+    }
+    CapturedLog log;
+    EXPECT_EQ(vrn_compressed_page_decode_alloc(cases[0].block.data() + VRN_MAGIC_SIZE, nullptr),
+              nullptr);
+    EXPECT_EQ(log.take(), Lines{"3 'uncompressed_size' must be allocated"});
+}
+
+}  // namespace
+}  // namespace vrn::test
