@@ -1,0 +1,202 @@
+#include "reader/metadata.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <string>
+#include <vector>
+
+#include "support/captured_log.h"
+#include "support/temp_dir.h"
+
+namespace vrn::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+using Json = CPtr<JSON_Value, json_value_free>;
+
+// A metadata document around the text of `matches_and_labels`.
+std::string document(const std::string &matches) {
+    return R"({"metadata_content": {"counters": {"name_match_labels": [{"matches_and_labels": )" +
+           matches + "}]}}}";
+}
+
+// "full/short key=value key=value" for each entry.
+Lines texts_of(const vrn_metadata_t &metadata) {
+    Lines texts;
+    for (int i = 0; i < metadata.num_entries; ++i) {
+        const vrn_metadata_entry_t &entry = metadata.entries[i];
+        std::string text = std::string(entry.full_name) + "/" + entry.short_name;
+        for (int k = 0; k < entry.num_labels; ++k)
+            text += std::string(" ") + entry.labels[k].key + "=" + entry.labels[k].value;
+        texts.push_back(text);
+    }
+    return texts;
+}
+
+std::string enriched(const std::string &document_text, const char *value_text) {
+    const TempDir folder;
+    folder.write("metadata_x.json", document_text);
+    const vrn_metadata_ptr metadata(vrn_metadata_load(folder.path().c_str()));
+    const Json value(json_parse_string(value_text));
+    EXPECT_EQ(vrn_metadata_enrich(value.get(), metadata.get()), value.get());
+    const CPtr<char, json_free_serialized_string> text(json_serialize_to_string(value.get()));
+    return text.get();
+}
+
+TEST(Metadata, LoadsNamesAndLabels) {
+    const struct {
+        const char *name;
+        std::string document;
+        Lines entries;
+    } cases[] = {
+        {"prefix rule",
+         document(R"([{"pattern_match": ["0012_port_rcv", "other"]}, {"pattern_match": ["12_"]},
+                      {"pattern_match": ["port_0012_rcv"]}, {"pattern_match": ["12port"]},
+                      {"pattern_match": ["12"]}, {"pattern_match": ["_12"]}])"),
+         {"0012_port_rcv/port_rcv", "12_/", "port_0012_rcv/port_0012_rcv", "12port/12port", "12/12",
+          "_12/_12"}},
+        {"labels in file order",
+         document(R"([{"pattern_match": ["a"], "labels": {"z": "1", "b": 2, "a": null, "": ""}}])"),
+         {"a/a z=1 b= a= ="}},
+        {"missing and odd parts",
+         document(
+             R"([{}, {"pattern_match": []}, {"pattern_match": [1, "a"]}, {"pattern_match": "a"},
+                      {"pattern_match": ["a"], "labels": []},
+                      {"pattern_match": ["b"], "labels": {}}, 7, null, "text", []])"),
+         {"/", "/", "/", "/", "a/a", "b/b", "/", "/", "/", "/"}},
+        {"only the first of name_match_labels",
+         R"({"metadata_content": {"counters": {"name_match_labels": [
+             {"matches_and_labels": [{"pattern_match": ["a"]}]},
+             {"matches_and_labels": [{"pattern_match": ["b"]}]}]}}})",
+         {"a/a"}},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        const TempDir folder;
+        const std::string path = folder.write("metadata_x.json", test.document);
+        CapturedLog log(7);
+        const vrn_metadata_ptr metadata(vrn_metadata_load(folder.path().c_str()));
+        ASSERT_NE(metadata, nullptr);
+        EXPECT_EQ(texts_of(*metadata), test.entries);
+        EXPECT_EQ(log.take(),
+                  (Lines{"7 Loading metadata from " + path,
+                         "6 Loaded metadata with " + std::to_string(test.entries.size()) +
+                             " entries from schema dir"}));
+    }
+}
+
+TEST(Metadata, IsNotFoundUnderOtherNames) {
+    const TempDir folder;
+    const std::string good = document(R"([{"pattern_match": ["a"]}])");
+    for (const char *name : {"metadata_.json", "metadata_x.JSON", "Metadata_x.json",
+                             "metadata_x.json.bak", "my_metadata_x.json", "metadata-x.json"})
+        folder.write(name, good);
+    CapturedLog log(7);
+    for (const std::string &path : {folder.path(), folder.file("missing")}) {
+        EXPECT_EQ(vrn_metadata_load(path.c_str()), nullptr);
+        EXPECT_EQ(log.take(), Lines{"7 No metadata JSON found in " + path});
+    }
+    EXPECT_EQ(vrn_metadata_load(nullptr), nullptr);
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST(Metadata, RefusesDocumentsOfTheWrongShapeSilently) {
+    for (const char *text : {
+             "[]",
+             "1",
+             "{}",
+             R"({"metadata_content": []})",
+             R"({"metadata_content": {"counters": 1}})",
+             R"({"metadata_content": {"counters": {"name_match_labels": {}}}})",
+             R"({"metadata_content": {"counters": {"name_match_labels": []}}})",
+             R"({"metadata_content": {"counters": {"name_match_labels": ["a"]}}})",
+             R"({"metadata_content": {"counters": {"name_match_labels": [{}]}}})",
+             R"({"metadata_content": {"counters": {"name_match_labels": [
+                 {"matches_and_labels": {}}]}}})",
+             R"({"metadata_content": {"counters": {"name_match_labels": [
+                 {"matches_and_labels": []}]}}})",
+             R"({"metadata_content": {"counters": {"name_match_labels": [
+                 {}, {"matches_and_labels": [{"pattern_match": ["b"]}]}]}}})",
+         }) {
+        SCOPED_TRACE(text);
+        const TempDir folder;
+        folder.write("metadata_x.json", text);
+        CapturedLog log;
+        EXPECT_EQ(vrn_metadata_load(folder.path().c_str()), nullptr);
+        EXPECT_EQ(log.take(), Lines{});
+    }
+}
+
+TEST(Metadata, RefusesWhatIsNoJson) {
+    const Lines refusal = {"3 Failed to parse metadata JSON"};
+    for (const std::string &text : {std::string(), std::string("{"), std::string("\xFF\xFE\0\1", 4),
+                                    std::string(100000, '['), document("[") + "{}"}) {
+        SCOPED_TRACE(text.substr(0, 20));
+        const TempDir folder;
+        folder.write("metadata_x.json", text);
+        CapturedLog log;
+        EXPECT_EQ(vrn_metadata_load(folder.path().c_str()), nullptr);
+        EXPECT_EQ(log.take(), refusal);
+    }
+}
+
+TEST(Metadata, RefusesWhatIsNoRegularFile) {
+    const TempDir folders;
+    ASSERT_EQ(mkdir(folders.file("metadata_x.json").c_str(), 0777), 0);
+    const TempDir pipes;
+    ASSERT_EQ(mkfifo(pipes.file("metadata_x.json").c_str(), 0666), 0);
+    for (const TempDir *folder : {&folders, &pipes}) {
+        CapturedLog log;
+        EXPECT_EQ(vrn_metadata_load(folder->path().c_str()), nullptr);
+        EXPECT_EQ(log.take(), Lines{"3 Failed to parse metadata JSON"});
+    }
+}
+
+TEST(Metadata, EnrichesCounterSets) {
+    const std::string matches = document(
+        R"([{"pattern_match": ["0012_port_rcv"], "labels": {"unit": "pkts", "kind": "rx"}},
+            {"pattern_match": ["0012_port_rcv"], "labels": {"unit": "lost"}},
+            {"pattern_match": ["7_plain"]}])");
+    const struct {
+        const char *name;
+        const char *value;
+        const char *expected;
+    } cases[] = {
+        {"listed and unlisted counters",
+         R"({"timestamp":1,"groups":[{"name":"g","labels":["l"],"counter_sets":[{"0012_port_rcv":5,"other":7,"7_plain":{"a":[1]}}]}]})",
+         R"({"timestamp":1,"groups":[{"name":"g","counter_sets":[[{"port_rcv":[5,{"unit":"pkts","kind":"rx"}]},{"other":[7,{}]},{"plain":[{"a":[1]},{}]}]]}]})"},
+        {"unlisted names keep their prefix", R"({"groups":[{"counter_sets":[{"1_x":"t"},{}]}]})",
+         R"({"groups":[{"counter_sets":[[{"1_x":["t",{}]}],[]]}]})"},
+        {"sets and groups of other types stay",
+         R"({"groups":[1,{"counter_sets":[1,null,[2]]},{"labels":1,"counter_sets":{}}]})",
+         R"({"groups":[1,{"counter_sets":[1,null,[2]]},{"labels":1,"counter_sets":{}}]})"},
+        {"empty groups", R"({"groups":[]})", R"({"groups":[]})"},
+        {"no groups", R"({"timestamp":1})", R"({"timestamp":1})"},
+        {"groups of another type", R"({"groups":{}})", R"({"groups":{}})"},
+        {"no object", "[1]", "[1]"},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        EXPECT_EQ(enriched(matches, test.value), test.expected);
+    }
+}
+
+TEST(Metadata, EmptyNameMatchesACounterWithoutName) {
+    EXPECT_EQ(enriched(document(R"([{"labels": {"a": "b"}}])"),
+                       R"({"groups":[{"counter_sets":[{"":1,"x":2}]}]})"),
+              R"({"groups":[{"counter_sets":[[{"":[1,{"a":"b"}]},{"x":[2,{}]}]]}]})");
+}
+
+TEST(Metadata, LeavesTheValueAloneWithoutAList) {
+    const Json value(json_parse_string(R"({"groups":[{"labels":1,"counter_sets":[{"a":1}]}]})"));
+    EXPECT_EQ(vrn_metadata_enrich(value.get(), nullptr), value.get());
+    const JSON_Array *groups = json_object_get_array(json_object(value.get()), "groups");
+    EXPECT_EQ(json_object_has_value(json_array_get_object(groups, 0), "labels"), 1);
+    const vrn_metadata_t none{};
+    EXPECT_EQ(vrn_metadata_enrich(nullptr, &none), nullptr);
+    vrn_metadata_free(nullptr);
+}
+
+}  // namespace
+}  // namespace vrn::test
