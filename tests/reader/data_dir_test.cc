@@ -1,0 +1,157 @@
+#include "reader/data_dir.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+namespace vrn::test {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
+
+struct Walk {
+    bool good;
+    std::vector<std::string> files;
+    std::string errors;
+};
+
+Walk walk(const std::string &path) {
+    vrn_reader_options_t options{};
+    testing::internal::CaptureStderr();
+    const bool good = vrn_reader_add_data_dir(&options, path.c_str());
+    Walk result = {good, {}, testing::internal::GetCapturedStderr()};
+    const vrn_string_array_ptr files(options.data_files);
+    for (std::size_t i = 0; files && i < files->count; ++i)
+        result.files.emplace_back(files->strings[i]);
+    return result;
+}
+
+TEST(DataDir, TakesEveryRegularFile) {
+    const TempDir dir;
+    for (const char *name : {"a.bin", ".hidden", "sub/b.txt", "sub/.deep/c", "two\nlines", "...x"})
+        dir.write(name, "");
+    fs::create_symlink(dir.file("a.bin"), dir.file("link"));
+    ASSERT_EQ(mkfifo(dir.file("pipe").c_str(), 0666), 0);
+    const Walk result = walk(dir.path());
+    EXPECT_TRUE(result.good);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_THAT(result.files,
+                UnorderedElementsAre(dir.file("a.bin"), dir.file(".hidden"), dir.file("sub/b.txt"),
+                                     dir.file("sub/.deep/c"), dir.file("two\nlines"),
+                                     dir.file("...x"), dir.file("link")));
+}
+
+TEST(DataDir, AddsNothingWithoutFiles) {
+    const TempDir dir;
+    fs::create_directories(dir.file("sub/sub"));
+    const Walk result = walk(dir.path() + "/");
+    EXPECT_TRUE(result.good);
+    EXPECT_THAT(result.files, IsEmpty());
+}
+
+TEST(DataDir, WalksAFolderBeforeTheNextEntry) {
+    const TempDir dir;
+    for (const char *name : {"x/1", "x/2", "y/1", "y/2", "z/1", "z/2"}) dir.write(name, "");
+    const Walk result = walk(dir.path());
+    ASSERT_THAT(result.files, SizeIs(6));
+    for (std::size_t i = 0; i < 6; i += 2)
+        EXPECT_EQ(fs::path(result.files[i]).parent_path(),
+                  fs::path(result.files[i + 1]).parent_path());
+}
+
+TEST(DataDir, RefusesFoldersThatCannotBeOpened) {
+    const TempDir dir;
+    const std::string file = dir.write("file", "");
+    EXPECT_EQ(walk(dir.file("none")).errors,
+              "Failed to open directory '" + dir.file("none") + "': No such file or directory\n");
+    EXPECT_EQ(walk(file).errors, "Failed to open directory '" + file + "': Not a directory\n");
+    EXPECT_EQ(walk("").errors, "Failed to open directory '': No such file or directory\n");
+    EXPECT_FALSE(walk(file).good);
+
+    const std::string long_path(5000, 'a');
+    EXPECT_EQ(walk(long_path).errors,
+              "Failed to open directory '" + long_path + "': File name too long\n");
+}
+
+TEST(DataDir, StopsAtADanglingLink) {
+    const TempDir dir;
+    fs::create_directories(dir.file("sub"));
+    fs::create_symlink("nowhere", dir.file("sub/link"));
+    const Walk result = walk(dir.path());
+    EXPECT_FALSE(result.good);
+    EXPECT_EQ(result.errors,
+              "Failed to stat path '" + dir.file("sub/link") + "': No such file or directory\n");
+}
+
+// The kernel follows at most 40 links, so that a cycle ends as a failed stat.
+TEST(DataDir, StopsAtALinkCycle) {
+    const TempDir dir;
+    fs::create_symlink(".", dir.file("a"));
+    fs::create_symlink(dir.path(), dir.file("b"));
+    const Walk result = walk(dir.path());
+    EXPECT_FALSE(result.good);
+    EXPECT_THAT(result.errors, StartsWith("Failed to stat path '" + dir.path() + "/"));
+    EXPECT_THAT(result.errors, HasSubstr("Too many levels of symbolic links"));
+}
+
+// Makes folders of one letter, one below the other, deeper than any path can name.
+void make_deep_tree(const std::string &path, int depth) {
+    const fs::path before = fs::current_path();
+    fs::current_path(path);
+    for (int i = 0; i < depth; ++i) {
+        ASSERT_EQ(mkdir("d", 0777), 0);
+        ASSERT_EQ(chdir("d"), 0);
+    }
+    fs::current_path(before);
+}
+
+class OpenFilesLimit {
+  public:
+    explicit OpenFilesLimit(rlim_t wanted) {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        rlimit limit = before_;
+        limit.rlim_cur = std::min(wanted, before_.rlim_max);
+        setrlimit(RLIMIT_NOFILE, &limit);
+        granted_ = limit.rlim_cur;
+    }
+    ~OpenFilesLimit() { setrlimit(RLIMIT_NOFILE, &before_); }
+    OpenFilesLimit(const OpenFilesLimit &) = delete;
+    OpenFilesLimit &operator=(const OpenFilesLimit &) = delete;
+    rlim_t granted() const { return granted_; }
+
+  private:
+    rlimit before_{};
+    rlim_t granted_ = 0;
+};
+
+TEST(DataDir, EndsAtThePathLimitOfADeepTree) {
+    const TempDir dir;
+    make_deep_tree(dir.path(), 2100);
+    const OpenFilesLimit limit(4096);
+    const Walk result = walk(dir.path());
+    EXPECT_FALSE(result.good);
+    EXPECT_THAT(result.files, IsEmpty());
+    if (limit.granted() >= 4096) {
+        EXPECT_THAT(result.errors, StartsWith("Failed to stat path '" + dir.path() + "/d/d"));
+        EXPECT_THAT(result.errors, HasSubstr("File name too long"));
+    } else {
+        EXPECT_THAT(result.errors, HasSubstr("Too many open files"));
+    }
+}
+
+}  // namespace
+}  // namespace vrn::test
