@@ -72,12 +72,15 @@ bool read_blocks_as_json_array(vrn_reader_t *reader, bool is_first) {
     return true;
 }
 
+// -1 when the files could not be put in order; nothing is read then.
 std::int32_t read_sorted_files(const vrn_reader_options_t *options) {
-    const vrn_file_entries_ptr entries(vrn_reader_sorted_file_entries(options));
+    const std::size_t count = options->data_files->count;
+    vrn_file_entry_t *entries = vrn_file_entries_load(options);
     if (!entries) return -1;
     std::int32_t failed = 0;
-    for (std::size_t i = 0; i < options->data_files->count; ++i)
-        if (!vrn_read_data_file(entries.get()[i].path, options, i == 0)) ++failed;
+    for (std::size_t i = 0; i < count; ++i)
+        if (!vrn_read_data_file(entries[i].path, options, i == 0)) ++failed;
+    vrn_file_entries_free(entries, count);
     return failed;
 }
 
@@ -120,7 +123,7 @@ std::int32_t vrn_read_all_files(const vrn_reader_options_t *options) {
     if (is_json) std::fputs("{", stdout);
     const std::int32_t failed =
         options->sort_files ? read_sorted_files(options) : read_listed_files(options);
-    if (failed < 0) return 1;  // no order, so nothing was read; the brace stays open
+    if (failed < 0) return 1;  // the brace stays open
     if (is_json) std::fputs("}", stdout);
     return failed;
 }

@@ -1,0 +1,168 @@
+#include "bench_data.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <stdexcept>
+#include <vector>
+
+#include "data/block.h"
+#include "data/data_file_header.h"
+#include "data/magic.h"
+
+namespace vrn::bench {
+namespace {
+
+constexpr char events_id[] = "0123456789abcdef0123456789abcdef";
+constexpr char counters_id[] = "fedcba9876543210fedcba9876543210";
+constexpr std::uint64_t first_time = 1'700'000'000'000'000;
+
+struct FieldText {
+    const char *name, *type;
+    int length, size;
+};
+
+constexpr FieldText row_fields[] = {
+    {"timestamp", "timestamp", 1, 8}, {"node_guid", "uint64_t", 1, 8},
+    {"port", "uint8_t", 1, 1},        {"lid", "uint16_t", 1, 2},
+    {"name", "char", 40, 1},          {"state", "uint32_t", 1, 4},
+    {"speed", "uint32_t", 1, 4},      {"rx_bytes", "uint64_t", 1, 8},
+    {"tx_bytes", "uint64_t", 1, 8},   {"rx_packets", "uint64_t", 1, 8},
+    {"tx_packets", "uint64_t", 1, 8}, {"errors", "uint32_t", 1, 4},
+    {"temperature", "float", 1, 4},   {"utilization", "double", 1, 8},
+};
+
+std::string event_schema() {
+    std::string text =
+        R"({"vrn_version":"1.5.0","provider_name":"bench","provider_version":"1.0.0",)"
+        R"("types":[{"name":"port_sample","size":115,"fields":[)";
+    int offset = 0;
+    for (const FieldText &field : row_fields) {
+        if (offset > 0) text += ',';
+        text += std::string(R"({"field_name":")") + field.name + R"(","description":"",)" +
+                R"("type_name":")" + field.type + R"(","counting_mode":"ABSOLUTE",)" +
+                R"("array_length":)" + std::to_string(field.length) + R"(,"offset":)" +
+                std::to_string(offset) + R"(,"type_size":)" + std::to_string(field.size) + "}";
+        offset += field.length * field.size;
+    }
+    return text + "]}]}";
+}
+
+std::string counters_schema() {
+    std::string text =
+        R"({"version":"1.5.0","counter_groups":[{"granularity":"NODE","name":"bench",)"
+        R"("num_counter_sets":1,"num_counters":200,"counters":[)";
+    for (std::uint32_t i = 0; i < counters_per_row; ++i) {
+        if (i > 0) text += ',';
+        text += R"({"name":"port_counter_)" + std::to_string(i) +
+                R"(","description":"","units":"","data_type":"UINT64",)"
+                R"("counting_type":"RUNNING_SUM","length":8})";
+    }
+    return text + "]}]}";
+}
+
+std::ofstream create(const std::string &path) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    if (!file) throw std::runtime_error("cannot write " + path);
+    return file;
+}
+
+vrn_data_file_header_t make_header(std::uint32_t block_size) {
+    const vrn_data_file_header_ptr header(vrn_data_file_header_create());
+    if (!header) throw std::bad_alloc();
+    std::strcpy(header->source_id, "bench");
+    header->first_timestamp = first_time;
+    header->block_size = block_size;
+    return *header;
+}
+
+void write_record(std::ofstream &file, const void *bytes, std::size_t size) {
+    file.write(static_cast<const char *>(bytes), static_cast<std::streamsize>(size));
+}
+
+BenchRow make_row(std::mt19937_64 &random, std::uint64_t number) {
+    BenchRow row{};
+    row.timestamp = first_time + number * 1000;
+    row.node_guid = 0x248a070300000000 + number % 4096;
+    row.port = static_cast<std::uint8_t>(number % 64 + 1);
+    row.lid = static_cast<std::uint16_t>(random());
+    const std::string name =
+        "switch-" + std::to_string(number % 4096) + "/port-" + std::to_string(row.port) + "/rack";
+    std::memcpy(row.name, name.data(), std::min(name.size(), sizeof row.name));
+    row.state = static_cast<std::uint32_t>(number % 5);
+    row.speed = 200'000;
+    row.rx_bytes = random() >> 12;
+    row.tx_bytes = random() >> 12;
+    row.rx_packets = random() >> 24;
+    row.tx_packets = random() >> 24;
+    row.errors = static_cast<std::uint32_t>(random() % 100);
+    row.temperature = static_cast<float>(random() % 1000) / 10.0F;
+    row.utilization = static_cast<double>(random() % 100000) / 1000.0;
+    return row;
+}
+
+void write_events(const std::string &path, std::uint32_t rows) {
+    std::ofstream file = create(path);
+    vrn_data_file_header_t header = make_header(chunk_size);
+    vrn_schema_id_from_hex(events_id, &header.event_schema_ids[0]);
+    write_record(file, &header, sizeof header);
+
+    std::mt19937_64 random(1);
+    std::string chunk;
+    for (std::uint64_t number = 0; number < rows;) {
+        const std::size_t room = chunk_size - chunk.size();
+        const std::size_t fits = room > sizeof(vrn_event_header_t)
+                                     ? (room - sizeof(vrn_event_header_t)) / sizeof(BenchRow)
+                                     : 0;
+        const auto count = std::min<std::uint64_t>({fits, 255, rows - number});
+        if (count == 0) {
+            chunk.resize(chunk_size, '\0');
+            write_record(file, chunk.data(), chunk.size());
+            chunk.clear();
+            continue;
+        }
+        vrn_event_header_t block{};
+        vrn_magic_set(block.magic, VRN_MAGIC_EVENTS);
+        block.timestamp = first_time + number * 1000;
+        block.num_events = static_cast<std::uint8_t>(count);
+        chunk.append(reinterpret_cast<const char *>(&block), sizeof block);
+        for (std::uint64_t i = 0; i < count; ++i, ++number) {
+            const BenchRow row = make_row(random, number);
+            chunk.append(reinterpret_cast<const char *>(&row), sizeof row);
+        }
+    }
+    write_record(file, chunk.data(), chunk.size());
+}
+
+void write_counters(const std::string &path, std::uint32_t rows) {
+    std::ofstream file = create(path);
+    constexpr std::uint32_t block_size = sizeof(vrn_data_block_t) + counters_per_row * 8;
+    vrn_data_file_header_t header = make_header(block_size);
+    vrn_schema_id_from_hex(counters_id, &header.counters_schema_id);
+    write_record(file, &header, sizeof header);
+
+    std::mt19937_64 random(2);
+    std::vector<std::uint64_t> values(counters_per_row);
+    for (std::uint32_t row = 0; row < rows; ++row) {
+        vrn_data_block_t block{};
+        vrn_data_block_init(&block);
+        block.timestamp = first_time + row * 1'000'000ULL;
+        for (std::uint64_t &value : values) value += random() % 100'000'000;
+        write_record(file, &block, sizeof block);
+        write_record(file, values.data(), values.size() * sizeof values[0]);
+    }
+}
+
+}  // namespace
+
+void write_bench_data(const std::string &folder, const BenchSizes &sizes) {
+    std::filesystem::create_directories(folder + "/schema");
+    create(folder + "/schema/schema_" + events_id + ".json") << event_schema();
+    create(folder + "/schema/schema_" + counters_id + ".json") << counters_schema();
+    write_events(folder + "/events.bin", sizes.event_rows);
+    write_counters(folder + "/counters.bin", sizes.counter_rows);
+}
+
+}  // namespace vrn::bench
