@@ -1,6 +1,12 @@
-// Layout of counters rows: groups of counters.
+// Layout of counters rows: groups of counters, their offsets and the row's size.
 #pragma once
+
 #include <parson.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
 #include "counters/counter_group.h"
 #include "data/schema/provider_counter_set.h"
 #include "data/schema_id.h"
@@ -12,12 +18,59 @@ struct vrn_counters_schema_t {
     vrn_counter_group_t **groups;  // owned array of owned groups
 };
 
+// Schemas are built once and read only after that: compute offsets and size after the last change.
+// Null, after an error line, when out of memory.
 vrn_counters_schema_t *vrn_counters_schema_create();
 void vrn_counters_schema_destroy(vrn_counters_schema_t *schema);  // accepts null
 using vrn_counters_schema_ptr = vrn::CPtr<vrn_counters_schema_t, vrn_counters_schema_destroy>;
+
+// Takes over `group` on success. False after an error line when out of memory.
+bool vrn_counters_schema_add_group(vrn_counters_schema_t *schema, vrn_counter_group_t *group);
+
+// Adds copies of `count` counters to the first group, which is made with `group_name` when there is
+// none, and sets `size` anew; offsets stay for vrn_counters_schema_update_counter_offsets. False
+// for null or empty arguments, and after an error line when out of memory.
+bool vrn_counters_schema_add_counters(vrn_counters_schema_t *schema,
+                                      const vrn_counter_info_t *counters, std::size_t count,
+                                      const char *group_name);
+
+// Bytes of a row: the `length` of each STRING, 16 of a 128-bit integer, 8 of any other counter,
+// whatever its `length`. Repeats of a group don't enter.
+std::uint32_t vrn_counters_schema_size_of_counters(const vrn_counters_schema_t *schema);
+
+// Counters of all groups; 0 after an error line when a group has other than one counter set.
+std::uint32_t vrn_counters_schema_number_of_counters(const vrn_counters_schema_t *schema);
+// Counters of all groups, each as often as its group repeats.
+std::uint64_t vrn_counters_schema_number_of_values(const vrn_counters_schema_t *schema);
+
+// Lays the counters out back to back in 32-bit offsets. Deliberate: the step of a plain counter is
+// its `length` when it has one, unlike in the row size. An error line and the end of the assignment
+// at a STRING of length 0: it and the counters behind it keep the offset that they had.
+void vrn_counters_schema_update_counter_offsets(vrn_counters_schema_t *schema);
+
+// First counter named `name`, groups in order; null when there is none. Owned by the schema.
+vrn_counter_info_t *vrn_counters_schema_find_counter(const vrn_counters_schema_t *schema,
+                                                     const char *name);
+
+// JSON document of a schema. Null after an error line, also when a counter has an id outside its
+// name table, which can't be written.
 JSON_Value *vrn_counters_schema_jsonify(const vrn_counters_schema_t *schema);
+// The document as pretty text, released with json_free_serialized_string; null after an error line.
+char *vrn_counters_schema_to_string(const vrn_counters_schema_t *schema);
+// The pretty text and a newline, flushed; nothing but the error line when there is no text.
+void vrn_counters_schema_print(const vrn_counters_schema_t *schema, std::FILE *stream);
+
+// Reads a document, with offsets and size set. With a counter set, counters that it leaves out are
+// dropped and so are the groups they leave empty: the schema then describes a packed row of just
+// the counters that stayed. Null after error lines when the document is not a counters schema or
+// claims rows whose output would grow without reason. A version mismatch is logged but refuses
+// nothing. `counter_set` may be null.
 vrn_counters_schema_t *vrn_counters_schema_from_json(const JSON_Value *value,
                                                      const vrn_provider_counter_set_t *counter_set);
+vrn_counters_schema_t *vrn_counters_schema_from_string(const char *text);
 vrn_counters_schema_t *vrn_counters_schema_from_file(const char *path,
                                                      const vrn_provider_counter_set_t *counter_set);
 vrn_counters_schema_t *vrn_counters_schema_from_file_all(const char *path);
+// Reads schema_<id>.json of `directory`; null for a null or all-zero id.
+vrn_counters_schema_t *vrn_counters_schema_load_by_id(const vrn_schema_id_t *id,
+                                                      const char *directory);
