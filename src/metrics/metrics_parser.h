@@ -1,0 +1,78 @@
+// Reader of CNTX blocks. A block carries its own tables of label names, label values and metric
+// names, and a run of records that refer to them by small numbers:
+//
+//   "CNTX", u32 total_size
+//   "LBLN" label names, one section per label set, numbered from 0
+//   "LBLV" label values
+//   "CNTI" metric names
+//   "HIST" histograms
+//   "CLBL" constant labels
+//   "CNTD", u32 blocksize, metric records
+//   "cntdcntx"
+//
+// Ranges are borrowed. No operation reads outside the range that it is given: what leads outside
+// ends the block with std::runtime_error.
+#pragma once
+
+#include <boost/any.hpp>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "metrics/cntx_block_tables.h"
+#include "metrics/metrics_batch.h"
+#include "utils/byte_reader.h"
+
+namespace vrn::metrics {
+
+using MetricCounts = std::unordered_map<std::string, std::uint64_t>;  // by metric name
+
+class VrnMetricsParser {
+  public:
+    // `total_size` behind the first "CNTX"; 0 when there is none. Bytes that the range lacks read
+    // as zeros.
+    static std::uint32_t find_cntx_total_size(Bytes range);
+
+    // Decodes a block without its histograms and constant labels. Throws std::runtime_error when
+    // the block is malformed.
+    static void parse_cntx_block(Bytes block, LabelNames *label_names,
+                                 std::vector<std::string> *label_values,
+                                 std::vector<std::string> *metric_names,
+                                 std::vector<MetricRecord> *records);
+
+    // The records of the "CNTD" section, which ends with `range`.
+    static std::vector<MetricRecord> parse_metrics(Bytes range);
+
+    // Appends the names of all "LBLN" sections under their number. Returns the bytes behind the
+    // last section; without any, those behind the first 4.
+    static Bytes parse_label_names(Bytes range, LabelNames *label_names);
+
+    // Reads the strings of the first section with the mark `prefix`. Returns the bytes behind it;
+    // without one, no strings and the empty end of the range.
+    static Bytes parse_string_section(Bytes range, std::string_view prefix, std::string_view suffix,
+                                      std::vector<std::string> *strings);
+    static Bytes parse_label_values_section(Bytes range, std::vector<std::string> *label_values);
+    static Bytes parse_metric_names_section(Bytes range, std::vector<std::string> *metric_names);
+
+    // Name and value of each pair of strings in "CLBL"; a last name without value is left out.
+    static LabelMap parse_constant_labels(Bytes range);
+
+    // Adds the histograms of all "HIST" sections. A malformed one ends the scan after an error
+    // line. Returns the bytes behind the last section, or `range` after a failure.
+    static Bytes parse_histogram_sections(Bytes range, const std::vector<std::string> &label_values,
+                                          HistogramSet *histograms);
+
+    // The fields of the record that starts `record`: "length" (u16), "timestamp" (u64),
+    // "num_samples" (u64), "metrics" (MetricsBatch) and "type" (string).
+    static std::map<std::string, boost::any> parse_record_header(Bytes record);
+
+    // Adds to `counts` how often each metric name occurs in the records of all blocks in `range`.
+    // Malformed blocks are passed over with a warning. True when at least one block was counted;
+    // on a fatal failure `counts` stays as it was.
+    static bool count_metrics_from_cntx_blocks(Bytes range, MetricCounts *counts);
+};
+
+}  // namespace vrn::metrics
