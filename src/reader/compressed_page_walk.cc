@@ -1,0 +1,124 @@
+#include "reader/compressed_page_walk.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "data/block.h"
+#include "data/compressed_page.h"
+#include "data/magic.h"
+#include "reader/block_walk.h"
+#include "utils/byte_reader.h"
+#include "utils/log.h"
+
+namespace {
+
+using vrn::Bytes;
+
+constexpr char end_magic[] = {'v', 'r', 'n', 'p'};
+// Where the search for the next counters block begins, behind a block's header, and its step.
+constexpr std::size_t probe_start = 16;
+constexpr std::size_t probe_step = 4;
+
+// The bytes a page decoded to, with VRN_READER_SLACK zeros behind them.
+struct Payload {
+    vrn::CPtr<std::uint8_t, std::free> block;
+    std::size_t size = 0;
+
+    Bytes bytes() const { return {block.get(), size}; }
+};
+
+bool is_page(Bytes rest) {
+    return rest.size() >= VRN_MAGIC_SIZE && vrn_block_type_of(rest.data()) == VRN_PAGE_BLOCK;
+}
+
+// Bytes of the page at the start of `rest`, magics included; 0 when it is not there as a whole.
+std::size_t whole_page_size(Bytes rest) {
+    if (rest.size() < VRN_MAGIC_SIZE + VRN_COMPRESSED_PAGE_LEAD_SIZE) return 0;
+    const std::uint8_t *header = rest.data() + VRN_MAGIC_SIZE;
+    const vrn_compressed_page_header_t fixed = vrn_compressed_page_header_load(header);
+    const std::size_t end = VRN_MAGIC_SIZE + fixed.header_size + fixed.data_size;
+    const std::size_t size = end + sizeof end_magic;
+    if (size > rest.size()) return 0;
+    return std::memcmp(rest.data() + end, end_magic, sizeof end_magic) == 0 ? size : 0;
+}
+
+// Room for what the page claims to hold. Not cleared, so that a false claim takes no memory.
+bool allocate(const void *header, Payload *payload) {
+    payload->size = vrn_compressed_page_uncompressed_size(header);
+    payload->block.reset(
+        static_cast<std::uint8_t *>(std::malloc(payload->size + VRN_READER_SLACK)));
+    if (payload->block) return true;
+    VRN_LOG(VRN_LOG_ERROR, "Failed to allocate data block of size %lu: %s", payload->size,
+            std::strerror(errno));
+    return false;
+}
+
+bool decode(const void *header, Payload *payload) {
+    std::size_t decoded_size = 0;
+    if (!vrn_compressed_page_decode_prefix(header, payload->block.get(), payload->size,
+                                           &decoded_size))
+        return false;
+    payload->size = decoded_size;
+    std::memset(payload->block.get() + decoded_size, 0, VRN_READER_SLACK);
+    return true;
+}
+
+// Counters blocks carry no length: the next one's magic tells it.
+// Deliberate: a 'D' in the right place of a value cuts the unit short; a test pins it.
+std::size_t unit_size(Bytes payload) {
+    if (payload.size() <= probe_start || vrn_block_type_of(payload.data()) != VRN_COUNTERS_BLOCK)
+        return payload.size();
+    for (std::size_t probe = probe_start; probe + VRN_MAGIC_SIZE <= payload.size();
+         probe += probe_step)
+        if (vrn_block_type_of(&payload[probe]) == VRN_COUNTERS_BLOCK) return probe;
+    return payload.size();
+}
+
+bool hand_over_blocks(vrn_reader_t *reader, Bytes payload) {
+    if (payload.empty()) return true;
+    const std::size_t unit = unit_size(payload);
+    // A tail shorter than a unit is dropped.
+    for (Bytes rest = payload; rest.size() >= unit; rest = rest.subspan(unit))
+        if (!vrn_reader_handle_block(reader, rest.data(), unit, true)) return false;
+    return true;
+}
+
+bool read_payload(vrn_reader_t *reader, Bytes payload) {
+    const std::uint8_t *chunk_end = reader->window_end;
+    reader->window_end = payload.data() + payload.size();
+    const bool done = hand_over_blocks(reader, payload);
+    reader->window_end = chunk_end;
+    return done;
+}
+
+bool export_page(const vrn_reader_t *reader) {
+    VRN_LOG(VRN_LOG_ERROR, "Failed to export a page of %s: output format bin is not available yet",
+            reader->file_name);
+    return false;
+}
+
+bool process_page(vrn_reader_t *reader, const void *header, Payload *payload) {
+    if (!decode(header, payload)) return false;
+    if (reader->options->format == VRN_FORMAT_BIN) return export_page(reader);
+    return read_payload(reader, payload->bytes());
+}
+
+}  // namespace
+
+bool vrn_reader_walk_compressed_pages(vrn_reader_t *reader, const void *chunk, std::size_t size) {
+    Bytes rest(static_cast<const std::uint8_t *>(chunk), size);
+    bool good = true;
+    while (!rest.empty()) {
+        if (!is_page(rest)) return true;  // padding, also behind a failed page
+        if (!good) return false;
+        const std::size_t page_size = whole_page_size(rest);
+        if (page_size == 0) return true;
+        const std::uint8_t *header = rest.data() + VRN_MAGIC_SIZE;
+        Payload payload;
+        if (!allocate(header, &payload)) return false;
+        good = process_page(reader, header, &payload);
+        rest = rest.subspan(page_size);
+    }
+    return good;
+}
