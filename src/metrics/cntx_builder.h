@@ -21,8 +21,8 @@ struct CntxRecord {
     std::uint8_t value_type = 1;  // 1 unsigned, 2 double, 3 bits, 4 signed
     std::uint8_t label_set_id = 0;
     LabelEncoding encoding = LabelEncoding::mixed;
-    std::vector<EncodedLabel> labels;
-    std::vector<MetricSample> samples;
+    std::vector<EncodedLabel> labels = {};
+    std::vector<MetricSample> samples = {};
 };
 
 // Collects what one block holds. Operations throw std::runtime_error, after an error line, when the
