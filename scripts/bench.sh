@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Builds the release binary and measures it end to end: scripts/bench.sh [runs [events [counters]]]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+./scripts/install-deps.sh
+cmake --preset release >/dev/null
+cmake --build --preset release -j "$(nproc)" --target vrn_bench vrn_read
+exec build/bin/vrn_bench "$@"
