@@ -1,12 +1,9 @@
 // Record types: named, sized, packed lists of fields.
 #pragma once
 
-#include <parson.h>
-
 #include <cstddef>
 #include <cstdint>
 
-#include "data/schema/provider_field_set.h"
 #include "utils/c_ptr.h"
 
 struct vrn_type_definition_t;
@@ -30,3 +27,29 @@ struct vrn_type_definition_t {
     vrn_type_field_definition_t **fields;  // owned array of owned fields
     std::uint64_t size;                    // bytes of one record
 };
+
+// What a caller tells about one field of a new type. Texts are copied; null ones stay null.
+struct vrn_type_field_info_t {
+    const char *name;
+    const char *description;
+    const char *type_name;
+    std::uint32_t counting_mode;
+    std::uint16_t array_length;
+};
+
+// Unresolved field at offset 0 with a `type_size` of 0. Null: out of memory.
+vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_info_t *info);
+void vrn_field_definition_destroy(vrn_type_field_definition_t *field);  // accepts null
+using vrn_field_definition_ptr =
+    vrn::CPtr<vrn_type_field_definition_t, vrn_field_definition_destroy>;
+
+// Composite type of size 0 without fields or room for any. Null: out of memory.
+vrn_type_definition_t *vrn_type_definition_create(const char *name);
+void vrn_type_definition_destroy(vrn_type_definition_t *type);  // accepts null
+using vrn_type_definition_ptr = vrn::CPtr<vrn_type_definition_t, vrn_type_definition_destroy>;
+
+// Makes room for `max_fields` fields in a new type. False: out of memory.
+bool vrn_type_definition_reserve(vrn_type_definition_t *type, std::uint16_t max_fields);
+// Moves `field` behind the others; room for it must have been reserved. Returns it, borrowed.
+vrn_type_field_definition_t *vrn_type_definition_append(vrn_type_definition_t *type,
+                                                        vrn_field_definition_ptr field);

@@ -1,0 +1,75 @@
+#include "data/schema/schema.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "utils/log.h"
+
+vrn_schema_t *vrn_schema_create(const char *provider_name, std::uint32_t provider_version) {
+    vrn_schema_ptr schema(static_cast<vrn_schema_t *>(std::calloc(1, sizeof(vrn_schema_t))));
+    if (!schema) return nullptr;
+    schema->provider_version = provider_version;
+    if (provider_name) {
+        schema->provider_name = strdup(provider_name);
+        if (!schema->provider_name) return nullptr;
+    }
+    VRN_LOG(VRN_LOG_DEBUG, "clearing md5_digest of schema: %p", static_cast<void *>(schema.get()));
+    return schema.release();  // to the caller, its digest zeroed like the rest
+}
+
+void vrn_schema_destroy(vrn_schema_t *schema) {
+    if (!schema) return;
+    for (std::size_t i = 0; i < schema->num_types; ++i)
+        vrn_type_definition_destroy(schema->types[i]);
+    std::free(schema->provider_name);
+    std::free(schema);
+}
+
+const char *vrn_schema_provider_text(const vrn_schema_t *schema) {
+    return schema->provider_name ? schema->provider_name : "<undefined>";
+}
+
+bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type) {
+    if (schema->num_types == VRN_MAX_TYPES) return false;
+    schema->types[schema->num_types++] = type.release();  // to the schema
+    return true;
+}
+
+const vrn_type_definition_t *vrn_schema_find_type(const vrn_schema_t *schema, const char *name) {
+    if (!name) return nullptr;
+    for (; schema; schema = schema->parent) {
+        for (std::size_t i = 0; i < schema->num_types; ++i)
+            if (std::strcmp(schema->types[i]->name, name) == 0) return schema->types[i];
+    }
+    return nullptr;
+}
+
+std::uint64_t vrn_schema_type_size(const vrn_schema_t *schema, const char *name) {
+    const vrn_type_definition_t *type = vrn_schema_find_type(schema, name);
+    return type ? type->size : 0;
+}
+
+bool vrn_schema_resolve_type_fields(const vrn_schema_t *schema, vrn_type_definition_t *type) {
+    for (std::uint16_t i = 0; i < type->num_fields; ++i) {
+        vrn_type_field_definition_t *field = type->fields[i];
+        field->type = vrn_schema_find_type(schema, field->type_name);
+        if (field->type) continue;
+        VRN_LOG(VRN_LOG_ERROR, "Definition of type %s not found within the schema %s",
+                field->type_name, vrn_schema_provider_text(schema));
+        return false;
+    }
+    return true;
+}
+
+bool vrn_schema_add_builtin_types(vrn_schema_t *schema) {
+    for (std::uint32_t id = 1; const char *name = vrn_builtin_type_name(id); ++id) {
+        if (schema->num_types == VRN_MAX_TYPES) break;
+        vrn_type_definition_ptr type(vrn_type_definition_create(name));
+        if (!type) return false;
+        type->builtin_id = id;
+        type->size = vrn_builtin_type_size(id);
+        vrn_schema_append_type(schema, std::move(type));
+    }
+    return true;
+}

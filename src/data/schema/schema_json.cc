@@ -1,0 +1,155 @@
+#include "data/schema/schema_json.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "data/json_template.h"
+#include "data/json_write.h"
+#include "data/schema/type_json.h"
+#include "data/schema/type_layout.h"
+#include "data/version.h"
+#include "utils/log.h"
+
+namespace {
+
+constexpr char schema_template[] =
+    R"({"vrn_version" : "", "provider_name" : "", "provider_version" : "", "types" : []})";
+
+bool write_types(JSON_Array *types, const vrn_schema_t &schema) {
+    for (std::size_t i = 0; i < schema.num_types; ++i) {
+        vrn_json_value_ptr type(vrn_type_definition_to_json(schema.types[i]));
+        if (!type) return false;
+        if (json_object_set_number(json_value_get_object(type.get()), "type_index",
+                                   static_cast<double>(i)) != JSONSuccess)
+            return false;
+        if (!vrn_json_append(types, std::move(type))) return false;
+    }
+    return true;
+}
+
+// The order of the calls is the order of the keys, and so part of the schema's id.
+bool write_schema(JSON_Object *object, const vrn_schema_t &schema) {
+    const auto set_text = [object](const char *key, const char *text) {
+        return json_object_set_string(object, key, text) == JSONSuccess;
+    };
+    if (!set_text("title", "Varnel schema") || !set_text("vrn_version", VRN_SCHEMA_VERSION_TEXT) ||
+        !set_text("provider_name", schema.provider_name) ||
+        !set_text("provider_version", vrn_version_format(schema.provider_version)))
+        return false;
+    JSON_Array *types = vrn_json_add_array(object, "types");
+    return types && write_types(types, schema);
+}
+
+// Whether the document is of this kind and of a version that can be read.
+bool can_read(const JSON_Value *value) {
+    const vrn_json_value_ptr expected = vrn_json_template_parse(schema_template);
+    if (!expected) return false;
+    if (json_validate(expected.get(), value) != JSONSuccess) {
+        VRN_LOG(VRN_LOG_INFO, "Not an event schema");
+        return false;
+    }
+    const char *version = json_object_get_string(json_value_get_object(value), "vrn_version");
+    if (!vrn_version_text_is_compatible(version, VRN_SCHEMA_VERSION_TEXT)) {
+        VRN_LOG(VRN_LOG_ERROR, "Schema version %s is incompatible with current version %s", version,
+                VRN_SCHEMA_VERSION_TEXT);
+        return false;
+    }
+    return true;
+}
+
+// Places all types that are not dropped. A caller without `out_parsed` can't tell a dropped type
+// from a bad one, so that one fails it as well.
+bool read_types(const JSON_Array *types, const vrn_provider_field_set_t *field_set,
+                const bool *out_parsed, vrn_schema_t *schema) {
+    for (std::size_t i = 0; i < json_array_get_count(types); ++i) {
+        const int number = static_cast<int>(i);
+        const JSON_Value *element = json_array_get_value(types, i);
+        if (!element) {
+            VRN_LOG(VRN_LOG_ERROR, "Failed to get type #%d from JSON array", number);
+            return false;
+        }
+        bool dropped = false;
+        vrn_type_definition_ptr type(vrn_type_definition_from_json(element, field_set, &dropped));
+        if (!type && dropped && out_parsed) continue;
+        if (!type) {
+            VRN_LOG(VRN_LOG_ERROR, "Failed to deserialize type #%d from JSON array", number);
+            return false;
+        }
+        if (!vrn_schema_append_type(schema, std::move(type))) {
+            VRN_LOG(VRN_LOG_ERROR, "Schema '%s' has more than %zu types", schema->provider_name,
+                    VRN_MAX_TYPES);
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+JSON_Value *vrn_schema_to_json(const vrn_schema_t *schema) {
+    if (schema->num_types == 0) return nullptr;
+    vrn_json_value_ptr value(json_value_init_object());
+    if (!value || !write_schema(json_value_get_object(value.get()), *schema)) return nullptr;
+    return value.release();  // to the caller
+}
+
+char *vrn_schema_type_to_string(const vrn_schema_t *schema, const char *type_name, bool pretty) {
+    const vrn_type_definition_t *type = vrn_schema_find_type(schema, type_name);
+    if (!type) return nullptr;
+    const vrn_json_value_ptr value(vrn_type_definition_to_json(type));
+    if (!value) return nullptr;
+    return pretty ? json_serialize_to_string_pretty(value.get())
+                  : json_serialize_to_string(value.get());
+}
+
+vrn_schema_t *vrn_schema_from_json(const JSON_Value *value,
+                                   const vrn_provider_field_set_t *field_set, bool *out_parsed) {
+    if (out_parsed) *out_parsed = false;
+    if (!can_read(value)) return nullptr;
+    const JSON_Object *object = json_value_get_object(value);
+    const char *provider = json_object_get_string(object, "provider_name");
+    vrn_schema_ptr schema(vrn_schema_create(
+        provider, vrn_version_parse(json_object_get_string(object, "provider_version"))));
+    if (!schema) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to initialize '%s' schema: %s", provider,
+                std::strerror(errno));
+        return nullptr;
+    }
+    const JSON_Array *types = json_object_get_array(object, "types");
+    if (!read_types(types, field_set, out_parsed, schema.get())) return nullptr;
+    if (out_parsed) *out_parsed = true;
+    if (field_set && schema->num_types == 0) {
+        VRN_LOG(VRN_LOG_DEBUG, "No types found in the schema after filtering by field set");
+        return nullptr;
+    }
+    return schema.release();  // to the caller
+}
+
+vrn_schema_t *vrn_schema_from_json(const JSON_Value *value) {
+    return vrn_schema_from_json(value, nullptr, nullptr);
+}
+
+vrn_schema_t *vrn_schema_load_from_file(const char *path, const vrn_schema_t *parent) {
+    const vrn_json_value_ptr value(json_parse_file(path));
+    if (!value) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed reading schema JSON from file '%s'", path);
+        return nullptr;
+    }
+    vrn_schema_ptr schema(vrn_schema_from_json(value.get()));
+    if (!schema) return nullptr;
+    schema->parent = parent;
+    if (!vrn_schema_link_types(schema.get())) return nullptr;
+    vrn_schema_refresh_digest(schema.get());
+    return schema.release();  // to the caller
+}
+
+bool vrn_schema_compute_digest(const vrn_schema_t *schema, vrn_schema_id_t *digest) {
+    const vrn_json_value_ptr value(vrn_schema_to_json(schema));
+    return value && vrn_md5_of_json(digest, value.get());
+}
+
+void vrn_schema_refresh_digest(vrn_schema_t *schema) {
+    vrn_schema_compute_digest(schema, &schema->md5_digest);
+    vrn_schema_id_format(&schema->md5_digest, schema->md5_digest_hex);
+}

@@ -1,0 +1,66 @@
+#include "data/schema/type_definition.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// A null text has nothing to copy, which is no failure.
+bool copy_text(const char *from, char **to) {
+    if (!from) return true;
+    *to = strdup(from);
+    return *to != nullptr;
+}
+
+template <typename T>
+T *allocate(std::size_t count) {
+    // One place at least, so that null means out of memory for an empty array as well.
+    return static_cast<T *>(std::calloc(count > 0 ? count : 1, sizeof(T)));
+}
+
+}  // namespace
+
+vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_info_t *info) {
+    vrn_field_definition_ptr field(allocate<vrn_type_field_definition_t>(1));
+    if (!field) return nullptr;
+    if (!copy_text(info->name, &field->field_name) ||
+        !copy_text(info->description, &field->description) ||
+        !copy_text(info->type_name, &field->type_name))
+        return nullptr;
+    field->counting_mode = info->counting_mode;
+    field->array_length = info->array_length;
+    return field.release();  // to the caller
+}
+
+void vrn_field_definition_destroy(vrn_type_field_definition_t *field) {
+    if (!field) return;
+    std::free(field->field_name);
+    std::free(field->description);
+    std::free(field->type_name);
+    std::free(field);
+}
+
+vrn_type_definition_t *vrn_type_definition_create(const char *name) {
+    vrn_type_definition_ptr type(allocate<vrn_type_definition_t>(1));
+    if (!type || !copy_text(name, &type->name)) return nullptr;
+    return type.release();  // to the caller
+}
+
+bool vrn_type_definition_reserve(vrn_type_definition_t *type, std::uint16_t max_fields) {
+    type->fields = allocate<vrn_type_field_definition_t *>(max_fields);
+    return type->fields != nullptr;
+}
+
+vrn_type_field_definition_t *vrn_type_definition_append(vrn_type_definition_t *type,
+                                                        vrn_field_definition_ptr field) {
+    return type->fields[type->num_fields++] = field.release();  // to the type
+}
+
+void vrn_type_definition_destroy(vrn_type_definition_t *type) {
+    if (!type) return;
+    for (std::uint16_t i = 0; i < type->num_fields; ++i)
+        vrn_field_definition_destroy(type->fields[i]);
+    std::free(type->fields);
+    std::free(type->name);
+    std::free(type);
+}

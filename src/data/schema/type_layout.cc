@@ -1,0 +1,135 @@
+#include "data/schema/type_layout.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <limits>
+#include <optional>
+#include <unordered_map>
+
+#include "utils/log.h"
+
+namespace {
+
+std::uint64_t saturating_add(std::uint64_t a, std::uint64_t b) {
+    return a > std::numeric_limits<std::uint64_t>::max() - b
+               ? std::numeric_limits<std::uint64_t>::max()
+               : a + b;
+}
+
+std::uint64_t saturating_multiply(std::uint64_t a, std::uint64_t b) {
+    return b != 0 && a > std::numeric_limits<std::uint64_t>::max() / b
+               ? std::numeric_limits<std::uint64_t>::max()
+               : a * b;
+}
+
+// Bytes from one element to the next. Arrays of characters are read as one text, whatever the
+// document says about the size of an element.
+std::uint64_t element_stride(const vrn_type_field_definition_t &field) {
+    const std::uint32_t id = field.type->builtin_id;
+    return id == VRN_BUILTIN_CHAR || id == VRN_BUILTIN_UCHAR ? 1 : field.type_size;
+}
+
+// All of it is compared with what remains: offsets and sizes of a document may be near 2^64.
+bool field_fits(const vrn_type_field_definition_t &field, std::uint64_t record_size) {
+    if (field.offset > record_size) return false;
+    if (field.array_length == 0) return true;
+    const std::uint64_t room = record_size - field.offset;
+    if (field.type->size > room) return false;
+    const std::uint64_t stride = element_stride(field);
+    return stride == 0 || field.array_length - 1U <= (room - field.type->size) / stride;
+}
+
+// What decoding one record of a type takes.
+struct Cost {
+    std::uint32_t depth;   // of composite types, this one included; 0 for a built-in type
+    std::uint64_t values;  // characters of a text count one each
+};
+
+// Measures each type once, so that all of a schema takes time linear in its fields.
+class LayoutCheck {
+  public:
+    explicit LayoutCheck(const char *provider) : provider_(provider) {}
+
+    // False after an error line, or without one for an unbound field, which was logged before.
+    bool passes(const vrn_type_definition_t &type) { return measure(type).has_value(); }
+
+  private:
+    std::optional<Cost> measure(const vrn_type_definition_t &type) {
+        if (type.builtin_id != VRN_BUILTIN_NONE) return Cost{0, 1};
+        const auto [entry, is_new] = measured_.try_emplace(&type, std::nullopt);
+        std::optional<Cost> &cost = entry->second;  // stays valid while the map grows
+        if (is_new) return cost = measure_fields(type);
+        if (!cost)  // met again while its own fields are measured
+            VRN_LOG(VRN_LOG_ERROR, "Type '%s' of schema '%s' contains itself", type.name,
+                    provider_);
+        return cost;
+    }
+
+    std::optional<Cost> measure_fields(const vrn_type_definition_t &type) {
+        Cost total{1, 0};
+        for (std::uint16_t i = 0; i < type.num_fields; ++i) {
+            const vrn_type_field_definition_t &field = *type.fields[i];
+            if (!field.type) return std::nullopt;
+            const std::optional<Cost> element = measure(*field.type);
+            if (!element || !fits(field, type)) return std::nullopt;
+            total.depth = std::max(total.depth, element->depth + 1);
+            total.values = saturating_add(total.values,
+                                          saturating_multiply(field.array_length, element->values));
+        }
+        return within_limits(type, total) ? std::optional(total) : std::nullopt;
+    }
+
+    bool fits(const vrn_type_field_definition_t &field, const vrn_type_definition_t &type) const {
+        if (field_fits(field, type.size)) return true;
+        VRN_LOG(VRN_LOG_ERROR,
+                "Field '%s.%s' of schema '%s' does not lie within the %" PRIu64
+                " bytes of its type",
+                type.name, field.field_name, provider_, type.size);
+        return false;
+    }
+
+    bool within_limits(const vrn_type_definition_t &type, const Cost &total) const {
+        if (total.depth > VRN_MAX_TYPE_DEPTH) {
+            VRN_LOG(VRN_LOG_ERROR, "Type '%s' of schema '%s' is nested deeper than %u levels",
+                    type.name, provider_, VRN_MAX_TYPE_DEPTH);
+            return false;
+        }
+        const std::uint64_t max_values = saturating_add(VRN_MAX_SPARE_VALUES, type.size);
+        if (total.values > max_values) {
+            VRN_LOG(VRN_LOG_ERROR,
+                    "Type '%s' of schema '%s' expands to more than %" PRIu64 " values", type.name,
+                    provider_, max_values);
+            return false;
+        }
+        return true;
+    }
+
+    const char *provider_;
+    // No cost: being measured.
+    std::unordered_map<const vrn_type_definition_t *, std::optional<Cost>> measured_;
+};
+
+std::size_t resolve_leading_types(vrn_schema_t *schema) {
+    std::size_t i = 0;
+    while (i < schema->num_types && vrn_schema_resolve_type_fields(schema, schema->types[i])) ++i;
+    return i;
+}
+
+std::size_t check_leading_types(const vrn_schema_t *schema, std::size_t count) {
+    LayoutCheck check(vrn_schema_provider_text(schema));
+    std::size_t i = 0;
+    while (i < count && check.passes(*schema->types[i])) ++i;
+    return i;
+}
+
+void unbind_fields(const vrn_type_definition_t *type) {
+    for (std::uint16_t i = 0; i < type->num_fields; ++i) type->fields[i]->type = nullptr;
+}
+
+}  // namespace
+
+bool vrn_schema_link_types(vrn_schema_t *schema) {
+    const std::size_t usable = check_leading_types(schema, resolve_leading_types(schema));
+    for (std::size_t i = usable; i < schema->num_types; ++i) unbind_fields(schema->types[i]);
+    return usable == schema->num_types;
+}
