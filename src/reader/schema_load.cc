@@ -5,6 +5,7 @@
 
 #include "data/schema/provider_counter_set.h"
 #include "data/schema/provider_field_set.h"
+#include "data/schema/type_system_load.h"
 #include "utils/log.h"
 #include "utils/string_template.h"
 

@@ -73,14 +73,10 @@ vrn_counters_schema_ptr make_counters_schema(const ProcSample &sample) {
     vrn_counters_schema_ptr schema(vrn_counters_schema_create());
     std::vector<Counter> counters = list_counters(sample);
     std::vector<vrn_counter_info_t> infos;
-    std::vector<const vrn_counter_info_t *> pointers;
-    infos.reserve(counters.size());
-    for (Counter &counter : counters) {
+    for (Counter &counter : counters)
         infos.push_back(to_counter_info(counter, static_cast<std::uint32_t>(infos.size())));
-        pointers.push_back(&infos.back());
-    }
     if (!schema ||
-        !vrn_counters_schema_add_counters(schema.get(), pointers.data(), pointers.size(), "system"))
+        !vrn_counters_schema_add_counters(schema.get(), infos.data(), infos.size(), "system"))
         throw std::runtime_error("cannot build the counters schema");
     vrn_counters_schema_update_counter_offsets(schema.get());
     return schema;

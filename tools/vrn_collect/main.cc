@@ -9,7 +9,8 @@
 #include <stdexcept>
 #include <thread>
 
-#include "data/schema/schema.h"
+#include "data/block.h"
+#include "data/schema/schema_json.h"
 #include "data/schema/type_system.h"
 #include "utils/log.h"
 #include "vrn_collect/collect_options.h"
