@@ -32,7 +32,7 @@ void print_rule(std::FILE *stream) {
 // Makes room for one more counter; false after an error line.
 bool grow(vrn_counter_group_t *group) {
     const std::size_t count = static_cast<std::size_t>(group->num_counters) + 1;
-    void *larger = std::realloc(group->counters, count * sizeof *group->counters);
+    void *larger = std::realloc(group->counters, count * sizeof(void *));
     if (!larger) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to allocate array of %d counter pointers",
                 static_cast<int>(count));

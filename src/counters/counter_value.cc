@@ -12,12 +12,18 @@ namespace {
 
 // `text` or, when that could not be made, `number`.
 vrn_counter_value_t text_or_number(char *text, double number) {
-    return {.number = number, .text = text, .owned = vrn::CString(text)};
+    vrn_counter_value_t value = {.number = number};
+    value.owned.reset(text);
+    value.text = text;
+    return value;
 }
 
 // `text` or, when that could not be made, the empty text.
 vrn_counter_value_t text_or_empty(char *text) {
-    return {.text = text ? text : "", .owned = vrn::CString(text)};
+    vrn_counter_value_t value;
+    value.owned.reset(text);
+    value.text = text ? text : "";
+    return value;
 }
 
 vrn_counter_value_t int64_value(std::int64_t value, std::uint32_t format) {

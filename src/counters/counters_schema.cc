@@ -70,7 +70,7 @@ void vrn_counters_schema_destroy(vrn_counters_schema_t *schema) {
 
 bool vrn_counters_schema_add_group(vrn_counters_schema_t *schema, vrn_counter_group_t *group) {
     const std::size_t count = static_cast<std::size_t>(schema->num_groups) + 1;
-    void *larger = std::realloc(schema->groups, count * sizeof *schema->groups);
+    void *larger = std::realloc(schema->groups, count * sizeof(void *));
     if (!larger) {
         VRN_LOG(VRN_LOG_ERROR, "Failed allocating memory for %d's group: %s",
                 static_cast<int>(count), std::strerror(errno));

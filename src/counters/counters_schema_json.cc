@@ -170,8 +170,7 @@ bool read_counters(vrn_counter_group_t *group, const JSON_Array *array,
                    const vrn_provider_counter_set_t *counter_set) {
     const std::size_t count = json_array_get_count(array);
     if (count == 0) return true;
-    group->counters =
-        static_cast<vrn_counter_info_t **>(std::calloc(count, sizeof *group->counters));
+    group->counters = static_cast<vrn_counter_info_t **>(std::calloc(count, sizeof(void *)));
     if (!group->counters) return false;
     for (std::size_t i = 0; i < count; ++i) {
         vrn_counter_info_ptr counter = counter_from_json(json_array_get_value(array, i));
@@ -325,7 +324,7 @@ vrn_counters_schema_t *vrn_counters_schema_from_json(
     }
     // One place more, as an empty allocation may be null.
     schema->groups = static_cast<vrn_counter_group_t **>(
-        std::calloc(json_array_get_count(groups) + 1, sizeof *schema->groups));
+        std::calloc(json_array_get_count(groups) + 1, sizeof(void *)));
     if (!schema->groups) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to allocate counter groups array: %s", std::strerror(errno));
         return nullptr;
