@@ -48,11 +48,6 @@ bool append_copy(vrn_string_array_t **array, std::string_view text) {
     return reserve(array, (*array ? (*array)->count : 0) + 1) && push_copy(*array, text);
 }
 
-std::span<char *const> strings_of(const vrn_string_array_t *array) {
-    if (!array) return {};
-    return {array->strings, array->count};
-}
-
 struct FileLine {
     char *text = nullptr;
     std::size_t capacity = 0;
@@ -67,8 +62,13 @@ vrn_string_array_t *vrn_string_array_create() {
 }
 
 void vrn_string_array_free(vrn_string_array_t *array) {
-    for (char *text : strings_of(array)) std::free(text);
+    for (char *text : vrn_string_array_items(array)) std::free(text);
     std::free(array);
+}
+
+std::span<char *const> vrn_string_array_items(const vrn_string_array_t *array) {
+    if (!array) return {};
+    return {array->strings, array->count};
 }
 
 bool vrn_string_array_append(vrn_string_array_t **array, const char *text) {
@@ -76,7 +76,7 @@ bool vrn_string_array_append(vrn_string_array_t **array, const char *text) {
 }
 
 bool vrn_string_array_extend(vrn_string_array_t **array, const vrn_string_array_t *other) {
-    const auto added = strings_of(other);
+    const auto added = vrn_string_array_items(other);
     if (!reserve(array, (*array ? (*array)->count : 0) + added.size())) return false;
     for (const char *text : added) {
         if (push_copy(*array, text)) continue;
@@ -88,14 +88,15 @@ bool vrn_string_array_extend(vrn_string_array_t **array, const vrn_string_array_
 }
 
 bool vrn_string_array_contains(const vrn_string_array_t *array, const char *text) {
-    return std::ranges::any_of(strings_of(array),
+    return std::ranges::any_of(vrn_string_array_items(array),
                                [text](const char *item) { return std::strcmp(item, text) == 0; });
 }
 
 void vrn_string_array_print(std::uint32_t level, const vrn_string_array_t *array,
                             const char *name) {
     std::size_t index = 0;
-    for (const char *text : strings_of(array)) VRN_LOG(level, "%s[%zu] = %s", name, index++, text);
+    for (const char *text : vrn_string_array_items(array))
+        VRN_LOG(level, "%s[%zu] = %s", name, index++, text);
 }
 
 vrn_string_array_t *vrn_string_array_from_csv(const char *text, std::size_t length) {
@@ -126,7 +127,7 @@ bool vrn_string_array_remove_duplicates(vrn_string_array_t **array, bool sorted)
     }
     char **strings = (*array)->strings;
     std::size_t kept = 1;
-    for (char *text : strings_of(*array).subspan(1)) {
+    for (char *text : vrn_string_array_items(*array).subspan(1)) {
         if (std::strcmp(text, strings[kept - 1]) == 0)
             std::free(text);
         else

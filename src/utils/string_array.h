@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "utils/c_ptr.h"
 
@@ -16,11 +17,15 @@ vrn_string_array_t *vrn_string_array_create();          // empty; null: out of m
 void vrn_string_array_free(vrn_string_array_t *array);  // accepts null
 using vrn_string_array_ptr = vrn::CPtr<vrn_string_array_t, vrn_string_array_free>;
 
+// The strings, to walk over; none for a null array. Growing the array ends the view.
+std::span<char *const> vrn_string_array_items(const vrn_string_array_t *array);
+
 // Appends a copy of `text`. A null array is created. False for a null text or out of memory.
 bool vrn_string_array_append(vrn_string_array_t **array, const char *text);
 
-// Appends copies of all strings of `other`. False without enough room, the array then untouched; a
-// string that can't be copied frees the whole array, and the caller's pointer is no longer valid.
+// Appends copies of all strings of `other`, another array. False without enough room, the array
+// then untouched; a string that can't be copied frees the whole array, and the caller's pointer is
+// null.
 bool vrn_string_array_extend(vrn_string_array_t **array, const vrn_string_array_t *other);
 
 bool vrn_string_array_contains(const vrn_string_array_t *array, const char *text);
