@@ -1,0 +1,37 @@
+// Pages in POSIX shared memory, which other processes may write, shrink or unlink at any moment.
+//
+// What such a process does must not harm this one, so three rules hold:
+// - The size of a mapping, the name of its object and whether this process created it are kept
+//   privately per mapping. The header's copies of them decide nothing.
+// - No mapping is made over more bytes than its object has.
+// - A process that reads a page another one writes takes vrn_data_page_snapshot and works on that:
+//   the kernel does the copying, so a part that the object lost since fails the copy instead of
+//   raising a signal, and the header's sizes are checked against the mapping once, on the copy.
+// A mapping lasts until vrn_data_page_free, also when its creator ends or unlinks the object. Who
+// fills a page through its address, as producers do, trusts its peers not to shrink the object.
+#pragma once
+
+#include <cstdint>
+
+#include "data/data_page.h"
+
+// Forms the object's name from `memory`, stores it there, and maps it as vrn_allocate_shared_mem
+// does. 0, or -1 after a line.
+int vrn_allocate_shared_page(vrn_page_memory_t *memory, std::uint64_t size, vrn_data_page_t **page,
+                             std::int32_t *creator_pid);
+
+// Maps `size` bytes of the object `name`; `page` ends with vrn_data_page_free. An object that
+// exists is taken as it is, and `creator_pid` is -1; one of fewer than `size` bytes is refused.
+// Otherwise it is created, zeroed and open to all users, and `creator_pid` is this process.
+// 0, or -1 after a line with a null page.
+int vrn_allocate_shared_mem(const char *name, std::uint64_t size, vrn_data_page_t **page,
+                            std::int32_t *creator_pid);
+
+// True when `page` is a mapping made here. Reads nothing of the page.
+bool vrn_data_page_is_shared(const vrn_data_page_t *page);
+
+// A private regular page with the bytes that shared `page` holds at present: `page_size` is within
+// the mapping and `filled_bytes` between the header's size and `page_size`. Ends with
+// vrn_data_page_free. Null after one line when the header or the object does not allow it, and
+// when `page` is not shared.
+[[nodiscard]] vrn_data_page_t *vrn_data_page_snapshot(const vrn_data_page_t *page);
