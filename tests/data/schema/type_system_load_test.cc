@@ -1,0 +1,163 @@
+#include "data/schema/type_system_load.h"
+
+#include <gtest/gtest.h>
+
+#include "data/schema/schema_text.h"
+#include "support/captured_log.h"
+#include "support/temp_dir.h"
+
+namespace vrn::test {
+namespace {
+
+using Log = std::vector<std::string>;
+
+class TypeSystemLoad : public testing::Test {
+  protected:
+    vrn_schema_t *load(const std::string &text, bool *parsed) {
+        return vrn_type_system_load_schema_file(ts_.get(), dir_.write("s.json", text).c_str(),
+                                                nullptr, parsed);
+    }
+    std::uint32_t merge(const std::string &text) {
+        return vrn_type_system_add_schema_from_json_string(ts_.get(), text.c_str(), &index_);
+    }
+    void fill() {
+        while (ts_->num_schemas < VRN_MAX_SCHEMAS)
+            ASSERT_NE(vrn_type_system_add_new_schema(ts_.get(), "p", 0, nullptr), nullptr);
+    }
+
+    const TempDir dir_;
+    vrn_type_system_ptr ts_{vrn_type_system_create()};
+    std::uint8_t index_ = 99;
+    CapturedLog log_;
+};
+
+TEST_F(TypeSystemLoad, AppendsALinkedSchemaWithoutDigest) {
+    bool parsed = false;
+    const vrn_schema_t *schema = load(schema_text({int_type_text("t")}), &parsed);
+    ASSERT_NE(schema, nullptr);
+    EXPECT_TRUE(parsed);
+    EXPECT_EQ(ts_->num_schemas, 1);
+    EXPECT_EQ(ts_->schemas[0], schema);
+    EXPECT_EQ(schema->parent, ts_->builtin_schema);
+    EXPECT_NE(schema->types[0]->fields[0]->type, nullptr);
+    EXPECT_TRUE(vrn_schema_id_is_zero(&schema->md5_digest));
+    EXPECT_EQ(log_.take(), Log{});
+}
+
+TEST_F(TypeSystemLoad, RefusesBadFiles) {
+    const std::string path = dir_.file("s.json");
+    const std::string unknown =
+        schema_text({type_text("t", "4", {field_text("a", "x", "0", "4")})});
+    struct Case {
+        const char *name;
+        std::string text;
+        Log log;
+    };
+    const Case cases[] = {
+        {"no JSON", "{", {"3 Failed reading schema JSON from file '" + path + "'"}},
+        {"counters schema", counters_text, {"6 Not an event schema"}},
+        {"unknown field type",
+         unknown,
+         {"3 Definition of type x not found within the schema p",
+          "3 Failed to adjust type fields within schema p"}},
+        {"recursive type",
+         schema_text({type_text("t", "4", {field_text("a", "t", "0", "4")})}),
+         {"3 Type 't' of schema 'p' contains itself",
+          "3 Failed to adjust type fields within schema p"}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        bool parsed = true;
+        EXPECT_EQ(load(c.text, &parsed), nullptr);
+        EXPECT_FALSE(parsed);
+        EXPECT_EQ(ts_->num_schemas, 0);
+        EXPECT_EQ(log_.take(), c.log);
+    }
+}
+
+TEST_F(TypeSystemLoad, DropsEmptyTypesOnlyForThoseWhoAsk) {
+    const std::string text = schema_text({type_text("empty", "4", {})});
+    const std::string path = dir_.write("s.json", text);
+    EXPECT_EQ(vrn_type_system_load_schema_file_all(ts_.get(), path.c_str()), nullptr);
+    EXPECT_EQ(log_.take(), Log{"3 Failed to deserialize type #0 from JSON array"});
+    bool parsed = false;
+    EXPECT_NE(load(text, &parsed), nullptr);
+    EXPECT_TRUE(parsed);
+}
+
+TEST_F(TypeSystemLoad, RefusesTheSchemaBehindTheLast) {
+    fill();
+    bool parsed = true;
+    EXPECT_EQ(load(schema_text({int_type_text("t")}), &parsed), nullptr);
+    EXPECT_TRUE(parsed);
+    EXPECT_EQ(ts_->num_schemas, 255);
+    EXPECT_EQ(log_.take(), Log{"3 Failed to load schema: schema limit exceeded '255'"});
+    EXPECT_EQ(merge(schema_text({int_type_text("t")})), VRN_TYPE_SYSTEM_FAILED);
+    EXPECT_EQ(index_, 99);
+    EXPECT_EQ(log_.take(), Log{});
+}
+
+TEST_F(TypeSystemLoad, MergesATextOnce) {
+    const std::string text = schema_text({int_type_text("t")});
+    struct Case {
+        std::string text;
+        int index;
+        int num_schemas;
+        std::string last_log;
+    };
+    const Case cases[] = {
+        {text, 0, 1, "7 FOUND EVENTS SCHEMA"},
+        {text + " ", 1, 2, "7 FOUND EVENTS SCHEMA"},
+        {text, 0, 2, "7 Schema already exists"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.index);
+        CapturedLog log(7);
+        EXPECT_EQ(merge(c.text), 0U);
+        EXPECT_EQ(index_, c.index);
+        EXPECT_EQ(ts_->num_schemas, c.num_schemas);
+        EXPECT_EQ(log.take().back(), c.last_log);
+    }
+    vrn_schema_id_t digest;
+    ASSERT_TRUE(vrn_md5_of_string(text.c_str(), &digest));
+    EXPECT_EQ(vrn_schema_id_compare(&ts_->schemas[0]->md5_digest, &digest), 0);
+    EXPECT_STREQ(ts_->schemas[0]->md5_digest_hex, CString(vrn_schema_id_to_hex(&digest)).get());
+    EXPECT_NE(ts_->schemas[0]->types[0]->fields[0]->type, nullptr);
+}
+
+TEST_F(TypeSystemLoad, MergesCountersSchemasOverTheOldOne) {
+    const std::string both =
+        R"({"version":"1.5.0","counter_groups":[],)" + schema_text({int_type_text("t")}).substr(1);
+    for (const std::string &text : {std::string(counters_text), both}) {
+        SCOPED_TRACE(text);
+        CapturedLog log(7);
+        ts_->counters_schema->size = 77;
+        index_ = 99;
+        EXPECT_EQ(merge(text), 0U);
+        EXPECT_EQ(index_, 255);
+        EXPECT_EQ(ts_->counters_schema->size, 0U);
+        EXPECT_EQ(ts_->num_schemas, 0);
+        EXPECT_EQ(log.take().back(), "7 FOUND COUNTERS SCHEMA");
+    }
+}
+
+TEST_F(TypeSystemLoad, KeepsMergedSchemasThatCannotBeLinkedUnbound) {
+    EXPECT_EQ(merge(schema_text({type_text("t", "4", {field_text("a", "t", "0", "4")})})), 0U);
+    EXPECT_EQ(index_, 0);
+    ASSERT_EQ(ts_->num_schemas, 1);
+    EXPECT_EQ(ts_->schemas[0]->types[0]->fields[0]->type, nullptr);
+    EXPECT_EQ(log_.take().back(), "3 Type 't' of schema 'p' contains itself");
+}
+
+TEST_F(TypeSystemLoad, RefusesTextsOfNeitherKind) {
+    EXPECT_EQ(merge("nonsense"), VRN_TYPE_SYSTEM_FAILED);
+    EXPECT_EQ(log_.take(), Log{"3 Failed to read schemas as JSON"});
+    EXPECT_EQ(merge("{}"), VRN_TYPE_SYSTEM_FAILED);
+    const Log log = log_.take();
+    EXPECT_EQ(log.front(), "6 Not an event schema");
+    EXPECT_EQ(log.back(), "3 Failed to convert schema from JSON to internal memory representation");
+    EXPECT_EQ(index_, 99);
+}
+
+}  // namespace
+}  // namespace vrn::test
