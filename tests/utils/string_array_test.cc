@@ -3,25 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "support/captured_log.h"
+#include "support/string_lists.h"
 #include "support/temp_dir.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
-
-Lines items(const vrn_string_array_t *array) {
-    return {array->strings, array->strings + array->count};
-}
-
-vrn_string_array_ptr make_array(const Lines &texts) {
-    vrn_string_array_t *array = nullptr;
-    for (const std::string &text : texts) vrn_string_array_append(&array, text.c_str());
-    return vrn_string_array_ptr(array);
-}
 
 TEST(StringArray, AppendCreatesAndGrows) {
     vrn_string_array_t *raw = nullptr;

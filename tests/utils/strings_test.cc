@@ -6,13 +6,12 @@
 #include <vector>
 
 #include "support/captured_log.h"
+#include "support/string_lists.h"
 #include "utils/c_ptr.h"
 #include "utils/name_table.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 TEST(Strings, MissingTextIsTrue) {
     for (const char *text : std::initializer_list<const char *>{nullptr, "1", "True", "true"})

@@ -1,0 +1,128 @@
+#include "data/schema/token_filter.h"
+
+#include <gtest/gtest.h>
+
+#include "support/captured_log.h"
+#include "support/string_lists.h"
+
+namespace vrn::test {
+namespace {
+
+struct TokenLists {
+    vrn_filter_token_t inclusive[VRN_FILTER_MAX_TOKENS];
+    vrn_filter_token_t exclusive[VRN_FILTER_MAX_TOKENS];
+    std::size_t inclusive_count = 99;
+    std::size_t exclusive_count = 99;
+
+    explicit TokenLists(const char *text) {
+        vrn_filter_parse(text, inclusive, &inclusive_count, exclusive, &exclusive_count);
+    }
+    bool have_match(const char *text) const {
+        return vrn_filter_have_match(inclusive, inclusive_count, exclusive, exclusive_count, text);
+    }
+    // As "+a +b -c".
+    std::string text() const {
+        std::string all;
+        for (std::size_t i = 0; i < inclusive_count; ++i) all += std::string("+") + inclusive[i];
+        for (std::size_t i = 0; i < exclusive_count; ++i) all += std::string("-") + exclusive[i];
+        return all;
+    }
+};
+
+TEST(TokenFilter, AnchorsHoldTheFirstOccurrence) {
+    const struct {
+        const char *token;
+        const char *text;
+        bool expected;
+    } cases[] = {
+        {"err", "PortErrCount", true},
+        {"^ab$", "AB", true},
+        {"^ab$", "abc", false},
+        {"^b", "ab", false},
+        {"^^^a", "ab", true},
+        {"b$", "ab", true},
+        {"abc$", "abcabc", false},
+        {"b$$", "ab", true},
+        {"a$b", "a", false},
+        {"a^", "a", false},
+        {"a$^", "a", false},
+        {"$", "ab", true},
+        {"$", "", true},
+        {"^$", "", true},
+        {"^$", "a", false},
+        {"^", "a", true},
+        {"", "a", true},
+        {"", "", true},
+        {"a", "", false},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(vrn_filter_token_match(c.text, c.token), c.expected) << c.token << " " << c.text;
+}
+
+TEST(TokenFilter, SignsSayWhereATokenGoes) {
+    const std::string longest(127, 'x');
+    std::string most = "+a";
+    for (int i = 1; i < 32; ++i) most += "+a";
+    const struct {
+        std::string text;
+        std::string expected;
+        Lines log;
+    } cases[] = {
+        {"", "", {}},
+        {"a+b-c", "+a+b-c", {}},
+        {"-x", "-x", {}},
+        {"--a++b+-", "+b-a", {}},
+        {"a-b+c", "+a+c-b", {}},
+        {longest + "-b", "+" + longest + "-b", {}},
+        {"a+" + longest + "x-b",
+         "+a",
+         {"3 Token of size 128 is too long to keep in the tokens array"}},
+        {most + "-b", most + "-b", {}},
+        {most + "+a-b", most, {"3 Cannot handle more than 32 tokens"}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.text);
+        CapturedLog log;
+        EXPECT_EQ(TokenLists(c.text.c_str()).text(), c.expected);
+        EXPECT_EQ(log.take(), c.log);
+    }
+    EXPECT_EQ(TokenLists(nullptr).text(), "");
+}
+
+TEST(TokenFilter, WantsAllInclusiveAndNoExclusiveToken) {
+    const struct {
+        const char *filter;
+        const char *text;
+        bool expected;
+    } cases[] = {
+        {"a+b-c", "xaybz", true}, {"a+b-c", "abc", false}, {"a+b-c", "a", false},
+        {"-x", "abc", true},      {"-x", "aXc", false},    {"", "", true},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(TokenLists(c.filter).have_match(c.text), c.expected) << c.filter << " " << c.text;
+    const TokenLists lists("");
+    EXPECT_FALSE(lists.have_match(nullptr));
+    EXPECT_FALSE(vrn_filter_have_match(nullptr, 0, lists.exclusive, 0, "a"));
+    EXPECT_FALSE(vrn_filter_have_match(lists.inclusive, 0, nullptr, 0, "a"));
+}
+
+TEST(TokenFilter, TellsEachTestAtDebugLevel) {
+    CapturedLog log(7);
+    EXPECT_FALSE(TokenLists("a+b+c-d").have_match("xa"));
+    EXPECT_FALSE(TokenLists("a-x").have_match("xa"));
+    EXPECT_EQ(log.take(),
+              (Lines{"7 [vrn_filter_have_match] exclusive token 'd' was not found in 'xa'",
+                     "7 [vrn_filter_have_match] inclusive token 'a' was found in 'xa'",
+                     "7 [vrn_filter_have_match] inclusive token 'b' was not found in 'xa'",
+                     "7 [vrn_filter_have_match] exclusive token 'x' was found in 'xa'"}));
+}
+
+TEST(TokenFilter, LowersInPlace) {
+    char text[] = "AbC-1";
+    vrn_filter_to_lower(text);
+    vrn_filter_to_lower(nullptr);
+    EXPECT_STREQ(text, "abc-1");
+}
+
+}  // namespace
+}  // namespace vrn::test
