@@ -34,10 +34,14 @@ bool is_page(Bytes rest) {
 
 // Bytes of the page at the start of `rest`, magics included; 0 when it is not there as a whole.
 std::size_t whole_page_size(Bytes rest) {
-    if (rest.size() < VRN_MAGIC_SIZE + VRN_COMPRESSED_PAGE_LEAD_SIZE) return 0;
-    const std::uint8_t *header = rest.data() + VRN_MAGIC_SIZE;
-    const vrn_compressed_page_header_t fixed = vrn_compressed_page_header_load(header);
-    const std::size_t end = VRN_MAGIC_SIZE + fixed.header_size + fixed.data_size;
+    std::uint8_t header_size = 0;
+    std::uint8_t encoding = 0;
+    std::uint32_t data_size = 0;
+    vrn::ByteReader reader(rest);
+    if (!reader.skip(VRN_MAGIC_SIZE) || !reader.read(&header_size) || !reader.read(&encoding) ||
+        !reader.read(&data_size))
+        return 0;
+    const std::size_t end = VRN_MAGIC_SIZE + header_size + data_size;
     const std::size_t size = end + sizeof end_magic;
     if (size > rest.size()) return 0;
     return std::memcmp(rest.data() + end, end_magic, sizeof end_magic) == 0 ? size : 0;
