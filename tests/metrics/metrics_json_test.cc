@@ -1,1 +1,238 @@
+#include "metrics/metrics_json.h"
+
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "metrics/metrics_parser.h"
+#include "support/captured_log.h"
+#include "support/stream_blocks.h"
+#include "utils/c_ptr.h"
+
+namespace vrn::test {
+namespace {
+
+using metrics::CntxBlockTables;
+using metrics::CntxBuilder;
+using metrics::CntxRecord;
+using metrics::LabelEncoding;
+using metrics::LabelMap;
+using metrics::MetricRecord;
+using metrics::VrnMetricsParser;
+using Lines = std::vector<std::string>;
+using JsonValue = CPtr<JSON_Value, json_value_free>;
+using JsonText = CPtr<char, json_free_serialized_string>;
+
+// Compact JSON; empty for null.
+std::string text_of(JSON_Value *value) {
+    const JsonValue owner(value);
+    const JsonText text(json_serialize_to_string(value));
+    return text ? text.get() : "";
+}
+
+std::string json_of(const std::string &block, bool microseconds = false) {
+    const ExactBytes bytes(block);
+    CntxBlockTables tables;
+    std::vector<MetricRecord> records;
+    VrnMetricsParser::parse_cntx_block(bytes, &tables.label_names, &tables.label_values,
+                                       &tables.metric_names, &records);
+    tables.constant_labels = VrnMetricsParser::parse_constant_labels(bytes);
+    return text_of(metrics_to_json(tables, records, microseconds));
+}
+
+// UTC, so that the times shown don't depend on the host.
+class MetricsJson : public testing::Test {
+  protected:
+    void SetUp() override { tzset(); }
+    void TearDown() override { tzset(); }
+
+  private:
+    ScopedEnv zone_{"TZ", "UTC0"};
+};
+
+CntxBuilder two_sets() {
+    CntxBuilder builder;
+    builder.add_label_set({"a"});
+    builder.add_metric("m");
+    builder.add_metric("n");
+    builder.label_by_id("v");
+    return builder;
+}
+
+CntxRecord record_of(std::uint64_t timestamp, std::uint8_t set, std::uint64_t value) {
+    return {.timestamp = timestamp,
+            .label_set_id = set,
+            .labels = {CntxBuilder::label_by_text("t" + std::to_string(value))},
+            .samples = {{0, value}}};
+}
+
+std::string json_of_records(const std::vector<CntxRecord> &records) {
+    CntxBuilder builder = two_sets();
+    for (const CntxRecord &record : records) builder.add_record(record);
+    return json_of(builder.build());
+}
+
+TEST_F(MetricsJson, ShowsTheLastRecordOnly) {
+    struct Case {
+        const char *name;
+        std::vector<CntxRecord> records;
+        const char *json;
+    };
+    const CntxRecord a = record_of(1500, 0, 1);
+    const CntxRecord b = record_of(2500, 0, 2);
+    const CntxRecord unknown = record_of(3500, 9, 3);
+    const Case cases[] = {
+        {"none", {}, "{}"},
+        {"one",
+         {a},
+         R"({"timestamp":1500,"@timestamp":"1970-01-01 00:00:00.001","labels":[{"a":"t1"}],"metrics":[{"m":1}]})"},
+        {"three",
+         {b, b, a},
+         R"({"timestamp":1500,"@timestamp":"1970-01-01 00:00:00.001","labels":[{"a":"t1"}],"metrics":[{"m":1}]})"},
+        {"unknown label set alone",
+         {unknown},
+         R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003","metrics":[{"m":3}]})"},
+        {"unknown label set last",
+         {b, a, unknown},
+         R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003","labels":[{"a":"t1"}],"metrics":[{"m":3}]})"},
+        {"unknown label set first",
+         {unknown, b, a},
+         R"({"timestamp":1500,"@timestamp":"1970-01-01 00:00:00.001","metrics":[{"m":1}],"labels":[{"a":"t1"}]})"},
+        {"unknown label sets around",
+         {unknown, b, unknown},
+         R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003","metrics":[{"m":3}],"labels":[{"a":"t2"}]})"},
+        {"no samples",
+         {a, {.timestamp = 0, .label_set_id = 9}},
+         R"({"timestamp":0,"@timestamp":"1970-01-01 00:00:00.000","labels":[{"a":"t1"}],"metrics":[]})"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        CapturedLog log;
+        EXPECT_EQ(json_of_records(c.records), c.json);
+        EXPECT_EQ(log.take(), Lines{});
+    }
+}
+
+TEST_F(MetricsJson, ShowsValuesAsUnsignedDoubles) {
+    CntxBuilder builder = two_sets();
+    builder.add_record({.timestamp = 1'700'000'000'123'456,
+                        .metric_type = 'G',
+                        .value_type = 2,
+                        .label_set_id = 9,
+                        .samples = {{1, 0x3ff0000000000000}, {1, ~0ull}, {0, (1ull << 53) + 1}}});
+    EXPECT_EQ(json_of(builder.build(), true),
+              R"({"timestamp":1700000000123456,"@timestamp":"2023-11-14 22:13:20.123456",)"
+              R"("metrics":[{"n":4.6071824188000174e+18},{"n":1.8446744073709552e+19},)"
+              R"({"m":9007199254740992}]})");
+}
+
+TEST_F(MetricsJson, RecordLabelsOverwriteConstants) {
+    CntxBuilder builder = two_sets();
+    builder.add_constant_label("a", "constant");
+    builder.add_record(
+        {.label_set_id = 0, .encoding = LabelEncoding::ids, .labels = {builder.label_by_id("v")}});
+    const std::string start = R"({"timestamp":0,"@timestamp":"1970-01-01 00:00:00.000","labels":)";
+    EXPECT_EQ(json_of(builder.build()), start + R"([{"a":"v"}],"metrics":[]})");
+    builder.clear_records();
+    builder.add_record({.label_set_id = 0});
+    EXPECT_EQ(json_of(builder.build()), start + R"([{"a":"constant"}],"metrics":[]})");
+}
+
+TEST_F(MetricsJson, LabelsKeepTheOrderOfTheirMap) {
+    LabelMap labels;
+    for (const char *name : {"z", "host", "a", "rack", "b"}) labels[name] = std::string(name) + "!";
+    std::string expected = "[";
+    for (const auto &[name, value] : labels)
+        expected += (expected.size() > 1 ? ",{\"" : "{\"") + name + "\":\"" + value + "\"}";
+    EXPECT_EQ(text_of(metrics::labels_to_json_array(labels)), expected + "]");
+    EXPECT_EQ(text_of(metrics::labels_to_json_array({})), "[]");
+}
+
+// Each fault fails the block in whichever record it stands, also in one that would not be seen.
+TEST_F(MetricsJson, NamesEachFault) {
+    struct Case {
+        const char *name;
+        CntxRecord record;
+        Lines lines;
+    };
+    const std::string failed = "3 failed to JSONify metrics: ";
+    const metrics::EncodedLabel no_value = {metrics::LabelKeyType::label_value_id, 5, ""};
+    const metrics::EncodedLabel text = CntxBuilder::label_by_text("t");
+    const Case cases[] = {
+        {"unknown metric", {.samples = {{2, 0}}}, {failed + "invalid metric id"}},
+        {"more labels than names", {.labels = {text, text}}, {failed + "label count mismatch"}},
+        {"unknown label value",
+         {.labels = {no_value}},
+         {"3 [vrn labels block] decode_label_value: invalid label id: 5 (max=0)",
+          "3 [vrn labels block] decode_label_value: failed to parse label_id '5': invalid label id",
+          "3 [vrn labels block] decode_label_values: failed to decode label 0: invalid label id "
+          "format",
+          failed + "Failed to decode label value at index 0: invalid label id format"}},
+        {"not UTF-8",
+         {.labels = {CntxBuilder::label_by_text("\xff")}},
+         {"3 Failed allocating JSON object", "3 Failed allocating JSON object"}},
+    };
+    const CntxRecord good = record_of(1, 0, 1);
+    for (const Case &c : cases)
+        for (const std::vector<CntxRecord> &records :
+             {std::vector{c.record}, {c.record, good}, {good, c.record, good}, {good, c.record}}) {
+            SCOPED_TRACE(c.name);
+            CapturedLog log;
+            EXPECT_EQ(json_of_records(records), "");
+            EXPECT_EQ(log.take(), c.lines);
+        }
+}
+
+TEST_F(MetricsJson, ConstantsThatAreNotUtf8FailUnlessOverwritten) {
+    for (const char *name : {"a", "other"})
+        for (const bool overwritten : {false, true}) {
+            SCOPED_TRACE(name);
+            CntxBuilder builder = two_sets();
+            builder.add_constant_label(name, "\xff");
+            builder.add_record(record_of(1, 0, 1));
+            if (!overwritten) builder.add_record({.label_set_id = 0});
+            builder.add_record(record_of(1, 0, 1));
+            const bool fits = overwritten && std::string(name) == "a";
+            CapturedLog log;
+            EXPECT_EQ(json_of(builder.build()) != "", fits);
+            EXPECT_EQ(log.take(), fits ? Lines{} : Lines(2, "3 Failed allocating JSON object"));
+        }
+}
+
+TEST_F(MetricsJson, NamesThatAreNotUtf8AreKept) {
+    CntxBuilder builder;
+    builder.add_metric("\xff");
+    builder.add_record({.label_set_id = 9, .samples = {{0, 1}}});
+    EXPECT_NE(json_of(builder.build()).find("{\"\xff\":1}"), std::string::npos);
+}
+
+int allocations_left = 0;
+
+void *scarce_malloc(std::size_t size) {
+    return allocations_left-- > 0 ? std::malloc(size) : nullptr;
+}
+
+TEST_F(MetricsJson, FailsCleanlyWithoutMemory) {
+    CntxBlockTables tables;
+    tables.label_names = {{0, {"a"}}};
+    tables.metric_names = {"m"};
+    const std::vector<MetricRecord> records = {
+        {.timestamp = 1,
+         .samples = {.samples = {{0, 1}}},
+         .encoded_labels = {{metrics::LabelKeyType::label_value, 0, "t"}}}};
+    const auto lines_of_failure = [&](int allocations) {
+        CapturedLog log;
+        allocations_left = allocations;
+        json_set_allocation_functions(scarce_malloc, std::free);
+        JSON_Value *value = metrics_to_json(tables, records, false);
+        json_set_allocation_functions(std::malloc, std::free);
+        EXPECT_EQ(value == nullptr, !log.take().empty() || allocations < 2);
+        return text_of(value);
+    };
+    int allocations = 0;
+    while (lines_of_failure(allocations).find("metrics") == std::string::npos) ++allocations;
+    EXPECT_GT(allocations, 15);
+}
+
+}  // namespace
+}  // namespace vrn::test

@@ -1,0 +1,78 @@
+// make_seeds FOLDER: writes FOLDER/<decoder>/<seed> for each fuzzer.
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "metrics/cntx_builder.h"
+
+namespace {
+
+using vrn::metrics::CntxBuilder;
+using vrn::metrics::CntxRecord;
+using vrn::metrics::LabelEncoding;
+
+constexpr LabelEncoding encodings[] = {LabelEncoding::ids, LabelEncoding::texts,
+                                       LabelEncoding::mixed};
+
+void write(const std::filesystem::path &folder, const std::string &name, const std::string &bytes) {
+    std::filesystem::create_directories(folder);
+    std::ofstream file(folder / name, std::ios::binary);
+    file.exceptions(std::ios::badbit | std::ios::failbit);
+    file << bytes;
+}
+
+std::string block_of(LabelEncoding encoding, int records) {
+    CntxBuilder builder;
+    const std::uint8_t set = builder.add_label_set({"cpu", "mode"});
+    const auto label = [&](const char *text) {
+        return encoding == LabelEncoding::texts ? CntxBuilder::label_by_text(text)
+                                                : builder.label_by_id(text);
+    };
+    builder.add_constant_label("host", "n1");
+    CntxRecord record = {.label_set_id = set, .encoding = encoding};
+    record.labels = {label("cpu0"), label("user")};
+    for (int i = 0; i < records; ++i) {
+        record.timestamp = 1'700'000'000'000'000 + static_cast<std::uint64_t>(i);
+        record.metric_type = i % 2 ? 'G' : 'C';
+        record.samples.push_back({builder.add_metric("metric" + std::to_string(i)), 42});
+        builder.add_record(record);
+    }
+    return builder.build();
+}
+
+// The labels of the first record, behind their offset.
+std::string labels_of(const std::string &block) {
+    const std::size_t record = block.find("CNTD") + 8;
+    constexpr char offset = 14 + 10;
+    return offset + block.substr(record);
+}
+
+void write_seeds(const std::filesystem::path &folder) {
+    for (const LabelEncoding encoding : encodings) {
+        const std::string name(1, static_cast<char>(encoding));
+        write(folder / "labels_block", name, labels_of(block_of(encoding, 1)));
+        for (const int records : {0, 1, 3}) {
+            const std::string block = block_of(encoding, records);
+            write(folder / "metrics_json", name + std::to_string(records), block);
+            write(folder / "metrics_count", name + std::to_string(records), block + block);
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: make_seeds FOLDER\n");
+        return 2;
+    }
+    try {
+        write_seeds(argv[1]);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "make_seeds: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
