@@ -1,0 +1,126 @@
+#include "utils/hca_info.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "support/captured_log.h"
+#include "utils/c_ptr.h"
+
+namespace vrn::test {
+namespace {
+
+vrn_hca_info_t entry(const std::string &name, const char *port_2_guid) {
+    vrn_hca_info_t info{};
+    std::memcpy(info.hca_name, name.data(), name.size());
+    std::memcpy(info.node_guid, "0002c90300a1b2c3", 16);
+    std::memcpy(info.system_image_guid, "0002c90300a1b2c6", 16);
+    std::memcpy(info.port_1_guid, "0002c90300a1b2c4", 16);
+    std::memcpy(info.port_2_guid, port_2_guid, std::strlen(port_2_guid));
+    return info;
+}
+
+std::string hex(const std::uint8_t *digest) {
+    std::string text;
+    for (std::size_t i = 0; i < VRN_HCA_DIGEST_SIZE; ++i) {
+        char byte[3];
+        std::snprintf(byte, sizeof byte, "%02x", digest[i]);
+        text += byte;
+    }
+    return text;
+}
+
+std::string digest_of(const vrn_hca_info_t *array, int count) {
+    std::uint8_t digest[VRN_HCA_DIGEST_SIZE];
+    vrn_hca_info_digest(array, count, digest);
+    return hex(digest);
+}
+
+constexpr char one_port_json[] =
+    R"("nic0":{"node_guid":"0002c90300a1b2c3","system_image_guid":"0002c90300a1b2c6",)"
+    R"("port_1_guid":"0002c90300a1b2c4"})";
+
+TEST(HcaInfo, DocumentNamesEachDeviceUpToTheFirstEmptyEntry) {
+    const std::uint64_t timestamp = 1794712886000000;
+    const std::string stamp = R"("timestamp":1794712886000000)";
+    const vrn_hca_info_t infos[] = {
+        entry("nic0", ""), entry("nic1", "0002c90300a1b2c5"), {}, entry("nic3", "")};
+    const std::string one = one_port_json;
+    const std::string two =
+        one + R"(,"nic1":{"node_guid":"0002c90300a1b2c3","system_image_guid":"0002c90300a1b2c6",)"
+              R"("port_1_guid":"0002c90300a1b2c4","port_2_guid":"0002c90300a1b2c5"})";
+    const struct {
+        const char *name;
+        const std::uint64_t *timestamp;
+        const vrn_hca_info_t *array;
+        int count;
+        std::string expected;
+    } cases[] = {
+        {"no entries", &timestamp, infos, 0, "{" + stamp + "}"},
+        {"negative count", &timestamp, infos, -1, "{" + stamp + "}"},
+        {"first is empty", &timestamp, infos + 2, 2, "{" + stamp + "}"},
+        {"no timestamp", nullptr, infos, 1, "{" + one + "}"},
+        {"to the empty entry", &timestamp, infos, 4, "{" + stamp + "," + two + "}"},
+        {"to the end", nullptr, infos, 2, "{" + two + "}"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        CapturedLog log;
+        char *text = nullptr;
+        std::size_t size = 0;
+        ASSERT_TRUE(vrn_hca_info_to_json(c.timestamp, c.array, c.count, &text, &size));
+        const CPtr<char, vrn_hca_info_free_json> owner(text);
+        EXPECT_EQ(text, c.expected);
+        EXPECT_EQ(size, c.expected.size());
+        EXPECT_EQ(log.take(), std::vector<std::string>{});
+    }
+}
+
+TEST(HcaInfo, FieldThatJsonRefusesIsLeftOutWithOneLine) {
+    vrn_hca_info_t info = entry("nic0", "");
+    std::memcpy(info.node_guid, "\xff\xfe", 2);  // bytes of a page header may be anything
+    CapturedLog log;
+    char *text = nullptr;
+    std::size_t size = 0;
+    ASSERT_TRUE(vrn_hca_info_to_json(nullptr, &info, 1, &text, &size));
+    const CPtr<char, vrn_hca_info_free_json> owner(text);
+    EXPECT_STREQ(text, R"({"nic0":{"system_image_guid":"0002c90300a1b2c6",)"
+                       R"("port_1_guid":"0002c90300a1b2c4"}})");
+    EXPECT_EQ(log.take(), std::vector<std::string>{"3 HCA info: unable to set 'node_guid' field"});
+}
+
+TEST(HcaInfo, DigestCoversTheLeadingEntriesAlone) {
+    const std::string of_nothing = "d41d8cd98f00b204e9800998ecf8427e";
+    vrn_hca_info_t infos[] = {entry("nic0", ""), entry("nic1", ""), {}, entry("nic3", "")};
+    const std::string of_two = digest_of(infos, 4);
+    EXPECT_EQ(digest_of(infos, 2), of_two);
+    infos[3].node_guid[0] = 'x';
+    EXPECT_EQ(digest_of(infos, 4), of_two);
+    infos[1].node_guid[0] = 'x';
+    EXPECT_NE(digest_of(infos, 4), of_two);
+    EXPECT_EQ(digest_of(infos, 0), of_nothing);
+    EXPECT_EQ(digest_of(infos, -1), of_nothing);
+    EXPECT_EQ(digest_of(infos + 2, 2), of_nothing);
+    EXPECT_NE(digest_of(infos, 1), of_nothing);
+}
+
+TEST(HcaInfo, PrintsFiveLinesForEachFilledEntry) {
+    const vrn_hca_info_t infos[] = {{}, entry("a_name_of_20_letters", "")};
+    char *raw = nullptr;
+    std::size_t size = 0;
+    std::FILE *stream = open_memstream(&raw, &size);
+    vrn_hca_info_print(stream, infos, 2);
+    std::fclose(stream);
+    const CString text(raw);
+    EXPECT_STREQ(text.get(),
+                 "info[1].hca_name          = a_name_of_20_letters\n"
+                 "info[1].node_guid         = 0002c90300a1b2c3\n"
+                 "info[1].system_image_guid = 0002c90300a1b2c6\n"
+                 "info[1].port_1_guid       = 0002c90300a1b2c4\n"
+                 "info[1].port_2_guid       = \n");
+}
+
+}  // namespace
+}  // namespace vrn::test
