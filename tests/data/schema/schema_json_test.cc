@@ -8,6 +8,7 @@
 #include "data/schema/type_json.h"
 #include "support/captured_log.h"
 #include "support/temp_dir.h"
+#include "utils/name_table.h"
 
 namespace vrn::test {
 namespace {

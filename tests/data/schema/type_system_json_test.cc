@@ -5,6 +5,7 @@
 #include "data/json_template.h"
 #include "data/schema/schema_text.h"
 #include "support/captured_log.h"
+#include "utils/name_table.h"
 
 namespace vrn::test {
 namespace {
@@ -131,10 +132,10 @@ TEST_F(TypeSystemJson, RefusesBadDocuments) {
 
 TEST_F(TypeSystemJson, WritesNothingWithoutTheCountersSchema) {
     const vrn_type_system_ptr ts(vrn_type_system_create());
-    const vrn_counter_info_t counter = {.name = const_cast<char *>("\xff"),  // not UTF-8
-                                        .description = const_cast<char *>(""),
-                                        .units = const_cast<char *>(""),
-                                        .data_type = 1};
+    char text[] = "c";
+    vrn_counter_info_t counter{};
+    counter.name = counter.description = counter.units = text;
+    counter.data_type = VRN_NAME_UNKNOWN;
     ASSERT_TRUE(vrn_counters_schema_add_counters(ts->counters_schema, &counter, 1, "g"));
     EXPECT_EQ(vrn_type_system_to_string(ts.get(), true), nullptr);
     EXPECT_EQ(log_.take().back(), "3 [ts] failed to serialize counters schema");
