@@ -12,7 +12,7 @@
 
 #include "data/data_page.h"
 #include "data/page_encoding.h"
-#include "data/source.h"
+#include "utils/source.h"
 
 #pragma pack(push, 1)
 // Followed by the source and the tag, each as a length byte and its characters, then the stream.

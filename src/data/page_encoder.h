@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "data/page_encoding.h"
-#include "data/source.h"
+#include "utils/source.h"
 
 // Encodes `size` bytes into a new block that ends with free(), of `encoded_size` bytes. Null after
 // one line when memory runs out, when the encoding is unknown, or when the payload is too long for
