@@ -1,0 +1,193 @@
+#include "counters/counter_data.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "counters/counter_fixtures.h"
+#include "support/byte_builder.h"
+#include "support/captured_log.h"
+
+namespace vrn::test {
+namespace {
+
+constexpr std::uint64_t timestamp = 1782000000123456;
+const std::string json_start =
+    R"({"timestamp":1782000000123456,"@timestamp":"2026-06-21 00:00:00.123","groups":[)";
+const std::string table_start = "Data collected at 2026-06-21 00:00:00.123\n";
+
+class CounterData : public testing::Test {
+  protected:
+    CounterData() {
+        zone_.emplace("TZ", "UTC");
+        tzset();
+    }
+    ~CounterData() override {
+        zone_.reset();
+        tzset();
+    }
+
+    static std::string compact(JSON_Value *raw) {
+        const vrn_json_value_ptr value(raw);
+        const vrn_json_text_ptr text(json_serialize_to_string(value.get()));
+        return text ? text.get() : "null";
+    }
+
+    // Both take a copy of exactly the row's bytes, so that a sanitizer sees any read beyond.
+    static std::string json_of(const std::string &row, const vrn_counters_schema_t *schema,
+                               bool microseconds = false) {
+        const std::vector<std::uint8_t> exact(row.begin(), row.end());
+        return compact(vrn_counters_row_to_json(timestamp, exact, schema, microseconds));
+    }
+    static std::string table_of(const std::string &row, const vrn_counters_schema_t *schema) {
+        const std::vector<std::uint8_t> exact(row.begin(), row.end());
+        return printed([&](std::FILE *stream) {
+            vrn_counters_row_print(stream, timestamp, exact, schema, false);
+        });
+    }
+
+  private:
+    std::optional<ScopedEnv> zone_;
+};
+
+TEST_F(CounterData, JsonHasOneObjectForEachCounterSet) {
+    const auto schema = parse_schema(
+        R"({"version": "1.5.0", "counter_groups": [
+            {"granularity": "CPU", "name": "ticks", "num_counters": 2, "num_counter_sets": 3,
+             "counters": [)" +
+        counter_json("user", "UINT64") + "," + counter_json("state", "STRING", R"(, "length": 3)") +
+        R"(]},
+            {"granularity": "SOCKET", "num_counters": 0, "num_counter_sets": 1, "counters": [)" +
+        counter_json("node_guid", "UINT64") + R"(]},
+            {"granularity": "NODE", "num_counters": 0, "num_counter_sets": 0, "counters": []}]})");
+    ASSERT_NE(schema, nullptr);
+    const std::string row = ByteBuilder().u64(42).text("run").u64(0xabc).done();
+    EXPECT_EQ(json_of(row, schema.get()),
+              json_start + R"({"granularity":"CPU","name":"ticks","counter_sets":[)"
+                           R"({"user":42,"state":"run"},{"user":42,"state":"run"},)"
+                           R"({"user":42,"state":"run"}]},)"
+                           R"({"granularity":"unknown","name":"unset","counter_sets":[)"
+                           R"({"node_guid":"0x0000000000000abc"}]},)"
+                           R"({"granularity":"NODE","name":"unset","counter_sets":[]}]})");
+    EXPECT_NE(json_of(row, schema.get(), true).find("00:00:00.123456\""), std::string::npos);
+}
+
+TEST_F(CounterData, JsonLeavesOutWhatItCannotHold) {
+    const auto schema =
+        parse_schema(schema_json(counter_json("nan", "FP64") + "," + counter_json("inf", "FP64") +
+                                     "," + counter_json("text", "STRING", R"(, "length": 4)") +
+                                     "," + counter_json("tail", "STRING", R"(, "length": 4)"),
+                                 "1"));
+    ASSERT_NE(schema, nullptr);
+    const std::string row = ByteBuilder().f64(NAN).f64(-INFINITY).text("ok").zeros(2).done();
+    // The last text ends amid a character, where the row ends.
+    EXPECT_EQ(json_of(row + "ab\xE2\x82", schema.get()),
+              json_start + R"({"granularity":"CPU","name":"g","counter_sets":[{"text":"ok"}]}]})");
+}
+
+TEST_F(CounterData, TablesShowEveryType) {
+    const auto schema = parse_schema(schema_json(
+        counter_json("text", "STRING", R"(, "length": 8)") + "," + counter_json("fp64", "FP64") +
+            "," + counter_json("uint64", "UINT64") + "," + counter_json("bit64", "BIT64") + "," +
+            counter_json("bit64_decimal", "BIT64", R"(, "string_format": "DECIMAL")") + "," +
+            counter_json("int64", "INT64") + "," + counter_json("undefined", "Undefined") + "," +
+            counter_json("uuid_of_sixteen_bytes", "UINT128", R"(, "string_format": "UUID")"),
+        "2"));
+    ASSERT_NE(schema, nullptr);
+    ByteBuilder set;
+    set.field("text", 8).f64(0.125).u64(UINT64_MAX).u64(10).u64(10).i64(-1).i64(1999);
+    set.text("01234567");
+    // The second set ends in its sixth slot.
+    const std::string row = set.done() + set.done().substr(0, 44);
+    const std::string rule(1 + 8 * 23 + 6, '-');
+    EXPECT_EQ(table_of(row, schema.get()),
+              table_start + rule + "\n| Counter values per CPU" + std::string(165, ' ') + " |\n" +
+                  rule +
+                  "\n| CPU |                 text |                 fp64 |               uint64 |"
+                  "                bit64 |        bit64_decimal |                int64 |"
+                  "            undefined | uuid_of_sixteen_bytes |\n" +
+                  rule +
+                  "\n|   0 |                 text |             0.125000 | 18446744073709551615 |"
+                  "   0x000000000000000a |                   10 |                   -1 |"
+                  "                  1 k | 30313233-3435-3637-7465-787400000000 |\n"
+                  "|   1 |                 text |             0.125000 | 18446744073709551615 |"
+                  "   0x000000000000000a |                   10 |           4294967295 |"
+                  "                    0 | 00000000-0000-0000-0000-000000000000 |\n" +
+                  rule + "\n");
+}
+
+TEST_F(CounterData, TablesFitTheirGroups) {
+    const struct {
+        std::string json;
+        std::string expected;
+    } cases[] = {
+        {schema_json(counter_json("a", "UINT64"), "0"),
+         "------------------------\n"
+         "| Counter values per C |\n"
+         "------------------------\n"
+         "|                    a |\n"
+         "------------------------\n"
+         "------------------------\n"},
+        {schema_json("", "1", "PACKAGE"),
+         "-----------\n"
+         "| Counter values per PACKAGE      |\n"
+         "-----------\n"
+         "| PACKAGE |\n"
+         "-----------\n"
+         "|       0 |\n"
+         "-----------\n"},
+        {schema_json(counter_json(std::string(30, 'n'), "STRING", R"(, "length": 30)"), "1", "?"),
+         "----------------------------------\n"
+         "| Counter values per unknown     |\n"
+         "----------------------------------\n"
+         "| unknown | nnnnnnnnnnnnnnnnnnnnnnnnnnnnnn |\n"
+         "----------------------------------\n"
+         "|       0 | abcdefghijklmnopqrst |\n"
+         "----------------------------------\n"},
+    };
+    for (const auto &c : cases) {
+        const auto schema = parse_schema(c.json);
+        ASSERT_NE(schema, nullptr) << c.json;
+        EXPECT_EQ(table_of("abcdefghijklmnopqrstuvwxyz", schema.get()), table_start + c.expected);
+    }
+}
+
+TEST_F(CounterData, BlocksAreRowsBehindTheirHeader) {
+    const auto schema = parse_schema(schema_json(counter_json("a", "UINT64"), "2"));
+    ASSERT_NE(schema, nullptr);
+    EXPECT_EQ(vrn_counters_schema_row_reach(schema.get()), 8U);
+    EXPECT_EQ(vrn_counters_schema_table_reach(schema.get()), 16U);
+    const std::string row = ByteBuilder().u64(1).u64(2).done();
+    const std::string bytes = ByteBuilder().text("VRND").u32(0).u64(timestamp).raw(row).done();
+    const std::vector<std::uint8_t> exact(bytes.begin(), bytes.end());
+    const auto *block = reinterpret_cast<const vrn_data_block_t *>(exact.data());
+    const auto table = printed(
+        [&](std::FILE *stream) { vrn_counters_block_print(stream, block, schema.get(), false); });
+    EXPECT_EQ(compact(vrn_counters_block_to_json(block, schema.get(), false)),
+              json_of(row, schema.get()));
+    EXPECT_EQ(table, table_of(row, schema.get()));
+}
+
+TEST_F(CounterData, EveryTruncationOfARowIsShown) {
+    // The empty text leaves the offsets of the document to those behind it.
+    const auto schema = parse_schema(
+        schema_json(counter_json("a", "UINT64") + "," + counter_json("empty", "STRING") + "," +
+                        counter_json("b", "INT128", R"(, "offset": 4294967290)") + "," +
+                        counter_json("c", "STRING", R"(, "offset": 3, "length": 99)"),
+                    "3"));
+    ASSERT_NE(schema, nullptr);
+    EXPECT_EQ(vrn_counters_schema_row_reach(schema.get()), 4294967306U);
+    for (std::size_t size = 0; size <= 96; ++size) {
+        SCOPED_TRACE(size);
+        const std::string row(size, 'x');
+        const std::string text = "\"c\":\"" + row.substr(std::min<std::size_t>(size, 3)) + "\"";
+        EXPECT_NE(json_of(row, schema.get()).find(text), std::string::npos);
+        EXPECT_NE(table_of(row, schema.get()).find("|   2 |"), std::string::npos);
+    }
+}
+
+}  // namespace
+}  // namespace vrn::test

@@ -1,0 +1,225 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "counters/counter_fixtures.h"
+#include "support/captured_log.h"
+#include "support/temp_dir.h"
+
+namespace vrn::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr char document[] = R"({
+    "title": "Varnel performance counters collector",
+    "version": "1.5.0",
+    "counter_groups": [
+        {
+            "granularity": "PACKAGE",
+            "name": "power",
+            "provider": "rapl",
+            "num_counter_sets": 2,
+            "num_counters": 1,
+            "counters": [
+                {
+                    "name": "label",
+                    "description": "Name of the package",
+                    "units": "",
+                    "data_type": "STRING",
+                    "length": 12,
+                    "offset": 0,
+                    "hidden": 1,
+                    "mandatory": 1,
+                    "counting_type": "ABSOLUTE",
+                    "string_format": "UUID",
+                    "index": 255
+                }
+            ]
+        },
+        {
+            "granularity": "unknown",
+            "num_counter_sets": 0,
+            "num_counters": 0,
+            "counters": []
+        }
+    ]
+})";
+
+TEST(CountersSchemaJson, ReadsWhatItWrites) {
+    CapturedLog log(3);
+    const auto schema = parse_schema(document);
+    ASSERT_NE(schema, nullptr);
+    EXPECT_EQ(schema->size, 12U);
+    EXPECT_EQ(printed([&](std::FILE *stream) { vrn_counters_schema_print(schema.get(), stream); }),
+              std::string(document) + "\n");
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST(CountersSchemaJson, FillsOptionalKeys) {
+    const auto schema = parse_schema(
+        schema_json(counter_json("a", "new type", R"(, "hidden": -0.5, "mandatory": 2, "index": 258,
+                                         "string_format": "new format", "offset": 99)") +
+                        "," + counter_json("b", "UINT64", R"(, "length": 3.9, "string_format": 2)"),
+                    "42949.9", "new granularity"));
+    ASSERT_NE(schema, nullptr);
+    const vrn_counter_group_t *group = schema->groups[0];
+    EXPECT_EQ(group->granularity, 0xFFFFFFFF);
+    EXPECT_EQ(group->num_counter_sets, 42949U);
+    ASSERT_EQ(group->num_counters, 2U);
+    const vrn_counter_info_t *a = group->counters[0];
+    const vrn_counter_info_t *b = group->counters[1];
+    EXPECT_EQ(a->data_type, 0xFFFFFFFF);
+    EXPECT_EQ(a->string_format, 0xFFFFFFFF);
+    EXPECT_EQ(a->hidden, 1);
+    EXPECT_EQ(a->mandatory, 1);
+    EXPECT_EQ(a->index, 2);
+    EXPECT_EQ(a->offset, 0U);
+    EXPECT_EQ(b->string_format, 0U);
+    EXPECT_EQ(b->length, 3U);
+    EXPECT_EQ(b->offset, 8U);
+}
+
+TEST(CountersSchemaJson, VersionsNeverRefuse) {
+    for (const std::string version : {"1.6.0", "2.0.0", "abc"}) {
+        CapturedLog log;
+        EXPECT_NE(parse_schema(R"({"version": ")" + version + R"(", "counter_groups": []})"),
+                  nullptr);
+        EXPECT_EQ(log.take(), Lines{"3 Version '" + version +
+                                    "' of parsing schema is incompatible with current schema "
+                                    "version '1.5.0'"});
+    }
+}
+
+TEST(CountersSchemaJson, RefusesOtherDocuments) {
+    const std::string schema_mismatch =
+        R"(3 JSON does not match schema '{"version" : "", "counter_groups" : []}')";
+    const std::string group_mismatch =
+        R"(3 JSON does not match schema '{"granularity" : "", "num_counters" : 0, )"
+        R"("num_counter_sets" : 0, "counters" : []}')";
+    const std::string undecoded = "3 Failed to decode counter group from JSON";
+    const auto range_error = [&](const std::string &number, const std::string &key) {
+        return Lines{"3 JSON number " + number + " of '" + key + "' is not within 0 to 4294967295",
+                     undecoded};
+    };
+    const struct {
+        const char *name;
+        std::string json;
+        Lines log;
+    } cases[] = {
+        {"no JSON", "{", {"3 Failed parsing counters schema JSON from string"}},
+        {"no groups", R"({"version": "1.5.0"})", {schema_mismatch}},
+        {"version number", R"({"version": 1, "counter_groups": []})", {schema_mismatch}},
+        {"null group",
+         R"({"version": "1.5.0", "counter_groups": [null]})",
+         {group_mismatch, undecoded}},
+        {"sets text", schema_json("", R"("1")"), {group_mismatch, undecoded}},
+        {"null counter", schema_json("null", "1"), {undecoded}},
+        {"huge sets", schema_json("", "1e300"), range_error("1e+300", "num_counter_sets")},
+        {"huge length", schema_json(counter_json("a", "STRING", R"(, "length": 4294967296)"), "1"),
+         range_error("4.29497e+09", "length")},
+        {"negative offset", schema_json(counter_json("a", "STRING", R"(, "offset": -1)"), "1"),
+         range_error("-1", "offset")},
+        {"negative index", schema_json(counter_json("a", "STRING", R"(, "index": -1)"), "1"),
+         range_error("-1", "index")},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        CapturedLog log(3);
+        EXPECT_EQ(parse_schema(c.json), nullptr);
+        EXPECT_EQ(log.take(), c.log);
+    }
+}
+
+TEST(CountersSchemaJson, RefusesClaimsOfEndlessOutput) {
+    const auto repeated = [](const std::string &item, int count) {
+        std::string list;
+        for (int i = 0; i < count; ++i) list += (i == 0 ? "" : ",") + item;
+        return list;
+    };
+    const auto string_of = [](const std::string &length) {
+        return counter_json("s", "STRING", R"(, "length": )" + length);
+    };
+    const std::string values = "3 Counter sets expand to more than 1048576 values";
+    const std::string bytes = "3 Counters expand to more than 268435456 bytes of text";
+    const struct {
+        const char *name;
+        std::string json;
+        Lines log;
+    } cases[] = {
+        {"most sets", schema_json("", "65536"), {}},
+        {"too many sets",
+         schema_json("", "65537"),
+         {"3 Counter group #0 has 65537 counter sets, more than 65536"}},
+        {"most values", schema_json(repeated(counter_json("a", "UINT64"), 16), "65536"), {}},
+        {"too many values",
+         schema_json(repeated(counter_json("a", "UINT64"), 17), "65536"),
+         {values}},
+        {"longest row", schema_json(string_of("268435455"), "1"), {}},
+        {"long row", schema_json(string_of("268435456"), "1"), {bytes}},
+        {"long row of no sets", schema_json(string_of("4294967295"), "0"), {}},
+        {"repeated name",
+         schema_json(counter_json(std::string(4097, 'n'), "UINT64"), "65536"),
+         {bytes}},
+        {"empty groups",
+         R"({"version": "1.5.0", "counter_groups": [)" +
+             repeated(R"({"granularity": "CPU", "num_counters": 0, "num_counter_sets": 65536,
+                         "counters": []})",
+                      17) +
+             "]}",
+         {values}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        CapturedLog log(3);
+        EXPECT_EQ(parse_schema(c.json) != nullptr, c.log.empty());
+        EXPECT_EQ(log.take(), c.log);
+    }
+}
+
+TEST(CountersSchemaJson, RefusesToWriteIdsWithoutNames) {
+    const auto schema = parse_schema(schema_json(counter_json("a", "new type"), "1"));
+    ASSERT_NE(schema, nullptr);
+    CapturedLog log(3);
+    EXPECT_EQ(vrn_counters_schema_to_string(schema.get()), nullptr);
+    EXPECT_EQ(log.take(), (Lines{"3 Failed to JSONify counter group #0",
+                                 "3 Failed to JSONify counters schemaector schema"}));
+}
+
+TEST(CountersSchemaJson, ReadsFilesByPathAndById) {
+    const TempDir folder;
+    const vrn_schema_id_t id = {{0x0a, 0xff}};
+    const std::string good = folder.write("schema_0aff0000000000000000000000000000.json", document);
+    const std::string bad = folder.write("bad.json", "[]");
+    const std::string missing = folder.file("missing.json");
+    const vrn_schema_id_t zero = {};
+    const vrn_schema_id_t other = {{1}};
+
+    CapturedLog log(3);
+    EXPECT_NE(vrn_counters_schema_ptr(vrn_counters_schema_from_file_all(good.c_str())), nullptr);
+    EXPECT_NE(vrn_counters_schema_ptr(vrn_counters_schema_load_by_id(&id, folder.path().c_str())),
+              nullptr);
+    EXPECT_EQ(vrn_counters_schema_load_by_id(nullptr, folder.path().c_str()), nullptr);
+    EXPECT_EQ(vrn_counters_schema_load_by_id(&zero, folder.path().c_str()), nullptr);
+    EXPECT_EQ(log.take(), Lines{});
+
+    EXPECT_EQ(vrn_counters_schema_from_file(bad.c_str(), nullptr), nullptr);
+    EXPECT_EQ(vrn_counters_schema_from_file(missing.c_str(), nullptr), nullptr);
+    EXPECT_EQ(log.take(),
+              (Lines{R"(3 JSON does not match schema '{"version" : "", "counter_groups" : []}')",
+                     "3 Failed to parse JSON into counters schema for file '" + bad + "'.",
+                     "3 Failed reading counters schema JSON from file '" + missing +
+                         "': No such file or directory"}));
+
+    const CapturedLog all(7);
+    EXPECT_EQ(vrn_counters_schema_load_by_id(&other, folder.path().c_str()), nullptr);
+    const std::string path = folder.file("schema_01000000000000000000000000000000.json");
+    EXPECT_EQ(log.take(), (Lines{"7 opening counters schema: " + path + "\n",
+                                 "3 Failed reading counters schema JSON from file '" + path +
+                                     "': No such file or directory",
+                                 "7 Failed to load counters schema from file: " + path}));
+}
+
+}  // namespace
+}  // namespace vrn::test
