@@ -30,6 +30,17 @@ int vrn_allocate_shared_mem(const char *name, std::uint64_t size, vrn_data_page_
 // True when `page` is a mapping made here. Reads nothing of the page.
 bool vrn_data_page_is_shared(const vrn_data_page_t *page);
 
+// Bytes of the mapping at `page`; 0 when there is none.
+std::uint64_t vrn_shared_page_size(const vrn_data_page_t *page);
+
+// Ends the mapping at `page`, of which there is one. The name goes with it when both the private
+// record and the page's header tell that this process created the object.
+void vrn_shared_page_free(vrn_data_page_t *page);
+
+// Tells that regular memory stands at `page` now, where a mapping may have been that was not ended
+// by vrn_data_page_free.
+void vrn_shared_page_forget(const vrn_data_page_t *page);
+
 // A private regular page with the bytes that shared `page` holds at present: `page_size` is within
 // the mapping and `filled_bytes` between the header's size and `page_size`. Ends with
 // vrn_data_page_free. Null after one line when the header or the object does not allow it, and

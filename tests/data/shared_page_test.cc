@@ -1,0 +1,397 @@
+#include "data/shared_page.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/captured_log.h"
+#include "utils/c_ptr.h"
+
+namespace vrn::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr std::uint64_t page_size = 3 * 4096;
+
+// A name of this test's own; the object goes with the scope, if it is there.
+class SharedName {
+  public:
+    SharedName() : base_("vrn_test_" + std::to_string(getpid())) {}
+    ~SharedName() { shm_unlink(name().c_str()); }
+    SharedName(const SharedName &) = delete;
+    SharedName &operator=(const SharedName &) = delete;
+
+    vrn_page_memory_t memory() const {
+        vrn_page_memory_t memory = {VRN_PAGE_MEMORY_SHARED, 1, ""};
+        base_.copy(memory.name, sizeof memory.name);
+        return memory;
+    }
+    std::string name() const { return base_ + "_1"; }
+    int open() const { return shm_open(name().c_str(), O_RDWR, 0); }
+    bool exists() const { return access(("/dev/shm/" + name()).c_str(), F_OK) == 0; }
+    void resize(std::uint64_t size) const {
+        const int object = open();
+        if (ftruncate(object, static_cast<off_t>(size)) != 0) _exit(99);
+        close(object);
+    }
+
+  private:
+    std::string base_;
+};
+
+vrn_data_page_t *allocate(const SharedName &shared, std::uint64_t size = page_size) {
+    return vrn_data_page_allocate(0, size, shared.memory());
+}
+
+// Maps the object as it is, as a consumer does.
+vrn_data_page_t *attach(const SharedName &shared, std::uint64_t size = page_size) {
+    vrn_data_page_t *page = nullptr;
+    std::int32_t creator_pid = 0;
+    vrn_allocate_shared_mem(shared.name().c_str(), size, &page, &creator_pid);
+    return page;
+}
+
+// Status of a second process that does `action` and exits with its result.
+int status_of(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status;
+}
+pid_t start(const std::function<bool()> &action) {
+    const pid_t child = fork();
+    if (child == 0) _exit(action() ? 0 : 1);
+    return child;
+}
+bool second_process(const std::function<bool()> &action) {
+    return status_of(start(action)) == 0;
+}
+
+std::string address_of(const void *page) {
+    char *text = nullptr;
+    if (asprintf(&text, "%p", page) < 0) return {};
+    return CString(text).get();
+}
+
+TEST(SharedPage, IsCreatedAndEndedByItsCreator) {
+    const SharedName shared;
+    const std::string name = shared.name();
+    CapturedLog log(7);
+    vrn_data_page_t *page = allocate(shared);
+    ASSERT_TRUE(page);
+    const std::string at = address_of(page);
+    EXPECT_EQ(log.take(),
+              (Lines{"7 Creating shared-mem named " + name, "7 shared memory was created: " + name,
+                     "6 Allocating shared_page: " + name + " of size: 12288 ptr=" + at}));
+    EXPECT_EQ(page->creator_pid, getpid());
+    EXPECT_EQ(page->memory.type, VRN_PAGE_MEMORY_SHARED);
+    EXPECT_EQ(page->memory.name, name);
+    EXPECT_EQ(page->page_size, page_size);
+    EXPECT_EQ(page->filled_bytes, 720);
+    struct stat status {};
+    ASSERT_EQ(stat(("/dev/shm/" + name).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0666);  // whatever the umask
+    EXPECT_EQ(status.st_size, page_size);
+    vrn_data_page_free(page);
+    EXPECT_FALSE(shared.exists());
+    EXPECT_EQ(log.take(), (Lines{"6 Freeing shared-memory page: " + at,
+                                 "6 | unlinking shared memory: " + name + " " + at + " 12288",
+                                 "6 | --> shm_unlink(" + name + ") ok",
+                                 "6 | unmapping shared memory: " + name + " " + at + " 12288",
+                                 "6 | --> munmap (page=" + at + ", size=12288) ", "6 | ----> ok"}));
+}
+
+TEST(SharedPage, SecondProcessKeepsWhatItFindsAndLeavesTheObject) {
+    const SharedName shared;
+    const vrn_data_page_ptr page(allocate(shared));
+    page->first_ts = 5;
+    page->last_ts = 6;
+    page->filled_bytes = 800;
+    std::strcpy(page->source.source, "node1");
+    const std::int32_t creator = getpid();
+    EXPECT_TRUE(second_process([&] {
+        CapturedLog log;
+        const vrn_data_page_ptr other(allocate(shared));
+        const std::string at = address_of(other.get());
+        const Lines opened = {
+            "6 shared memory was opened: " + shared.name(),
+            "6 Allocating shared_page: " + shared.name() + " of size: 12288 ptr=" + at};
+        return log.take() == opened && other->first_ts == 5 && other->last_ts == 0 &&
+               other->filled_bytes == 720 && std::string(other->source.source) == "node1" &&
+               other->creator_pid == creator;
+    }));
+    EXPECT_TRUE(shared.exists());
+    EXPECT_EQ(page->filled_bytes, 720);
+}
+
+TEST(SharedPage, NameIsCutToItsField) {
+    vrn_page_memory_t memory = {VRN_PAGE_MEMORY_SHARED, 42, ""};
+    const std::string base = "vrn_test_" + std::to_string(getpid()) + std::string(60, 'n');
+    for (const std::size_t length : {20, 57, 58, 60}) {
+        SCOPED_TRACE(length);
+        std::memset(memory.name, 0, sizeof memory.name);
+        base.copy(memory.name, length);  // 60: without a terminator
+        const std::string expected = (base.substr(0, length) + "_42").substr(0, 59);
+        vrn_data_page_t *page = nullptr;
+        std::int32_t creator_pid = 0;
+        EXPECT_EQ(vrn_allocate_shared_page(&memory, 4096, &page, &creator_pid), 0);
+        EXPECT_EQ(memory.name, expected);
+        EXPECT_EQ(creator_pid, getpid());
+        vrn_data_page_free(page);
+        EXPECT_EQ(shm_unlink(expected.c_str()), 0);
+    }
+}
+
+TEST(SharedPage, FailuresAreTold) {
+    const SharedName shared;
+    vrn_page_memory_t slash = shared.memory();
+    std::strcpy(slash.name, "a/b");
+    const std::string name = shared.name();
+    const struct {
+        std::uint64_t size;
+        vrn_page_memory_t memory;
+        Lines lines;
+    } cases[] = {
+        {4096,
+         slash,
+         {"3 [vrn_allocate_shared_mem] cannot create shared memory a/b_1",
+          "3 [data_page] Data page allocation failed: Invalid argument"}},
+        {~std::uint64_t{0},
+         shared.memory(),
+         {"3 [vrn_allocate_shared_mem] Cannot ftruncate shared page " + name +
+              ".  Cleaning up this page",
+          "3 [data_page] Data page allocation failed: Invalid argument"}},
+    };
+    for (const auto &c : cases) {
+        CapturedLog log;
+        EXPECT_EQ(vrn_data_page_allocate(0, c.size, c.memory), nullptr);
+        EXPECT_EQ(log.take(), c.lines);
+        EXPECT_FALSE(shared.exists());
+    }
+    // Nothing to map: the object stays.
+    CapturedLog log;
+    EXPECT_EQ(attach(shared, 0), nullptr);
+    EXPECT_EQ(log.take(), Lines{"3 FAILED to allocate shared_page: " + name + " of size: 0 "});
+    EXPECT_TRUE(shared.exists());
+}
+
+TEST(SharedPage, RefusesAnObjectOfFewerBytes) {
+    const SharedName shared;
+    const vrn_data_page_ptr page(allocate(shared));
+    CapturedLog log;
+    EXPECT_EQ(attach(shared, page_size + 1), nullptr);
+    EXPECT_EQ(log.take(), (Lines{"6 shared memory was opened: " + shared.name(),
+                                 "3 [vrn_allocate_shared_mem] shared memory " + shared.name() +
+                                     " has 12288 bytes of 12289"}));
+    const vrn_data_page_ptr less(attach(shared, 4096));
+    EXPECT_TRUE(less);
+}
+
+TEST(SharedPage, SnapshotIsAPrivateCopy) {
+    const SharedName shared;
+    const vrn_data_page_ptr page(allocate(shared));
+    std::memcpy(page.get() + 1, "data behind", 11);
+    page->filled_bytes = 724;
+    const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
+    ASSERT_TRUE(copy);
+    EXPECT_FALSE(vrn_data_page_is_shared(copy.get()));
+    vrn_data_page_t expected = *page;
+    expected.memory.type = VRN_PAGE_MEMORY_REGULAR;
+    EXPECT_EQ(std::memcmp(copy.get(), &expected, sizeof expected), 0);
+    // All of the page: what stands behind the data pads its last block.
+    EXPECT_EQ(std::memcmp(copy.get() + 1, page.get() + 1, page_size - 720), 0);
+    page->source.source[0] = 'x';
+    EXPECT_EQ(copy->source.source[0], 0);
+}
+
+TEST(SharedPage, SnapshotRefusesSizesThatDontFit) {
+    const SharedName shared;
+    const vrn_data_page_ptr page(allocate(shared));
+    const struct {
+        std::uint64_t page_size;
+        std::uint64_t filled_bytes;
+        bool is_good;
+    } cases[] = {
+        {12288, 12288, true}, {720, 720, true},
+        {12289, 720, false},  {~std::uint64_t{0}, 720, false},
+        {719, 719, false},    {0, 0, false},
+        {12288, 719, false},  {12288, 12289, false},
+        {4096, 4097, false},  {4096, 4096, true},
+        {12288, 0, false},
+    };
+    for (const auto &c : cases) {
+        page->page_size = c.page_size;
+        page->filled_bytes = c.filled_bytes;
+        const std::string sizes = "page_size " + std::to_string(c.page_size) +
+                                  " and filled_bytes " + std::to_string(c.filled_bytes);
+        SCOPED_TRACE(sizes);
+        CapturedLog log;
+        const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
+        EXPECT_EQ(copy != nullptr, c.is_good);
+        EXPECT_EQ(log.take(), c.is_good ? Lines{}
+                                        : Lines{"3 [data_page] Shared page is refused: " + sizes +
+                                                " don't fit 12288 mapped bytes"});
+    }
+    const vrn_data_page_t regular{};
+    EXPECT_EQ(vrn_data_page_snapshot(&regular), nullptr);
+}
+
+TEST(SharedPage, FreeSpaceStaysWithinTheMapping) {
+    const SharedName shared;
+    const vrn_data_page_ptr page(allocate(shared));
+    page->page_size = page_size + 1;
+    CapturedLog log;
+    void *space = page.get();
+    std::uint64_t size = 9;
+    vrn_data_page_get_free_space(page.get(), &space, &size);
+    EXPECT_EQ(space, nullptr);
+    EXPECT_EQ(size, 0);
+    EXPECT_EQ(log.take(), Lines{"3 [data_page] Shared page of 12289 bytes has only 12288 mapped"});
+}
+
+TEST(SharedPage, ShrunkenObjectFailsTheSnapshotAlone) {
+    for (const std::uint64_t size : {0, 700, 4096, 8192}) {
+        SCOPED_TRACE(size);
+        const SharedName shared;
+        vrn_data_page_t *page = allocate(shared);
+        ASSERT_TRUE(second_process([&] {
+            shared.resize(size);
+            return true;
+        }));
+        CapturedLog log(3);
+        EXPECT_EQ(vrn_data_page_snapshot(page), nullptr);
+        EXPECT_EQ(log.take(), Lines{"3 [data_page] Shared page is refused: its 12288 mapped bytes "
+                                    "are gone: Bad address"});
+        vrn_data_page_free(page);
+        EXPECT_FALSE(shared.exists());
+    }
+}
+
+TEST(SharedPage, ScribbledHeaderDoesNotMisleadItsEnd) {
+    const SharedName shared;
+    vrn_data_page_t *page = allocate(shared);
+    ASSERT_TRUE(second_process([&] {
+        const vrn_data_page_ptr other(attach(shared));
+        std::memset(static_cast<void *>(other.get()), 0xFF, page_size);
+        other->creator_pid = getpid();  // it did not create the object, whatever it says
+        return true;
+    }));
+    EXPECT_TRUE(shared.exists());
+    CapturedLog log(3);
+    vrn_data_page_free(page);
+    EXPECT_EQ(log.take(), Lines{});
+    EXPECT_TRUE(shared.exists());  // the header names another process as its creator
+}
+
+TEST(SharedPage, NameOfAnotherObjectIsNotUnlinked) {
+    const SharedName shared;
+    vrn_data_page_t *page = allocate(shared);
+    shm_unlink(shared.name().c_str());
+    close(shm_open(shared.name().c_str(), O_CREAT | O_RDWR, 0600));
+    CapturedLog log;
+    vrn_data_page_free(page);
+    EXPECT_TRUE(shared.exists());
+    EXPECT_EQ(log.take().at(2), "6 | --> shm_unlink(" + shared.name() + ") unsuccessful");
+}
+
+TEST(SharedPage, OutlivesItsCreator) {
+    const SharedName shared;
+    const pid_t creator = start([&] {
+        vrn_data_page_t *page = allocate(shared);
+        page->filled_bytes = 730;
+        raise(SIGKILL);
+        return false;
+    });
+    EXPECT_TRUE(WIFSIGNALED(status_of(creator)));
+    const vrn_data_page_ptr page(attach(shared));
+    ASSERT_TRUE(page);
+    const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(copy->filled_bytes, 730);
+    EXPECT_EQ(copy->creator_pid, creator);
+}
+
+TEST(SharedPage, MappingOutlivesTheName) {
+    const SharedName shared;
+    vrn_data_page_t *page = allocate(shared);
+    const vrn_data_page_ptr other(attach(shared));
+    other->filled_bytes = 730;
+    vrn_data_page_free(page);
+    EXPECT_FALSE(shared.exists());
+    const vrn_data_page_ptr copy(vrn_data_page_snapshot(other.get()));
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(copy->filled_bytes, 730);
+}
+
+TEST(SharedPage, ForkedChildLeavesTheObjectToItsParent) {
+    const SharedName shared;
+    vrn_data_page_t *page = allocate(shared);
+    EXPECT_TRUE(second_process([&] {
+        vrn_data_page_free(page);
+        return true;
+    }));
+    EXPECT_TRUE(shared.exists());
+    vrn_data_page_free(page);
+    EXPECT_FALSE(shared.exists());
+}
+
+TEST(SharedPage, HasOneCreatorAmongMany) {
+    for (int round = 0; round < 20; ++round) {
+        const SharedName shared;
+        std::vector<pid_t> children;
+        for (int i = 0; i < 4; ++i)
+            children.push_back(start([&] {
+                vrn_data_page_t *page = nullptr;
+                std::int32_t creator_pid = 0;
+                const int result =
+                    vrn_allocate_shared_mem(shared.name().c_str(), page_size, &page, &creator_pid);
+                if (result != 0) _exit(2);
+                return creator_pid == getpid();
+            }));
+        int creators = 0;
+        for (const pid_t child : children) {
+            const int status = status_of(child);
+            EXPECT_NE(WEXITSTATUS(status), 2);
+            creators += status == 0;
+        }
+        EXPECT_EQ(creators, 1);
+    }
+}
+
+TEST(SharedPage, SnapshotsHoldWhileAnotherProcessScribblesAndShrinks) {
+    const SharedName shared;
+    const vrn_data_page_ptr page(allocate(shared));
+    const pid_t vandal = start([&] {
+        const int object = shared.open();
+        for (std::uint32_t i = 0;; ++i) {
+            const std::uint64_t sizes[] = {i * 7919 % 20000, i * 104729 % 20000};
+            if (pwrite(object, sizes, sizeof sizes, 8) < 0) return false;
+            if (i % 3 == 0 && ftruncate(object, i * 31 % (page_size + 1)) != 0) return false;
+        }
+    });
+    int taken = 0;
+    for (int i = 0; i < 5000; ++i) {
+        const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
+        if (!copy) continue;
+        ++taken;
+        EXPECT_LE(copy->page_size, page_size);
+        EXPECT_LE(copy->filled_bytes, copy->page_size);
+        EXPECT_GE(copy->filled_bytes, 720);
+    }
+    kill(vandal, SIGKILL);
+    EXPECT_TRUE(WIFSIGNALED(status_of(vandal)));
+    EXPECT_GT(taken, 0);
+}
+
+}  // namespace
+}  // namespace vrn::test
