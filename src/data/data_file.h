@@ -1,0 +1,86 @@
+// One output stream of the data writer: the data file that receives the pages of one source and
+// tag, and the rules by which it ends and the next one begins.
+//
+// What an append reported as written is with the kernel: nothing is held back in this process.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "data/data_file_header.h"
+#include "data/schema_id.h"
+#include "utils/byte_reader.h"
+#include "utils/c_ptr.h"
+#include "utils/client_id.h"
+
+inline void vrn_close_stream(std::FILE *stream) { std::fclose(stream); }
+using vrn_stream_ptr = vrn::CPtr<std::FILE, vrn_close_stream>;
+
+// A new record has these defaults. Used from one thread; vrn_data_file_destroy ends it.
+struct vrn_data_file_t {
+    vrn_client_id_t client_id{};
+    std::string source;
+    bool last_write_ok = true;  // a stretch of failures is logged once, while this is true
+    bool tag_in_path = false;   // the template names the tag as a whole folder
+    std::string root_dir = ".";
+    std::string path_template = "{{year}}/{{month}}{{day}}/{{source}}/{{tag}}{{id}}.bin";
+    std::string tag;
+    vrn_stream_ptr stream;  // unbuffered; null when no append is in progress
+    bool keep_open = true;  // the handle stays open between appends
+    std::string id;         // `first_ts` in decimal; empty when that is 0
+    std::uint64_t file_size = 0;                  // bytes in the file, header included
+    std::uint64_t first_ts = 0;                   // microseconds since the epoch; 0: no file yet
+    std::uint64_t last_ts = 0;                    // of the last page, also when it wasn't written
+    std::string path;                             // empty when there is no current file
+    std::uint64_t max_file_size = 26'214'400;     // bytes; a file that reaches it is finished
+    std::uint64_t max_file_age = 900'000'000;     // microseconds that the data of a file may span
+    std::uint32_t block_size = 65'536;            // goes into the header of a new file
+    vrn_schema_id_t counters_schema_id{};         // the same
+    vrn_schema_id_t event_schema_ids[VRN_EVENT_SCHEMA_IDS]{};  // the same
+    std::uint32_t is_not_counters = 0;            // 0 for a file of counters blocks, otherwise 1
+};
+
+void vrn_data_file_init(vrn_data_file_t *file, const vrn_client_id_t *client_id,
+                        std::string_view source, std::string_view tag,
+                        std::uint32_t is_not_counters);
+
+// Brings the header of the current file up to date, best effort, and releases what is held.
+void vrn_data_file_destroy(vrn_data_file_t *file);
+
+// Appends `size` bytes of whole blocks that span `first_ts` to `last_ts` to the current file, or to
+// a new one when it is time. Returns the bytes written or 0. `rotated`, which may be null, tells
+// whether a new current file was set up. Throws what vrn_data_file_expand_path throws.
+std::uint64_t vrn_data_file_write(vrn_data_file_t *file, std::uint64_t first_ts,
+                                  std::uint64_t last_ts, const void *data, std::uint64_t size,
+                                  bool *rotated);
+
+// Whether data of these times asks for a new file.
+bool vrn_data_file_needs_rotation(const vrn_data_file_t *file, std::uint64_t first_ts,
+                                  std::uint64_t last_ts);
+
+// Ends the current file and sets up the next one, if it is time. True when one was set up. False
+// with an empty `path` when it could not be, after one line per stretch of failures. A time that
+// the date library refuses is thrown and leaves the old path in place.
+bool vrn_data_file_rotate(vrn_data_file_t *file, std::uint64_t first_ts, std::uint64_t last_ts);
+
+// Updates the header of the current file, if there is one; from then on there is none.
+void vrn_data_file_finish(vrn_data_file_t *file);
+
+// These setters finish the current file when they change a value. Those marked ignore a zero or
+// an empty text.
+void vrn_data_file_set_max_size(vrn_data_file_t *file, std::uint64_t bytes);        // ignores
+void vrn_data_file_set_max_age(vrn_data_file_t *file, std::uint64_t microseconds);  // ignores
+void vrn_data_file_set_block_size(vrn_data_file_t *file, std::uint32_t bytes);
+void vrn_data_file_set_counters_schema_id(vrn_data_file_t *file, const vrn_schema_id_t *id);
+// Takes all seven ids behind the header of a schemas block; what `block` lacks reads as zeros.
+void vrn_data_file_set_event_schema_ids(vrn_data_file_t *file, vrn::Bytes block);
+void vrn_data_file_set_tag(vrn_data_file_t *file, std::string_view tag);
+void vrn_data_file_set_root_dir(vrn_data_file_t *file, std::string_view dir);             // ignores
+void vrn_data_file_set_path_template(vrn_data_file_t *file, std::string_view text);       // ignores
+
+// These finish nothing.
+void vrn_data_file_set_keep_open(vrn_data_file_t *file, bool keep_open);
+void vrn_data_file_set_tag_in_path(vrn_data_file_t *file, bool tag_in_path);
