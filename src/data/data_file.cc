@@ -78,7 +78,7 @@ void vrn_data_file_init(vrn_data_file_t *file, const vrn_client_id_t *client_id,
                         std::string_view source, std::string_view tag,
                         std::uint32_t is_not_counters) {
     *file = {};
-    vrn_client_id_copy(&file->client_id, client_id);
+    file->client_id = *client_id;
     file->source = source;
     file->tag = tag;
     file->is_not_counters = is_not_counters;

@@ -16,7 +16,9 @@
 #include "utils/c_ptr.h"
 #include "utils/client_id.h"
 
-inline void vrn_close_stream(std::FILE *stream) { std::fclose(stream); }
+inline void vrn_close_stream(std::FILE *stream) {
+    std::fclose(stream);
+}
 using vrn_stream_ptr = vrn::CPtr<std::FILE, vrn_close_stream>;
 
 // A new record has these defaults. Used from one thread; vrn_data_file_destroy ends it.
@@ -28,19 +30,19 @@ struct vrn_data_file_t {
     std::string root_dir = ".";
     std::string path_template = "{{year}}/{{month}}{{day}}/{{source}}/{{tag}}{{id}}.bin";
     std::string tag;
-    vrn_stream_ptr stream;  // unbuffered; null when no append is in progress
-    bool keep_open = true;  // the handle stays open between appends
-    std::string id;         // `first_ts` in decimal; empty when that is 0
-    std::uint64_t file_size = 0;                  // bytes in the file, header included
-    std::uint64_t first_ts = 0;                   // microseconds since the epoch; 0: no file yet
-    std::uint64_t last_ts = 0;                    // of the last page, also when it wasn't written
-    std::string path;                             // empty when there is no current file
-    std::uint64_t max_file_size = 26'214'400;     // bytes; a file that reaches it is finished
-    std::uint64_t max_file_age = 900'000'000;     // microseconds that the data of a file may span
-    std::uint32_t block_size = 65'536;            // goes into the header of a new file
-    vrn_schema_id_t counters_schema_id{};         // the same
+    vrn_stream_ptr stream;                     // unbuffered; null when no append is in progress
+    bool keep_open = true;                     // the handle stays open between appends
+    std::string id;                            // `first_ts` in decimal; empty when that is 0
+    std::uint64_t file_size = 0;               // bytes in the file, header included
+    std::uint64_t first_ts = 0;                // microseconds since the epoch; 0: no file yet
+    std::uint64_t last_ts = 0;                 // of the last page, also when it wasn't written
+    std::string path;                          // empty when there is no current file
+    std::uint64_t max_file_size = 26'214'400;  // bytes; a file that reaches it is finished
+    std::uint64_t max_file_age = 900'000'000;  // microseconds that the data of a file may span
+    std::uint32_t block_size = 65'536;         // goes into the header of a new file
+    vrn_schema_id_t counters_schema_id{};      // the same
     vrn_schema_id_t event_schema_ids[VRN_EVENT_SCHEMA_IDS]{};  // the same
-    std::uint32_t is_not_counters = 0;            // 0 for a file of counters blocks, otherwise 1
+    std::uint32_t is_not_counters = 0;  // 0 for a file of counters blocks, otherwise 1
 };
 
 void vrn_data_file_init(vrn_data_file_t *file, const vrn_client_id_t *client_id,
@@ -78,8 +80,8 @@ void vrn_data_file_set_counters_schema_id(vrn_data_file_t *file, const vrn_schem
 // Takes all seven ids behind the header of a schemas block; what `block` lacks reads as zeros.
 void vrn_data_file_set_event_schema_ids(vrn_data_file_t *file, vrn::Bytes block);
 void vrn_data_file_set_tag(vrn_data_file_t *file, std::string_view tag);
-void vrn_data_file_set_root_dir(vrn_data_file_t *file, std::string_view dir);             // ignores
-void vrn_data_file_set_path_template(vrn_data_file_t *file, std::string_view text);       // ignores
+void vrn_data_file_set_root_dir(vrn_data_file_t *file, std::string_view dir);        // ignores
+void vrn_data_file_set_path_template(vrn_data_file_t *file, std::string_view text);  // ignores
 
 // These finish nothing.
 void vrn_data_file_set_keep_open(vrn_data_file_t *file, bool keep_open);
