@@ -19,13 +19,14 @@ constexpr int cell_width = 20;
 constexpr std::uint64_t column_width = cell_width + 3;
 
 void print_padded(std::FILE *stream, std::string_view text, std::uint64_t width) {
-    std::fwrite(text.data(), 1, text.size(), stream);
-    for (std::uint64_t i = text.size(); i < width; ++i) std::fputc(' ', stream);
+    std::string padded(text);
+    if (padded.size() < width) padded.resize(width, ' ');
+    std::fwrite(padded.data(), 1, padded.size(), stream);
 }
 
 void print_rule(std::FILE *stream, std::uint64_t dashes) {
-    for (std::uint64_t i = 0; i < dashes; ++i) std::fputc('-', stream);
-    std::fputc('\n', stream);
+    const std::string rule = std::string(dashes, '-') + '\n';
+    std::fwrite(rule.data(), 1, rule.size(), stream);
 }
 
 // Cell of a formatted value. False when there is no text.
