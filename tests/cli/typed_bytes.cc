@@ -4,10 +4,12 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include "data/data_file_header.h"
 #include "data/version.h"
 #include "support/byte_builder.h"
+#include "support/page_blocks.h"
 
 namespace vrn::test {
 namespace {
@@ -141,19 +143,45 @@ void add_directive(ByteBuilder &bytes, const std::string &line) {
     }
 }
 
+// The page that `line` opens, around `payload`.
+std::string build_page(const std::string &line, const std::string &payload) {
+    std::istringstream words(line);
+    std::string directive;
+    char encoding = 0;
+    words >> directive >> encoding;
+    Keys keys = read_keys(words);
+    keys.try_emplace("first", "0");
+    keys.try_emplace("last", "0");
+    const vrn_page_info_t info = {make_source(keys["source"], keys["tag"]),
+                                  std::stoull(keys["first"]), std::stoull(keys["last"]),
+                                  static_cast<vrn_page_encoding_t>(encoding)};
+    std::size_t size = 0;
+    void *block = vrn_compressed_page_encode(&info, payload.data(), payload.size(), &size);
+    return take_block(block, size);
+}
+
 }  // namespace
 
 std::string parse_typed_bytes(const std::vector<std::string> &lines) {
-    ByteBuilder bytes;
+    ByteBuilder file;
+    ByteBuilder payload;
+    std::string page;  // the line of the page that is open, or empty
     for (const std::string &line : lines) {
         if (line.empty() || line.starts_with('#')) continue;
         try {
-            add_directive(bytes, line);
+            if (line.starts_with("page ")) {
+                page = line;
+            } else if (line == "end-page") {
+                file.text(build_page(std::exchange(page, {}), payload.done()));
+                payload = {};
+            } else {
+                add_directive(page.empty() ? file : payload, line);
+            }
         } catch (const std::exception &error) {
             throw std::runtime_error("\"" + line + "\": " + error.what());
         }
     }
-    return bytes.done();
+    return file.done();
 }
 
 }  // namespace vrn::test
