@@ -71,7 +71,7 @@ bool read_types(const JSON_Array *types, const vrn_provider_field_set_t *field_s
         }
         bool dropped = false;
         vrn_type_definition_ptr type(vrn_type_definition_from_json(element, field_set, &dropped));
-        if (!type && dropped && out_parsed) continue;
+        if (!type && dropped && out_parsed != nullptr) continue;
         if (!type) {
             VRN_LOG(VRN_LOG_ERROR, "Failed to deserialize type #%d from JSON array", number);
             return false;

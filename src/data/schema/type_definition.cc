@@ -1,5 +1,6 @@
 #include "data/schema/type_definition.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -12,16 +13,11 @@ bool copy_text(const char *from, char **to) {
     return *to != nullptr;
 }
 
-template <typename T>
-T *allocate(std::size_t count) {
-    // One place at least, so that null means out of memory for an empty array as well.
-    return static_cast<T *>(std::calloc(count > 0 ? count : 1, sizeof(T)));
-}
-
 }  // namespace
 
 vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_info_t *info) {
-    vrn_field_definition_ptr field(allocate<vrn_type_field_definition_t>(1));
+    vrn_field_definition_ptr field(static_cast<vrn_type_field_definition_t *>(
+        std::calloc(1, sizeof(vrn_type_field_definition_t))));
     if (!field) return nullptr;
     if (!copy_text(info->name, &field->field_name) ||
         !copy_text(info->description, &field->description) ||
@@ -41,13 +37,16 @@ void vrn_field_definition_destroy(vrn_type_field_definition_t *field) {
 }
 
 vrn_type_definition_t *vrn_type_definition_create(const char *name) {
-    vrn_type_definition_ptr type(allocate<vrn_type_definition_t>(1));
+    vrn_type_definition_ptr type(
+        static_cast<vrn_type_definition_t *>(std::calloc(1, sizeof(vrn_type_definition_t))));
     if (!type || !copy_text(name, &type->name)) return nullptr;
     return type.release();  // to the caller
 }
 
 bool vrn_type_definition_reserve(vrn_type_definition_t *type, std::uint16_t max_fields) {
-    type->fields = allocate<vrn_type_field_definition_t *>(max_fields);
+    // One place at least, so that null means out of memory for an empty array as well.
+    type->fields = static_cast<vrn_type_field_definition_t **>(
+        std::calloc(std::max<std::size_t>(max_fields, 1), sizeof(void *)));
     return type->fields != nullptr;
 }
 
