@@ -1,0 +1,101 @@
+#include <gtest/gtest.h>
+
+#include "data/schema/provider_field_set.h"
+#include "data/schema/schema_text.h"
+#include "data/schema/type_system_load.h"
+#include "support/captured_log.h"
+#include "support/temp_dir.h"
+
+namespace vrn::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// Loads schemas through a field set.
+class TypeSystemFilter : public testing::Test {
+  protected:
+    const vrn_schema_t *load(const std::vector<const char *> &set_lines,
+                             const std::vector<std::string> &types) {
+        const vrn_provider_field_set_ptr set(vrn_provider_field_set_create());
+        EXPECT_TRUE(
+            vrn_provider_field_set_init_from_lines(set.get(), set_lines.data(), set_lines.size()));
+        const std::string path = dir_.write("s.json", schema_text(types));
+        CapturedLog log(7);
+        const vrn_schema_t *schema =
+            vrn_type_system_load_schema_file(ts_.get(), path.c_str(), set.get(), &parsed_);
+        log_ = log.take();
+        std::erase_if(log_, [](const std::string &line) { return line.starts_with("7 clearing"); });
+        return schema;
+    }
+
+    const std::vector<std::string> two_fields_{field_text("a", "int", "0", "4"),
+                                               field_text("b", "int", "4", "4")};
+    const TempDir dir_;
+    const vrn_type_system_ptr ts_{vrn_type_system_create()};
+    bool parsed_ = false;
+    Lines log_;
+};
+
+TEST_F(TypeSystemFilter, KeepsTheLayoutOfWhatStays) {
+    const vrn_schema_t *schema =
+        load({"[kept]", "^b$", "[none_left]", "zz", "[all]"},
+             {type_text("other", "8", two_fields_), type_text("none_left", "8", two_fields_),
+              type_text("kept", "8", two_fields_), type_text("all", "8", two_fields_)});
+    ASSERT_NE(schema, nullptr);
+    EXPECT_TRUE(parsed_);
+    ASSERT_EQ(schema->num_types, 2);
+    EXPECT_STREQ(schema->types[0]->name, "kept");
+    EXPECT_EQ(schema->types[0]->size, 8U);
+    ASSERT_EQ(schema->types[0]->num_fields, 1);
+    EXPECT_STREQ(schema->types[0]->fields[0]->field_name, "b");
+    EXPECT_EQ(schema->types[0]->fields[0]->offset, 4U);
+    EXPECT_EQ(schema->types[1]->num_fields, 2);
+    const std::string because = " as it is not required by the provided field set";
+    EXPECT_EQ(
+        log_,
+        (Lines{"7 Skipping type definition 'other'" + because,
+               "7 Skipping field 'none_left.a'" + because,
+               "7 Skipping field 'none_left.b'" + because,
+               "7 Skipping type definition 'none_left' as it has no fields after filtering by "
+               "field set",
+               "7 Skipping field 'kept.a'" + because}));
+}
+
+TEST_F(TypeSystemFilter, TellsADroppedSchemaFromABadOne) {
+    struct Case {
+        const char *name;
+        std::vector<std::string> types;
+        bool parsed;
+        const char *last_log;
+    };
+    const Case cases[] = {
+        {"all dropped",
+         {type_text("other", "8", two_fields_)},
+         true,
+         "7 No types found in the schema after filtering by field set"},
+        {"no types", {}, true, "7 No types found in the schema after filtering by field set"},
+        {"size 0",
+         {type_text("t", "0", two_fields_)},
+         false,
+         "3 Failed to deserialize type #0 from JSON array"},
+        {"size 0 of a dropped type",
+         {type_text("other", "0", two_fields_)},
+         true,
+         "7 No types found in the schema after filtering by field set"},
+        {"element type dropped",
+         {int_type_text("other"), type_text("t", "4", {field_text("a", "other", "0", "4")})},
+         false,
+         "3 Failed to adjust type fields within schema p"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        parsed_ = !c.parsed;
+        EXPECT_EQ(load({"[t]"}, c.types), nullptr);
+        EXPECT_EQ(parsed_, c.parsed);
+        EXPECT_EQ(ts_->num_schemas, 0);
+        EXPECT_EQ(log_.back(), c.last_log);
+    }
+}
+
+}  // namespace
+}  // namespace vrn::test
