@@ -9,6 +9,22 @@
 
 namespace {
 
+// Two schemas in a system: a composite field, an array, a text and a guid word.
+constexpr char type_system_text[] = R"({"version":"1.5.0","schemas":[{"vrn_version":"1.5.0",
+"provider_name":"p","provider_version":"1.0.0","types":[{"name":"in","size":12,"fields":[
+{"field_name":"a","description":"","type_name":"int","counting_mode":"DELTA","offset":0,
+"type_size":4,"array_length":3}]},{"name":"t","size":44,"fields":[
+{"field_name":"i","description":"","type_name":"in","counting_mode":"DELTA","offset":0,
+"type_size":12,"array_length":2,"index":1},{"field_name":"c","description":"","type_name":"char",
+"counting_mode":"DELTA","offset":24,"type_size":1,"array_length":12},{"field_name":"guid",
+"description":"","type_name":"uint64_t","counting_mode":"DELTA","offset":36,"type_size":8}]}]},
+{"vrn_version":"1.5.0","provider_name":"q","provider_version":"1.0.0","types":[]}]})";
+// One schema whose types don't link, with a guid word far outside of its record.
+constexpr char schema_text[] = R"({"vrn_version":"1.5.0","provider_name":"p",
+"provider_version":"1.0.0","types":[{"name":"t","size":4,"fields":[
+{"field_name":"guid","description":"","type_name":"t","counting_mode":"DELTA","offset":99999999,
+"type_size":4}]}]})";
+
 using vrn::metrics::CntxBuilder;
 using vrn::metrics::CntxRecord;
 using vrn::metrics::LabelEncoding;
@@ -59,6 +75,8 @@ void write_seeds(const std::filesystem::path &folder) {
             write(folder / "metrics_count", name + std::to_string(records), block + block);
         }
     }
+    write(folder / "type_system", "system", type_system_text);
+    write(folder / "type_system", "unlinked", schema_text);
 }
 
 }  // namespace
