@@ -27,6 +27,33 @@ TEST(Env, BareSpellingServesWhenPrefixedIsUnset) {
     EXPECT_EQ(log.take(), std::vector<std::string>{});
 }
 
+TEST(Env, EqualOrEmptyValuesFollowTheSameRule) {
+    const struct {
+        const char *prefixed;
+        const char *bare;
+        const char *expected;
+        bool warns;
+    } cases[] = {
+        {"1", "1", "1", false},   {"1", nullptr, "1", false},         {"", "2", "", true},
+        {"", nullptr, "", false}, {nullptr, nullptr, nullptr, false},
+    };
+    for (const auto &c : cases) {
+        const ScopedEnv prefixed("VRN_FOO", c.prefixed);
+        const ScopedEnv bare("FOO", c.bare);
+        CapturedLog log;
+        EXPECT_STREQ(vrn_getenv("FOO"), c.expected);
+        EXPECT_EQ(log.take().size(), c.warns ? 1u : 0u);
+    }
+}
+
+TEST(Env, StartLevelIsExemptFromTheWarning) {
+    const ScopedEnv prefixed("VRN_API_LOG_LEVEL", "7");
+    const ScopedEnv bare("API_LOG_LEVEL", "3");
+    CapturedLog log;
+    EXPECT_STREQ(vrn_getenv("VRN_API_LOG_LEVEL"), "7");
+    EXPECT_EQ(log.take(), std::vector<std::string>{});
+}
+
 TEST(Env, TruthIsToldByTheFirstCharacter) {
     for (const char *value : {"1", "true", "Yes", "T", "y0"})
         EXPECT_TRUE(vrn_env_value_is_true(value)) << value;

@@ -1,0 +1,161 @@
+#include "data/data_file_header.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include "data/version.h"
+#include "support/byte_builder.h"
+#include "support/capture_stream.h"
+#include "support/captured_log.h"
+#include "support/string_lists.h"
+#include "vrn_version.h"
+
+namespace vrn::test {
+namespace {
+
+vrn_data_file_header_t header_from(const std::string &bytes) {
+    vrn_data_file_header_t header;
+    EXPECT_EQ(bytes.size(), sizeof header);
+    std::memcpy(&header, bytes.data(), sizeof header);
+    return header;
+}
+
+TEST(DataFileHeader, NewOneHasMagicsVersionAndSize) {
+    const vrn_data_file_header_ptr header(vrn_data_file_header_create());
+    const auto expected =
+        ByteBuilder().text("VRNF").u32(1793).u64(256).pad_to(252).text("vrnf").done();
+    EXPECT_EQ(std::string(reinterpret_cast<const char *>(header.get()), 256), expected);
+    EXPECT_TRUE(vrn_data_file_header_validate(header.get()));
+}
+
+TEST(DataFileHeader, ChecksMagicVersionAndSizeOnly) {
+    using Header = vrn_data_file_header_t;
+    const auto version = [](std::uint8_t major, std::uint8_t minor, std::uint16_t patch) {
+        return [=](Header *header) { header->version = {major, minor, patch}; };
+    };
+    const auto refused = [](const char *shown) {
+        return Lines{std::string("3 Version of data page ") + shown +
+                     " is incompatible with Varnel version " + vrn_version_string()};
+    };
+    const struct {
+        const char *name;
+        std::function<void(Header *)> change;
+        Lines log;  // none when the header is valid
+    } cases[] = {
+        {"newer patch", version(1, 7, 9), {}},
+        {"older minor", version(1, 3, 0), {}},
+        {"newer minor", version(1, 8, 0), refused("1.8.0")},
+        {"newer major", version(2, 0, 300), refused("2.0.300")},
+        {"older major", version(0, 7, 0), refused("0.7.0")},
+        {"opening magic",
+         [](Header *header) { header->magic[3] = 'D'; },
+         {"3 Wrong data page magic number."}},
+        {"size below the header",
+         [](Header *header) { header->file_size = 255; },
+         {"3 Wrong data file size 255 is less then file header size 256"}},
+        {"size of all ones", [](Header *header) { header->file_size = ~std::uint64_t{0}; }, {}},
+        {"closing magic", [](Header *header) { header->magic_end[0] = 'x'; }, {}},
+        {"byte order", [](Header *header) { header->byte_order = 1; }, {}},
+        {"padding", [](Header *header) { header->padding[6] = 1; }, {}},
+        {"block size", [](Header *header) { header->block_size = 0; }, {}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const vrn_data_file_header_ptr header(vrn_data_file_header_create());
+        c.change(header.get());
+        CapturedLog log;
+        EXPECT_EQ(vrn_data_file_header_validate(header.get()), c.log.empty());
+        EXPECT_EQ(log.take(), c.log);
+    }
+}
+
+TEST(DataFileHeader, PrintsAllFields) {
+    ByteBuilder bytes;
+    bytes.text("VRNF").u8(1).u8(7).u16(300).u64(1000).field("node1", 64).field("tag", 16);
+    bytes.u64(11).u64(18446744073709551615u).u32(4294967295u);
+    bytes.raw(std::string(16, '\xAB')).raw(std::string(16, '\x01')).zeros(96);
+    bytes.u8(2).zeros(7).text("vrnf");
+    const auto header = header_from(bytes.done());
+    const std::string none(32, '0');
+    EXPECT_EQ(
+        captured_stream([&](std::FILE *stream) { vrn_data_file_header_print(stream, &header); }),
+        "Data file header\n"
+        " magic number         = VRNF\n"
+        " version              = 1.7.300\n"
+        " file size            = 1000\n"
+        " source id            = node1\n"
+        " source tag           = tag\n"
+        " first timestamp      = 11\n"
+        " last timestamp       = 18446744073709551615\n"
+        " data block size      = 4294967295\n"
+        " counters schema id   = abababababababababababababababab\n"
+        " schema id[0]         = 01010101010101010101010101010101\n"
+        " schema id[1]         = " +
+            none +
+            "\n"
+            " schema id[2]         = " +
+            none +
+            "\n"
+            " schema id[3]         = " +
+            none +
+            "\n"
+            " schema id[4]         = " +
+            none +
+            "\n"
+            " schema id[5]         = " +
+            none +
+            "\n"
+            " schema id[6]         = " +
+            none +
+            "\n"
+            " byte order           = 2 (BE)\n"
+            " end magic number     = vrnf\n");
+}
+
+TEST(DataFileHeader, FullTextsRunOnAsFarAsTheHeader) {
+    const auto printed_source = [](const vrn_data_file_header_t &header) {
+        const std::string text = captured_stream(
+            [&](std::FILE *stream) { vrn_data_file_header_print(stream, &header); });
+        const std::string label = " source id            = ";
+        const std::size_t start = text.find(label) + label.size();
+        return text.substr(start, text.find("\n source tag", start) - start);
+    };
+    const std::string source(64, 's');
+    const auto full = ByteBuilder().zeros(16).text(source).field("tag", 16).pad_to(256).done();
+    EXPECT_EQ(printed_source(header_from(full)), source + "tag");
+    EXPECT_EQ(printed_source(header_from(std::string(256, 'x'))), std::string(240, 'x'));
+}
+
+TEST(DataFileHeader, SchemaIdTextsEndAtTheSeventh) {
+    const vrn_data_file_header_ptr header(vrn_data_file_header_create());
+    header->event_schema_ids[6].bytes[15] = 0x0F;
+    EXPECT_STREQ(CString(vrn_data_file_header_schema_id_hex(header.get(), 6)).get(),
+                 "0000000000000000000000000000000f");
+    EXPECT_EQ(vrn_data_file_header_schema_id_hex(header.get(), 7), nullptr);
+}
+
+TEST(DataFileHeader, PrintsItsLayout) {
+    testing::internal::CaptureStdout();
+    vrn_data_file_header_print_fields();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Field                       Offset    Size\n"
+              " magic                      0         4\n"
+              " version                    4         4\n"
+              " file_size                  8         8\n"
+              " source_id                  16        64\n"
+              " source_tag                 80        16\n"
+              " first_timestamp            96        8\n"
+              " last_timestamp             104       8\n"
+              " block_size                 112       4\n"
+              " counters_schema_id         116       16\n"
+              " event_schema_ids           132       112\n"
+              " byte_order                 244       1\n"
+              " padding                    245       7\n"
+              " magic_end                  252       4\n");
+}
+
+}  // namespace
+}  // namespace vrn::test

@@ -1,0 +1,242 @@
+#include "utils/log.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <thread>
+
+#include "support/captured_log.h"
+#include "support/string_lists.h"
+#include "support/temp_dir.h"
+#include "utils/c_ptr.h"
+
+namespace vrn::test {
+namespace {
+
+// Each test starts with a log that was never used and without its variables.
+class LogTest : public testing::Test {
+  protected:
+    LogTest() { reset(); }
+    ~LogTest() override {
+        reset();
+        vrn_init_stderr_logger(0);
+    }
+
+    static void reset() {
+        vrn_log_registered = false;
+        vrn_log_callback = nullptr;
+        vrn_log_level = 0;
+        vrn_close_logger();
+        vrn_log_level = VRN_LOG_UNINITIALIZED;
+        vrn_log_stream = nullptr;
+        vrn_log_mutex = nullptr;
+    }
+
+    // Lines of the file sink at `path_`; each must begin with a time, which is cut.
+    Lines take_lines() {
+        vrn_close_logger();
+        Lines lines;
+        std::istringstream stream(read_file(path_));
+        for (std::string line; std::getline(stream, line);) {
+            EXPECT_THAT(line, testing::MatchesRegex("\\[[0-9]{4}-[0-9]{2}-[0-9]{2} "
+                                                    "[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}\\] .*"));
+            lines.push_back(line.size() > time_width ? line.substr(time_width) : line);
+        }
+        return lines;
+    }
+
+    static constexpr std::size_t time_width = sizeof "[2026-07-02 16:11:44.015] " - 1;
+    ScopedEnv no_level_{"VRN_API_LOG_LEVEL", nullptr};
+    ScopedEnv no_bare_level_{"API_LOG_LEVEL", nullptr};
+    ScopedEnv no_thread_safe_{"VRN_LOG_THREAD_SAFE", nullptr};
+    ScopedEnv no_bare_thread_safe_{"LOG_THREAD_SAFE", nullptr};
+    TempDir dir_;
+    std::string path_ = dir_.file("log");
+};
+
+TEST_F(LogTest, FirstMessageStartsItFromTheEnvironment) {
+    const struct {
+        const char *prefixed;
+        const char *bare;
+        std::uint32_t level;
+    } cases[] = {
+        {nullptr, nullptr, 0}, {"7", "3", 7},      {nullptr, "7", 7},     {"abc", nullptr, 0},
+        {"", "5", 0},          {"3x", nullptr, 3}, {"100", nullptr, 100},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.prefixed ? c.prefixed : "unset");
+        const ScopedEnv prefixed("VRN_API_LOG_LEVEL", c.prefixed);
+        const ScopedEnv bare("API_LOG_LEVEL", c.bare);
+        reset();
+        testing::internal::CaptureStderr();
+        VRN_LOG(200, "never shown");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        EXPECT_EQ(vrn_log_level, c.level);
+        EXPECT_EQ(vrn_log_stream, stderr);
+    }
+}
+
+TEST_F(LogTest, NegativeStartLevelShowsAllAndEnds) {
+    const ScopedEnv level("VRN_API_LOG_LEVEL", "-1");
+    const ScopedEnv thread_safe("VRN_LOG_THREAD_SAFE", "0");
+    testing::internal::CaptureStderr();
+    VRN_LOG(VRN_LOG_DEBUG, "shown");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::EndsWith("[debug] shown\n"));
+}
+
+TEST_F(LogTest, LinesHaveTimeTagAndText) {
+    ASSERT_TRUE(vrn_init_file_logger(path_.c_str(), 7));
+    for (std::uint32_t level = 0; level <= 8; ++level) VRN_LOG(level, "at %u\tx", level);
+    EXPECT_EQ(take_lines(),
+              (Lines{"at 0\tx", "at 1\tx", "at 2\tx", "[error] at 3\tx", "[warning] at 4\tx",
+                     "at 5\tx", "[info] at 6\tx", "[debug] at 7\tx"}));
+}
+
+TEST_F(LogTest, HiddenMessagesDoNotEvaluateTheirArguments) {
+    ASSERT_TRUE(vrn_init_file_logger(path_.c_str(), 3));
+    int evaluated = 0;
+    VRN_LOG(VRN_LOG_WARNING, "%d", ++evaluated);
+    EXPECT_EQ(evaluated, 0);
+    EXPECT_EQ(vrn_log_set_level(4), 3u);
+    VRN_LOG(VRN_LOG_WARNING, "%d", ++evaluated);
+    EXPECT_EQ(take_lines(), Lines{"[warning] 1"});
+}
+
+TEST_F(LogTest, FileIsEmptiedAndFallsBackToStandardError) {
+    dir_.write("log", "old");
+    ASSERT_TRUE(vrn_init_file_logger(path_.c_str(), 6));
+    EXPECT_EQ(read_file(path_), "");
+    EXPECT_FALSE(vrn_init_file_logger(dir_.file("none/log").c_str(), 4));
+    EXPECT_EQ(vrn_log_kind, VRN_LOG_KIND_STDERR);
+    EXPECT_EQ(vrn_log_stream, stderr);
+    EXPECT_EQ(vrn_log_level, 4u);
+}
+
+TEST_F(LogTest, ThreadSafetyIsOnUnlessToldOtherwise) {
+    const struct {
+        const char *value;
+        bool has_mutex;
+    } cases[] = {{nullptr, true}, {"", true},   {"yes", true}, {"1", true},
+                 {"T", true},     {"0", false}, {"no", false}, {"on", false}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.value ? c.value : "unset");
+        const ScopedEnv thread_safe("VRN_LOG_THREAD_SAFE", nullptr);
+        const ScopedEnv bare("LOG_THREAD_SAFE", c.value);
+        reset();
+        ASSERT_TRUE(vrn_init_file_logger(path_.c_str(), 7));
+        EXPECT_EQ(vrn_log_mutex != nullptr, c.has_mutex);
+        const ScopedEnv quiet("LOG_THREAD_SAFE", nullptr);
+        EXPECT_EQ(take_lines(),
+                  c.has_mutex ? Lines{}
+                              : (Lines{"[debug] [logger] [_vrn_init_logger_mutex] Thread safety is "
+                                       "disabled by environment variable VRN_LOG_THREAD_SAFE",
+                                       "[debug] [logger] [vrn_init_file_logger] Initialized logger "
+                                       "without thread-safety"}));
+    }
+}
+
+TEST_F(LogTest, LinesOfThreadsStayWhole) {
+    ASSERT_TRUE(vrn_init_file_logger(path_.c_str(), 6));
+    const std::string text(300, 'x');
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int j = 0; j < 100; ++j) VRN_LOG(VRN_LOG_INFO, "%s", text.c_str());
+        });
+    for (std::thread &thread : threads) thread.join();
+    EXPECT_EQ(take_lines(), Lines(400, "[info] " + text));
+}
+
+std::string callback_format;
+std::int32_t callback_level;
+
+void remember(std::int32_t level, const char *format, ...) {
+    callback_level = level;
+    callback_format = format;
+}
+
+TEST_F(LogTest, CallbackReceivesTheFormatUnexpanded) {
+    ASSERT_TRUE(vrn_init_file_logger(path_.c_str(), 3));
+    vrn_log_register_callback(remember, 6);
+    VRN_LOG(VRN_LOG_INFO, "a %d", 1);
+    VRN_LOG(VRN_LOG_DEBUG, "hidden");
+    EXPECT_EQ(callback_format, "a %d");
+    EXPECT_EQ(callback_level, 6);
+    EXPECT_EQ(vrn_log_kind, VRN_LOG_KIND_CALLBACK);
+    EXPECT_EQ(read_file(path_), "");
+    std::fclose(vrn_log_stream);  // closing the log no longer does
+}
+
+TEST_F(LogTest, ImportedStateCanNotBeStartedOrClosedHere) {
+    ASSERT_TRUE(vrn_init_file_logger(path_.c_str(), 6));
+    const CPtr<vrn_log_state_t, std::free> state(vrn_log_export_state());
+    EXPECT_FALSE(vrn_log_import_state(nullptr));
+    EXPECT_TRUE(vrn_log_import_state(state.get()));
+    EXPECT_FALSE(vrn_log_registered);  // nothing was new
+
+    state->level = 7;
+    EXPECT_TRUE(vrn_log_import_state(state.get()));
+    EXPECT_TRUE(vrn_log_registered);
+    EXPECT_EQ(vrn_log_stream, state->stream);
+    EXPECT_FALSE(vrn_init_stderr_logger(1));
+    EXPECT_FALSE(vrn_init_syslog_logger("x", 1));
+    EXPECT_FALSE(vrn_init_file_logger("x", 1));
+    vrn_close_logger();
+    EXPECT_EQ(vrn_log_level, 7u);
+
+    vrn_log_registered = false;
+    EXPECT_EQ(
+        take_lines(),
+        (Lines{"[debug] [logger] [vrn_init_stderr_logger] registered logger cannot initialize "
+               "logger",
+               "[debug] [logger] [vrn_init_syslog_logger] registered logger cannot initialize "
+               "logger",
+               "[debug] [logger] [vrn_init_file_logger] registered logger cannot initialize "
+               "logger",
+               "[debug] [logger] [vrn_close_logger] tried closing a registered logger, skipping "
+               "closure"}));
+}
+
+TEST_F(LogTest, SnapshotHoldsOnlyWhatItsKindUses) {
+    ASSERT_TRUE(vrn_init_stderr_logger(5));
+    vrn_log_register_callback(remember, 5);
+    const CPtr<vrn_log_state_t, std::free> state(vrn_log_export_state());
+    EXPECT_EQ(state->kind, VRN_LOG_KIND_CALLBACK);
+    EXPECT_EQ(state->callback, remember);
+    EXPECT_EQ(state->stream, nullptr);
+    EXPECT_EQ(state->level, 5u);
+    EXPECT_EQ(state->mutex, vrn_log_mutex);
+}
+
+TEST_F(LogTest, HexdumpPadsItsLastLine) {
+    const std::string full =
+        "7 00 1F 41 7E 7F FF 30 31  32 33 34 35 36 37 38 39  |  ..A~..0123456789 ";
+    const struct {
+        std::size_t length;
+        Lines lines;
+    } cases[] = {
+        {0, {}},
+        {1, {"7 00                                                |  . "}},
+        {8, {"7 00 1F 41 7E 7F FF 30 31                           |  ..A~..01 "}},
+        {9, {"7 00 1F 41 7E 7F FF 30 31  32                       |  ..A~..012 "}},
+        {16, {full}},
+        {17, {full, "7 61                                                |  a "}},
+    };
+    const char data[] =
+        "\x00\x1F\x41~\x7F\xFF"
+        "0123456789a";
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.length);
+        CapturedLog log(7);
+        vrn_log_hexdump(data, c.length);
+        EXPECT_EQ(log.take(), c.lines);
+    }
+    CapturedLog log(6);
+    vrn_log_hexdump(data, 17);
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+}  // namespace
+}  // namespace vrn::test
