@@ -1,0 +1,146 @@
+// What a collector is told of its sources: see vrn_source_list_from_spec and _from_range.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "utils/c_ptr.h"
+#include "utils/log.h"
+#include "utils/parse_number.h"
+#include "utils/source_list.h"
+
+namespace {
+
+constexpr std::size_t line_size = 1024;
+
+using File = vrn::CPtr<std::FILE, std::fclose>;
+
+// Appends a source with an empty tag. False, after a line when there are too many, else out of
+// memory.
+bool add_source(vrn_source_list_t *list, const char *name) {
+    if (list->count >= VRN_SOURCE_LIST_MAX) {
+        VRN_LOG(VRN_LOG_ERROR, "[source] More than %d sources specified",
+                static_cast<int>(VRN_SOURCE_LIST_MAX));
+        return false;
+    }
+    vrn_source_ptr source(vrn_source_create(name, ""));
+    if (!vrn_source_list_add(list, source.get())) return false;
+    source.release();  // to the list
+    return true;
+}
+
+// Calls `add` with the list and each line of the file, until it fails. Null on failure, after a
+// line with the `kind` of file when it can't be opened.
+template <typename Add>
+vrn_source_list_t *read_file(const char *path, const char *kind, Add add) {
+    const File file(std::fopen(path, "r"));
+    if (!file) {
+        VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open %s file: %s", kind, path);
+        return nullptr;
+    }
+    vrn_source_list_ptr list(vrn_source_list_create());
+    if (!list) return nullptr;
+    char line[line_size];
+    while (std::fgets(line, sizeof line, file.get()))
+        if (!add(list.get(), line)) return nullptr;
+    return list.release();  // to the caller
+}
+
+bool add_fabscan_line(vrn_source_list_t *list, char *line) {
+    char *open = std::strchr(line, '(');
+    char *close = std::strchr(line, ')');
+    if (!open || !close || close < open) return true;
+    *close = 0;
+    return add_source(list, open + 1);
+}
+
+bool add_text_line(vrn_source_list_t *list, char *line) {
+    char *rest = nullptr;
+    const char *name = strtok_r(line, "\n\r", &rest);
+    return !name || add_source(list, name);
+}
+
+// Fabscan files name nodes as H-... (hosts) and S-... (switches).
+bool has_fabscan_mark(const char *path) {
+    const File file(std::fopen(path, "r"));
+    if (!file) {
+        VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open file: %s", path);
+        return false;
+    }
+    char line[line_size];
+    while (std::fgets(line, sizeof line, file.get()))
+        if (std::strstr(line, "H-") || std::strstr(line, "S-")) return true;
+    return false;
+}
+
+struct Range {
+    std::string_view first;
+    std::string_view last;
+    std::string_view prefix;
+    bool has_prefix;
+};
+
+// Cuts `text` into the parts of one of its three forms; false when it has none of them.
+bool split_range(std::string_view text, Range *range) {
+    const std::size_t dash = text.find('-');
+    if (dash == std::string_view::npos) {
+        *range = {"1", text, {}, false};
+        return true;
+    }
+    const std::size_t open = text.find('[');
+    const std::size_t close = text.find(']');
+    if (open == std::string_view::npos || close == std::string_view::npos) {
+        *range = {text.substr(0, dash), text.substr(dash + 1), {}, false};
+        return true;
+    }
+    if (dash < open || close < dash) return false;
+    *range = {text.substr(open + 1, dash - open - 1), text.substr(dash + 1, close - dash - 1),
+              text.substr(0, open), true};
+    return true;
+}
+
+bool parse_int(std::string_view text, std::int32_t *out) {
+    return vrn_parse_int_n(text.data(), text.size(), out);
+}
+
+// The name that the numbers are added to.
+bool base_name(const Range &range, char *name) {
+    if (!range.has_prefix) return vrn_source_get_id(name, nullptr);
+    const vrn::CString prefix(strndup(range.prefix.data(), range.prefix.size()));
+    if (!prefix) {
+        VRN_LOG(VRN_LOG_ERROR, "[source] Failed to allocate memory");
+        return false;
+    }
+    return vrn_source_get_id(name, prefix.get());
+}
+
+}  // namespace
+
+vrn_source_list_t *vrn_source_list_from_range(const char *text) {
+    Range range;
+    std::int32_t first = 0;
+    std::int32_t last = 0;
+    if (!split_range(text, &range) || !parse_int(range.first, &first) ||
+        !parse_int(range.last, &last) || first > last) {
+        VRN_LOG(VRN_LOG_ERROR, "[source] Invalid source format: %s", text);
+        return nullptr;
+    }
+    char base[VRN_SOURCE_NAME_SIZE];
+    if (!base_name(range, base)) return nullptr;
+    vrn_source_list_ptr list(vrn_source_list_create());
+    if (!list) return nullptr;
+    for (std::int64_t number = first; number <= last; ++number) {
+        char name[VRN_SOURCE_NAME_SIZE + 16];
+        std::snprintf(name, sizeof name, "%s_%d", base, static_cast<int>(number));
+        if (!add_source(list.get(), name)) return nullptr;
+    }
+    return list.release();  // to the caller
+}
+
+vrn_source_list_t *vrn_source_list_from_spec(const char *text) {
+    if (access(text, F_OK) != 0) return vrn_source_list_from_range(text);
+    return has_fabscan_mark(text) ? read_file(text, "fabscan", add_fabscan_line)
+                                  : read_file(text, "text", add_text_line);
+}

@@ -1,0 +1,155 @@
+#include "utils/source.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "support/captured_log.h"
+#include "utils/c_ptr.h"
+#include "utils/client_id.h"
+#include "utils/host_name.h"
+
+namespace vrn::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+vrn_source_t source_of(const std::string &name, const std::string &tag) {
+    vrn_source_t source{};
+    name.copy(source.source, sizeof source.source);
+    tag.copy(source.tag, sizeof source.tag);
+    return source;
+}
+
+TEST(HostName, IsCutAtADotUnlessTheEnvironmentSetsIt) {
+    char name[64];
+    {
+        const ScopedEnv env("VRN_HOST_NAME", nullptr);
+        char system_name[64];
+        ASSERT_EQ(gethostname(system_name, sizeof system_name), 0);
+        ASSERT_EQ(vrn_get_host_name(name, sizeof name), name);
+        EXPECT_EQ(name, std::string(system_name, std::strcspn(system_name, ".")));
+        EXPECT_EQ(vrn_get_host_name(name, 1), nullptr);
+        EXPECT_EQ(vrn_get_host_name(name, 0), nullptr);
+    }
+    const ScopedEnv env("VRN_HOST_NAME", "a.b.c");
+    ASSERT_EQ(vrn_get_host_name(name, sizeof name), name);
+    EXPECT_STREQ(name, "a.b.c");
+    ASSERT_EQ(vrn_get_host_name(name, 4), name);
+    EXPECT_STREQ(name, "a.b");
+}
+
+TEST(ClientId, NamesTheHostWhateverTheSourceId) {
+    const ScopedEnv id("VRN_SOURCE_ID", "source1");
+    const ScopedEnv env("VRN_HOST_NAME", "host1");
+    const vrn_client_id_ptr client(vrn_client_id_create());
+    ASSERT_TRUE(client);
+    vrn_client_id_t copy;
+    std::memset(&copy, 0xFF, sizeof copy);
+    vrn_client_id_copy(&copy, client.get());
+    const vrn_client_id_t expected = {"host1", 0};
+    EXPECT_EQ(std::memcmp(&copy, &expected, sizeof expected), 0);
+}
+
+TEST(ClientId, PrintsItsLayout) {
+    testing::internal::CaptureStdout();
+    vrn_client_id_print_fields();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Client identifier vrn_client_id_t\n\n"
+              "Field                 Offset    Size\n"
+              " host_name                  0         64\n"
+              " port                       64        2\n");
+}
+
+TEST(Source, IdIsTheArgumentThenTheVariableThenTheHost) {
+    const std::string long_name(70, 'n');
+    const struct {
+        const char *argument;
+        const char *variable;
+        std::string expected;
+    } cases[] = {
+        {"given", "set", "given"},
+        {"", "set", ""},
+        {nullptr, "set", "set"},
+        {nullptr, "", ""},
+        {nullptr, nullptr, "host.domain"},
+        {long_name.c_str(), nullptr, long_name.substr(0, 63)},
+        {nullptr, long_name.c_str(), long_name.substr(0, 63)},
+    };
+    const ScopedEnv host("VRN_HOST_NAME", "host.domain");
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.expected);
+        const ScopedEnv variable("VRN_SOURCE_ID", c.variable);
+        char id[64];
+        std::memset(id, 'x', sizeof id);
+        ASSERT_TRUE(vrn_source_get_id(id, c.argument));
+        const vrn_source_t expected = source_of(c.expected, "");
+        EXPECT_EQ(std::memcmp(id, expected.source, sizeof id), 0);
+    }
+}
+
+TEST(Source, IsMadeOfTextsThatLeaveATerminator) {
+    const vrn_source_ptr source(
+        vrn_source_create(std::string(64, 'n').c_str(), std::string(16, 't').c_str()));
+    ASSERT_TRUE(source);
+    vrn_source_t copy;
+    vrn_source_copy(&copy, source.get());
+    const vrn_source_t expected = source_of(std::string(63, 'n'), std::string(15, 't'));
+    EXPECT_EQ(std::memcmp(&copy, &expected, sizeof expected), 0);
+
+    const ScopedEnv variable("VRN_SOURCE_ID", "node1");
+    const vrn_source_ptr standard(vrn_source_create_default("tag"));
+    ASSERT_TRUE(standard);
+    EXPECT_STREQ(standard->source, "node1");
+    EXPECT_STREQ(standard->tag, "tag");
+}
+
+TEST(Source, ComparesNamesThenTags) {
+    const std::string full(64, 'n');
+    const struct {
+        vrn_source_t a;
+        vrn_source_t b;
+        int sign;
+    } cases[] = {
+        {source_of("a", "t"), source_of("a", "t"), 0},
+        {source_of("a", "z"), source_of("b", "a"), -1},
+        {source_of("b", "a"), source_of("a", "z"), 1},
+        {source_of("a", "t"), source_of("a", "u"), -1},
+        {source_of("a", ""), source_of("a", "u"), -1},
+        {source_of("\xC3", ""), source_of("a", ""), 1},  // as unsigned bytes
+        {source_of(full, std::string(16, 't')), source_of(full, std::string(16, 't')), 0},
+        {source_of(full, "a"), source_of(full, "b"), -1},
+        {source_of(full, "a"), source_of(full, ""), 1},
+    };
+    for (const auto &c : cases) {
+        const int result = vrn_source_compare(&c.a, &c.b);
+        EXPECT_EQ((result > 0) - (result < 0), c.sign) << c.a.source << " " << c.b.source;
+    }
+}
+
+TEST(Source, TextsOfFullFieldsEndWithThem) {
+    const vrn_source_t full = source_of(std::string(64, 'n'), std::string(16, 't'));
+    const CString name(vrn_source_name_dup(&full));
+    EXPECT_EQ(name.get(), std::string(64, 'n'));
+    char text[82];
+    ASSERT_TRUE(vrn_source_to_string(&full, text, sizeof text));
+    EXPECT_EQ(text, std::string(64, 'n') + ":" + std::string(16, 't'));
+}
+
+TEST(Source, TextNeedsRoomForItsTerminator) {
+    const vrn_source_t source = source_of("node1", "tag");
+    char text[10] = "";
+    CapturedLog log(7);
+    EXPECT_FALSE(vrn_source_to_string(&source, text, 9));
+    EXPECT_STREQ(text, "");
+    EXPECT_EQ(log.take(), Lines{"7 [source] buffer too small for source node1:tag (got 9)"});
+    EXPECT_TRUE(vrn_source_to_string(&source, text, 10));
+    EXPECT_STREQ(text, "node1:tag");
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+}  // namespace
+}  // namespace vrn::test
