@@ -1,0 +1,345 @@
+#include "data/data_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <boost/filesystem.hpp>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "data/data_file_io.h"
+#include "support/byte_builder.h"
+#include "support/captured_log.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using vrn::test::ByteBuilder;
+using vrn::test::CapturedLog;
+using vrn::test::read_file;
+using vrn::test::TempDir;
+
+constexpr std::uint64_t start = 1'794'712'886'000'000;  // 2026-11-15 03:21:26 UTC
+constexpr std::uint64_t second = 1'000'000;
+
+struct Header {
+    std::uint64_t file_size = 256;
+    std::uint64_t first_ts = start;
+    std::uint64_t last_ts = 0;
+    std::uint32_t block_size = 4;
+    std::uint8_t minor = 7;
+};
+
+std::string header_bytes(const Header &header) {
+    return ByteBuilder()
+        .text("VRNF")
+        .u8(1)
+        .u8(header.minor)
+        .u16(0)
+        .u64(header.file_size)
+        .field("node1", 64)
+        .field("tag", 16)
+        .u64(header.first_ts)
+        .u64(header.last_ts)
+        .u32(header.block_size)
+        .zeros(16)
+        .zeros(112)
+        .zeros(8)
+        .text("vrnf")
+        .done();
+}
+
+class DataFile : public ::testing::Test {
+  protected:
+    DataFile() {
+        const vrn_client_id_t client = {.host_name = "collector", .port = 0};
+        vrn_data_file_init(&file, &client, "node1", "tag", 1);
+        file.root_dir = dir.path();
+        file.path_template = "{{source}}/{{id}}.bin";
+        file.block_size = 4;
+    }
+    ~DataFile() override { vrn_data_file_destroy(&file); }
+
+    std::string path(std::uint64_t first_ts) const {
+        return dir.file("node1/" + std::to_string(first_ts) + ".bin");
+    }
+    std::uint64_t write(std::uint64_t first_ts, std::uint64_t last_ts, std::string_view data) {
+        return vrn_data_file_write(&file, first_ts, last_ts, data.data(), data.size(), &rotated);
+    }
+    std::vector<std::string> files_on_disk() const {
+        std::vector<std::string> names;
+        for (const auto &entry : fs::recursive_directory_iterator(dir.path()))
+            if (fs::is_regular_file(entry.path())) names.push_back(entry.path().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    const TempDir dir;
+    vrn_data_file_t file;
+    bool rotated = false;
+};
+
+TEST_F(DataFile, DecidesOnRotationInOrder) {
+    const std::string present = dir.write("present", "x");
+    const struct {
+        const char *name;
+        std::uint64_t first_ts;  // of the stream
+        std::string path;
+        std::uint64_t file_size;
+        std::uint64_t page_first_ts;
+        std::uint64_t page_last_ts;
+        bool rotates;
+        bool warns;
+    } cases[] = {
+        {"no file yet", 0, "", 0, 0, 0, true, false},
+        {"file gone, same time", 100, dir.file("gone"), 0, 100, 100, true, false},
+        {"same time beats size", 100, present, 1000, 100, 100, false, false},
+        {"same time beats no path", 100, "", 0, 100, 100, false, false},
+        {"size reached", 100, present, 1000, 90, 90, true, false},
+        {"size not reached", 100, present, 999, 101, 149, false, false},
+        {"page from before the file", 100, present, 0, 98, 99, true, true},
+        {"young but without a path", 100, "", 0, 101, 149, true, false},
+        {"old enough", 100, present, 0, 101, 150, true, false},
+    };
+    file.max_file_size = 1000;
+    file.max_file_age = 50;
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        CapturedLog log;
+        file.first_ts = test.first_ts;
+        file.path = test.path;
+        file.file_size = test.file_size;
+        EXPECT_EQ(vrn_data_file_needs_rotation(&file, test.page_first_ts, test.page_last_ts),
+                  test.rotates);
+        if (test.warns)
+            EXPECT_THAT(log.take(),
+                        ElementsAre("4 first_timestamp 100is greater than current timestamp: 99"));
+        else
+            EXPECT_THAT(log.take(), IsEmpty());
+    }
+    file.path.clear();
+}
+
+TEST_F(DataFile, WritesHeaderAndData) {
+    file.source = std::string(70, 's');
+    file.tag = "0123456789abcdefg";
+    file.counters_schema_id.bytes[0] = 0xC0;
+    file.event_schema_ids[6].bytes[15] = 0xE6;
+    file.path_template = "f";
+    EXPECT_EQ(write(start, start + 5, "datadata"), 8U);
+    EXPECT_TRUE(rotated);
+
+    ByteBuilder header;
+    header.text("VRNF").u8(1).u8(7).u16(0).u64(256).field(std::string(63, 's'), 64);
+    header.field("0123456789abcde", 16).u64(start).u64(0).u32(4);
+    header.u8(0xC0).zeros(15).zeros(111).u8(0xE6).zeros(8).text("vrnf");
+    // The header on disk tells size and last time only once the file is finished.
+    EXPECT_EQ(read_file(dir.file("f")), header.done() + "datadata");
+
+    EXPECT_EQ(write(start + 1, start + 7, "more"), 4U);
+    EXPECT_FALSE(rotated);
+    vrn_data_file_finish(&file);
+    std::string expected = header.done() + "datadatamore";
+    expected.replace(8, 8, ByteBuilder().u64(268).done());
+    expected.replace(104, 8, ByteBuilder().u64(start + 7).done());
+    EXPECT_EQ(read_file(dir.file("f")), expected);
+    EXPECT_EQ(file.path, "");
+}
+
+TEST_F(DataFile, UpdatesTheHeaderAtOnceWhenNotKeptOpen) {
+    vrn_data_file_set_keep_open(&file, false);
+    EXPECT_EQ(write(start, start + 5, "data"), 4U);
+    EXPECT_EQ(file.stream, nullptr);
+    EXPECT_EQ(read_file(path(start)),
+              header_bytes({.file_size = 260, .last_ts = start + 5}) + "data");
+}
+
+TEST_F(DataFile, KeepsPagesOfOneTimeTogether) {
+    file.max_file_size = 256;
+    EXPECT_EQ(write(start, start + 1, "aaaa"), 4U);
+    EXPECT_EQ(write(start, start + 2, "bbbb"), 4U);
+    EXPECT_EQ(write(start + 1, start + 3, "cccc"), 4U);
+    vrn_data_file_finish(&file);
+    EXPECT_EQ(read_file(path(start)),
+              header_bytes({.file_size = 264, .last_ts = start + 2}) + "aaaabbbb");
+    EXPECT_EQ(
+        read_file(path(start + 1)),
+        header_bytes({.file_size = 260, .first_ts = start + 1, .last_ts = start + 3}) + "cccc");
+}
+
+TEST_F(DataFile, StartsAnewForEarlierData) {
+    CapturedLog log;
+    write(start, start, "aaaa");
+    EXPECT_EQ(write(start - second, start - 1, "bbbb"), 4U);
+    EXPECT_TRUE(rotated);
+    EXPECT_THAT(log.take(), ElementsAre("4 first_timestamp 1794712886000000is greater than current "
+                                        "timestamp: 1794712885999999"));
+    EXPECT_THAT(files_on_disk(), ElementsAre(path(start - second), path(start)));
+}
+
+TEST_F(DataFile, StartsAnewForAFileThatWasRemoved) {
+    write(start, start, "aaaa");
+    fs::remove(file.path);
+    EXPECT_EQ(write(start, start, "bbbb"), 4U);
+    EXPECT_TRUE(rotated);
+    EXPECT_EQ(read_file(path(start)), header_bytes({}) + "bbbb");
+}
+
+TEST_F(DataFile, AppendsToAnExistingFile) {
+    struct Case {
+        const char *name;
+        std::string before;
+        std::string after;  // of the header and data before
+        std::vector<std::string> lines;
+    };
+    const std::string torn_line =
+        "4 [data_file] Cut 3 bytes of an unfinished block off file " + path(start);
+    const std::string invalid_line =
+        "3 [data_file] Header of file " + path(start) + " is invalid. Will not update.";
+    const Case cases[] = {
+        {"finished",
+         header_bytes({.file_size = 260, .first_ts = 7, .last_ts = 9}) + "aaaa",
+         header_bytes({.file_size = 264, .first_ts = 7, .last_ts = start + 5}) + "aaaa",
+         {}},
+        {"without a first time",
+         header_bytes({.first_ts = 0, .block_size = 8, .minor = 3}),
+         header_bytes({.file_size = 260, .last_ts = start + 5, .block_size = 8, .minor = 3}),
+         {}},
+        {"finished with a short block",
+         header_bytes({.file_size = 259}) + "aaa",
+         header_bytes({.file_size = 263, .last_ts = start + 5}) + "aaa",
+         {}},
+        {"torn behind a whole block",
+         header_bytes({}) + "aaaabbb",
+         header_bytes({.file_size = 264, .last_ts = start + 5}) + "aaaa",
+         {torn_line}},
+        {"torn behind a short block",
+         header_bytes({.file_size = 257}) + "abbb",
+         header_bytes({.file_size = 261, .last_ts = start + 5}) + "a",
+         {torn_line}},
+        {"size told beyond the end",
+         header_bytes({.file_size = 1000}) + "bbb",
+         header_bytes({.file_size = 260, .last_ts = start + 5}),
+         {torn_line}},
+        {"no block size",
+         header_bytes({.block_size = 0}) + "aaa",
+         header_bytes({.file_size = 263, .last_ts = start + 5, .block_size = 0}) + "aaa",
+         {}},
+        {"cut amid its header",
+         header_bytes({}).substr(0, 255),
+         header_bytes({.file_size = 260, .last_ts = start + 5}),
+         {}},
+        {"empty", "", header_bytes({.file_size = 260, .last_ts = start + 5}), {}},
+        {"newer version",
+         header_bytes({.minor = 8}),
+         header_bytes({.minor = 8}),
+         {"3 Version of data page 1.8.0 is incompatible with Varnel version 1.24.3", invalid_line}},
+        {"no data file",
+         std::string(260, 'x'),
+         std::string(260, 'x'),
+         {"3 Wrong data page magic number.", invalid_line}},
+    };
+    for (const Case &test : cases) {
+        SCOPED_TRACE(test.name);
+        CapturedLog log;
+        dir.write("node1/" + std::to_string(start) + ".bin", test.before);
+        EXPECT_EQ(write(start, start + 5, "bbbb"), 4U);
+        EXPECT_TRUE(rotated);
+        vrn_data_file_finish(&file);
+        file.first_ts = 0;
+        EXPECT_EQ(read_file(path(start)), test.after + "bbbb");
+        EXPECT_EQ(log.take(), test.lines);
+    }
+}
+
+TEST_F(DataFile, FinishesOnAChangeOfSettings) {
+    const ByteBuilder block = ByteBuilder().text("VRNS").u16(128).u16(7).zeros(8).text("id");
+    const vrn::Bytes schemas(reinterpret_cast<const std::uint8_t *>(block.done().data()), 18);
+    const vrn_schema_id_t id = {{1}};
+    const struct {
+        const char *name;
+        std::function<void()> change;
+        bool finishes;
+    } cases[] = {
+        {"size", [&] { vrn_data_file_set_max_size(&file, 5000); }, true},
+        {"same size", [&] { vrn_data_file_set_max_size(&file, 5000); }, false},
+        {"no size", [&] { vrn_data_file_set_max_size(&file, 0); }, false},
+        {"age", [&] { vrn_data_file_set_max_age(&file, 5 * second); }, true},
+        {"no age", [&] { vrn_data_file_set_max_age(&file, 0); }, false},
+        {"block size", [&] { vrn_data_file_set_block_size(&file, 0); }, true},
+        {"counters schema", [&] { vrn_data_file_set_counters_schema_id(&file, &id); }, true},
+        {"same schema", [&] { vrn_data_file_set_counters_schema_id(&file, &id); }, false},
+        {"event schemas", [&] { vrn_data_file_set_event_schema_ids(&file, schemas); }, true},
+        {"same schemas", [&] { vrn_data_file_set_event_schema_ids(&file, schemas); }, false},
+        {"no schemas", [&] { vrn_data_file_set_event_schema_ids(&file, {}); }, true},
+        {"tag", [&] { vrn_data_file_set_tag(&file, ""); }, true},
+        {"root", [&] { vrn_data_file_set_root_dir(&file, dir.file("b")); }, true},
+        {"no root", [&] { vrn_data_file_set_root_dir(&file, ""); }, false},
+        {"template", [&] { vrn_data_file_set_path_template(&file, "{{id}}"); }, true},
+        {"no template", [&] { vrn_data_file_set_path_template(&file, ""); }, false},
+        {"keep open", [&] { vrn_data_file_set_keep_open(&file, false); }, false},
+        {"tag in path", [&] { vrn_data_file_set_tag_in_path(&file, true); }, false},
+    };
+    std::uint64_t time = start;
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        ++time;
+        ASSERT_EQ(write(time, time, "data"), 4U);
+        test.change();
+        EXPECT_EQ(file.path.empty(), test.finishes);
+    }
+}
+
+TEST_F(DataFile, LosesAPageOfTheOldTimeAfterAChange) {
+    write(start, start, "aaaa");
+    vrn_data_file_set_block_size(&file, 8);
+    EXPECT_EQ(write(start, start + 1, "bbbbbbbb"), 0U);
+    EXPECT_FALSE(rotated);
+    EXPECT_EQ(file.last_ts, start + 1);
+    EXPECT_EQ(write(start + 2, start + 2, "cccccccc"), 8U);
+    EXPECT_EQ(read_file(path(start)), header_bytes({.file_size = 260, .last_ts = start}) + "aaaa");
+}
+
+TEST_F(DataFile, KeepsItsFileWhenATimeIsRefused) {
+    CapturedLog log;
+    write(start, start + 1, "aaaa");
+    EXPECT_THROW(write(UINT64_MAX, UINT64_MAX, "bbbb"), std::out_of_range);
+    EXPECT_EQ(file.path, path(start));
+    EXPECT_EQ(write(start + second, start + second, "cccc"), 4U);
+    EXPECT_TRUE(rotated);
+    EXPECT_EQ(read_file(path(start)),
+              header_bytes({.file_size = 260, .last_ts = start + 1}) + "aaaa");
+    EXPECT_THAT(log.take(), ElementsAre("4 first_timestamp 18446744073709551615is greater than "
+                                        "current timestamp: 1794712887000000"));
+}
+
+TEST_F(DataFile, RefusesPathsOutsideItsRoot) {
+    CapturedLog log;
+    file.root_dir = dir.file("root");
+    file.path_template = "{{source}}/f";
+    for (const char *source : {"..", "../../..", "a/../../b"}) {
+        file.source = source;
+        file.first_ts = 0;
+        EXPECT_EQ(write(start, start, "data"), 0U) << source;
+        EXPECT_FALSE(rotated);
+        EXPECT_EQ(file.path, "");
+    }
+    EXPECT_THAT(log.take(), ElementsAre("3 [data_file] Refused data file " + dir.file("root/../f") +
+                                        " outside of folder " + dir.file("root")));
+    EXPECT_TRUE(fs::is_empty(dir.path()));
+
+    fs::create_directories(dir.file("elsewhere/inner"));
+    fs::create_directory(dir.file("root"));
+    fs::create_symlink(dir.file("elsewhere/inner"), dir.file("root/link"));
+    file.source = "link/..";
+    EXPECT_EQ(write(start + 1, start + 1, "data"), 4U);
+    EXPECT_THAT(files_on_disk(), ElementsAre(dir.file("root/f")));
+}
+
+}  // namespace
