@@ -1,0 +1,357 @@
+#include "data/data_writer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/byte_builder.h"
+#include "support/captured_log.h"
+#include "support/data_tree.h"
+#include "support/temp_dir.h"
+#include "support/test_page.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using vrn::test::ByteBuilder;
+using vrn::test::CapturedLog;
+using vrn::test::data_files_of;
+using vrn::test::read_file;
+using vrn::test::TempDir;
+using vrn::test::TestPage;
+
+constexpr std::uint64_t start = 1'794'712'886'000'000;  // 2026-11-15 03:21:26 UTC
+constexpr std::size_t header_size = 256;
+
+class DataWriter : public ::testing::Test {
+  protected:
+    DataWriter() : writer(vrn_data_writer_create(&client)) {
+        vrn_data_writer_set_data_dir(writer.get(), dir.path().c_str());
+        vrn_data_writer_set_counters_path_template(writer.get(), "{{source}}/{{tag}}{{id}}");
+    }
+    bool write(TestPage &page) {
+        return vrn_data_writer_write_page(writer.get(), page.get(), nullptr);
+    }
+    // What the file named `name` holds behind its header.
+    std::string data_of(const std::string &name) const {
+        const std::string bytes = read_file(dir.file(name));
+        return bytes.size() < header_size ? "" : bytes.substr(header_size);
+    }
+    std::vector<std::string> files_on_disk() const {
+        std::vector<std::string> names;
+        for (const std::string &path : data_files_of(dir.path()))
+            names.push_back(path.substr(dir.path().size() + 1));
+        return names;
+    }
+
+    // Lines so far, without those of the page's own functions.
+    static std::vector<std::string> writer_lines(CapturedLog *log) {
+        std::vector<std::string> lines = log->take();
+        std::erase_if(lines, [](const auto &line) { return line.starts_with("7 [data_page]"); });
+        return lines;
+    }
+
+    const vrn_client_id_t client{.host_name = "collector", .port = 0};
+    const TempDir dir;
+    vrn_data_writer_ptr writer;
+};
+
+TEST_F(DataWriter, StoresPagesUnderTheDefaultTemplate) {
+    vrn_data_writer_ptr plain(vrn_data_writer_create(&client));
+    EXPECT_TRUE(vrn_data_writer_set_data_dir(plain.get(), dir.path().c_str()));
+    TestPage page(8, 4);
+    page.times(start, start + 9).data("VRND1234");
+    page.head().schema_id.bytes[3] = 0xC3;
+    EXPECT_TRUE(vrn_data_writer_write_page(plain.get(), page.get(), nullptr));
+    const std::string path = dir.file("2026/1115/node1/tag_1794712886000000.bin");
+    EXPECT_THAT(data_files_of(dir.path()), ElementsAre(path));
+    EXPECT_EQ(vrn_data_writer_get_first_timestamp(plain.get(), page.get()), start);
+    plain.reset();
+    ByteBuilder header;
+    header.text("VRNF").u8(1).u8(7).u16(0).u64(264).field("node1", 64).field("tag", 16);
+    header.u64(start).u64(start + 9).u32(4).zeros(3).u8(0xC3).zeros(12).zeros(120).text("vrnf");
+    EXPECT_EQ(read_file(path), header.done() + "VRND1234");
+}
+
+TEST_F(DataWriter, WritesWholeBlocks) {
+    const struct {
+        std::size_t filled;
+        std::size_t area;
+        std::uint32_t block_size;
+        std::size_t written;
+    } cases[] = {
+        {1, 1000, 100, 100},   {100, 1000, 100, 100}, {101, 1000, 100, 200}, {1, 1000, 0, 1000},
+        {1000, 1000, 0, 1000}, {250, 250, 100, 300},  {5, 5, 5, 5},          {6, 9, 1, 6},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.filled);
+        TestPage page(test.area, test.block_size);
+        const std::string source = std::to_string(&test - cases);
+        page.names(source, "").times(start, start).data(std::string(test.area, 'd'));
+        page.data("VRND").fill(test.filled);
+        EXPECT_TRUE(write(page));
+        std::string expected = "VRND" + std::string(test.area - 4, 'd');
+        expected.resize(test.written, '\0');
+        EXPECT_EQ(data_of(source + "/" + std::to_string(start)), expected);
+    }
+}
+
+TEST_F(DataWriter, SkipsPages) {
+    const struct {
+        const char *name;
+        std::function<void(vrn_data_page_t &)> change;
+        const char *line;  // null: stored
+    } cases[] = {
+        {"old minor", [](auto &page) { page.version = 0x00000601; },
+         "4 [data_writer] Received incompatible data page. Skipping."},
+        {"other major", [](auto &page) { page.version = 0x00000702; },
+         "4 [data_writer] Received incompatible data page. Skipping."},
+        {"oldest version", [](auto &page) { page.version = 0x00000701; }, nullptr},
+        {"empty", [](auto &page) { page.filled_bytes = 720; },
+         "7 [data_writer] Received empty data page. Skipping."},
+        {"blob",
+         [](auto &page) {
+             page.filled_bytes = 720;
+             vrn_schema_id_set_blob(&page.schema_id);
+         },
+         "7 [data_writer] Received empty data page. Skipping."},
+        {"filled amid its header", [](auto &page) { page.filled_bytes = 719; },
+         "3 [data_writer] Data page of 1720 bytes has 719 filled. Skipping."},
+        {"filled beyond its end", [](auto &page) { page.filled_bytes = 1721; },
+         "3 [data_writer] Data page of 1720 bytes has 1721 filled. Skipping."},
+        {"cut to a part of its header", [](auto &page) { page.page_size = 100; },
+         "3 [data_writer] Data page of 100 bytes has 724 filled. Skipping."},
+        {"no room for a block", [](auto &page) { page.block_size = 1001; },
+         "3 [data_writer] Data page of 1720 bytes has a block size of 1001. Skipping."},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        CapturedLog log(7);
+        TestPage page;
+        page.times(start, start).data("VRND");
+        test.change(page.head());
+        EXPECT_TRUE(write(page));
+        if (test.line) {
+            EXPECT_THAT(writer_lines(&log), ElementsAre(test.line));
+            EXPECT_THAT(files_on_disk(), IsEmpty());
+        } else {
+            EXPECT_THAT(writer_lines(&log), IsEmpty());
+            EXPECT_THAT(files_on_disk(), SizeIs(1));
+        }
+        fs::remove_all(dir.file("node1"));
+    }
+}
+
+TEST_F(DataWriter, ActsOnTheFirstBlock) {
+    const std::string schemas =
+        ByteBuilder().text("VRNS").u16(128).u16(7).zeros(8).text("0123").done();
+    const struct {
+        const char *tag;
+        std::string data;
+        std::vector<std::string> lines;
+        std::string schema_ids;  // first bytes of the header's counters and event schema ids
+    } cases[] = {
+        {"counters", "VRND", {}, ByteBuilder().u8(7).zeros(17).done()},
+        {"schemas", schemas, {}, ByteBuilder().zeros(16).text("01").done()},
+        {"events",
+         "VRNE",
+         {"4 [data_writer] First data block is VRNE. No schema ids could be extracted."},
+         std::string(18, '\0')},
+        {"page", "VRNP", {"7 [data_writer] First data block is VRNP."}, std::string(18, '\0')},
+        {"metrics", "CNTX", {"7 [data_writer] First data block is CNTX."}, std::string(18, '\0')},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.tag);
+        TestPage page;
+        page.names("node1", test.tag).times(start, start).data(test.data);
+        page.head().schema_id.bytes[0] = 7;
+        CapturedLog log(7);
+        EXPECT_TRUE(write(page));
+        EXPECT_EQ(writer_lines(&log), test.lines);
+        const std::string bytes =
+            read_file(dir.file("node1/" + std::string(test.tag) + "_" + std::to_string(start)));
+        ASSERT_EQ(bytes.size(), header_size + (test.data.size() > 100 ? 200 : 100));
+        EXPECT_EQ(bytes.substr(116, 18), test.schema_ids);
+    }
+}
+
+TEST_F(DataWriter, DumpsPagesItCannotStore) {
+    for (const char *data : {"VRNB", "VRN", "V"}) {
+        SCOPED_TRACE(data);
+        CapturedLog log;
+        TestPage page(std::strlen(data), 1);
+        page.times(start, start).data(data);
+        ::testing::internal::CaptureStdout();
+        EXPECT_TRUE(write(page));
+        const std::string dump = ::testing::internal::GetCapturedStdout();
+        EXPECT_EQ(std::count(dump.begin(), dump.end(), '\n'), 64);
+        EXPECT_TRUE(dump.starts_with("01 18 03 00 00 00 00 00 ")) << dump;
+        EXPECT_THAT(
+            log.take(),
+            ElementsAre("4 [data_writer] Unrecognized type of data page. Cannot save to file.",
+                        std::string(data) == "VRNB" ? "4 [data_writer] type: 3 "
+                                                    : "4 [data_writer] type: 4 "));
+        EXPECT_THAT(files_on_disk(), IsEmpty());
+    }
+}
+
+TEST_F(DataWriter, KeepsAStreamPerSourceAndTag) {
+    const std::string full(64, 'n');
+    TestPage page;
+    page.times(start, start).data("VRND");
+    EXPECT_TRUE(write(page.names("node1", "a")));
+    EXPECT_TRUE(write(page.names("node1", "b")));
+    EXPECT_TRUE(write(page.names(full, "0123456789abcdef")));
+    const std::string id = "_" + std::to_string(start);
+    const std::string joined = full + "0123456789abcdef";
+    EXPECT_THAT(files_on_disk(),
+                ElementsAre(joined + "/0123456789abcdef" + id, "node1/a" + id, "node1/b" + id));
+}
+
+TEST_F(DataWriter, FixesTheTemplateByTheFirstPage) {
+    vrn_data_writer_set_counters_path_template(writer.get(), "counters/{{tag}}/{{id}}");
+    vrn_data_writer_set_data_path_template(writer.get(), "data/{{tag}}{{id}}");
+    TestPage page;
+    EXPECT_TRUE(write(page.names("node1", "").times(start, start).data("VRND")));
+    EXPECT_TRUE(write(page.names("node1", "").times(start - 5, start - 5).data("CNTX")));
+    EXPECT_TRUE(write(page.names("node1", "b").times(start, start)));
+    EXPECT_TRUE(write(page.names("node1", "b").times(start - 5, start - 5).data("VRND")));
+    const std::string id = std::to_string(start);
+    const std::string before = std::to_string(start - 5);
+    EXPECT_THAT(files_on_disk(),
+                ElementsAre("counters/counters/" + before, "counters/counters/" + id,
+                            "data/b_" + before, "data/b_" + id));
+}
+
+TEST_F(DataWriter, AppliesChangesToOpenFiles) {
+    struct Case {
+        const char *name;
+        std::function<bool()> change;
+        bool finishes;
+    };
+    vrn_data_writer_t *w = writer.get();
+    const Case cases[] = {
+        {"file size", [=] { return vrn_data_writer_set_file_size_limit(w, 5000); }, true},
+        {"same size", [=] { return vrn_data_writer_set_file_size_limit(w, 5000); }, false},
+        {"file age", [=] { return vrn_data_writer_set_file_age_limit(w, 5000); }, true},
+        {"folder", [&] { return vrn_data_writer_set_data_dir(w, dir.file("b").c_str()); }, true},
+        {"counters template",
+         [=] { return vrn_data_writer_set_counters_path_template(w, "{{id}}"); }, true},
+        {"data template", [=] { return vrn_data_writer_set_data_path_template(w, "x"); }, false},
+        {"keep open", [=] { return vrn_data_writer_set_keep_files_open(w, false); }, false},
+    };
+    std::uint64_t time = start;
+    const vrn_data_file_t *file = nullptr;
+    for (const Case &test : cases) {
+        SCOPED_TRACE(test.name);
+        TestPage page;
+        ++time;
+        EXPECT_TRUE(write(page.times(time, time).data("VRND")));
+        file = &w->files.begin()->second;
+        ASSERT_NE(file->path, "");
+        EXPECT_TRUE(test.change());
+        EXPECT_EQ(file->path.empty(), test.finishes);
+    }
+    EXPECT_EQ(file->max_file_size, 5000U);
+    EXPECT_EQ(file->max_file_age, 5000U);
+    EXPECT_TRUE(file->keep_open);  // it was made before
+    EXPECT_FALSE(vrn_data_writer_set_data_dir(w, nullptr));
+    EXPECT_FALSE(vrn_data_writer_set_counters_path_template(w, nullptr));
+    EXPECT_FALSE(vrn_data_writer_set_data_path_template(w, nullptr));
+}
+
+TEST_F(DataWriter, LosesOnlyThePageOfARefusedTime) {
+    TestPage page;
+    EXPECT_TRUE(write(page.times(start, start).data("VRND")));
+    EXPECT_FALSE(write(page.times(UINT64_MAX, UINT64_MAX)));
+    EXPECT_TRUE(write(page.times(start + 1, start + 1)));
+    writer.reset();
+    EXPECT_THAT(files_on_disk(), SizeIs(2));
+    for (const std::string &name : files_on_disk()) EXPECT_EQ(data_of(name).size(), 100U);
+}
+
+TEST_F(DataWriter, WritesNothingOutsideItsFolder) {
+    CapturedLog log;
+    TestPage page;
+    vrn_data_writer_set_data_dir(writer.get(), dir.file("a/b").c_str());
+    EXPECT_TRUE(write(page.names("../..", "x").times(start, start).data("VRND")));
+    EXPECT_TRUE(write(page.names("n", "/../../../x")));
+    EXPECT_THAT(log.take(), SizeIs(2));
+    EXPECT_TRUE(write(page.names("/etc/n", "../x")));
+    EXPECT_THAT(files_on_disk(), ElementsAre("a/b/etc/x_" + std::to_string(start)));
+}
+
+TEST_F(DataWriter, OutlivesMoreSourcesThanHandles) {
+    constexpr int sources = 300;
+    TestPage page;
+    for (int pass = 0; pass < 2; ++pass)
+        for (int source = 0; source < sources; ++source) {
+            page.names("", std::to_string(source)).times(start + pass, start).data("VRND");
+            ASSERT_TRUE(write(page));
+        }
+    std::size_t open = 0;
+    for (const auto &[key, file] : writer->files) open += file.stream != nullptr;
+    EXPECT_LE(open, 256U);
+    const auto names = files_on_disk();
+    EXPECT_THAT(names, SizeIs(sources));
+    for (const std::string &name : names) EXPECT_EQ(data_of(name).size(), 200U) << name;
+}
+
+TEST_F(DataWriter, WritesNodeInformationBesideTheData) {
+    TestPage page;
+    EXPECT_TRUE(write(page.times(start, start).data("VRND")));
+    EXPECT_FALSE(fs::exists(dir.file("node1/nodeinfo.json")));
+    EXPECT_TRUE(vrn_data_writer_set_write_nodeinfo(writer.get(), true));
+    EXPECT_TRUE(write(page));
+    EXPECT_TRUE(fs::exists(dir.file("node1/nodeinfo.json")));
+}
+
+TEST_F(DataWriter, Filters) {
+    CapturedLog log;
+    EXPECT_TRUE(vrn_data_writer_set_page_filter(writer.get(), "good*", nullptr, nullptr, "bad",
+                                                nullptr, nullptr));
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre(
+            "6 [data page filter] [data_writer] tag filtering enabled - allowed tags: good*",
+            "6 [data page filter] [data_writer] scope filtering disabled - all sources will be "
+            "exported",
+            "6 [data page filter] [data_writer] excluded scope filtering enabled - excluded "
+            "sources: bad"));
+    TestPage page;
+    page.times(start, start).data("VRND");
+    for (const char *source : {"node1", "bad"})
+        for (const char *tag : {"good1", "other"}) EXPECT_TRUE(write(page.names(source, tag)));
+    EXPECT_THAT(files_on_disk(), ElementsAre("node1/good1_" + std::to_string(start)));
+}
+
+TEST_F(DataWriter, TellsTheFirstTimeOfAFile) {
+    CapturedLog log(7);
+    TestPage page;
+    page.times(start, start).data("VRND");
+    EXPECT_EQ(vrn_data_writer_get_first_timestamp(writer.get(), page.get()), 0U);
+    EXPECT_THAT(log.take(), ElementsAre("3 could not find the source of the page!\n"));
+    EXPECT_TRUE(write(page));
+    page.times(start + 1, start + 1);
+    EXPECT_EQ(vrn_data_writer_get_first_timestamp(writer.get(), page.get()), start);
+    log.take();
+    const std::string path = writer->files.begin()->second.path;
+    fs::remove(path);
+    EXPECT_EQ(vrn_data_writer_get_first_timestamp(writer.get(), page.get()), 0U);
+    EXPECT_THAT(log.take(),
+                ElementsAre("7 [data_writer] File path does not exist: " + path + ", returning 0"));
+    vrn_data_writer_set_file_size_limit(writer.get(), 5000);
+    log.take();
+    EXPECT_EQ(vrn_data_writer_get_first_timestamp(writer.get(), page.get()), 0U);
+    EXPECT_THAT(log.take(),
+                ElementsAre("3 [data_writer] Failed to get file path for timestamp query"));
+}
+
+}  // namespace
