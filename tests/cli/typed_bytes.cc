@@ -2,9 +2,9 @@
 
 #include <cstring>
 #include <map>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
-#include <utility>
 
 #include "data/data_file_header.h"
 #include "data/version.h"
@@ -143,45 +143,66 @@ void add_directive(ByteBuilder &bytes, const std::string &line) {
     }
 }
 
-// The page that `line` opens, around `payload`.
-std::string build_page(const std::string &line, const std::string &payload) {
-    std::istringstream words(line);
-    std::string directive;
-    char encoding = 0;
-    words >> directive >> encoding;
+// A page whose payload is still being typed.
+struct OpenPage {
+    vrn_page_info_t info{};
+    ByteBuilder payload;
+};
+
+OpenPage open_page(std::istringstream &words) {
+    OpenPage page;
+    std::string encoding;
+    words >> encoding;
+    page.info.encoding = encoding == "gzip" ? VRN_ENCODING_GZIP : VRN_ENCODING_SNAPPY;
     Keys keys = read_keys(words);
-    keys.try_emplace("first", "0");
-    keys.try_emplace("last", "0");
-    const vrn_page_info_t info = {make_source(keys["source"], keys["tag"]),
-                                  std::stoull(keys["first"]), std::stoull(keys["last"]),
-                                  static_cast<vrn_page_encoding_t>(encoding)};
+    page.info.source = make_source(keys["source"], keys["tag"]);
+    page.info.first_timestamp = keys.contains("first") ? std::stoull(keys["first"]) : 0;
+    page.info.last_timestamp = keys.contains("last") ? std::stoull(keys["last"]) : 0;
+    return page;
+}
+
+std::string close_page(const OpenPage &page) {
+    const std::string &payload = page.payload.done();
     std::size_t size = 0;
-    void *block = vrn_compressed_page_encode(&info, payload.data(), payload.size(), &size);
+    void *block = vrn_compressed_page_encode(&page.info, payload.data(), payload.size(), &size);
     return take_block(block, size);
 }
+
+class Typist {
+  public:
+    void add(const std::string &line) {
+        std::istringstream words(line);
+        std::string directive;
+        words >> directive;
+        if (directive == "page") {
+            page_ = open_page(words);
+        } else if (directive == "end") {
+            bytes_.raw(close_page(page_.value()));
+            page_.reset();
+        } else {
+            add_directive(page_ ? page_->payload : bytes_, line);
+        }
+    }
+    const std::string &done() const { return bytes_.done(); }
+
+  private:
+    ByteBuilder bytes_;
+    std::optional<OpenPage> page_;
+};
 
 }  // namespace
 
 std::string parse_typed_bytes(const std::vector<std::string> &lines) {
-    ByteBuilder file;
-    ByteBuilder payload;
-    std::string page;  // the line of the page that is open, or empty
+    Typist typist;
     for (const std::string &line : lines) {
         if (line.empty() || line.starts_with('#')) continue;
         try {
-            if (line.starts_with("page ")) {
-                page = line;
-            } else if (line == "end-page") {
-                file.text(build_page(std::exchange(page, {}), payload.done()));
-                payload = {};
-            } else {
-                add_directive(page.empty() ? file : payload, line);
-            }
+            typist.add(line);
         } catch (const std::exception &error) {
             throw std::runtime_error("\"" + line + "\": " + error.what());
         }
     }
-    return file.done();
+    return typist.done();
 }
 
 }  // namespace vrn::test
