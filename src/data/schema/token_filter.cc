@@ -14,8 +14,9 @@ char to_lower(char character) {
 }
 
 std::size_t find_ignoring_case(std::string_view text, std::string_view literal) {
-    const auto found = std::ranges::search(text, literal, {}, to_lower, to_lower);
-    return found.empty() ? std::string_view::npos : found.begin() - text.begin();
+    const auto same = [](char a, char b) { return to_lower(a) == to_lower(b); };
+    const auto found = std::search(text.begin(), text.end(), literal.begin(), literal.end(), same);
+    return found == text.end() ? std::string_view::npos : found - text.begin();
 }
 
 // An empty token is dropped. False, after an error line, when the token can't be kept.
