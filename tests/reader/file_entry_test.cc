@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -117,41 +116,6 @@ TEST_F(SortedFileEntries, AreLoggedBeforeAndAfter) {
     load("first_timestamp");
     EXPECT_EQ(log.take(), (Lines{"7 before sort: " + a, "7 before sort: " + b,
                                  "7 after sort:  " + b, "7 after sort:  " + a}));
-}
-
-TEST_F(SortedFileEntries, NeedEveryHeader) {
-    add({"a", "s", "t", 2});
-    list("missing");
-    add({"b", "s", "t", 1});
-    CapturedLog log;
-    EXPECT_EQ(load(""), nullptr);
-    EXPECT_EQ(log.take(), Lines{"3 Failed to read file header: " + path("missing")});
-}
-
-TEST_F(SortedFileEntries, MayBeNone) {
-    CapturedLog log;
-    EXPECT_EQ(load_names(""), "");
-    EXPECT_EQ(log.take(), default_line);
-}
-
-// Sorting is unstable: only the keys are promised.
-TEST(FileEntries, SortLongListsByTheirKeys) {
-    std::vector<vrn_file_entry_t> entries(1000);
-    std::string path = "p";
-    std::uint64_t next = 12345;
-    for (vrn_file_entry_t &entry : entries) {
-        next = next * 6364136223846793005U + 1442695040888963407U;
-        entry.first_timestamp = next % 50;
-        entry.source_id[0] = static_cast<char>('a' + (next >> 32) % 5);
-        entry.path = path.data();
-    }
-    vrn_sort_order_t order{};
-    vrn_sort_order_set_default(&order);
-    vrn_file_entries_sort(entries.data(), entries.size(), &order);
-    EXPECT_TRUE(std::is_sorted(entries.begin(), entries.end(), [](const auto &a, const auto &b) {
-        return std::pair(a.first_timestamp, std::string(a.source_id)) <
-               std::pair(b.first_timestamp, std::string(b.source_id));
-    }));
 }
 
 }  // namespace
