@@ -8,6 +8,7 @@
 #include "data/compressed_page.h"
 #include "data/magic.h"
 #include "reader/block_walk.h"
+#include "reader/page_writer.h"
 #include "utils/byte_reader.h"
 #include "utils/log.h"
 
@@ -96,15 +97,19 @@ bool read_payload(vrn_reader_t *reader, Bytes payload) {
     return done;
 }
 
-bool export_page(const vrn_reader_t *reader) {
-    VRN_LOG(VRN_LOG_ERROR, "Failed to export a page of %s: output format bin is not available yet",
-            reader->file_name);
-    return false;
+bool export_page(const vrn_reader_t *reader, const void *header, Bytes payload,
+                 vrn_data_page_ptr *page) {
+    page->reset(vrn_reader_page_prepare(page->release(), payload.size()));
+    return *page && vrn_reader_page_write(reader->data_writer, payload.data(), payload.size(),
+                                          header, page->get());
 }
 
-bool process_page(vrn_reader_t *reader, const void *header, Payload *payload) {
+// `page` is kept from one exported payload to the next.
+bool process_page(vrn_reader_t *reader, const void *header, Payload *payload,
+                  vrn_data_page_ptr *page) {
     if (!decode(header, payload)) return false;
-    if (reader->options->format == VRN_FORMAT_BIN) return export_page(reader);
+    if (reader->options->format == VRN_FORMAT_BIN)
+        return export_page(reader, header, payload->bytes(), page);
     return read_payload(reader, payload->bytes());
 }
 
@@ -112,6 +117,7 @@ bool process_page(vrn_reader_t *reader, const void *header, Payload *payload) {
 
 bool vrn_reader_walk_compressed_pages(vrn_reader_t *reader, const void *chunk, std::size_t size) {
     Bytes rest(static_cast<const std::uint8_t *>(chunk), size);
+    vrn_data_page_ptr page;
     bool good = true;
     while (!rest.empty()) {
         if (!is_page(rest)) return true;  // padding, also behind a failed page
@@ -121,7 +127,7 @@ bool vrn_reader_walk_compressed_pages(vrn_reader_t *reader, const void *chunk, s
         const std::uint8_t *header = rest.data() + VRN_MAGIC_SIZE;
         Payload payload;
         if (!allocate(header, &payload)) return false;
-        good = process_page(reader, header, &payload);
+        good = process_page(reader, header, &payload, &page);
         rest = rest.subspan(page_size);
     }
     return good;

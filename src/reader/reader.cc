@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "data/data_writer.h"
 #include "reader/block_walk.h"
 #include "reader/file_entry.h"
 #include "reader/schema_load.h"
@@ -91,6 +92,17 @@ std::int32_t read_listed_files(const vrn_reader_options_t *options) {
     return failed;
 }
 
+bool open_data_writer(vrn_reader_t *reader) {
+    reader->client_id = vrn_client_id_create();
+    if (!reader->client_id) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to allocate client ID");
+        return false;
+    }
+    reader->data_writer = vrn_data_writer_create(reader->client_id);
+    return reader->data_writer &&
+           vrn_data_writer_set_data_dir(reader->data_writer, reader->options->output_dir);
+}
+
 }  // namespace
 
 vrn_reader_t *vrn_reader_create(const char *path, const vrn_reader_options_t *options) {
@@ -107,11 +119,14 @@ vrn_reader_t *vrn_reader_create(const char *path, const vrn_reader_options_t *op
         VRN_LOG(VRN_LOG_ERROR, "Failed to open data file %s: %s", path, std::strerror(errno));
         return nullptr;
     }
+    if (options->format == VRN_FORMAT_BIN && !open_data_writer(reader.get())) return nullptr;
     return reader.release();  // to the caller
 }
 
 void vrn_reader_destroy(vrn_reader_t *reader) {
     if (!reader) return;
+    vrn_data_writer_destroy(reader->data_writer);
+    std::free(reader->client_id);
     vrn_type_system_destroy(reader->type_system);
     vrn_metadata_free(reader->metadata);
     if (reader->file) gzclose(reader->file);

@@ -12,6 +12,9 @@
 #include "reader/metadata.h"
 #include "reader/reader_options.h"
 #include "utils/byte_reader.h"
+#include "utils/client_id.h"
+
+struct vrn_data_writer_t;
 
 // Created and destroyed per file; nothing in it outlives the file.
 struct vrn_reader_t {
@@ -22,6 +25,8 @@ struct vrn_reader_t {
     vrn_type_system_t *type_system;  // owned; rebuilt by every schema load
     std::uint32_t records_out;       // decides the separator before a JSON record
     vrn_metadata_t *metadata;        // owned; null without --metadata
+    vrn_client_id_t *client_id;      // owned, as the writer; both null unless the format is bin
+    vrn_data_writer_t *data_writer;  // of pages, below `output_dir`
     // End of the bytes that blocks may read at present: the chunk buffer or a page's payload.
     // VRN_READER_SLACK zeros stand behind it.
     const std::uint8_t *window_end;

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "data/data_writer.h"
 #include "reader/block_walk.h"
 #include "reader/driver_double.h"
 #include "support/captured_log.h"
 #include "support/page_blocks.h"
+#include "support/temp_dir.h"
 
 namespace vrn::test {
 namespace {
@@ -25,12 +27,14 @@ struct Walk {
 };
 
 // The chunk lies on the heap with nothing behind it, so that ASan sees any byte beyond.
-Walk walk(const std::string &chunk, vrn_output_format_t format = VRN_FORMAT_JSON) {
+Walk walk(const std::string &chunk, vrn_output_format_t format = VRN_FORMAT_JSON,
+          vrn_data_writer_t *writer = nullptr) {
     vrn_reader_options_t options{};
     options.format = format;
     vrn_reader_t reader{};
     reader.options = &options;
     reader.file_name = "a.bin";
+    reader.data_writer = writer;
     const std::vector<char> bytes(chunk.begin(), chunk.end());
     CapturedLog log;
     Walk result = {vrn_reader_walk_compressed_pages(&reader, bytes.data(), bytes.size()), {}, {}};
@@ -231,12 +235,21 @@ TEST(CompressedPageWalk, TakesManyPagesWithoutPayload) {
     EXPECT_EQ(result.lines, none);
 }
 
-TEST(CompressedPageWalk, DoesNotExportPages) {
-    const Walk result = walk(gzip_page("VRNE"), VRN_FORMAT_BIN);
-    EXPECT_FALSE(result.good);
+TEST(CompressedPageWalk, ExportsPagesUndecoded) {
+    const TempDir dir;
+    const vrn_client_id_t client = {"host1", 0};
+    vrn_data_writer_ptr writer(vrn_data_writer_create(&client));
+    vrn_data_writer_set_data_dir(writer.get(), dir.path().c_str());
+    vrn_data_writer_set_data_path_template(writer.get(), "out.bin");
+    const Walk result = walk(gzip_page("VRNE one") + snappy_page("VRNE two") + "padding",
+                             VRN_FORMAT_BIN, writer.get());
+    EXPECT_TRUE(result.good);
     EXPECT_EQ(result.blocks, none);
-    EXPECT_EQ(result.lines, Lines{"3 Failed to export a page of a.bin: output format bin is not "
-                                  "available yet"});
+    const std::string warning =
+        "4 [data_writer] First data block is VRNE. No schema ids could be extracted.";
+    EXPECT_EQ(result.lines, (Lines{warning, warning}));
+    writer.reset();
+    EXPECT_EQ(read_file(dir.file("out.bin")).substr(256), "VRNE oneVRNE two");
 }
 
 TEST(CompressedPageWalk, SurvivesEveryHeaderSize) {
