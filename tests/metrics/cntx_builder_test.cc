@@ -31,123 +31,76 @@ TEST(CntxBuilder, WritesTheBlockByteForByte) {
                         .labels = {zero},
                         .samples = {{1, 6}}});
 
-    const std::string tables = ByteBuilder()
-                                   .text("LBLN")
-                                   .u8(1)
-                                   .u8(3)
-                                   .text("cpu")
-                                   .text("lbln")
-                                   .text("LBLV")
-                                   .u16(1)
-                                   .u8(2)
-                                   .text("c0")
-                                   .text("lblv")
-                                   .text("CNTI")
-                                   .u16(2)
-                                   .u8(1)
-                                   .text("m")
-                                   .u8(1)
-                                   .text("n")
-                                   .text("cnti")
-                                   .text("CLBL")
-                                   .u16(2)
-                                   .u8(1)
-                                   .text("h")
-                                   .u8(1)
-                                   .text("x")
-                                   .text("clbl")
-                                   .done();
-    const std::string record = ByteBuilder()
-                                   .u16(29)
-                                   .u64(5)
-                                   .text("G")
-                                   .u8(4)
-                                   .u16(1)
-                                   .u16(1)
-                                   .u64(6)
-                                   .u8(0)
-                                   .u8(1)
-                                   .text("ML")
-                                   .u8(0)
-                                   .done();
-    const auto empty_size = static_cast<std::uint32_t>(8 + tables.size() + 8 + 8);
-    EXPECT_EQ(builder.build(), ByteBuilder()
-                                   .text("CNTX")
-                                   .u32(empty_size + 29)
-                                   .raw(tables)
-                                   .text("CNTD")
-                                   .u32(8 + 29 + 4)
-                                   .raw(record)
-                                   .text("cntdcntx")
-                                   .done());
+    ByteBuilder tables;
+    tables.text("LBLN\1\3cpulbln");
+    tables.text("LBLV").u16(1).text("\2c0lblv");
+    tables.text("CNTI").u16(2).text("\1m\1ncnti");
+    tables.text("CLBL").u16(2).text("\1h\1xclbl");
+    ByteBuilder record;
+    record.u16(29).u64(5).text("G").u8(4).u16(1);
+    record.u16(1).u64(6);
+    record.u8(0).u8(1).text("ML").u8(0);
+    const auto block = [&](const std::string &records) {
+        const auto size = static_cast<std::uint32_t>(records.size());
+        const auto total_size = static_cast<std::uint32_t>(8 + tables.done().size() + 8 + 8) + size;
+        ByteBuilder bytes;
+        bytes.text("CNTX").u32(total_size).raw(tables.done());
+        bytes.text("CNTD").u32(8 + size + 4).raw(records).text("cntdcntx");
+        return bytes.done();
+    };
+    EXPECT_EQ(builder.build(), block(record.done()));
     builder.clear_records();
-    EXPECT_EQ(builder.build(), ByteBuilder()
-                                   .text("CNTX")
-                                   .u32(empty_size)
-                                   .raw(tables)
-                                   .text("CNTD")
-                                   .u32(8 + 4)
-                                   .text("cntdcntx")
-                                   .done());
+    EXPECT_EQ(builder.build(), block(""));
 }
 
 TEST(CntxBuilder, RefusesWhatTheFormatHasNoRoomFor) {
+    using Samples = std::vector<metrics::MetricSample>;
+    using Add = std::function<void(CntxBuilder &)>;
     struct Case {
         const char *line;
-        std::function<void(CntxBuilder &)> add;
+        Add add;
+    };
+    const auto times = [](int count, void (*add)(CntxBuilder &, int)) -> Add {
+        return [=](CntxBuilder &b) {
+            for (int i = 0; i < count; ++i) add(b, i);
+        };
     };
     const std::string long_text(256, 'x');
     const EncodedLabel text = CntxBuilder::label_by_text("x");
+    const EncodedLabel long_label = CntxBuilder::label_by_text(long_text);
     const Case cases[] = {
         {"label name: 256 exceeds the limit of 255",
          [&](CntxBuilder &b) { b.add_label_set({long_text}); }},
         {"label names: 256 exceeds the limit of 255",
          [&](CntxBuilder &b) { b.add_label_set(Lines(256)); }},
         {"label sets: 257 exceeds the limit of 256",
-         [&](CntxBuilder &b) {
-             for (int i = 0; i < 257; ++i) b.add_label_set({});
-         }},
+         times(257, [](CntxBuilder &b, int) { b.add_label_set({}); })},
         {"label value: 256 exceeds the limit of 255",
          [&](CntxBuilder &b) { b.label_by_id(long_text); }},
         {"label values: 257 exceeds the limit of 256",
-         [&](CntxBuilder &b) {
-             for (int i = 0; i < 257; ++i) b.label_by_id(std::to_string(i));
-         }},
+         times(257, [](CntxBuilder &b, int i) { b.label_by_id(std::to_string(i)); })},
         {"metric name: 256 exceeds the limit of 255",
          [&](CntxBuilder &b) { b.add_metric(long_text); }},
         {"metric names: 65536 exceeds the limit of 65535",
-         [&](CntxBuilder &b) {
-             for (int i = 0; i < 65536; ++i) b.add_metric(std::to_string(i));
-         }},
+         times(65536, [](CntxBuilder &b, int i) { b.add_metric(std::to_string(i)); })},
         {"constant label: 256 exceeds the limit of 255",
          [&](CntxBuilder &b) { b.add_constant_label("x", long_text); }},
         {"label value: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) {
-             b.add_record({.labels = {CntxBuilder::label_by_text(long_text)}});
-         }},
+         [&](CntxBuilder &b) { b.add_record({.labels = {long_label}}); }},
         {"labels: 256 exceeds the limit of 255",
          [&](CntxBuilder &b) { b.add_record({.labels = std::vector(256, text)}); }},
         {"record: 65547 exceeds the limit of 65535",
-         [&](CntxBuilder &b) {
-             b.add_record({.samples = std::vector<metrics::MetricSample>(6553)});
-         }},
+         [&](CntxBuilder &b) { b.add_record({.samples = Samples(6553)}); }},
         {"label does not fit encoding 'L'",
          [&](CntxBuilder &b) { b.add_record({.encoding = LabelEncoding::ids, .labels = {text}}); }},
         {"the data holds the section mark 'CNTD'",
-         [&](CntxBuilder &b) {
-             b.add_metric("aCNTDb");
-             b.build();
-         }},
+         [](CntxBuilder &b) { b.add_metric("aCNTDb"), b.build(); }},
         {"the data holds the section mark 'LBLN'",
-         [&](CntxBuilder &b) {
-             b.add_record({.samples = {{0, 0x4e4c424c}}});
-             b.build();
+         [](CntxBuilder &b) {
+             b.add_record({.samples = {{0, 0x4e4c424c}}}), b.build();
          }},
         {"the data holds the section mark 'HIST'",
-         [&](CntxBuilder &b) {
-             b.add_constant_label("HIST", "");
-             b.build();
-         }},
+         [](CntxBuilder &b) { b.add_constant_label("HIST", ""), b.build(); }},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.line);

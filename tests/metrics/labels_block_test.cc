@@ -146,6 +146,9 @@ TEST(LabelsBlock, FaultsOfIdsNestUpTheChain) {
         std::string line;
         std::string cause;  // empty: the fault is not one of ids
     };
+    const auto logged = [](const std::string &rest) {
+        return "3 [vrn labels block] decode_label_value" + rest;
+    };
     const EncodedLabel second = {LabelKeyType::label_value_id, 1, ""};
     const Case cases[] = {
         {"no values", second, {}, "empty label_values array", "empty label_values array"},
@@ -169,11 +172,9 @@ TEST(LabelsBlock, FaultsOfIdsNestUpTheChain) {
         }
         const std::string text =
             c.cause.empty() ? "unknown label key type" : "invalid label id format";
-        const std::string at = "3 [vrn labels block] ";
-        Lines lines = {at + "decode_label_value: " + c.line};
+        Lines lines = {logged(": " + c.line), logged("s: failed to decode label 1: " + text)};
         if (!c.cause.empty())
-            lines.push_back(at + "decode_label_value: failed to parse label_id '1': " + c.cause);
-        lines.push_back(at + "decode_label_values: failed to decode label 1: " + text);
+            lines.insert(lines.begin() + 1, logged(": failed to parse label_id '1': " + c.cause));
         EXPECT_EQ(error, "Failed to decode label value at index 1: " + text);
         EXPECT_EQ(log.take(), lines);
     }
