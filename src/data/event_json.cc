@@ -65,6 +65,8 @@ JSON_Value *guid_word_to_json(const vrn_type_field_definition_t *field, const vo
 }
 
 JSON_Value *record_field_to_json(const vrn_type_field_definition_t *field, const void *data) {
+    // Never resolved: then nobody checked the offset either.
+    if (!field->type) return nullptr;
     if (guid_switch.is_on() && vrn_name_is_guid_word(field->field_name))
         if (JSON_Value *value = guid_word_to_json(field, data)) return value;
     return vrn_event_field_value_to_json(field, data);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "data/event_json.h"
 #include "data/schema/schema_text.h"
 #include "support/captured_log.h"
 #include "support/temp_dir.h"
@@ -141,12 +142,22 @@ TEST_F(TypeSystemLoad, MergesCountersSchemasOverTheOldOne) {
     }
 }
 
-TEST_F(TypeSystemLoad, KeepsMergedSchemasThatCannotBeLinkedUnbound) {
-    EXPECT_EQ(merge(schema_text({type_text("t", "4", {field_text("a", "t", "0", "4")})})), 0U);
-    EXPECT_EQ(index_, 0);
-    ASSERT_EQ(ts_->num_schemas, 1);
-    EXPECT_EQ(ts_->schemas[0]->types[0]->fields[0]->type, nullptr);
-    EXPECT_EQ(log_.take().back(), "3 Type 't' of schema 'p' contains itself");
+TEST_F(TypeSystemLoad, DecodesNothingByMergedSchemasThatCannotBeLinked) {
+    // A guid word is read before its type is looked at.
+    for (const char *name : {"a", "guid"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(
+            merge(schema_text({type_text("t", "4", {field_text(name, "int", "99999999", "4")})})),
+            0U);
+        const vrn_type_definition_t *type = ts_->schemas[index_]->types[0];
+        EXPECT_EQ(type->fields[0]->type, nullptr);
+        const char record[16] = {};
+        EXPECT_EQ(vrn_event_to_json(type, record), nullptr);
+        EXPECT_EQ(log_.take().back(),
+                  std::string("3 Field 't.") + name +
+                      "' of schema 'p' does not lie within the 4 bytes of its type");
+    }
+    EXPECT_EQ(ts_->num_schemas, 2);
 }
 
 TEST_F(TypeSystemLoad, RefusesTextsOfNeitherKind) {
