@@ -50,15 +50,13 @@ TEST_F(TypeSystemFilter, KeepsTheLayoutOfWhatStays) {
     EXPECT_STREQ(schema->types[0]->fields[0]->field_name, "b");
     EXPECT_EQ(schema->types[0]->fields[0]->offset, 4U);
     EXPECT_EQ(schema->types[1]->num_fields, 2);
-    const std::string because = " as it is not required by the provided field set";
-    EXPECT_EQ(
-        log_,
-        (Lines{"7 Skipping type definition 'other'" + because,
-               "7 Skipping field 'none_left.a'" + because,
-               "7 Skipping field 'none_left.b'" + because,
-               "7 Skipping type definition 'none_left' as it has no fields after filtering by "
-               "field set",
-               "7 Skipping field 'kept.a'" + because}));
+    const std::string unwanted = " as it is not required by the provided field set";
+    const std::string empty = " as it has no fields after filtering by field set";
+    EXPECT_EQ(log_, (Lines{"7 Skipping type definition 'other'" + unwanted,
+                           "7 Skipping field 'none_left.a'" + unwanted,
+                           "7 Skipping field 'none_left.b'" + unwanted,
+                           "7 Skipping type definition 'none_left'" + empty,
+                           "7 Skipping field 'kept.a'" + unwanted}));
 }
 
 TEST_F(TypeSystemFilter, TellsADroppedSchemaFromABadOne) {
