@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "counters/counters_schema.h"
+#include "data/json_file.h"
 #include "data/json_number.h"
 #include "data/json_write.h"
 #include "data/schema/name_tables.h"
@@ -348,7 +349,7 @@ vrn_counters_schema_t *vrn_counters_schema_from_string(const char *text) {
 vrn_counters_schema_t *vrn_counters_schema_from_file(
     const char *path, const vrn_provider_counter_set_t *counter_set) {
     errno = 0;
-    const vrn_json_value_ptr value(json_parse_file(path));
+    const vrn_json_value_ptr value = vrn_json_file_parse(path);
     if (!value) {
         VRN_LOG(VRN_LOG_ERROR, "Failed reading counters schema JSON from file '%s': %s", path,
                 std::strerror(errno));

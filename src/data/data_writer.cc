@@ -237,7 +237,7 @@ vrn_data_writer_t *vrn_data_writer_create(const vrn_client_id_t *client_id) {
 void vrn_data_writer_destroy(vrn_data_writer_t *writer) {
     const std::unique_ptr<vrn_data_writer_t> owner(writer);
     if (!writer) return;
-    for (auto &[key, file] : writer->files) run_guarded([&] { vrn_data_file_destroy(&file); });
+    for (auto &entry : writer->files) run_guarded([&] { vrn_data_file_destroy(&entry.second); });
 }
 
 bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {

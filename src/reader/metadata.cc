@@ -1,18 +1,16 @@
 #include "reader/metadata.h"
 
 #include <dirent.h>
-#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
+#include "data/json_file.h"
 #include "utils/log.h"
 #include "utils/string_template.h"
 
 namespace {
-
-using Json = vrn::CPtr<JSON_Value, json_value_free>;
 
 void close_folder(DIR *folder) {
     closedir(folder);
@@ -33,13 +31,6 @@ vrn::CString find_file(const char *folder_path) {
         if (is_metadata_name(entry->d_name))
             return vrn::CString(vrn_format_string("%s/%s", folder_path, entry->d_name));
     return nullptr;
-}
-
-// Only regular files have an end to read to: a folder has no text, a pipe may never give one.
-Json parse_file(const char *path) {
-    struct stat status {};
-    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
-    return Json(json_parse_file(path));
 }
 
 // The non-empty array that lists the counters, or null. parson passes null through each step.
@@ -122,7 +113,7 @@ vrn_metadata_t *vrn_metadata_load(const char *folder) {
         return nullptr;
     }
     VRN_LOG(VRN_LOG_DEBUG, "Loading metadata from %s", path.get());
-    const Json root = parse_file(path.get());
+    const vrn_json_value_ptr root = vrn_json_file_parse(path.get());
     if (!root) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to parse metadata JSON");
         return nullptr;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "data/json_file.h"
 #include "data/json_template.h"
 #include "data/json_write.h"
 #include "data/schema/type_json.h"
@@ -131,7 +132,7 @@ vrn_schema_t *vrn_schema_from_json(const JSON_Value *value) {
 }
 
 vrn_schema_t *vrn_schema_load_from_file(const char *path, const vrn_schema_t *parent) {
-    const vrn_json_value_ptr value(json_parse_file(path));
+    const vrn_json_value_ptr value = vrn_json_file_parse(path);
     if (!value) {
         VRN_LOG(VRN_LOG_ERROR, "Failed reading schema JSON from file '%s'", path);
         return nullptr;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "data/json_file.h"
 #include "data/json_template.h"
 #include "data/schema/schema_json.h"
 #include "utils/log.h"
@@ -54,7 +55,7 @@ vrn_schema_t *vrn_type_system_load_schema_file(vrn_type_system_t *ts, const char
         return nullptr;
     }
     if (out_parsed) *out_parsed = false;
-    const vrn_json_value_ptr value(json_parse_file(path));
+    const vrn_json_value_ptr value = vrn_json_file_parse(path);
     if (!value) {
         VRN_LOG(VRN_LOG_ERROR, "Failed reading schema JSON from file '%s'", path);
         return nullptr;
