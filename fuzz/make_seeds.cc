@@ -6,6 +6,7 @@
 #include <string>
 
 #include "metrics/cntx_builder.h"
+#include "reader/sample_files.h"
 
 namespace {
 
@@ -75,6 +76,17 @@ void write_seeds(const std::filesystem::path &folder) {
             write(folder / "metrics_count", name + std::to_string(records), block + block);
         }
     }
+    const std::string file = vrn::test::sample_data_file();
+    write(folder / "data_file", "sample", file);
+    // The page walk takes the bytes behind "VRNP" of a chunk, or a payload behind an odd byte.
+    constexpr std::size_t chunk = 512;
+    constexpr std::size_t page_chunk = 256 + 2 * chunk;
+    write(folder / "page_walk", "pages", std::string(1, '\0') + file.substr(page_chunk + 4, chunk));
+    write(folder / "page_walk", "events", "\1" + file.substr(256, chunk));
+    write(folder / "page_walk", "counters", "\1" + file.substr(256 + chunk, 56));
+    write(folder / "selection_sets", "fields",
+          "# set\n[port_*, link]\nspeed\n^err\n[default]\n$\n");
+    write(folder / "selection_sets", "counters", "total = ^port_rcv\n=x\na=b=c\nx=\n^y$\n");
     write(folder / "type_system", "system", type_system_text);
     write(folder / "type_system", "unlinked", schema_text);
 }
