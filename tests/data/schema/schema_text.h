@@ -1,10 +1,14 @@
-// Schema documents in readable steps.
+// Schema documents from a short notation.
 #pragma once
 
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace vrn::test {
+
+using Log = std::vector<std::string>;
 
 inline std::string join(const std::vector<std::string> &items) {
     std::string text;
@@ -12,31 +16,43 @@ inline std::string join(const std::vector<std::string> &items) {
     return text;
 }
 
-// `more` is appended inside the object, e.g. R"(,"array_length":4)".
-inline std::string field_text(const std::string &name, const std::string &type_name,
-                              const std::string &offset, const std::string &type_size,
-                              const std::string &more = "") {
-    return R"({"field_name":")" + name + R"(","description":"d","type_name":")" + type_name +
-           R"(","counting_mode":"ABSOLUTE","offset":)" + offset + R"(,"type_size":)" + type_size +
-           more + "}";
+inline std::vector<std::string> split(const std::string &text, char separator) {
+    std::vector<std::string> items;
+    std::istringstream stream(text);
+    for (std::string item; std::getline(stream, item, separator);)
+        if (!item.empty()) items.push_back(item);
+    return items;
 }
 
-inline std::string type_text(const std::string &name, const std::string &size,
-                             const std::vector<std::string> &fields) {
-    return R"({"name":")" + name + R"(","size":)" + size + R"(,"fields":[)" + join(fields) + "]}";
+// "name:type@offset,type_size", and "xN" behind it for an array of N elements.
+inline std::string field_text(const std::string &notation) {
+    static const std::regex pattern("(.*):(.*)@(.*),([^x]*)x?(.*)");
+    std::smatch part;
+    if (!std::regex_match(notation, part, pattern)) return notation;  // raw JSON
+    const std::string length = part.str(5).empty() ? "" : R"(,"array_length":)" + part.str(5);
+    return R"({"field_name":")" + part.str(1) + R"(","description":"d","type_name":")" +
+           part.str(2) + R"(","counting_mode":"ABSOLUTE","offset":)" + part.str(3) +
+           R"(,"type_size":)" + part.str(4) + length + "}";
 }
 
-inline std::string schema_text(const std::vector<std::string> &types,
-                               const std::string &version = "1.5.0") {
+// "name size field field ..."
+inline std::string type_text(const std::string &notation) {
+    const std::vector<std::string> words = split(notation, ' ');
+    std::vector<std::string> fields;
+    for (std::size_t i = 2; i < words.size(); ++i) fields.push_back(field_text(words[i]));
+    return R"({"name":")" + words[0] + R"(","size":)" + words[1] + R"(,"fields":[)" + join(fields) +
+           "]}";
+}
+
+// "type;type;..."
+inline std::string schema_text(const std::string &notation, const std::string &version = "1.5.0") {
+    std::vector<std::string> types;
+    for (const std::string &type : split(notation, ';')) types.push_back(type_text(type));
     return R"({"vrn_version":")" + version +
            R"(","provider_name":"p","provider_version":"1.2.3","types":[)" + join(types) + "]}";
 }
 
-// A type of one int field.
-inline std::string int_type_text(const std::string &name) {
-    return type_text(name, "4", {field_text("a", "int", "0", "4")});
-}
-
+inline constexpr char int_type[] = "t 4 a:int@0,4;";
 inline constexpr char counters_text[] = R"({"version":"1.5.0","counter_groups":[]})";
 
 }  // namespace vrn::test

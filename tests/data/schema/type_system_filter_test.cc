@@ -9,13 +9,10 @@
 namespace vrn::test {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 // Loads schemas through a field set.
 class TypeSystemFilter : public testing::Test {
   protected:
-    const vrn_schema_t *load(const std::vector<const char *> &set_lines,
-                             const std::vector<std::string> &types) {
+    const vrn_schema_t *load(const std::vector<const char *> &set_lines, const std::string &types) {
         const vrn_provider_field_set_ptr set(vrn_provider_field_set_create());
         EXPECT_TRUE(
             vrn_provider_field_set_init_from_lines(set.get(), set_lines.data(), set_lines.size()));
@@ -28,17 +25,14 @@ class TypeSystemFilter : public testing::Test {
         return schema;
     }
 
-    const std::vector<std::string> two_fields_{field_text("a", "int", "0", "4"),
-                                               field_text("b", "int", "4", "4")};
     const TempDir dir_;
     const vrn_type_system_ptr ts_{vrn_type_system_create()};
     bool parsed_ = false;
-    Lines log_;
+    Log log_;
 };
 
 TEST_F(TypeSystemFilter, KeepsTheLayoutOfWhatStays) {
-    const vrn_schema_t *schema =
-        load({"[kept]", "^b$", "[none_left]", "zz", "[all]"},
+    const vrn_schema_t *schema = load({"[kept]", "^b$", "[none_left]", "zz", "[all]"},
              {type_text("other", "8", two_fields_), type_text("none_left", "8", two_fields_),
               type_text("kept", "8", two_fields_), type_text("all", "8", two_fields_)});
     ASSERT_NE(schema, nullptr);
@@ -52,11 +46,11 @@ TEST_F(TypeSystemFilter, KeepsTheLayoutOfWhatStays) {
     EXPECT_EQ(schema->types[1]->num_fields, 2);
     const std::string unwanted = " as it is not required by the provided field set";
     const std::string empty = " as it has no fields after filtering by field set";
-    EXPECT_EQ(log_, (Lines{"7 Skipping type definition 'other'" + unwanted,
-                           "7 Skipping field 'none_left.a'" + unwanted,
-                           "7 Skipping field 'none_left.b'" + unwanted,
-                           "7 Skipping type definition 'none_left'" + empty,
-                           "7 Skipping field 'kept.a'" + unwanted}));
+    EXPECT_EQ(log_, (Log{"7 Skipping type definition 'other'" + unwanted,
+                         "7 Skipping field 'none_left.a'" + unwanted,
+                         "7 Skipping field 'none_left.b'" + unwanted,
+                         "7 Skipping type definition 'none_left'" + empty,
+                         "7 Skipping field 'kept.a'" + unwanted}));
 }
 
 TEST_F(TypeSystemFilter, TellsADroppedSchemaFromABadOne) {

@@ -10,8 +10,6 @@
 namespace vrn::test {
 namespace {
 
-using Log = std::vector<std::string>;
-
 class TypeSystemJson : public testing::Test {
   protected:
     static vrn_type_system_ptr read(const std::string &text) {
@@ -68,11 +66,7 @@ TEST_F(TypeSystemJson, ReadsDocumentsOfEveryForm) {
         Log log;
     };
     const Case cases[] = {
-        {"schemas only",
-         system_text(schemas_text({schema_text({int_type_text("t")})})),
-         1,
-         false,
-         {}},
+        {"schemas only", system_text(schemas_text({schema_text(int_type)})), 1, false, {}},
         {"counters only", system_text(counters), 0, true, {}},
         {"bare counters schema", counters_text, 0, true, {}},
         {"no schemas", system_text(schemas_text({})), 0, false, {}},
@@ -80,7 +74,7 @@ TEST_F(TypeSystemJson, ReadsDocumentsOfEveryForm) {
         {"no version", system_text(schemas_text({}), "x"), 0, false, {old}},
         {"newer version", system_text(schemas_text({}), "2.0.0"), 0, false, {}},
         {"too many schemas",
-         system_text(schemas_text(std::vector(256, schema_text({int_type_text("t")})))),
+         system_text(schemas_text(std::vector(256, schema_text(int_type)))),
          255,
          false,
          {"3 [ts] Failed to deserialize: number of schemas 256 exceeds limit 255"}},
@@ -105,8 +99,7 @@ TEST_F(TypeSystemJson, RefusesBadDocuments) {
     const Case cases[] = {
         {"no JSON", "{", "3 Failed parsing schema JSON string"},
         {"no object", "[]", prefix + "schema is not a JSON object"},
-        {"schema document", schema_text({int_type_text("t")}),
-         prefix + "missing Varnel schema version"},
+        {"schema document", schema_text(int_type), prefix + "missing Varnel schema version"},
         {"version only", system_text(""),
          "3 [schema writer] schema was not recognized as either type system or counters schema"},
         {"bad counters schema", system_text(R"(,"counters_schema":null,"schemas":[])"),
@@ -114,11 +107,9 @@ TEST_F(TypeSystemJson, RefusesBadDocuments) {
         {"bad bare counters schema", system_text(R"(,"counter_groups":[1])"),
          prefix + "unable to decode JSON as counters schema"},
         {"bad schema", system_text(schemas_text({"7"})), prefix + "unable to decode type schema"},
-        {"type without fields", system_text(schemas_text({schema_text({type_text("t", "4", {})})})),
+        {"type without fields", system_text(schemas_text({schema_text("t 4")})),
          prefix + "unable to decode type schema"},
-        {"unknown field type",
-         system_text(
-             schemas_text({schema_text({type_text("t", "4", {field_text("a", "x", "0", "4")})})})),
+        {"unknown field type", system_text(schemas_text({schema_text("t 4 a:x@0,4")})),
          prefix + "unable to adjust type fields of schema p"},
     };
     for (const Case &c : cases) {

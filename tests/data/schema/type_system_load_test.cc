@@ -10,8 +10,6 @@
 namespace vrn::test {
 namespace {
 
-using Log = std::vector<std::string>;
-
 class TypeSystemLoad : public testing::Test {
   protected:
     vrn_schema_t *load(const std::string &text, bool *parsed) {
@@ -34,7 +32,7 @@ class TypeSystemLoad : public testing::Test {
 
 TEST_F(TypeSystemLoad, AppendsALinkedSchemaWithoutDigest) {
     bool parsed = false;
-    const vrn_schema_t *schema = load(schema_text({int_type_text("t")}), &parsed);
+    const vrn_schema_t *schema = load(schema_text(int_type), &parsed);
     ASSERT_NE(schema, nullptr);
     EXPECT_TRUE(parsed);
     EXPECT_EQ(ts_->num_schemas, 1);
@@ -46,38 +44,28 @@ TEST_F(TypeSystemLoad, AppendsALinkedSchemaWithoutDigest) {
 }
 
 TEST_F(TypeSystemLoad, RefusesBadFiles) {
-    const std::string path = dir_.file("s.json");
-    const std::string unknown =
-        schema_text({type_text("t", "4", {field_text("a", "x", "0", "4")})});
-    struct Case {
-        const char *name;
-        std::string text;
-        Log log;
+    const std::string unreadable =
+        "3 Failed reading schema JSON from file '" + dir_.file("s.json") + "'";
+    const std::string unlinked = "3 Failed to adjust type fields within schema p";
+    const std::pair<std::string, Log> cases[] = {
+        {"{", {unreadable}},
+        {counters_text, {"6 Not an event schema"}},
+        {schema_text("t 4 a:x@0,4"),
+         {"3 Definition of type x not found within the schema p", unlinked}},
+        {schema_text("t 4 a:t@0,4"), {"3 Type 't' of schema 'p' contains itself", unlinked}},
     };
-    const Case cases[] = {
-        {"no JSON", "{", {"3 Failed reading schema JSON from file '" + path + "'"}},
-        {"counters schema", counters_text, {"6 Not an event schema"}},
-        {"unknown field type",
-         unknown,
-         {"3 Definition of type x not found within the schema p",
-          "3 Failed to adjust type fields within schema p"}},
-        {"recursive type",
-         schema_text({type_text("t", "4", {field_text("a", "t", "0", "4")})}),
-         {"3 Type 't' of schema 'p' contains itself",
-          "3 Failed to adjust type fields within schema p"}},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto &[text, log] : cases) {
+        SCOPED_TRACE(text);
         bool parsed = true;
-        EXPECT_EQ(load(c.text, &parsed), nullptr);
+        EXPECT_EQ(load(text, &parsed), nullptr);
         EXPECT_FALSE(parsed);
         EXPECT_EQ(ts_->num_schemas, 0);
-        EXPECT_EQ(log_.take(), c.log);
+        EXPECT_EQ(log_.take(), log);
     }
 }
 
 TEST_F(TypeSystemLoad, DropsEmptyTypesOnlyForThoseWhoAsk) {
-    const std::string text = schema_text({type_text("empty", "4", {})});
+    const std::string text = schema_text("empty 4");
     const std::string path = dir_.write("s.json", text);
     EXPECT_EQ(vrn_type_system_load_schema_file_all(ts_.get(), path.c_str()), nullptr);
     EXPECT_EQ(log_.take(), Log{"3 Failed to deserialize type #0 from JSON array"});
@@ -89,36 +77,28 @@ TEST_F(TypeSystemLoad, DropsEmptyTypesOnlyForThoseWhoAsk) {
 TEST_F(TypeSystemLoad, RefusesTheSchemaBehindTheLast) {
     fill();
     bool parsed = true;
-    EXPECT_EQ(load(schema_text({int_type_text("t")}), &parsed), nullptr);
+    EXPECT_EQ(load(schema_text(int_type), &parsed), nullptr);
     EXPECT_TRUE(parsed);
     EXPECT_EQ(ts_->num_schemas, 255);
     EXPECT_EQ(log_.take(), Log{"3 Failed to load schema: schema limit exceeded '255'"});
-    EXPECT_EQ(merge(schema_text({int_type_text("t")})), VRN_TYPE_SYSTEM_FAILED);
+    EXPECT_EQ(merge(schema_text(int_type)), VRN_TYPE_SYSTEM_FAILED);
     EXPECT_EQ(index_, 99);
     EXPECT_EQ(log_.take(), Log{});
 }
 
 TEST_F(TypeSystemLoad, MergesATextOnce) {
-    const std::string text = schema_text({int_type_text("t")});
-    struct Case {
-        std::string text;
-        int index;
-        int num_schemas;
-        std::string last_log;
-    };
-    const Case cases[] = {
-        {text, 0, 1, "7 FOUND EVENTS SCHEMA"},
-        {text + " ", 1, 2, "7 FOUND EVENTS SCHEMA"},
-        {text, 0, 2, "7 Schema already exists"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.index);
+    const std::string text = schema_text(int_type);
+    const auto merges = [this](const std::string &merged, int index, int num_schemas,
+                               const char *last_log) {
         CapturedLog log(7);
-        EXPECT_EQ(merge(c.text), 0U);
-        EXPECT_EQ(index_, c.index);
-        EXPECT_EQ(ts_->num_schemas, c.num_schemas);
-        EXPECT_EQ(log.take().back(), c.last_log);
-    }
+        EXPECT_EQ(merge(merged), 0U);
+        EXPECT_EQ(index_, index);
+        EXPECT_EQ(ts_->num_schemas, num_schemas);
+        EXPECT_EQ(log.take().back(), last_log);
+    };
+    merges(text, 0, 1, "7 FOUND EVENTS SCHEMA");
+    merges(text + " ", 1, 2, "7 FOUND EVENTS SCHEMA");
+    merges(text, 0, 2, "7 Schema already exists");
     vrn_schema_id_t digest;
     ASSERT_TRUE(vrn_md5_of_string(text.c_str(), &digest));
     EXPECT_EQ(vrn_schema_id_compare(&ts_->schemas[0]->md5_digest, &digest), 0);
@@ -128,7 +108,7 @@ TEST_F(TypeSystemLoad, MergesATextOnce) {
 
 TEST_F(TypeSystemLoad, MergesCountersSchemasOverTheOldOne) {
     const std::string both =
-        R"({"version":"1.5.0","counter_groups":[],)" + schema_text({int_type_text("t")}).substr(1);
+        R"({"version":"1.5.0","counter_groups":[],)" + schema_text(int_type).substr(1);
     for (const std::string &text : {std::string(counters_text), both}) {
         SCOPED_TRACE(text);
         CapturedLog log(7);
@@ -146,9 +126,7 @@ TEST_F(TypeSystemLoad, DecodesNothingByMergedSchemasThatCannotBeLinked) {
     // A guid word is read before its type is looked at.
     for (const char *name : {"a", "guid"}) {
         SCOPED_TRACE(name);
-        EXPECT_EQ(
-            merge(schema_text({type_text("t", "4", {field_text(name, "int", "99999999", "4")})})),
-            0U);
+        EXPECT_EQ(merge(schema_text(std::string("t 4 ") + name + ":int@99999999,4")), 0U);
         const vrn_type_definition_t *type = ts_->schemas[index_]->types[0];
         EXPECT_EQ(type->fields[0]->type, nullptr);
         const char record[16] = {};

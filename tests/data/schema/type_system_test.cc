@@ -7,7 +7,6 @@
 #include "data/json_template.h"
 #include "data/schema/schema_json.h"
 #include "data/schema/schema_registration.h"
-#include "data/schema/schema_text.h"
 #include "support/captured_log.h"
 
 namespace vrn::test {
@@ -31,7 +30,9 @@ class TypeSystem : public testing::Test {
 TEST_F(TypeSystem, StartsWithBuiltinTypesAndAnEmptyCountersSchema) {
     EXPECT_STREQ(ts_->builtin_schema->provider_name, "<built-in>");
     EXPECT_EQ(ts_->builtin_schema->provider_version, 1281U);
-    EXPECT_EQ(ts_->builtin_schema->num_types, 22);
+    ASSERT_EQ(ts_->builtin_schema->num_types, 22);
+    EXPECT_STREQ(ts_->builtin_schema->types[0]->name, "bool");
+    EXPECT_EQ(ts_->builtin_schema->types[21]->builtin_id, VRN_BUILTIN_TIMESTAMP);
     EXPECT_EQ(ts_->builtin_schema->parent, nullptr);
     EXPECT_EQ(ts_->num_schemas, 0);
     ASSERT_NE(ts_->counters_schema, nullptr);
