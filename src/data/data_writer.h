@@ -82,6 +82,7 @@ bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allo
 bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t *page,
                                 const void *unused);
 
-// First timestamp of the file that the stream of `page` writes to at present, or 0.
+// First timestamp of the file that the stream of `page` writes to at present, or 0. Reads the page
+// in place: of a shared page, pass its snapshot.
 std::uint64_t vrn_data_writer_get_first_timestamp(const vrn_data_writer_t *writer,
                                                   const vrn_data_page_t *page);

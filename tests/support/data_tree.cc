@@ -63,7 +63,7 @@ std::string check_killed_tree(const std::string &root, const std::vector<std::ui
         const std::string bytes = read_file(path);
         if (bytes.size() < sizeof(vrn_data_file_header_t)) continue;
         const std::string fault = read_pages(bytes, &times);
-        if (!fault.empty()) return path + ": " + fault;
+        if (!fault.empty()) return std::string(path).append(": ").append(fault);
     }
     return missing_time(times, expected);
 }

@@ -7,7 +7,7 @@
 
 namespace vrn::test {
 
-inline constexpr std::uint32_t page_block_size = 64;
+inline constexpr std::uint64_t page_block_size = 64;
 
 // Data of a page that tells its time: one counters block of `page_block_size` bytes.
 std::string page_data(std::uint64_t time);
