@@ -87,6 +87,10 @@ void write_seeds(const std::filesystem::path &folder) {
     write(folder / "selection_sets", "fields",
           "# set\n[port_*, link]\nspeed\n^err\n[default]\n$\n");
     write(folder / "selection_sets", "counters", "total = ^port_rcv\n=x\na=b=c\nx=\n^y$\n");
+    write(folder / "source_spec", "count", "3");
+    write(folder / "source_spec", "range", "node[7-0x10]");
+    write(folder / "source_spec", "fabscan", "H-0002c9 (host1 HCA-1)\nS-0003 (switch1)\n");
+    write(folder / "source_spec", "text", "node1\r\n\nnode2");
     write(folder / "type_system", "system", type_system_text);
     write(folder / "type_system", "unlinked", schema_text);
 }

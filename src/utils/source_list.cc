@@ -24,7 +24,7 @@ bool vrn_source_list_add(vrn_source_list_t *list, vrn_source_t *source) {
     // The block has room for the next power of two.
     if (count == 0 || std::has_single_bit(count)) {
         const std::size_t room = std::max<std::size_t>(1, 2 * count);
-        void *grown = std::realloc(list->items, room * sizeof *list->items);
+        void *grown = std::realloc(list->items, room * sizeof(void *));
         if (!grown) return false;
         list->items = static_cast<vrn_source_t **>(grown);
     }
@@ -50,6 +50,6 @@ vrn_source_list_t *vrn_source_list_create_default(const char *tag) {
     vrn_source_list_ptr list(vrn_source_list_create());
     vrn_source_ptr source(vrn_source_create_default(tag));
     if (!list || !vrn_source_list_add(list.get(), source.get())) return nullptr;
-    source.release();       // to the list
-    return list.release();  // to the caller
+    static_cast<void>(source.release());  // to the list
+    return list.release();                // to the caller
 }

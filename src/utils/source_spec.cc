@@ -27,7 +27,7 @@ bool add_source(vrn_source_list_t *list, const char *name) {
     }
     vrn_source_ptr source(vrn_source_create(name, ""));
     if (!vrn_source_list_add(list, source.get())) return false;
-    source.release();  // to the list
+    static_cast<void>(source.release());  // to the list
     return true;
 }
 

@@ -175,8 +175,8 @@ TEST(DataPage, BlobStandsBehindTheHeader) {
         vrn_blob_block_t block;
         std::memcpy(&block, page.get() + 1, sizeof block);
         EXPECT_EQ(vrn_block_type_of(&block), VRN_BLOB_BLOCK);
-        EXPECT_EQ(block.timestamp, page->first_ts);
-        EXPECT_EQ(block.data_size, data.size());
+        EXPECT_EQ(std::uint64_t{block.timestamp}, page->first_ts);
+        EXPECT_EQ(std::uint64_t{block.data_size}, data.size());
         const char *content = reinterpret_cast<const char *>(page.get()) + 740;
         EXPECT_EQ(std::string(content, data.size()), data);
     }

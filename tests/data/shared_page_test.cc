@@ -22,7 +22,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr std::uint64_t page_size = 3 * 4096;
+constexpr std::uint64_t page_size = 12288;  // three pages of memory
 
 // A name of this test's own; the object goes with the scope, if it is there.
 class SharedName {
@@ -373,7 +373,7 @@ TEST(SharedPage, SnapshotsHoldWhileAnotherProcessScribblesAndShrinks) {
     const vrn_data_page_ptr page(allocate(shared));
     const pid_t vandal = start([&] {
         const int object = shared.open();
-        for (std::uint32_t i = 0;; ++i) {
+        for (std::uint64_t i = 0;; ++i) {
             const std::uint64_t sizes[] = {i * 7919 % 20000, i * 104729 % 20000};
             if (ftruncate(object, i * 31 % page_size) != 0) return false;
             if (ftruncate(object, page_size) != 0) return false;
