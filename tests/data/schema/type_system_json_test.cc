@@ -54,71 +54,52 @@ TEST_F(TypeSystemJson, WritesWhatItReads) {
 }
 
 TEST_F(TypeSystemJson, ReadsDocumentsOfEveryForm) {
+    const auto reads = [this](const char *name, const std::string &text, int num_schemas,
+                              bool counters, const Log &log) {
+        SCOPED_TRACE(name);
+        const vrn_type_system_ptr ts = read(text);
+        ASSERT_NE(ts, nullptr);
+        EXPECT_EQ(ts->num_schemas, num_schemas);
+        EXPECT_EQ(ts->counters_schema != nullptr, counters);
+        EXPECT_EQ(log_.take(), log);
+    };
+    const std::string schema = schema_text(int_type);
     const std::string counters = R"(,"counters_schema":)" + std::string(counters_text);
+    reads("schemas only", system_text(schemas_text({schema})), 1, false, {});
+    reads("counters only", system_text(counters), 0, true, {});
+    reads("bare counters schema", counters_text, 0, true, {});
+    reads("too many", system_text(schemas_text(std::vector(256, schema))), 255, false,
+          {"3 [ts] Failed to deserialize: number of schemas 256 exceeds limit 255"});
+    const std::string none = schemas_text({});
     const std::string old =
         "3 [ts] Failed to deserialize: schema version 1.4.0 is incompatible with the deserializer, "
         "the minimal supported schema version is 1.4.0";
-    struct Case {
-        const char *name;
-        std::string text;
-        int num_schemas;
-        bool counters;
-        Log log;
-    };
-    const Case cases[] = {
-        {"schemas only", system_text(schemas_text({schema_text(int_type)})), 1, false, {}},
-        {"counters only", system_text(counters), 0, true, {}},
-        {"bare counters schema", counters_text, 0, true, {}},
-        {"no schemas", system_text(schemas_text({})), 0, false, {}},
-        {"older version", system_text(schemas_text({}), "1.3.9"), 0, false, {old}},
-        {"no version", system_text(schemas_text({}), "x"), 0, false, {old}},
-        {"newer version", system_text(schemas_text({}), "2.0.0"), 0, false, {}},
-        {"too many schemas",
-         system_text(schemas_text(std::vector(256, schema_text(int_type)))),
-         255,
-         false,
-         {"3 [ts] Failed to deserialize: number of schemas 256 exceeds limit 255"}},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        const vrn_type_system_ptr ts = read(c.text);
-        ASSERT_NE(ts, nullptr);
-        EXPECT_EQ(ts->num_schemas, c.num_schemas);
-        EXPECT_EQ(ts->counters_schema != nullptr, c.counters);
-        EXPECT_EQ(log_.take(), c.log);
-    }
+    reads("no schemas", system_text(none), 0, false, {});
+    reads("older", system_text(none, "1.3.9"), 0, false, {old});
+    reads("no version", system_text(none, "x"), 0, false, {old});
+    reads("newer", system_text(none, "2.0.0"), 0, false, {});
 }
 
 TEST_F(TypeSystemJson, RefusesBadDocuments) {
-    const std::string prefix = "3 [ts] Failed to deserialize: ";
-    struct Case {
-        const char *name;
-        std::string text;
-        std::string last_log;
+    const auto refuses = [this](const std::string &text, const std::string &last_line) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(read(text), nullptr);
+        EXPECT_EQ(log_.take().back(), "3 " + last_line);
     };
-    const Case cases[] = {
-        {"no JSON", "{", "3 Failed parsing schema JSON string"},
-        {"no object", "[]", prefix + "schema is not a JSON object"},
-        {"schema document", schema_text(int_type), prefix + "missing Varnel schema version"},
-        {"version only", system_text(""),
-         "3 [schema writer] schema was not recognized as either type system or counters schema"},
-        {"bad counters schema", system_text(R"(,"counters_schema":null,"schemas":[])"),
-         prefix + "unable to decode counters schema"},
-        {"bad bare counters schema", system_text(R"(,"counter_groups":[1])"),
-         prefix + "unable to decode JSON as counters schema"},
-        {"bad schema", system_text(schemas_text({"7"})), prefix + "unable to decode type schema"},
-        {"type without fields", system_text(schemas_text({schema_text("t 4")})),
-         prefix + "unable to decode type schema"},
-        {"unknown field type", system_text(schemas_text({schema_text("t 4 a:x@0,4")})),
-         prefix + "unable to adjust type fields of schema p"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(read(c.text), nullptr);
-        const Log log = log_.take();
-        ASSERT_FALSE(log.empty());
-        EXPECT_EQ(log.back(), c.last_log);
-    }
+    const std::string failed = "[ts] Failed to deserialize: ";
+    refuses("{", "Failed parsing schema JSON string");
+    refuses("[]", failed + "schema is not a JSON object");
+    refuses(schema_text(int_type), failed + "missing Varnel schema version");
+    refuses(system_text(""),
+            "[schema writer] schema was not recognized as either type system or counters schema");
+    refuses(system_text(R"(,"counters_schema":null,"schemas":[])"),
+            failed + "unable to decode counters schema");
+    refuses(system_text(R"(,"counter_groups":[1])"),
+            failed + "unable to decode JSON as counters schema");
+    refuses(system_text(schemas_text({schema_text("t 4")})),
+            failed + "unable to decode type schema");
+    refuses(system_text(schemas_text({schema_text("t 4 a:x@0,4")})),
+            failed + "unable to adjust type fields of schema p");
 }
 
 TEST_F(TypeSystemJson, WritesNothingWithoutTheCountersSchema) {
