@@ -1,4 +1,5 @@
 // What a collector is told of its sources: see vrn_source_list_from_spec and _from_range.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +17,13 @@ namespace {
 constexpr std::size_t line_size = 1024;
 
 using File = vrn::CPtr<std::FILE, std::fclose>;
+
+// Anything but a regular file under that name might never end.
+File open_regular(const char *path) {
+    struct stat status {};
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
+    return File(std::fopen(path, "r"));
+}
 
 // Appends a source with an empty tag. False, after a line when there are too many, else out of
 // memory.
@@ -35,7 +43,7 @@ bool add_source(vrn_source_list_t *list, const char *name) {
 // line with the `kind` of file when it can't be opened.
 template <typename Add>
 vrn_source_list_t *read_file(const char *path, const char *kind, Add add) {
-    const File file(std::fopen(path, "r"));
+    const File file = open_regular(path);
     if (!file) {
         VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open %s file: %s", kind, path);
         return nullptr;
@@ -64,7 +72,7 @@ bool add_text_line(vrn_source_list_t *list, char *line) {
 
 // Fabscan files name nodes as H-... (hosts) and S-... (switches).
 bool has_fabscan_mark(const char *path) {
-    const File file(std::fopen(path, "r"));
+    const File file = open_regular(path);
     if (!file) {
         VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open file: %s", path);
         return false;

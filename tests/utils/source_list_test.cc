@@ -1,6 +1,7 @@
 #include "utils/source_list.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -122,6 +123,18 @@ TEST(SourceSpec, NameOfAFileIsNoRange) {
     const std::string path = dir.file("3");
     const vrn_source_list_ptr list(vrn_source_list_from_spec(path.c_str()));
     EXPECT_EQ(names_of(list.get()), Lines{"node1"});
+}
+
+TEST(SourceSpec, RefusesWhatIsNoRegularFile) {
+    const TempDir dir;
+    const std::string pipe = dir.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string &path : {dir.path(), pipe}) {
+        CapturedLog log;
+        EXPECT_EQ(vrn_source_list_from_spec(path.c_str()), nullptr);
+        EXPECT_EQ(log.take(), (Lines{"3 [source] Failed to open file: " + path,
+                                     "3 [source] Failed to open text file: " + path}));
+    }
 }
 
 TEST(SourceSpec, FileOfTooManyNamesIsRefused) {
