@@ -10,6 +10,7 @@ cmake --build --preset release -j "$(nproc)" --target vrn_read vrn_collect
 out=demo-output
 read=build/bin/vrn_read
 rm -rf "$out"
+mkdir "$out"
 
 show() { # title, lines, command
     local title=$1 lines=$2
@@ -18,19 +19,26 @@ show() { # title, lines, command
     "$@" >"$out/shown"
     head -n "$lines" "$out/shown"
     printf '   (%d lines in all)\n' "$(wc -l <"$out/shown")"
+    rm "$out/shown"
 }
 
 echo "== Collecting for two seconds"
 build/bin/vrn_collect --output-dir "$out" --interval 100 --duration 2000
-ls -l "$out"/*.bin "$out"/schema
+ls -l "$out"/data "$out"/schema
 
-show "Events, one JSON object a line" 4 "$read" -s "$out/schema" -f ndjson "$out/events.bin"
-show "Counters, one JSON object a line" 1 "$read" -s "$out/schema" -f ndjson "$out/counters.bin"
-show "Events as one JSON document" 12 \
-    "$read" -s "$out/schema" -f json -i load_sample "$out/events.bin"
-show "Counters as text tables" 8 "$read" -s "$out/schema" -f txt "$out/counters.bin"
-show "File and block headers" 20 "$read" -s "$out/schema" -f ndjson -p "$out/counters.bin"
-rm -f "$out/shown"
+# The schema folder is found above the data.
+show "Events, one JSON object a line" 4 "$read" -f ndjson "$out/data/events.bin"
+show "Counters, one JSON object a line" 1 "$read" -f ndjson "$out/data/counters.bin"
+show "Metrics, one JSON object a line" 1 "$read" -f ndjson "$out/data/metrics.bin"
+show "Events as one JSON document" 12 "$read" -i load_sample "$out/data/events.bin"
+show "Event fields as Influx lines" 2 "$read" -f influx "$out/data/events.bin"
+show "Counters as text tables" 8 "$read" -f txt "$out/data/counters.bin"
+show "File and block headers" 20 "$read" -f ndjson -p "$out/data/counters.bin"
+
+echo
+echo "== Collecting compressed pages for one second, and reading the tree in time order"
+build/bin/vrn_collect --output-dir "$out/pages" --duration 1000 --encoding gzip
+show "All records of the tree" 2 "$read" -f ndjson -S -d "$out/pages/data"
 
 printf '\nEvery line is JSON: '
-"$read" -s "$out/schema" -f ndjson "$out/events.bin" "$out/counters.bin" | jq -c . | wc -l
+"$read" -f ndjson -d "$out/pages/data" -d "$out/data" | jq -c . | wc -l

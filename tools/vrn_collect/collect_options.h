@@ -2,7 +2,10 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
+
+#include "data/page_encoding.h"
 
 namespace vrn::collect {
 
@@ -10,6 +13,7 @@ struct CollectOptions {
     std::string output_dir = "telemetry";
     std::chrono::milliseconds interval{100};
     std::chrono::milliseconds duration{2000};
+    std::optional<vrn_page_encoding_t> encoding;  // of pages; none: plain blocks
 };
 
 // Exits with the help text on --help and on what it doesn't know.

@@ -17,11 +17,14 @@
 #include "vrn_collect/counters_record.h"
 #include "vrn_collect/data_file_output.h"
 #include "vrn_collect/event_records.h"
+#include "vrn_collect/metrics_record.h"
 
 namespace vrn::collect {
 namespace {
 
 constexpr std::uint32_t event_chunk_size = 16384;
+// Pages of many blocks compress best; a reader keeps one chunk in memory.
+constexpr std::uint32_t page_chunk_size = 65536;
 
 // Writes DIR/schema/schema_<id>.json with the pretty text whose digest the id is.
 vrn_schema_id_t write_schema_file(const std::string &folder, const JSON_Value *schema) {
@@ -47,37 +50,58 @@ vrn_data_file_header_t make_header(const char *tag, std::uint32_t block_size) {
     return header;
 }
 
-void collect(const CollectOptions &options) {
-    std::filesystem::create_directories(options.output_dir + "/schema");
-    ProcSample sample = read_proc_sample();
+// One counters block fills one chunk, unless pages gather them.
+DataFileOutput open_counters_file(const CollectOptions &options,
+                                  const vrn_counters_schema_t *schema) {
+    const CPtr<JSON_Value, json_value_free> json(vrn_counters_schema_jsonify(schema));
+    const auto block_size = static_cast<std::uint32_t>(sizeof(vrn_data_block_t)) + schema->size;
+    vrn_data_file_header_t header =
+        make_header("counters", options.encoding ? page_chunk_size : block_size);
+    header.counters_schema_id = write_schema_file(options.output_dir, json.get());
+    return {options.output_dir + "/data/counters.bin", header, options.encoding};
+}
 
-    const vrn_counters_schema_ptr counters = make_counters_schema(sample);
-    const CPtr<JSON_Value, json_value_free> counters_json(
-        vrn_counters_schema_jsonify(counters.get()));
-    // One counters block fills one chunk.
-    vrn_data_file_header_t counters_header = make_header(
-        "counters", static_cast<std::uint32_t>(sizeof(vrn_data_block_t)) + counters->size);
-    counters_header.counters_schema_id = write_schema_file(options.output_dir, counters_json.get());
-    DataFileOutput counters_file(options.output_dir + "/counters.bin", counters_header);
-
+DataFileOutput open_events_file(const CollectOptions &options) {
     const vrn_type_system_ptr types(vrn_type_system_create());
     if (!types) throw std::bad_alloc();
-    const vrn_schema_t &events = add_event_schema(types.get());
-    const CPtr<JSON_Value, json_value_free> events_json(vrn_schema_to_json(&events));
-    vrn_data_file_header_t events_header = make_header("events", event_chunk_size);
-    events_header.event_schema_ids[0] = write_schema_file(options.output_dir, events_json.get());
-    DataFileOutput events_file(options.output_dir + "/events.bin", events_header);
+    const CPtr<JSON_Value, json_value_free> json(
+        vrn_schema_to_json(&add_event_schema(types.get())));
+    vrn_data_file_header_t header =
+        make_header("events", options.encoding ? page_chunk_size : event_chunk_size);
+    header.event_schema_ids[0] = write_schema_file(options.output_dir, json.get());
+    return {options.output_dir + "/data/events.bin", header, options.encoding};
+}
+
+// One CNTX block fills one chunk, with room for devices that come later.
+DataFileOutput open_metrics_file(const CollectOptions &options, std::size_t block_size) {
+    const auto chunk_size = static_cast<std::uint32_t>(2 * block_size);
+    return {options.output_dir + "/data/metrics.bin", make_header("metrics", chunk_size),
+            std::nullopt};
+}
+
+void collect(const CollectOptions &options) {
+    std::filesystem::create_directories(options.output_dir + "/data");
+    std::filesystem::create_directories(options.output_dir + "/schema");
+    ProcSample sample = read_proc_sample();
+    const vrn_counters_schema_ptr schema = make_counters_schema(sample);
+    MetricsRecord metrics;
+    DataFileOutput counters_file = open_counters_file(options, schema.get());
+    DataFileOutput events_file = open_events_file(options);
+    DataFileOutput metrics_file = open_metrics_file(options, metrics.make_block(sample).size());
 
     const auto end = std::chrono::steady_clock::now() + options.duration;
     for (auto next = std::chrono::steady_clock::now(); next < end; next += options.interval) {
         std::this_thread::sleep_until(next);
         sample = read_proc_sample();
-        counters_file.add_block(make_counters_block(sample, *counters), sample.timestamp);
+        counters_file.add_block(make_counters_block(sample, *schema), sample.timestamp);
         for (const std::string &block : make_event_blocks(sample))
             events_file.add_block(block, sample.timestamp);
+        metrics_file.add_block(metrics.make_block(sample), sample.timestamp);
+        metrics_file.end_chunk();
     }
     counters_file.close();
     events_file.close();
+    metrics_file.close();
 }
 
 }  // namespace
