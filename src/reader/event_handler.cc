@@ -5,6 +5,7 @@
 
 #include "data/block.h"
 #include "data/event_json.h"
+#include "data/influx_serializer.h"
 #include "data/schema/name_filter.h"
 #include "reader/schema_load.h"
 #include "utils/byte_reader.h"
@@ -62,6 +63,18 @@ bool print_event_json(vrn_reader_t *reader, const vrn_type_definition_t *type, c
     return true;
 }
 
+bool print_event_influx(const vrn_reader_t *reader, const vrn_type_definition_t *type,
+                        const void *data) {
+    const vrn::CString text(vrn_influx_serialize_event(type, data));
+    if (!text) {
+        vrn_reader_fail(reader, "Failed to serialize event data to Influx line API format");
+        return false;
+    }
+    std::fputs(text.get(), stdout);
+    std::fputc('\n', stdout);
+    return true;
+}
+
 bool print_event_as_asked(vrn_reader_t *reader, const vrn_type_definition_t *type,
                           const void *data) {
     switch (reader->options->format) {
@@ -75,8 +88,7 @@ bool print_event_as_asked(vrn_reader_t *reader, const vrn_type_definition_t *typ
             vrn_reader_fail(reader, "Text output is not yet supported for counters data");
             return true;
         case VRN_FORMAT_INFLUX:
-            vrn_reader_fail(reader, "Failed to serialize event data to Influx line API format");
-            return false;
+            return print_event_influx(reader, type, data);
         default:
             vrn_reader_fail(reader, "Unknown output format %d",
                             static_cast<int>(reader->options->format));

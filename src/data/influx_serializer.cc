@@ -1,0 +1,148 @@
+#include "data/influx_serializer.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "counters/counter_row.h"
+#include "data/block.h"
+#include "data/influx_text.h"
+#include "utils/log.h"
+
+namespace vrn::data {
+
+namespace {
+
+// Lines may take this many bytes: a page of a few bytes and a schema that repeats its counters must
+// not claim endless memory. Rows and events that do not overlap stay far below.
+constexpr std::uint64_t spare_text = 64 << 20;
+constexpr std::uint64_t text_per_byte = 4096;
+
+const vrn_type_definition_t *find_type(const vrn_type_system_t *system,
+                                       const vrn_event_header_t &header) {
+    const vrn_schema_t *schema =
+        header.schema_index < system->num_schemas ? system->schemas[header.schema_index] : nullptr;
+    // Lookups use the low 8 bits; the field is 16 bits wide on disk.
+    const auto type_index = static_cast<std::uint8_t>(header.type_index);
+    return schema && type_index < schema->num_types ? schema->types[type_index] : nullptr;
+}
+
+// Walks the blocks of one page. What lies beyond its bytes reads as zeros.
+class PageWalk {
+  public:
+    PageWalk(const InfluxSerializer &serializer, const Tags &tags, Bytes page,
+             const vrn_type_system_t *type_system)
+        : serializer_(serializer),
+          tags_(tags),
+          page_(page),
+          row_(page),
+          header_(row_.read<vrn_data_page_t>(0)),
+          end_(std::min<std::uint64_t>({header_.filled_bytes, header_.page_size, page.size()})),
+          type_system_(type_system),
+          room_(spare_text + text_per_byte * page.size()) {}
+
+    std::vector<std::string> lines() && {
+        std::uint64_t offset = VRN_DATA_PAGE_HEADER_SIZE;
+        while (offset < end_ && !is_full_) {
+            const std::uint64_t advance = handle_block(offset);
+            if (advance == 0) break;  // nothing tells where the next block begins
+            offset += advance;
+        }
+        return std::move(lines_);
+    }
+
+  private:
+    // Bytes that the block takes; 0 when that can't be told.
+    std::uint64_t handle_block(std::uint64_t offset) {
+        const auto header = row_.read<vrn_block_header_t>(offset);
+        switch (vrn_block_type_of(&header)) {
+            case VRN_COUNTERS_BLOCK:
+                return handle_counters(offset);
+            case VRN_EVENTS_BLOCK:
+                return handle_events(offset);
+            case VRN_SCHEMAS_BLOCK:
+                return row_.read<vrn_schemas_block_t>(offset).size;
+            default:
+                return 1;  // padding
+        }
+    }
+
+    std::uint64_t handle_counters(std::uint64_t offset) {
+        const vrn_counters_schema_t *schema = type_system_->counters_schema;
+        if (!schema) return sizeof(vrn_data_block_t);
+        if (!records_) records_ = serializer_.counters_records(tags_, header_, schema);
+        for (const vrn_influx_line_record_t &record : *records_) {
+            if (record.fields.empty()) continue;
+            if (!add(serializer_.counters_record_line(record, page_.subspan(offset), room_))) break;
+        }
+        return sizeof(vrn_data_block_t) + std::uint64_t{schema->size};
+    }
+
+    std::uint64_t handle_events(std::uint64_t offset) {
+        const auto header = row_.read<vrn_event_header_t>(offset);
+        const vrn_type_definition_t *type = find_type(type_system_, header);
+        if (!type) return 0;
+        std::uint64_t place = offset + sizeof header;
+        for (std::uint8_t i = 0; i < header.num_events; ++i) {
+            if (place > end_ || type->size > end_ - place) break;
+            if (!add(serializer_.event_line(tags_, type, page_.data() + place, header.timestamp)))
+                break;
+            place += type->size;
+        }
+        return place - offset;
+    }
+
+    // False, after an error line, when there is no room for the line.
+    bool add(std::string line) {
+        if (line.size() > room_) {
+            VRN_LOG(VRN_LOG_ERROR, "Lines of a data page of %zu bytes take too much memory",
+                    page_.size());
+            is_full_ = true;
+            return false;
+        }
+        room_ -= line.size();
+        lines_.push_back(std::move(line));
+        return true;
+    }
+
+    const InfluxSerializer &serializer_;
+    const Tags &tags_;
+    Bytes page_;
+    CounterRow row_;
+    vrn_data_page_t header_;
+    std::uint64_t end_;
+    const vrn_type_system_t *type_system_;
+    std::uint64_t room_;  // bytes of text left
+    bool is_full_ = false;
+    // The same for all rows of a page; made at the first one.
+    std::optional<std::vector<vrn_influx_line_record_t>> records_;
+    std::vector<std::string> lines_;
+};
+
+}  // namespace
+
+InfluxSerializer::InfluxSerializer()
+    : measurement_escapes_{" ", "=", ","}, tag_escapes_{" ", ","}, string_value_escapes_{"\""} {}
+
+std::vector<std::string> InfluxSerializer::serialize(const Tags &tags, const vrn_data_page_t *page,
+                                                     const vrn_type_system_t *type_system) const {
+    return serialize_bytes(tags, {reinterpret_cast<const std::uint8_t *>(page), page->page_size},
+                           type_system);
+}
+
+std::vector<std::string> InfluxSerializer::serialize_bytes(
+    const Tags &tags, Bytes page, const vrn_type_system_t *type_system) const {
+    return PageWalk(*this, tags, page, type_system).lines();
+}
+
+std::string InfluxSerializer::line_start(std::string_view measurement, const Tags &tags) const {
+    std::string tag_text;
+    for (const auto &[key, value] : tags)
+        influx_append_item(&tag_text, influx_escape(key, tag_escapes_),
+                           influx_escape(value, tag_escapes_));
+    std::string start = influx_escape(measurement, measurement_escapes_);
+    if (!tag_text.empty()) start += ',' + tag_text;
+    return start;
+}
+
+}  // namespace vrn::data
