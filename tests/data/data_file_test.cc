@@ -160,29 +160,6 @@ TEST_F(DataFile, UpdatesTheHeaderAtOnceWhenNotKeptOpen) {
               header_bytes({.file_size = 260, .last_ts = start + 5}) + "data");
 }
 
-TEST_F(DataFile, KeepsPagesOfOneTimeTogether) {
-    file.max_file_size = 256;
-    EXPECT_EQ(write(start, start + 1, "aaaa"), 4U);
-    EXPECT_EQ(write(start, start + 2, "bbbb"), 4U);
-    EXPECT_EQ(write(start + 1, start + 3, "cccc"), 4U);
-    vrn_data_file_finish(&file);
-    EXPECT_EQ(read_file(path(start)),
-              header_bytes({.file_size = 264, .last_ts = start + 2}) + "aaaabbbb");
-    EXPECT_EQ(
-        read_file(path(start + 1)),
-        header_bytes({.file_size = 260, .first_ts = start + 1, .last_ts = start + 3}) + "cccc");
-}
-
-TEST_F(DataFile, StartsAnewForEarlierData) {
-    CapturedLog log;
-    write(start, start, "aaaa");
-    EXPECT_EQ(write(start - second, start - 1, "bbbb"), 4U);
-    EXPECT_TRUE(rotated);
-    EXPECT_THAT(log.take(), ElementsAre("4 first_timestamp 1794712886000000is greater than current "
-                                        "timestamp: 1794712885999999"));
-    EXPECT_THAT(files_on_disk(), ElementsAre(path(start - second), path(start)));
-}
-
 TEST_F(DataFile, StartsAnewForAFileThatWasRemoved) {
     write(start, start, "aaaa");
     fs::remove(file.path);

@@ -162,7 +162,7 @@ std::string check_limited_disk(const std::string &root) {
     if (!mount_disk(root, 8 * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)))) return "skip";
     CapturedLog log(4);
     DiskRun run{make_writer(root), start, {}};
-    vrn_data_writer_set_data_size_limit(run.writer.get(), 6 * 2 * page_block_size);
+    vrn_data_writer_set_data_size_limit(run.writer.get(), 12 * page_block_size);
     for (int page = 0; page < 100; ++page)
         if (!run.write()) return "not stored";
     if (!log.take().empty()) return "reported a failure";
