@@ -1,7 +1,6 @@
 // Schema documents from a short notation.
 #pragma once
 
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -24,15 +23,18 @@ inline std::vector<std::string> split(const std::string &text, char separator) {
     return items;
 }
 
-// "name:type@offset,type_size", and "xN" behind it for an array of N elements.
+// "name:type@offset,type_size", and "xN" behind it for an array of N elements; without the '@' it
+// is JSON already.
 inline std::string field_text(const std::string &notation) {
-    static const std::regex pattern("(.*):(.*)@(.*),([^x]*)x?(.*)");
-    std::smatch part;
-    if (!std::regex_match(notation, part, pattern)) return notation;  // raw JSON
-    const std::string length = part.str(5).empty() ? "" : R"(,"array_length":)" + part.str(5);
-    return R"({"field_name":")" + part.str(1) + R"(","description":"d","type_name":")" +
-           part.str(2) + R"(","counting_mode":"ABSOLUTE","offset":)" + part.str(3) +
-           R"(,"type_size":)" + part.str(4) + length + "}";
+    const std::size_t at = notation.find('@');
+    if (at == std::string::npos) return notation;
+    const std::vector<std::string> name_and_type = split(notation.substr(0, at), ':');
+    const std::vector<std::string> numbers = split(notation.substr(at + 1), ',');
+    const std::vector<std::string> sizes = split(numbers[1], 'x');
+    return R"({"field_name":")" + name_and_type[0] + R"(","description":"d","type_name":")" +
+           name_and_type[1] + R"(","counting_mode":"ABSOLUTE","offset":)" + numbers[0] +
+           R"(,"type_size":)" + sizes[0] +
+           (sizes.size() > 1 ? R"(,"array_length":)" + sizes[1] : "") + "}";
 }
 
 // "name size field field ..."

@@ -26,15 +26,15 @@ class TypeLayout : public testing::Test {
     CapturedLog log_;
 };
 
-// Types t0 to t<count - 1>, each with `fields`, in which % stands for the next type; `last` ends
-// it.
+// Types t0 to t<count - 1>, each with `fields`, in which % is the next type; `last` ends it.
 std::string chain(int count, const std::string &size, const std::string &fields,
                   const std::string &last) {
     std::string text;
     for (int i = 0; i < count; ++i) {
-        const std::string next = "t" + std::to_string(i + 1);
-        text += "t" + std::to_string(i) + " " + size + " " +
-                std::regex_replace(i + 1 < count ? fields : last, std::regex("%"), next) + ";";
+        text += "t" + std::to_string(i) + " " + size + " ";
+        for (const char letter : i + 1 < count ? fields : last)
+            text += letter == '%' ? "t" + std::to_string(i + 1) : std::string(1, letter);
+        text += ";";
     }
     return text;
 }
