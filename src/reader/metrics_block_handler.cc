@@ -41,8 +41,8 @@ bool print_metrics(vrn_reader_t *reader, vrn::Bytes bytes) {
         vrn_reader_fail(reader, "%s", refusal);
         return true;
     }
-    const vrn::CPtr<JSON_Value, json_value_free> value(vrn::metrics::metrics_to_json(
-        tables, records, reader->options->microsecond_precision));
+    const vrn::CPtr<JSON_Value, json_value_free> value(
+        vrn::metrics::metrics_to_json(tables, records, reader->options->microsecond_precision));
     if (!value) {
         vrn_reader_fail(reader, "Failed to JSONify metric values");
         return false;

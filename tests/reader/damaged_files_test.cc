@@ -71,7 +71,8 @@ TEST_F(DamagedFiles, WholeSampleIsRead) {
     std::fflush(stdout);
     const std::string output = testing::internal::GetCapturedStdout();
     EXPECT_TRUE(done);
-    // Two events of each type, in a chunk and in a page; counters in a chunk, a page and at the end.
+    // Two events of each type, in a chunk and in a page; counters in a chunk, a page and at the
+    // end.
     EXPECT_EQ(std::ranges::count(output, '\n'), 4 + 4 + 1 + 2 + 1);
 }
 
