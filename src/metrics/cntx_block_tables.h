@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "metrics/histogram.h"
+#include "metrics/histogram_set.h"
 #include "utils/byte_reader.h"
 
 namespace vrn::metrics {

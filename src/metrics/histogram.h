@@ -1,21 +1,16 @@
-// Native histograms as HIST sections of a CNTX block carry them.
+// A native histogram, filled by observations or read from a HIST section of a CNTX block.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
+#include "metrics/histogram_buckets.h"
+#include "metrics/preallocated_vector.h"
 #include "utils/byte_reader.h"
 
 namespace vrn::metrics {
-
-// In memory as in the stream.
-struct Bucket {
-    double upper_bound;
-    std::uint64_t count;
-};
-static_assert(sizeof(Bucket) == 16);
 
 struct Histogram {
     std::vector<Bucket> buckets;  // ascending by upper bound
@@ -33,17 +28,23 @@ struct Histogram {
     // the section leaves the range or a label has no text.
     static std::uint64_t parse(Bytes section, const std::vector<std::string> &label_values,
                                Histogram *histogram);
-};
 
-struct HistogramSet {
-    std::unordered_map<std::uint64_t, Histogram> histograms;
+    void observe(double value);
 
-    // 0 for an empty set, else one above the highest id present.
-    std::uint64_t next_id() const;
+    // In microseconds; 0 means now, all ones change nothing.
+    void set_timestamp(std::uint64_t time);
 
-    // Adds the histograms of all HIST sections in `range`; returns the bytes behind the last one.
-    // Throws what Histogram::parse throws; the histograms before the fault stay.
-    Bytes parse_sections(Bytes range, const std::vector<std::string> &label_values);
+    void set_report_interval(std::uint64_t interval_ms);
+    // Histograms without label values are never due.
+    bool is_due() const;
+    // Forgets the observations; bounds and timestamp stay.
+    void reset();
+
+    // Bytes of the section with a labels block of `labels_size` bytes.
+    std::size_t serialized_size(std::size_t labels_size) const;
+    // Appends the section. Throws std::out_of_range when it doesn't fit; what fitted stays. The
+    // name and the buckets number less than 256, which is up to the caller.
+    void serialize(Bytes labels_block, PreallocatedVector *out) const;
 };
 
 }  // namespace vrn::metrics

@@ -37,4 +37,12 @@ struct MetricRecord {
     std::uint64_t label_set_id = 0;
 };
 
+// Head and samples of a record as the store takes them.
+struct StoreRecord {
+    std::uint64_t timestamp = 0;    // microseconds since the epoch
+    std::uint32_t metric_type = 0;  // 'C', 'G', or another when the record is invalid
+    std::uint8_t value_type = 0;
+    MetricsBatch samples;
+};
+
 }  // namespace vrn::metrics

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "metrics/cntx_block_tables.h"
+#include "metrics/metric_filter.h"
 #include "metrics/metrics_batch.h"
 #include "utils/byte_reader.h"
 
@@ -68,6 +69,18 @@ class VrnMetricsParser {
     // The fields of the record that starts `record`: "length" (u16), "timestamp" (u64),
     // "num_samples" (u64), "metrics" (MetricsBatch) and "type" (string).
     static std::map<std::string, boost::any> parse_record_header(Bytes record);
+
+    // The same for the store: the metric type is 'C' or 'G', the labels are not read. Returns the
+    // timestamp; 0 is taken after an error line.
+    static std::uint64_t decode_record_header(Bytes record, StoreRecord *fields);
+
+    // Stores the histograms and samples of all blocks in `range`, which ends the search for blocks.
+    // A block that is malformed is given up with a warning, with what was stored before the fault.
+    // Returns the bytes behind the last block. `filter`, which may be null, chooses the metrics
+    // that are new to the store. `Store` is one of the two MetricsStore.
+    template <typename Store>
+    static Bytes parse_cntx_blocks_into_store(Bytes range, const MetricFilter *filter,
+                                              Store *store);
 
     // Adds to `counts` how often each metric name occurs in the records of all blocks in `range`.
     // Malformed blocks are passed over with a warning. True when at least one block was counted;
