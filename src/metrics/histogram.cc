@@ -1,17 +1,20 @@
 #include "metrics/histogram.h"
 
-#include <algorithm>
 #include <cstring>
 #include <stdexcept>
-#include <utility>
+#include <string_view>
 
+#include "data/time.h"
 #include "metrics/labels_block.h"
 #include "metrics/section_mark.h"
+#include "utils/log.h"
 
 namespace vrn::metrics {
 namespace {
 
-constexpr const char *truncated = "Invalid binary data format: Truncated 'HIST' section";
+// Marks, timestamp, the lengths of name and buckets, sum and count.
+constexpr std::size_t fixed_size = 34;
+constexpr std::uint64_t keep_timestamp = ~std::uint64_t{0};
 
 bool read_buckets(ByteReader &reader, std::vector<Bucket> *buckets) {
     std::uint8_t count = 0;
@@ -34,12 +37,17 @@ bool read_fields(ByteReader &reader, Histogram *histogram) {
     return true;
 }
 
+Bytes bytes_of(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t *>(text.data()), text.size()};
+}
+
 }  // namespace
 
 std::uint64_t Histogram::parse(Bytes section, const std::vector<std::string> &label_values,
                                Histogram *histogram) {
     ByteReader reader(section);
-    if (!read_fields(reader, histogram)) throw std::runtime_error(truncated);
+    if (!read_fields(reader, histogram))
+        throw std::runtime_error("Invalid binary data format: Truncated 'HIST' section");
     std::vector<EncodedLabel> labels;
     const std::uint64_t end =
         parse_labels_block(section, section.size() - reader.remaining(), &histogram->label_set_id,
@@ -48,24 +56,59 @@ std::uint64_t Histogram::parse(Bytes section, const std::vector<std::string> &la
     return end;
 }
 
-std::uint64_t HistogramSet::next_id() const {
-    std::uint64_t next = 0;
-    for (const auto &[id, histogram] : histograms) next = std::max(next, id + 1);
-    return next;
+void Histogram::observe(double value) {
+    if (timestamp == 0) timestamp = vrn_time_now();
+    sum += value;
+    ++count;
+    // A value that is no number ends the walk, too.
+    for (auto bucket = buckets.rbegin(); bucket != buckets.rend(); ++bucket) {
+        if (!(value <= bucket->upper_bound)) return;
+        ++bucket->count;
+    }
 }
 
-Bytes HistogramSet::parse_sections(Bytes range, const std::vector<std::string> &label_values) {
-    std::uint64_t id = next_id();
-    Bytes rest = range;
-    for (Bytes hit = find_mark(rest, "HIST"); !hit.empty(); hit = find_mark(rest, "HIST")) {
-        Histogram histogram;
-        const std::uint64_t end = Histogram::parse(hit, label_values, &histogram);
-        // The closing mark is passed over without a look.
-        if (hit.size() - end < MARK_SIZE) throw std::runtime_error(truncated);
-        rest = hit.subspan(end + MARK_SIZE);
-        histograms.emplace(id++, std::move(histogram));
-    }
-    return rest;
+void Histogram::set_timestamp(std::uint64_t time) {
+    if (time == keep_timestamp) return;
+    timestamp = time == 0 ? vrn_time_now() : time;
+    // Deliberate: both are times after the change; they differ when the argument is 0.
+    VRN_LOG(VRN_LOG_DEBUG,
+            "[vrn metrics histograms] Histogram '%s' timestamp changed from %lu to %lu",
+            name.c_str(), timestamp, time);
+}
+
+void Histogram::set_report_interval(std::uint64_t interval_ms) {
+    report_interval_ms = interval_ms;
+    report_time = vrn_time_now();
+}
+
+bool Histogram::is_due() const {
+    if (report_interval_ms == 0 || label_values.empty()) return false;
+    return vrn_time_now() - report_time >= report_interval_ms * 1000;
+}
+
+void Histogram::reset() {
+    for (Bucket &bucket : buckets) bucket.count = 0;
+    sum = 0;
+    count = 0;
+    report_time = 0;
+}
+
+std::size_t Histogram::serialized_size(std::size_t labels_size) const {
+    return buckets.size() * sizeof(Bucket) + name.size() + labels_size + fixed_size;
+}
+
+void Histogram::serialize(Bytes labels_block, PreallocatedVector *out) const {
+    const auto name_length = static_cast<std::uint8_t>(name.size());
+    out->append(bytes_of("HIST"));
+    out->push_back(timestamp);
+    out->push_back(name_length);
+    out->append(bytes_of(name).first(name_length));
+    out->push_back(static_cast<std::uint8_t>(buckets.size()));
+    for (const Bucket &bucket : buckets) out->push_back(bucket);
+    out->push_back(sum);
+    out->push_back(count);
+    out->append(labels_block);
+    out->append(bytes_of("hist"));
 }
 
 }  // namespace vrn::metrics

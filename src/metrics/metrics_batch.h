@@ -23,6 +23,7 @@ static_assert(sizeof(MetricSample) == 10);
 inline constexpr std::size_t RECORD_HEADER_SIZE = 14;
 inline constexpr std::size_t RECORD_TIMESTAMP_OFFSET = 2;
 inline constexpr std::size_t RECORD_METRIC_TYPE_OFFSET = 10;
+inline constexpr std::size_t RECORD_VALUE_TYPE_OFFSET = 11;
 inline constexpr std::size_t RECORD_NUM_SAMPLES_OFFSET = 12;
 
 struct MetricsBatch {
@@ -40,7 +41,7 @@ struct MetricRecord {
 // Head and samples of a record as the store takes them.
 struct StoreRecord {
     std::uint64_t timestamp = 0;    // microseconds since the epoch
-    std::uint32_t metric_type = 0;  // 'C', 'G', or another when the record is invalid
+    std::uint32_t metric_type = 0;  // 'C', 'G', or what tells that the record is invalid
     std::uint8_t value_type = 0;
     MetricsBatch samples;
 };

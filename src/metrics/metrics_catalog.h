@@ -2,12 +2,9 @@
 // capacities and label sets. All of it is known by 64-bit ids: that of a name is its boost::hash.
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -15,6 +12,7 @@
 #include <vector>
 
 #include "metrics/cntx_block_tables.h"
+#include "metrics/footprint_logger.h"
 #include "metrics/reverse_index.h"
 #include "metrics/symbol_table.h"
 #include "metrics/value_types.h"
@@ -106,14 +104,6 @@ class MetricsCatalog {
     void print_labels(const LabelIds &labels) const;
 
   protected:
-    // Runs `log` at most once in `period`.
-    struct FootprintLogger {
-        std::function<void()> log;
-        std::chrono::milliseconds period;
-        std::chrono::steady_clock::time_point last_run;
-        std::mutex mutex;
-    };
-
     bool is_reserved(std::uint64_t metric_id) const { return metric_id == reserved_symbol_id_; }
 
     // Throws std::runtime_error when the metric has another type; enters it when it has none.

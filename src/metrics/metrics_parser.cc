@@ -1,4 +1,4 @@
-// The record walk of a CNTX block as the JSON output takes it.
+// The records of a CNTX block as the JSON output takes them, and the heads of records.
 #include "metrics/metrics_parser.h"
 
 #include <algorithm>
@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "metrics/metrics_debug.h"
+#include "metrics/record_section.h"
 #include "metrics/section_mark.h"
 #include "utils/log.h"
 
@@ -22,6 +23,17 @@ RecordHeader copy_header(Bytes record) {
     return header;
 }
 
+// Only 'C' and 'G' stand for a type that records have.
+bool is_metric_type(std::uint32_t type) {
+    return (type & ~std::uint32_t{4}) == 'C';
+}
+
+std::uint32_t map_metric_type(std::uint8_t byte) {
+    static constexpr std::array<char, 6> types = {'C', 'U', 'U', 'U', 'G', 'H'};
+    const std::size_t index = byte - std::size_t{'C'};
+    return static_cast<std::uint8_t>(index < types.size() ? types[index] : 'U');
+}
+
 MetricsBatch copy_samples(Bytes record, std::size_t count) {
     const Bytes data = record.subspan(std::min(record.size(), RECORD_HEADER_SIZE));
     if (count > data.size() / sizeof(MetricSample))
@@ -33,16 +45,15 @@ MetricsBatch copy_samples(Bytes record, std::size_t count) {
 }
 
 // The record that starts `data`. `size` receives the bytes it takes.
-MetricRecord parse_record(Bytes data, std::uint32_t blocksize, std::uint64_t *size) {
+MetricRecord parse_record(Bytes data, const RecordSection &section, std::uint64_t *size) {
     std::map<std::string, boost::any> header = VrnMetricsParser::parse_record_header(data);
     const auto num_samples = boost::any_cast<std::uint64_t>(header.at("num_samples"));
     MetricRecord record;
     record.timestamp = boost::any_cast<std::uint64_t>(header.at("timestamp"));
     record.samples = std::move(boost::any_cast<MetricsBatch &>(header.at("metrics")));
-    *size = parse_labels_block(data.first(std::min<std::size_t>(blocksize, data.size())),
-                               RECORD_HEADER_SIZE + num_samples * sizeof(MetricSample),
-                               &record.label_set_id, &record.encoded_labels,
-                               "VrnMetricsParser::parse_metrics");
+    *size = parse_labels_block(
+        labels_data_of(data, section), RECORD_HEADER_SIZE + num_samples * sizeof(MetricSample),
+        &record.label_set_id, &record.encoded_labels, "VrnMetricsParser::parse_metrics");
     return record;
 }
 
@@ -66,32 +77,30 @@ std::map<std::string, boost::any> VrnMetricsParser::parse_record_header(Bytes re
     return fields;
 }
 
+std::uint64_t VrnMetricsParser::decode_record_header(Bytes record, StoreRecord *fields) {
+    const RecordHeader header = copy_header(record);
+    const auto num_samples = load_le<std::uint16_t>(header.data() + RECORD_NUM_SAMPLES_OFFSET);
+    fields->timestamp = load_le<std::uint64_t>(header.data() + RECORD_TIMESTAMP_OFFSET);
+    fields->metric_type = map_metric_type(header[RECORD_METRIC_TYPE_OFFSET]);
+    fields->value_type = header[RECORD_VALUE_TYPE_OFFSET];
+    if (fields->timestamp == 0)
+        VRN_LOG(VRN_LOG_ERROR, "[vrn metrics parser] invalid timestamp in the metrics batch");
+    if (num_samples == 0)
+        VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] no samples in the metrics batch");
+    if (!is_metric_type(fields->metric_type)) throw std::runtime_error("invalid metric type");
+    fields->samples = copy_samples(record, num_samples);
+    return fields->timestamp;
+}
+
 std::vector<MetricRecord> VrnMetricsParser::parse_metrics(Bytes range) {
-    const Bytes section = find_mark(range, "CNTD");
-    if (section.empty()) {
-        VRN_LOG(VRN_LOG_ERROR,
-                "[vrn metrics parser] Invalid binary data format: Missing 'CNTD' magic number");
-        throw std::runtime_error("Missing 'CNTD' magic number in the binary data");
-    }
-    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] data_len = %zu", section.size());
     // Only the first half of the trailer is compared here.
-    if (!is_closed_by(section, TRAILER.substr(0, MARK_SIZE)))
-        throw std::runtime_error("Invalid magic numbers in the binary data");
-
-    // The two marks differ, so they don't overlap and the section has at least 12 bytes.
-    const Bytes base = section.subspan(MARK_SIZE);
-    const std::size_t end_offset = base.size() - TRAILER.size();
-    const auto blocksize = load_le<std::uint32_t>(base.data());
-    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] End of data at %zu", end_offset);
-    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] blocksize= %u", blocksize);
-
+    const RecordSection section = find_record_section(range, TRAILER.substr(0, MARK_SIZE));
     std::vector<MetricRecord> records;
-    std::uint64_t size = 0;
-    for (std::size_t offset = sizeof blocksize; offset < end_offset; offset += size) {
-        VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] offset=%zu end=%zu", offset, end_offset);
-        // Deliberate: a record that stops short makes the walk take the trailer for a record.
-        records.push_back(parse_record(base.subspan(offset), blocksize, &size));
-    }
+    walk_records(section, [&](Bytes data) {
+        std::uint64_t size = 0;
+        records.push_back(parse_record(data, section, &size));
+        return size;
+    });
     return records;
 }
 

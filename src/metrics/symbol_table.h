@@ -1,7 +1,9 @@
 // Names by id, each stored once and counted by use.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <unordered_map>
@@ -25,8 +27,14 @@ class SymbolTable {
     // Throws SymbolNotFoundError when the table doesn't hold `key`.
     const std::string &lookup(std::uint64_t key) const;
 
+    // Id of a name that the table holds; adds no use.
+    std::optional<std::uint64_t> find(const std::string &name) const;
+
     // Ends one use; a name without uses leaves the table. Unknown keys are ignored.
     void release(std::uint64_t key);
+
+    // Estimate in bytes, from counts.
+    std::size_t footprint() const;
 
   private:
     std::unordered_map<std::uint64_t, std::string> names_;
