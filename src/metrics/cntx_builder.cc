@@ -11,6 +11,7 @@ namespace {
 constexpr std::size_t max_text = 255;
 constexpr std::size_t max_label_sets = 256;
 constexpr std::size_t max_labels = 255;
+constexpr std::size_t max_buckets = 255;
 constexpr std::size_t max_label_values = 256;
 constexpr std::size_t max_strings = 65535;
 constexpr std::size_t max_record_size = 65535;
@@ -45,6 +46,19 @@ void put_label(std::string *out, const EncodedLabel &label, LabelEncoding encodi
         put_string(out, label.label_value);
 }
 
+std::string encode_labels(const CntxLabels &labels) {
+    require_room(labels.labels.size(), max_labels, "labels");
+    std::string block;
+    put(&block, labels.label_set_id);
+    put(&block, static_cast<std::uint8_t>(labels.labels.size()));
+    put(&block, labels.encoding);
+    for (const EncodedLabel &label : labels.labels) {
+        require_room(label.label_value.size(), max_text, "label value");
+        put_label(&block, label, labels.encoding);
+    }
+    return block;
+}
+
 // Where readers, who search for the mark from one place on, must find it; npos: nowhere.
 struct Mark {
     std::string_view text;
@@ -72,6 +86,17 @@ void put_strings(std::string *out, std::string_view prefix, std::string_view suf
     put(out, static_cast<std::uint16_t>(strings.size()));
     for (const std::string &string : strings) put_string(out, string);
     *out += suffix;
+}
+
+void put_histograms(std::string *out, const std::vector<std::string> &histograms,
+                    std::vector<Mark> *marks) {
+    std::size_t search_from = out->size();
+    for (const std::string &histogram : histograms) {
+        marks->push_back({"HIST", search_from, out->size()});
+        *out += histogram;
+        search_from = out->size();
+    }
+    marks->push_back({"HIST", search_from, std::string::npos});
 }
 
 void put_records(std::string *out, const std::string &records) {
@@ -129,15 +154,7 @@ void CntxBuilder::add_constant_label(const std::string &name, const std::string 
 }
 
 void CntxBuilder::add_record(const CntxRecord &record) {
-    require_room(record.labels.size(), max_labels, "labels");
-    std::string labels;
-    put(&labels, record.label_set_id);
-    put(&labels, static_cast<std::uint8_t>(record.labels.size()));
-    put(&labels, record.encoding);
-    for (const EncodedLabel &label : record.labels) {
-        require_room(label.label_value.size(), max_text, "label value");
-        put_label(&labels, label, record.encoding);
-    }
+    const std::string labels = encode_labels({record.label_set_id, record.encoding, record.labels});
     const std::size_t size =
         RECORD_HEADER_SIZE + record.samples.size() * sizeof(MetricSample) + labels.size();
     require_room(size, max_record_size, "record");
@@ -149,6 +166,15 @@ void CntxBuilder::add_record(const CntxRecord &record) {
     put(&records_, static_cast<std::uint16_t>(record.samples.size()));
     for (const MetricSample &sample : record.samples) put(&records_, sample);
     records_ += labels;
+}
+
+void CntxBuilder::add_histogram(const Histogram &histogram, const CntxLabels &labels) {
+    require_room(histogram.name.size(), max_text, "metric name");
+    require_room(histogram.buckets.size(), max_buckets, "buckets");
+    const std::string block = encode_labels(labels);
+    PreallocatedVector section(histogram.serialized_size(block.size()));
+    histogram.serialize(bytes_of(block), &section);
+    histograms_.emplace_back(section.bytes().begin(), section.bytes().end());
 }
 
 std::string CntxBuilder::build() const {
@@ -165,7 +191,7 @@ std::string CntxBuilder::build() const {
     put_strings(&block, "LBLV", "lblv", label_values_);
     marks.push_back({"CNTI", block.size(), block.size()});
     put_strings(&block, "CNTI", "cnti", metric_names_);
-    marks.push_back({"HIST", block.size(), std::string::npos});
+    put_histograms(&block, histograms_, &marks);
     marks.push_back({"CLBL", 0, constant_labels_.empty() ? std::string::npos : block.size()});
     if (!constant_labels_.empty()) put_strings(&block, "CLBL", "clbl", constant_labels_);
     marks.push_back({"CNTD", 0, block.size()});

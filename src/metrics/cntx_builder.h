@@ -8,10 +8,18 @@
 #include <utility>
 #include <vector>
 
+#include "metrics/histogram.h"
 #include "metrics/labels_block.h"
 #include "metrics/metrics_batch.h"
 
 namespace vrn::metrics {
+
+// A labels block to write: one value for each of the first names of the set.
+struct CntxLabels {
+    std::uint8_t label_set_id = 0;
+    LabelEncoding encoding = LabelEncoding::mixed;
+    std::vector<EncodedLabel> labels = {};
+};
 
 // A record to write. The id is that of the label set; `labels` holds one value for each of its
 // first names, laid out by `encoding`.
@@ -43,12 +51,18 @@ class CntxBuilder {
     void add_constant_label(const std::string &name, const std::string &value);
     void add_record(const CntxRecord &record);
 
+    // The label set and values stand in the labels block; those of `histogram` are not looked at.
+    void add_histogram(const Histogram &histogram, const CntxLabels &labels);
+
     // The block so far. Readers find its sections by their marks, so a mark inside a text or value
     // is refused where it would mislead them.
     std::string build() const;
 
-    // Starts a new block without records on the same tables.
-    void clear_records() { records_.clear(); }
+    // Starts a new block without histograms and records on the same tables.
+    void clear_records() {
+        histograms_.clear();
+        records_.clear();
+    }
 
   private:
     std::vector<std::vector<std::string>> label_sets_;
@@ -57,6 +71,7 @@ class CntxBuilder {
     std::vector<std::string> metric_names_;
     std::map<std::string, std::uint16_t> metric_ids_;
     std::vector<std::string> constant_labels_;  // name, value, name, ...
+    std::vector<std::string> histograms_;       // encoded
     std::string records_;                       // encoded
 };
 

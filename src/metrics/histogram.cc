@@ -37,10 +37,6 @@ bool read_fields(ByteReader &reader, Histogram *histogram) {
     return true;
 }
 
-Bytes bytes_of(std::string_view text) {
-    return {reinterpret_cast<const std::uint8_t *>(text.data()), text.size()};
-}
-
 }  // namespace
 
 std::uint64_t Histogram::parse(Bytes section, const std::vector<std::string> &label_values,

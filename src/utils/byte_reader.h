@@ -16,6 +16,10 @@ static_assert(std::endian::native == std::endian::little);
 
 using Bytes = std::span<const std::uint8_t>;
 
+inline Bytes bytes_of(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t *>(text.data()), text.size()};
+}
+
 template <typename T>
 T load_le(const void *from) {
     static_assert(std::is_trivially_copyable_v<T>);
