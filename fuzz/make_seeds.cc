@@ -5,6 +5,7 @@
 #include <fstream>
 #include <string>
 
+#include "data/influx_fixtures.h"
 #include "metrics/cntx_builder.h"
 #include "reader/sample_files.h"
 
@@ -25,6 +26,11 @@ constexpr char schema_text[] = R"({"vrn_version":"1.5.0","provider_name":"p",
 "provider_version":"1.0.0","types":[{"name":"t","size":4,"fields":[
 {"field_name":"guid","description":"","type_name":"t","counting_mode":"DELTA","offset":99999999,
 "type_size":4}]}]})";
+
+using vrn::test::counters_block;
+using vrn::test::event_block;
+using vrn::test::hca_bytes;
+using vrn::test::page_bytes;
 
 using vrn::metrics::CntxBuilder;
 using vrn::metrics::CntxRecord;
@@ -84,6 +90,14 @@ void write_seeds(const std::filesystem::path &folder) {
     write(folder / "page_walk", "pages", std::string(1, '\0') + file.substr(page_chunk + 4, chunk));
     write(folder / "page_walk", "events", "\1" + file.substr(256, chunk));
     write(folder / "page_walk", "counters", "\1" + file.substr(256 + chunk, 56));
+    write(folder / "influx_page", "events",
+          page_bytes({.area = event_block(0, 1, 1, std::string(55, 'a')) +
+                              event_block(0, 0, 1, std::string(13, 'b'))}));
+    write(folder / "influx_page", "counters",
+          page_bytes({.area = counters_block(std::vector<std::uint64_t>(64, 7)),
+                      .hcas = hca_bytes("nic1", "1234")}));
+    write(folder / "scope_file", "names", "node1  # first\nEMPTY\nab*\n*ab\n\r\n#\nALL");
+    write(folder / "scope_file", "list", "SELF, a*b,,*");
     write(folder / "selection_sets", "fields",
           "# set\n[port_*, link]\nspeed\n^err\n[default]\n$\n");
     write(folder / "selection_sets", "counters", "total = ^port_rcv\n=x\na=b=c\nx=\n^y$\n");
