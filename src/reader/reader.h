@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "data/block.h"
 #include "data/data_file_header.h"
 #include "data/schema/type_system.h"
 #include "reader/metadata.h"
@@ -15,6 +16,12 @@
 #include "utils/client_id.h"
 
 struct vrn_data_writer_t;
+
+// Event schemas in the order of their indexes.
+struct vrn_loaded_ids_t {
+    vrn_schema_id_t ids[VRN_SCHEMAS_BLOCK_MAX_IDS];
+    std::size_t count;
+};
 
 // Created and destroyed per file; nothing in it outlives the file.
 struct vrn_reader_t {
@@ -27,6 +34,7 @@ struct vrn_reader_t {
     vrn_metadata_t *metadata;        // owned; null without --metadata
     vrn_client_id_t *client_id;      // owned, as the writer; both null unless the format is bin
     vrn_data_writer_t *data_writer;  // of pages, below `output_dir`
+    vrn_loaded_ids_t loaded_ids;     // of a type system that was loaded whole
     // End of the bytes that blocks may read at present: the chunk buffer or a page's payload.
     // VRN_READER_SLACK zeros stand behind it.
     const std::uint8_t *window_end;

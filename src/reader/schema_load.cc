@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "data/schema/provider_counter_set.h"
 #include "data/schema/provider_field_set.h"
@@ -98,22 +99,37 @@ bool load_counters_schema(vrn_reader_t *reader, const vrn_provider_counter_set_t
     return false;
 }
 
+bool renew_type_system(vrn_reader_t *reader) {
+    reader->type_system = vrn_type_system_create();
+    if (reader->type_system) return true;
+    VRN_LOG(VRN_LOG_ERROR, "Failed to create type system object: %s", std::strerror(errno));
+    return false;
+}
+
+bool load_named(vrn_reader_t *reader, const vrn_loaded_ids_t &named) {
+    vrn_type_system_destroy(std::exchange(reader->type_system, nullptr));
+    Filters filters;
+    if (!load_filters(reader->options, &filters)) return false;
+    if (!renew_type_system(reader)) return false;
+    for (std::size_t i = 0; filters.take_events && i < named.count; ++i)
+        if (!load_event_schema(reader, &named.ids[i], filters.field_set.get())) return false;
+    return !filters.take_counters || load_counters_schema(reader, filters.counter_set.get());
+}
+
 }  // namespace
 
 bool vrn_reader_load_type_system(vrn_reader_t *reader, const vrn_schema_id_t *ids,
                                  std::size_t count) {
-    vrn_type_system_destroy(reader->type_system);
-    reader->type_system = nullptr;
-    Filters filters;
-    if (!load_filters(reader->options, &filters)) return false;
-    reader->type_system = vrn_type_system_create();
-    if (!reader->type_system) {
-        VRN_LOG(VRN_LOG_ERROR, "Failed to create type system object: %s", std::strerror(errno));
-        return false;
-    }
-    for (std::size_t i = 0; filters.take_events && i < count; ++i)
-        if (!vrn_schema_id_is_zero(&ids[i]) &&
-            !load_event_schema(reader, &ids[i], filters.field_set.get()))
-            return false;
-    return !filters.take_counters || load_counters_schema(reader, filters.counter_set.get());
+    vrn_loaded_ids_t named{};
+    for (std::size_t i = 0; i < count; ++i)
+        if (!vrn_schema_id_is_zero(&ids[i])) named.ids[named.count++] = ids[i];
+    // Nothing else of a file decides what is loaded: a run of schemas blocks that name the same
+    // schemas over and over costs one load.
+    const bool is_loaded = reader->type_system && named.count == reader->loaded_ids.count &&
+                           std::memcmp(named.ids, reader->loaded_ids.ids, sizeof named.ids) == 0;
+    if (is_loaded) return true;
+    reader->loaded_ids = {};
+    if (!load_named(reader, named)) return false;
+    reader->loaded_ids = named;
+    return true;
 }
