@@ -21,6 +21,7 @@ struct vrn_data_writer_t;
 struct vrn_loaded_ids_t {
     vrn_schema_id_t ids[VRN_SCHEMAS_BLOCK_MAX_IDS];
     std::size_t count;
+    bool is_whole;  // false before a load and after one that failed
 };
 
 // Created and destroyed per file; nothing in it outlives the file.
@@ -34,7 +35,7 @@ struct vrn_reader_t {
     vrn_metadata_t *metadata;        // owned; null without --metadata
     vrn_client_id_t *client_id;      // owned, as the writer; both null unless the format is bin
     vrn_data_writer_t *data_writer;  // of pages, below `output_dir`
-    vrn_loaded_ids_t loaded_ids;     // of a type system that was loaded whole
+    vrn_loaded_ids_t loaded_ids;     // what the type system was loaded for
     // End of the bytes that blocks may read at present: the chunk buffer or a page's payload.
     // VRN_READER_SLACK zeros stand behind it.
     const std::uint8_t *window_end;

@@ -125,11 +125,12 @@ bool vrn_reader_load_type_system(vrn_reader_t *reader, const vrn_schema_id_t *id
         if (!vrn_schema_id_is_zero(&ids[i])) named.ids[named.count++] = ids[i];
     // Nothing else of a file decides what is loaded: a run of schemas blocks that name the same
     // schemas over and over costs one load.
-    const bool is_loaded = reader->type_system && named.count == reader->loaded_ids.count &&
-                           std::memcmp(named.ids, reader->loaded_ids.ids, sizeof named.ids) == 0;
-    if (is_loaded) return true;
+    const vrn_loaded_ids_t &loaded = reader->loaded_ids;
+    if (loaded.is_whole && loaded.count == named.count &&
+        std::memcmp(loaded.ids, named.ids, sizeof named.ids) == 0)
+        return true;
     reader->loaded_ids = {};
-    if (!load_named(reader, named)) return false;
+    named.is_whole = load_named(reader, named);
     reader->loaded_ids = named;
-    return true;
+    return named.is_whole;
 }
