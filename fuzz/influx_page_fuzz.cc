@@ -5,6 +5,9 @@
 
 namespace {
 
+constexpr std::uint32_t types = VRN_DATA_INT128 + 2;  // and an unknown one
+constexpr std::uint32_t formats = VRN_STRING_BINARY + 2;
+
 vrn_type_system_ptr make_type_system() {
     using namespace vrn::test;
     vrn_type_system_ptr system(vrn_type_system_create());
@@ -12,13 +15,17 @@ vrn_type_system_ptr make_type_system() {
     add_type(schema, "in", {{"uint16_t", "x"}, {"char", "text", 3}, {"double", "d"}});
     add_type(schema, "out", {{"in", "one"}, {"in", "two", 2}, {"uint64_t", "none", 2}});
     add_type(schema, "nothing", {{"uint8_t", "none", 0}});
-    std::vector<TestCounter> counters = {{"nic1:1:rx"}, {"nic1:tx"}, {"text", VRN_DATA_STRING}};
-    for (std::uint32_t type = VRN_DATA_UNDEFINED; type <= VRN_DATA_INT128; ++type)
-        for (std::uint32_t format = VRN_STRING_DEFAULT; format <= VRN_STRING_BINARY; ++format)
-            counters.push_back({"value", type, format, 5});
-    add_group(system->counters_schema, make_group("n", VRN_GRANULARITY_NODE, 1, counters));
-    add_group(system->counters_schema, make_group("p", VRN_GRANULARITY_PACKAGE, 2, {{"p"}}));
-    add_group(system->counters_schema, make_group("c", VRN_GRANULARITY_CPU, 3, {{"a"}, {"b"}}));
+    vrn_counters_schema_t *counters = system->counters_schema;
+    add_group(counters, VRN_GRANULARITY_NODE, 1, {"nic1:1:rx", "nic1:tx"});
+    vrn_counter_group_t *all = add_group(counters, VRN_GRANULARITY_NODE, 1,
+                                         std::vector<const char *>(types * formats, "value"));
+    for (std::uint32_t i = 0; i < all->num_counters; ++i) {
+        all->counters[i]->data_type = i % types;
+        all->counters[i]->string_format = i / types;
+        all->counters[i]->length = i % 3;
+    }
+    add_group(counters, VRN_GRANULARITY_PACKAGE, 2, {"p"});
+    add_group(counters, VRN_GRANULARITY_CPU, 3, {"a", "b"});
     return system;
 }
 

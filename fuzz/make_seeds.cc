@@ -91,11 +91,10 @@ void write_seeds(const std::filesystem::path &folder) {
     write(folder / "page_walk", "events", "\1" + file.substr(256, chunk));
     write(folder / "page_walk", "counters", "\1" + file.substr(256 + chunk, 56));
     write(folder / "influx_page", "events",
-          page_bytes({.area = event_block(0, 1, 1, std::string(55, 'a')) +
-                              event_block(0, 0, 1, std::string(13, 'b'))}));
+          page_bytes(event_block(0, 1, 1, std::string(55, 'a')) +
+                     event_block(0, 0, 1, std::string(13, 'b'))));
     write(folder / "influx_page", "counters",
-          page_bytes({.area = counters_block(std::vector<std::uint64_t>(64, 7)),
-                      .hcas = hca_bytes("nic1", "1234")}));
+          page_bytes(counters_block(std::vector<std::uint64_t>(64, 7)), hca_bytes("nic1", "1234")));
     write(folder / "scope_file", "names", "node1  # first\nEMPTY\nab*\n*ab\n\r\n#\nALL");
     write(folder / "scope_file", "list", "SELF, a*b,,*");
     write(folder / "selection_sets", "fields",

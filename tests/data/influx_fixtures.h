@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "counters/counters_schema.h"
+#include "counters/counter_fixtures.h"
 #include "data/data_page.h"
 #include "data/schema/name_tables.h"
 #include "data/schema/schema_registration.h"
@@ -25,108 +25,62 @@ struct TestField {
 inline const vrn_type_definition_t *add_type(vrn_schema_t *schema, const char *name,
                                              const std::vector<TestField> &fields) {
     std::vector<vrn_type_field_info_t> infos;
-    for (const TestField &field : fields)
+    for (const auto &field : fields)
         infos.push_back({field.name, "", field.type, 0, field.array_length});
-    vrn_schema_add_type(schema, name, infos.data(), static_cast<std::uint16_t>(infos.size()),
-                        nullptr);
+    const auto count = static_cast<std::uint16_t>(infos.size());
+    vrn_schema_add_type(schema, name, infos.data(), count, nullptr);
     return vrn_schema_find_type(schema, name);
 }
 
-struct TestCounter {
-    const char *name;
-    std::uint32_t data_type = VRN_DATA_UINT64;
-    std::uint32_t string_format = VRN_STRING_DEFAULT;
-    std::uint32_t length = 0;
-};
-
-// `name` owns the text that the counter borrows.
-inline vrn_counter_info_t make_counter(const TestCounter &counter, std::string *name) {
-    *name = counter.name;
-    static char none[] = "";
-    vrn_counter_info_t info = {};
-    info.name = name->data();
-    info.description = none;
-    info.units = none;
-    info.data_type = counter.data_type;
-    info.string_format = counter.string_format;
-    info.length = counter.length;
-    return info;
-}
-
-inline vrn_counter_group_ptr make_group(const char *name, std::uint32_t granularity,
-                                        std::uint32_t sets,
-                                        const std::vector<TestCounter> &counters) {
-    vrn_counter_group_ptr group(vrn_counter_group_create(name, ""));
+// Adds a group "g" of UINT64 counters; returns it, borrowed.
+inline vrn_counter_group_t *add_group(vrn_counters_schema_t *schema, std::uint32_t granularity,
+                                      std::uint32_t sets, const std::vector<const char *> &names) {
+    vrn_counter_group_t *group = vrn_counter_group_create("g", "");
     group->granularity = granularity;
     group->num_counter_sets = sets;
-    for (const TestCounter &counter : counters) {
-        std::string text;
-        const vrn_counter_info_t info = make_counter(counter, &text);
-        vrn_counter_group_add_counter(group.get(), &info);
+    for (const char *name : names) {
+        const vrn_counter_info_t counter = make_counter(name, VRN_DATA_UINT64);
+        vrn_counter_group_add_counter(group, &counter);
     }
-    return group;
-}
-
-inline void add_group(vrn_counters_schema_t *schema, vrn_counter_group_ptr group) {
-    if (vrn_counters_schema_add_group(schema, group.get())) group.release();  // to the schema
+    vrn_counters_schema_add_group(schema, group);
     schema->size = vrn_counters_schema_size_of_counters(schema);
-}
-
-// A 16-digit GUID of one repeated digit; empty for ' '.
-inline std::string guid_digits(char digit) {
-    return digit == ' ' ? "" : std::string(16, digit);
+    return group;
 }
 
 // An identity whose GUIDs repeat the digits of `guids`: node, system image, port 1, port 2.
 inline std::string hca_bytes(std::string_view name, std::string_view guids) {
     ByteBuilder bytes;
     bytes.field(name, VRN_HCA_NAME_SIZE);
-    for (const char digit : guids) bytes.field(guid_digits(digit), VRN_HCA_GUID_SIZE);
-    return bytes.done();
+    for (const char digit : guids) bytes.text(std::string(VRN_HCA_GUID_SIZE, digit));
+    return bytes.pad_to(sizeof(vrn_hca_info_t)).done();
 }
 
-struct TestPage {
-    std::string area;  // blocks
-    std::string hcas = {};
-    // What the header claims; the true sizes unless stated.
-    std::uint64_t page_size = 0;
-    std::uint64_t filled_bytes = 0;
-};
-
-inline std::string page_bytes(const TestPage &page) {
-    const std::uint64_t size = VRN_DATA_PAGE_HEADER_SIZE + page.area.size();
-    return ByteBuilder()
-        .zeros(8)
-        .u64(page.page_size != 0 ? page.page_size : size)
-        .u64(page.filled_bytes != 0 ? page.filled_bytes : size)
-        .pad_to(offsetof(vrn_data_page_t, hca_info))
-        .raw(page.hcas)
-        .pad_to(VRN_DATA_PAGE_HEADER_SIZE)
-        .raw(page.area)
-        .done();
+// A page that holds just the blocks in `area` and says so.
+inline std::string page_bytes(const std::string &area, const std::string &hcas = "") {
+    const std::uint64_t size = VRN_DATA_PAGE_HEADER_SIZE + area.size();
+    ByteBuilder page;
+    page.zeros(8).u64(size).u64(size).pad_to(offsetof(vrn_data_page_t, hca_info)).raw(hcas);
+    return page.pad_to(VRN_DATA_PAGE_HEADER_SIZE).raw(area).done();
 }
 
-inline Bytes as_bytes(const std::string &bytes) {
-    return {reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size()};
-}
+inline constexpr std::uint64_t block_time = 1700000000123456;
 
-inline std::string event_block(std::uint8_t schema_index, std::uint16_t type_index,
-                               std::uint8_t num_events, std::string_view rows) {
-    return ByteBuilder()
-        .text("VRNE")
-        .u64(1700000000123456)
-        .u8(schema_index)
-        .u16(type_index)
-        .u8(num_events)
-        .text(rows)
-        .done();
+inline std::string event_block(std::uint8_t schema, std::uint16_t type, std::uint8_t num_events,
+                               std::string_view rows) {
+    ByteBuilder block;
+    block.text("VRNE").u64(block_time).u8(schema).u16(type).u8(num_events);
+    return block.text(rows).done();
 }
 
 inline std::string counters_block(const std::vector<std::uint64_t> &values) {
-    ByteBuilder bytes;
-    bytes.text("VRND").u32(0).u64(1700000000123456);
-    for (const std::uint64_t value : values) bytes.u64(value);
-    return bytes.done();
+    ByteBuilder block;
+    block.text("VRND").u32(0).u64(block_time);
+    for (const std::uint64_t value : values) block.u64(value);
+    return block.done();
+}
+
+inline std::vector<std::uint8_t> exact_bytes(const std::string &bytes) {
+    return {bytes.begin(), bytes.end()};
 }
 
 }  // namespace vrn::test

@@ -40,17 +40,21 @@ constexpr char too_old[] =
 constexpr char not_recognized[] =
     "false\n3 [schema writer] schema was not recognized neither as type system nor as counters "
     "schema";
+constexpr char no_version[] = "false\n3 [schema writer] missing Varnel schema version";
+constexpr char is_event[] = "true\n6 vrn::SchemaWriter::onSchema() identified single event schema.";
+constexpr char document[] = R"({"provider_version":""})";
 constexpr char skipping[] = "true\n6 [schema writer] Skipping empty counters_schema.";
 
 TEST(SchemaWriter, StoresDocumentsByTheDigestOfTheirCompactText) {
     const std::string counters = R"({"version":"1.4","counter_groups":[{}]})";
     const std::string empty = R"({"version":"1.4","counter_groups":[]})";
-    const std::string a = R"({"provider_version":"1.0","x":[1,2]})";
-    const std::string b = R"({"y":"a\/b"})";
-    const auto system = [](const std::string &members) {
-        return R"({"version":"2.0",)" + members + "}";
-    };
-    const std::string unknown = R"({"version":"1.5.0"})";
+    const std::string event = R"({"version":"1.3","provider_version":"","x":[1,2]})";
+    const std::string other = R"({"y":"a\/b"})";
+    const std::string bare = R"({"version":"1.5.0"})";
+    const std::string start = R"({"version":"2.0",)";
+    const std::string with_counters = start + R"("counters_schema":)" + counters;
+    const std::string without = start + R"("counters_schema":)" + empty;
+    const std::string schemas = R"(,"schemas":[)" + event + " , " + other + "]}";
     const struct {
         const char *name;
         std::string document;
@@ -58,87 +62,43 @@ TEST(SchemaWriter, StoresDocumentsByTheDigestOfTheirCompactText) {
         std::string outcome;
         std::vector<std::string> stored;
     } cases[] = {
-        {"event schema",
-         " {\"provider_version\" : \"1.0\", \"x\" : [1, 2]}\n",
-         nullptr,
-         "true\n6 vrn::SchemaWriter::onSchema() identified single event schema.",
-         {a}},
-        {"event schema of an old version",
-         R"({"version":"1.3","provider_version":""})",
-         nullptr,
-         "true\n6 vrn::SchemaWriter::onSchema() identified single event schema.",
-         {R"({"version":"1.3","provider_version":""})"}},
+        {"event schema", ' ' + event + '\n', nullptr, is_event, {event}},
         {"counters schema", counters, nullptr, "true", {counters}},
-        {"counters schema without groups", empty, nullptr, not_recognized, {}},
-        {"the same, allowed", empty, "Yes", "true", {empty}},
-        {"the same, not allowed", empty, "on", not_recognized, {}},
-        {"type system",
-         system("\"counters_schema\":" + counters + ",\"schemas\":[" + a + "," + b + "]"),
-         nullptr,
-         "true",
-         {counters, a, b}},
-        {"type system of counters",
-         system("\"counters_schema\":" + counters),
-         nullptr,
-         "true",
-         {counters}},
-        {"type system of events", system("\"schemas\":[" + b + "]"), nullptr, "true", {b}},
-        {"type system of nothing", system("\"schemas\":[]"), nullptr, "true", {}},
-        {"type system without counters",
-         system("\"counters_schema\":" + empty + ",\"schemas\":[" + a + "]"),
-         nullptr,
-         skipping,
-         {a}},
-        {"the same, allowed",
-         system("\"counters_schema\":" + empty + ",\"schemas\":[" + a + "]"),
-         "1",
-         "true",
-         {empty, a}},
-        {"counters of no object", system("\"counters_schema\":7"), nullptr, skipping, {}},
-        {"neither", unknown, nullptr, not_recognized, {}},
-        {"neither, allowed", unknown, "true", "true", {unknown}},
-        {"no version",
-         R"({"schemas":[{}]})",
-         nullptr,
-         "false\n3 [schema writer] missing Varnel schema version",
-         {}},
-        {"no object", "[1]", nullptr, "false\n3 [schema writer] missing Varnel schema version", {}},
-        {"old version", R"({"version":"1.3.9","schemas":[{}]})", nullptr, too_old, {}},
-        {"no version number", R"({"version":"abc","schemas":[{}]})", nullptr, too_old, {}},
+        {"no groups", empty, nullptr, not_recognized, {}},
+        {"no groups, allowed", empty, "Yes", "true", {empty}},
+        {"no groups, not allowed", empty, "on", not_recognized, {}},
+        {"system", with_counters + schemas, nullptr, "true", {counters, event, other}},
+        {"system of counters", with_counters + "}", nullptr, "true", {counters}},
+        {"system of one", start + R"("schemas":[{}]})", nullptr, "true", {"{}"}},
+        {"system of nothing", start + R"("schemas":[]})", nullptr, "true", {}},
+        {"system without counters", without + schemas, nullptr, skipping, {event, other}},
+        {"the same, allowed", without + schemas, "1", "true", {empty, event, other}},
+        {"bad counters", start + R"("counters_schema":7})", nullptr, skipping, {}},
+        {"neither", bare, nullptr, not_recognized, {}},
+        {"neither, allowed", bare, "true", "true", {bare}},
+        {"no version", R"({"schemas":[{}]})", nullptr, no_version, {}},
+        {"no object", "[1]", nullptr, no_version, {}},
+        {"old", R"({"version":"1.3.9","schemas":[{}]})", nullptr, too_old, {}},
+        {"no number", R"({"version":"abc","schemas":[{}]})", nullptr, too_old, {}},
     };
     json_set_escape_slashes(1);
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         const TempDir dir;
+        fs::create_directory(dir.file("schema"));
         const ScopedEnv env(setting, c.allow_empty);
         // The setting is read once in a process.
-        EXPECT_EQ(run_in_child([&] {
-                      const vrn_schema_writer_ptr writer(vrn_schema_writer_create());
-                      vrn_schema_writer_set_data_dir(writer.get(), dir.path().c_str());
-                      return announce(writer.get(), c.document);
-                  }),
-                  c.outcome);
+        const std::string outcome = run_in_child([&] {
+            const vrn_schema_writer_ptr writer(vrn_schema_writer_create());
+            vrn_schema_writer_set_data_dir(writer.get(), dir.path().c_str());
+            return announce(writer.get(), c.document);
+        });
+        EXPECT_EQ(outcome, c.outcome);
         for (const std::string &text : c.stored)
             EXPECT_EQ(read_file(dir.file("schema/" + name_of(text))), text);
-        const std::string schema_dir = dir.file("schema");
-        const auto count =
-            fs::exists(schema_dir) ? std::distance(fs::directory_iterator(schema_dir), {}) : 0;
+        const auto count = std::distance(fs::directory_iterator(dir.file("schema")), {});
         EXPECT_EQ(static_cast<std::size_t>(count), c.stored.size());
     }
-}
-
-TEST(SchemaWriter, ReadsTexts) {
-    const TempDir dir;
-    SchemaWriter writer;
-    writer.set_data_dir(dir.path());
-    CapturedLog log;
-    const std::string text = R"({"provider_version":""})";
-    writer.onSchema(text);
-    writer.onSchema("{");
-    EXPECT_EQ(read_file(dir.file("schema/" + name_of(text))), text);
-    EXPECT_EQ(log.take(), (std::vector<std::string>{
-                              "6 vrn::SchemaWriter::onSchema() identified single event schema.",
-                              "4 [schema writer] Could not deserialize schema JSON"}));
 }
 
 TEST(SchemaWriter, PrefersTheSchemaFolder) {
@@ -148,18 +108,19 @@ TEST(SchemaWriter, PrefersTheSchemaFolder) {
     EXPECT_TRUE(vrn_schema_writer_set_schema_dir(writer.get(), dir.file("a/b").c_str()));
     EXPECT_FALSE(vrn_schema_writer_set_data_dir(writer.get(), nullptr));
     EXPECT_FALSE(vrn_schema_writer_set_schema_dir(writer.get(), nullptr));
-    const std::string text = R"({"provider_version":""})";
-    announce(writer.get(), text);
-    EXPECT_EQ(read_file(dir.file("a/b/" + name_of(text))), text);
+    CapturedLog log(4);
+    writer->onSchema(std::string(document));
+    writer->onSchema("{");
+    EXPECT_EQ(read_file(dir.file("a/b/" + name_of(document))), document);
     EXPECT_FALSE(fs::exists(dir.file("data")));
+    EXPECT_EQ(log.take(),
+              std::vector<std::string>{"4 [schema writer] Could not deserialize schema JSON"});
 }
 
 TEST(SchemaWriter, TellsFailuresOncePerStretch) {
     const TempDir dir;
-    const std::string text = R"({"provider_version":""})";
-    const std::string path = dir.file("s/" + name_of(text));
-    const std::string seen =
-        "true\n6 vrn::SchemaWriter::onSchema() identified single event schema.";
+    const std::string path = dir.file("s/" + name_of(document));
+    const std::string seen = is_event;
     const std::string no_folder = "\n4 [data] Could not create schema file '" + path +
                                   "': Inaccessible data path " + dir.file("s");
     const std::string no_file = "\n4 [data] Could not write schema file '" + path + "': ";
@@ -167,20 +128,20 @@ TEST(SchemaWriter, TellsFailuresOncePerStretch) {
     vrn_schema_writer_set_schema_dir(writer.get(), dir.file("s").c_str());
 
     dir.write("s", "a file where the folder belongs");
-    EXPECT_EQ(announce(writer.get(), text), seen + no_folder);
-    EXPECT_EQ(announce(writer.get(), text), seen);
+    EXPECT_EQ(announce(writer.get(), document), seen + no_folder);
+    EXPECT_EQ(announce(writer.get(), document), seen);
     fs::remove(dir.file("s"));
-    EXPECT_EQ(announce(writer.get(), text), seen);
-    EXPECT_EQ(read_file(path), text);
+    EXPECT_EQ(announce(writer.get(), document), seen);
+    EXPECT_EQ(read_file(path), document);
 
     fs::remove(path);
     fs::create_directories(path);
-    const std::string failed = announce(writer.get(), text);
+    const std::string failed = announce(writer.get(), document);
     EXPECT_TRUE(failed.starts_with(seen + no_file)) << failed;
-    EXPECT_EQ(announce(writer.get(), text), seen);
+    EXPECT_EQ(announce(writer.get(), document), seen);
     fs::remove(path);
-    EXPECT_EQ(announce(writer.get(), text), seen);
-    EXPECT_EQ(read_file(path), text);
+    EXPECT_EQ(announce(writer.get(), document), seen);
+    EXPECT_EQ(read_file(path), document);
 }
 
 }  // namespace
