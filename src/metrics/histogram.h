@@ -13,15 +13,15 @@
 namespace vrn::metrics {
 
 struct Histogram {
-    std::vector<Bucket> buckets;  // ascending by upper bound
+    std::vector<Bucket> buckets = {};  // ascending by upper bound
     double sum = 0;
     std::uint64_t count = 0;
-    std::string name;
+    std::string name = {};
     std::uint64_t timestamp = 0;  // microseconds; 0 until the first observation
     std::uint64_t label_set_id = 0;
     std::uint64_t report_time = 0;         // microseconds
     std::uint64_t report_interval_ms = 0;  // 0 means never due
-    std::vector<std::string> label_values;
+    std::vector<std::string> label_values = {};
 
     // Fills `histogram` from the section whose mark starts `section`; the bytes end with the range
     // that is scanned. Returns the offset behind its labels block. Throws std::runtime_error when

@@ -153,8 +153,8 @@ void MetricsCatalog::require_type(std::uint64_t metric_id, ValueType type) {
 
 void MetricsCatalog::print_metric_name(std::uint64_t metric_id) const {
     try {
-        VRN_LOG(VRN_LOG_INFO, "[vrn typed metrics data] Metric Name=%s",
-                symbols_.lookup(metric_id).c_str());
+        const std::string &name = symbols_.lookup(metric_id);
+        VRN_LOG(VRN_LOG_INFO, "[vrn typed metrics data] Metric Name=%s", name.c_str());
     } catch (const std::exception &error) {
         VRN_LOG(VRN_LOG_ERROR, "[vrn typed metrics data] Failed to print metric name: %s",
                 error.what());
@@ -162,10 +162,12 @@ void MetricsCatalog::print_metric_name(std::uint64_t metric_id) const {
 }
 
 void MetricsCatalog::print_labels(const LabelIds &labels) const {
-    for (const auto &[name, value] : labels) {
+    for (const auto &[name_id, value_id] : labels) {
         try {
-            VRN_LOG(VRN_LOG_INFO, "[vrn typed metrics data] [%s]=[%s]",
-                    symbols_.lookup(name).c_str(), symbols_.lookup(value).c_str());
+            const std::string &name = symbols_.lookup(name_id);
+            const std::string &value = symbols_.lookup(value_id);
+            VRN_LOG(VRN_LOG_INFO, "[vrn typed metrics data] [%s]=[%s]", name.c_str(),
+                    value.c_str());
         } catch (const std::exception &error) {
             VRN_LOG(VRN_LOG_ERROR, "[vrn typed metrics data] Failed to print label: %s",
                     error.what());

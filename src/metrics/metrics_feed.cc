@@ -18,6 +18,11 @@ using vrn::data::metrics::UInt64Tag;
 
 constexpr std::size_t block_header_size = 8;
 
+// Each record, as small as 17 bytes, gets a copy of all constant labels, so a small block could ask
+// for any amount of memory. Real ones stay far below these bounds.
+constexpr std::size_t free_labels = 100'000;
+constexpr std::size_t labels_per_byte = 4;
+
 template <typename T, typename Store>
 void push_sample(StoredValue<T> value, const SampleContext &sample, const MetricFilter *filter,
                  Store *store) {
@@ -76,8 +81,12 @@ bool push_typed(std::uint32_t value_type, std::uint64_t value, const SampleConte
 template <typename Store>
 class BlockFeed {
   public:
-    BlockFeed(const CntxBlockTables &tables, const MetricFilter *filter, Store *store)
-        : tables_(tables), filter_(filter), store_(store) {}
+    BlockFeed(const CntxBlockTables &tables, std::size_t block_size, const MetricFilter *filter,
+              Store *store)
+        : tables_(tables),
+          filter_(filter),
+          store_(store),
+          labels_left_(free_labels + block_size * labels_per_byte) {}
 
     void store_histograms() {
         for (const auto &[id, histogram] : tables_.histograms.histograms) {
@@ -106,6 +115,9 @@ class BlockFeed {
   private:
     std::uint64_t intern_labels(std::uint64_t label_set_id,
                                 const std::vector<std::string> &values) {
+        const std::size_t count = tables_.constant_labels.size() + values.size();
+        if (count > labels_left_) throw std::runtime_error("too many labels in the block");
+        labels_left_ -= count;
         return store_->intern_labels(resolve_labels(tables_, label_set_id, values));
     }
 
@@ -137,6 +149,7 @@ class BlockFeed {
     const CntxBlockTables &tables_;
     const MetricFilter *filter_;
     Store *store_;
+    std::size_t labels_left_;
     std::vector<EncodedLabel> labels_;  // of one record; kept for its memory
 };
 
@@ -164,7 +177,7 @@ bool store_sample(std::uint32_t value_type, std::uint64_t value, const SampleCon
 template <typename Store>
 void parse_cntx_block_into_store(Bytes block, const MetricFilter *filter, Store *store) {
     const CntxBlockTables tables = CntxBlockTables::parse(block);
-    BlockFeed feed(tables, filter, store);
+    BlockFeed feed(tables, block.size(), filter, store);
     feed.store_histograms();
     const RecordSection section = find_record_section(block, TRAILER);
     walk_records(section, [&](Bytes data) { return feed.store_record(data, section); });
