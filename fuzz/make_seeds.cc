@@ -65,6 +65,26 @@ std::string block_of(LabelEncoding encoding, int records) {
     return builder.build();
 }
 
+// A histogram, and a sample of each value type.
+std::string store_block() {
+    CntxBuilder builder;
+    builder.add_label_set({"disk"});
+    builder.add_constant_label("host", "n1");
+    const vrn::metrics::EncodedLabel disk = builder.label_by_id("sda");
+    vrn::metrics::Histogram histogram;
+    histogram.name = "latency";
+    histogram.timestamp = 1'700'000'000'000'000;
+    histogram.buckets = {{0.5, 1}, {1, 2}};
+    histogram.count = 3;
+    builder.add_histogram(histogram, {.labels = {disk}});
+    for (std::uint8_t type = 1; type <= 5; ++type)
+        builder.add_record({.timestamp = 1'700'000'000'000'000,
+                            .value_type = type,
+                            .labels = {disk},
+                            .samples = {{builder.add_metric("metric" + std::to_string(type)), 7}}});
+    return builder.build();
+}
+
 // The labels of the first record, behind their offset.
 std::string labels_of(const std::string &block) {
     const std::size_t record = block.find("CNTD") + 8;
@@ -80,8 +100,10 @@ void write_seeds(const std::filesystem::path &folder) {
             const std::string block = block_of(encoding, records);
             write(folder / "metrics_json", name + std::to_string(records), block);
             write(folder / "metrics_count", name + std::to_string(records), block + block);
+            write(folder / "metrics_store", name + std::to_string(records), block);
         }
     }
+    write(folder / "metrics_store", "types", store_block());
     const std::string file = vrn::test::sample_data_file();
     write(folder / "data_file", "sample", file);
     // The page walk takes the bytes behind "VRNP" of a chunk, or a payload behind an odd byte.
