@@ -10,7 +10,10 @@ packages=(
     zlib1g-dev libssl-dev libsnappy-dev
     libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
     libgtest-dev libgmock-dev libbenchmark-dev
+    chromium
 )
+# Any node from 18.18 on serves; Debian's is taken where there is none.
+command -v node >/dev/null && command -v npm >/dev/null || packages+=(nodejs npm)
 
 # The genuine parson 1.5.2 sources lie inside this Debian source package.
 parson_dir=third_party/parson
@@ -115,8 +118,25 @@ parson_is_there() {
     return 1
 }
 
+# The copy of the lock file is written last, so it stands for a complete folder.
+node_stamp=node_modules/.installed-lock.json
+
+node_modules_are_there() {
+    cmp --silent package-lock.json "$node_stamp"
+}
+
+# npm checks each package against the hash in the lock file.
+fetch_node_modules() {
+    npm ci --ignore-scripts --no-audit --no-fund --loglevel=error || fail "npm ci failed"
+    cp package-lock.json "$node_stamp"
+}
+
 install_packages
 if ! parson_is_there; then
     echo "install-deps: fetching parson 1.5.2"
     fetch_parson
+fi
+if ! node_modules_are_there; then
+    echo "install-deps: fetching the npm packages of package-lock.json"
+    fetch_node_modules
 fi

@@ -1,0 +1,196 @@
+// The chart, panning and zooming with the mouse, and the text below it.
+
+const MAX_TOOLTIP_LINES = 20;
+
+function isFromToday(time) {
+    return new Date(time).toDateString() === new Date().toDateString();
+}
+
+function createTimeAxis(range, showDate) {
+    const time = { minUnit: 'millisecond', tooltipFormat: 'yyyy-MM-dd HH:mm:ss.SSS' };
+    const dateAndTime = 'MMM dd, HH:mm';
+    time.displayFormats = showDate
+        ? { hour: dateAndTime, minute: dateAndTime }
+        : { hour: 'HH:mm', minute: 'HH:mm' };
+    Object.assign(time.displayFormats, { second: 'HH:mm:ss', millisecond: 'HH:mm:ss.SSS' });
+    return {
+        type: 'time',
+        min: range.min,
+        max: range.max,
+        time,
+        ticks: { maxTicksLimit: 20, maxRotation: 45, autoSkipPadding: 12 },
+        title: { display: true, text: 'Time' },
+    };
+}
+
+function createValueAxis(range, showRate) {
+    return {
+        min: range.min,
+        max: range.max,
+        ticks: { callback: getYAxisTickFormatter(showRate), includeBounds: false },
+        title: { display: true, text: showRate ? 'Δ (per second)' : 'Value' },
+    };
+}
+
+// All series have a line in the tooltip, which must not outgrow the chart.
+function createTooltip() {
+    return {
+        filter: (item, index) => index < MAX_TOOLTIP_LINES,
+        callbacks: {
+            footer: (items) => {
+                const hidden = items.length ? items[0].chart.getActiveElements().length : 0;
+                const more = hidden - MAX_TOOLTIP_LINES;
+                return more > 0 ? `… and ${more} more` : '';
+            },
+        },
+    };
+}
+
+function createChart(datasets, ranges, title, showRate) {
+    if (chart) chart.destroy();
+    const newest = findMinMax(datasets.flatMap((dataset) => dataset.data.map((point) => point.x)));
+    chart = new Chart(document.getElementById('metricsChart'), {
+        type: 'line',
+        data: { datasets },
+        options: {
+            responsive: true,
+            maintainAspectRatio: false,
+            animation: false,
+            interaction: { mode: 'index', intersect: false },
+            elements: { line: { borderWidth: 2 } },
+            clip: 8, // whole points on the edges
+            scales: {
+                x: createTimeAxis(ranges.x, !isFromToday(newest.max)),
+                y: createValueAxis(ranges.y, showRate),
+            },
+            plugins: {
+                title: { display: true, text: title, font: { size: 16 } },
+                legend: { position: 'top', maxHeight: 100, labels: { boxWidth: 24 } },
+                tooltip: createTooltip(),
+                zoom: getZoomConfiguration(datasets),
+            },
+        },
+    });
+    setupChartInteractions();
+    updateZoomInfo();
+}
+
+// Shows a text in place of the chart.
+function showChartMessage(text) {
+    if (chart) chart.destroy();
+    chart = null;
+    hideChartMessage();
+    const container = document.querySelector('.chart-container');
+    if (container) container.append(createElement('div', { id: 'chartMessage' }, text));
+    updateZoomInfo();
+}
+
+function hideChartMessage() {
+    const message = document.getElementById('chartMessage');
+    if (message) message.remove();
+}
+
+// The canvas outlives its charts and gets its handlers once. They stand on the container, to run
+// before those of the chart.
+function setupChartInteractions() {
+    const container = document.querySelector('.chart-container');
+    if (container.dataset.interactive) return;
+    container.dataset.interactive = 'true';
+    container.addEventListener('contextmenu', (event) => event.preventDefault());
+    container.addEventListener('wheel', stopZoomAtMinimum, { capture: true, passive: false });
+    setupManualPanFallback(container);
+}
+
+function stopZoomAtMinimum(event) {
+    if (!chart || event.deltaY >= 0) return;
+    const { min, max } = chart.scales.x;
+    if (max - min > getZoomLimits(chart.data.datasets).minRange * 1.1) return;
+    event.preventDefault();
+    event.stopPropagation();
+}
+
+// Shift-drag and right-drag pan: the zoom plugin does so only together with a gesture library.
+function setupManualPanFallback(container) {
+    let lastX = null;
+    container.addEventListener('mousedown', (event) => {
+        const starts = event.button === 2 || (event.button === 0 && event.shiftKey);
+        if (!chart || !starts) return;
+        lastX = event.clientX;
+        container.classList.add('panning');
+        event.preventDefault();
+    });
+    window.addEventListener('mousemove', (event) => {
+        if (lastX === null || !chart) return;
+        panChart(lastX - event.clientX);
+        lastX = event.clientX;
+        updateZoomInfoThrottled();
+    });
+    window.addEventListener('mouseup', () => {
+        if (lastX === null) return;
+        lastX = null;
+        container.classList.remove('panning');
+        setTimeout(() => {
+            updateChartDataForZoom();
+            updateZoomInfo();
+        }, 50);
+    });
+}
+
+// Moves the range in view, but not out of the data.
+function panChart(pixels) {
+    const { min, max } = chart.scales.x;
+    const shift = (pixels / chart.chartArea.width) * (max - min);
+    const full = originalFullTimeRange || { min, max };
+    const bounded = Math.min(Math.max(shift, full.min - min), full.max - max);
+    setVisibleRange(min + bounded, max + bounded);
+}
+
+function setVisibleRange(min, max) {
+    Object.assign(chart.options.scales.x, { min, max });
+    chart.update('none');
+}
+
+function describeList(items, noItems) {
+    if (items.length === 0) return noItems;
+    const shown = items.slice(0, 10).join('; ');
+    return items.length > 10 ? `${shown}; … (${items.length} in all)` : shown;
+}
+
+function countPoints(datasets, getCount) {
+    return datasets.reduce((sum, dataset) => sum + getCount(dataset), 0);
+}
+
+function describeSelection(metricNames, labels, showRate, datasets) {
+    const original = countPoints(datasets, (dataset) => dataset.originalDataPointsCount);
+    const displayed = countPoints(datasets, (dataset) => dataset.data.length);
+    const detailed = countPoints(datasets, (dataset) => getOriginalPoints(dataset).length);
+    const saving = original > 0 ? (100 * (1 - displayed / original)).toFixed(1) : '0.0';
+    return [
+        ['Metrics', describeList(metricNames, 'none')],
+        ['Labels', describeList(labels.map((label) => label || '(no labels)'), 'all')],
+        ['Mode', showRate ? 'Rate (Δ/sec)' : 'Values'],
+        ['Series', datasets.length],
+        ['Points', `${displayed} of ${original} shown (${saving}% saved)`],
+        ['Detail for zoom', `${detailed} points`],
+        ['Point limit', `${CHART_CONFIG.MAX_VISUAL_DATA_POINTS} per series`],
+        ['Memory footprint', formatBytes(metricsDataFootprint)],
+        ['Controls', 'Wheel: zoom. Shift-drag or right-drag: pan. Click in the legend: hide a series.'],
+    ];
+}
+
+// A titled table of name and value pairs.
+function createInfoSection(id, title, rows) {
+    const table = createElement('dl', {});
+    for (const [name, value] of rows) {
+        table.append(createElement('dt', {}, name), createElement('dd', {}, String(value)));
+    }
+    return createElement('section', { id }, createElement('h2', {}, title), table);
+}
+
+function updateChartInfo(metricNames, labels, showRate, datasets) {
+    const info = document.getElementById('metricInfo');
+    if (!info) return;
+    const rows = describeSelection(metricNames, labels, showRate, datasets);
+    info.replaceChildren(createInfoSection('chartInformation', 'Chart Information', rows));
+    appendCacheInfoToChart();
+}
