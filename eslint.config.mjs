@@ -62,6 +62,11 @@ export default [
     {
         files: ['**/*.mjs'],
         languageOptions: { ecmaVersion: 2022, sourceType: 'module', globals: nodeGlobals },
-        rules: { ...rules, 'no-unused-vars': 'error', 'no-var': 'error' },
+        rules: { ...rules, 'max-lines': ['error', 400], 'no-unused-vars': 'error', 'no-var': 'error' },
+    },
+    {
+        // They hold functions that run in the page.
+        files: ['tests/browser/*_{tests,steps}.mjs'],
+        languageOptions: { globals: { ...globalsOfPage(), ...browserGlobals } },
     },
 ];

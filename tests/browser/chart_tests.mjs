@@ -1,0 +1,265 @@
+// What the chart page shows. Each test gets a fresh browser page and the host.
+import assert from 'node:assert/strict';
+import { NO_DATA, chartState, open, optionsOf, selectMetrics, selectedOf } from './page_steps.mjs';
+
+async function moveToChart(page) {
+    const canvas = page.locator('#metricsChart');
+    await canvas.scrollIntoViewIfNeeded();
+    const box = await canvas.boundingBox();
+    const center = { x: box.x + box.width / 2, y: box.y + box.height / 2 };
+    await page.mouse.move(center.x, center.y);
+    return center;
+}
+
+// Zooms in; returns when the text and the data have followed.
+async function zoomIn(page, steps) {
+    await moveToChart(page);
+    for (let i = 0; i < steps; i++) await page.mouse.wheel(0, -100);
+    await page.waitForFunction(() => document.getElementById('zoomInfo').textContent.startsWith('Zoomed '));
+    await page.waitForFunction(() => {
+        const { min, max } = chart.scales.x;
+        const outside = (point) => point.x < min || point.x > max;
+        return chart.data.datasets.every(({ data }) => data.filter(outside).length <= 2);
+    });
+}
+
+async function drag(page, pixels, button) {
+    const { x, y } = await moveToChart(page);
+    await page.mouse.down({ button });
+    await page.mouse.move(x + pixels / 2, y);
+    await page.mouse.move(x + pixels, y);
+    await page.mouse.up({ button });
+}
+
+function assertClose(actual, expected, tolerance) {
+    assert.ok(Math.abs(actual - expected) <= tolerance, `${actual} is not close to ${expected}`);
+}
+
+export const chartTests = {
+    async 'starts without a chart'(page, host) {
+        await open(page, host, 'usual');
+        assert.equal(await page.textContent('#chartMessage'), NO_DATA);
+        assert.deepEqual(await optionsOf(page, '#metricSelect'), [
+            'clock_offset',
+            'received_bytes',
+            'temperature',
+        ]);
+        const statistics = await page.textContent('#cacheStatistics');
+        assert.match(statistics, /^Metrics Cache StatusMetrics3Series7Points stored4200Memory/);
+    },
+
+    async 'shows the chosen metrics'(page, host) {
+        await open(page, host, 'usual');
+        await selectMetrics(page, 'temperature');
+        let state = await chartState(page);
+        assert.equal(state.title, 'temperature');
+        assert.equal(state.valueTitle, 'Value');
+        assert.deepEqual(state.labels.sort(), ['sensor=inlet', 'sensor=outlet']);
+        assert.deepEqual(state.counts, [142, 142]);
+        assert.equal(state.max - state.min, 599000);
+
+        await selectMetrics(page, 'clock_offset', 'temperature');
+        state = await chartState(page);
+        assert.equal(state.title, 'Multiple Metrics (2)');
+        assert.deepEqual(state.labels.sort(), [
+            'clock_offset',
+            'temperature: sensor=inlet',
+            'temperature: sensor=outlet',
+        ]);
+        const info = await page.textContent('#chartInformation');
+        assert.match(info, /Series3Points426 of 1800 shown \(76\.3% saved\)Detail for zoom1278/);
+    },
+
+    async 'filters by the chosen labels'(page, host) {
+        await open(page, host, 'usual');
+        await selectMetrics(page, 'temperature');
+        assert.deepEqual(await optionsOf(page, '#labelSelect'), ['sensor=inlet', 'sensor=outlet']);
+        await page.selectOption('#labelSelect', ['sensor=outlet']);
+        assert.deepEqual((await chartState(page)).labels, ['sensor=outlet']);
+        await selectMetrics(page, 'clock_offset', 'temperature');
+        assert.deepEqual(await selectedOf(page, '#labelSelect'), ['sensor=outlet']);
+        assert.deepEqual((await chartState(page)).labels, ['temperature: sensor=outlet']);
+    },
+
+    async 'shows rates'(page, host) {
+        await open(page, host, 'usual');
+        await selectMetrics(page, 'received_bytes');
+        await page.check('#showRateCheckbox');
+        const { title, valueTitle, labels, counts } = await chartState(page);
+        assert.equal(title, 'received_bytes - Rate View');
+        assert.equal(valueTitle, 'Δ (per second)');
+        assert.ok(labels.every((label) => label.endsWith(' (Δ/sec)')));
+        assert.deepEqual(counts, [141, 141, 141, 141]);
+        const rate = await page.evaluate(() => {
+            const isFirstPort = ({ label }) => label.includes('port=1');
+            const { data } = chart.data.datasets.find(isFirstPort);
+            return data.reduce((sum, point) => sum + point.y, 0) / data.length;
+        });
+        assertClose(rate, 1e6, 1e4);
+    },
+
+    async 'zooms with the wheel, down to a limit'(page, host) {
+        await open(page, host, 'usual');
+        await selectMetrics(page, 'temperature');
+        assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
+        await zoomIn(page, 5);
+        const { min, max, full } = await chartState(page);
+        assert.ok(min > full.min && max < full.max && max - min < 400000);
+        assert.match(
+            await page.textContent('#zoomInfo'),
+            /^Zoomed \d\.\dx: \d\d:\d\d:\d\d - \d\d:\d\d:\d\d \(\d+\.\ds of 599\.0s\)$/,
+        );
+        await zoomIn(page, 80);
+        const limited = await chartState(page);
+        assertClose(limited.max - limited.min, 5000, 1000); // 5 of the smallest gaps
+    },
+
+    async 'pans with shift-drag and right-drag, inside the data'(page, host) {
+        await open(page, host, 'usual');
+        await selectMetrics(page, 'temperature');
+        await zoomIn(page, 8);
+        const before = await chartState(page);
+        await page.keyboard.down('Shift');
+        await drag(page, 100, 'left');
+        await page.keyboard.up('Shift');
+        const after = await chartState(page);
+        assertClose(after.max - after.min, before.max - before.min, 1);
+        assert.ok(after.min < before.min);
+        await drag(page, -100, 'right');
+        assertClose((await chartState(page)).min, before.min, 10);
+        await drag(page, 100, 'left'); // without shift
+        assertClose((await chartState(page)).min, before.min, 10);
+        for (let i = 0; i < 8; i++) await drag(page, 600, 'right');
+        const end = await chartState(page);
+        assertClose(end.min, end.full.min, 1);
+    },
+
+    async 'resets the zoom'(page, host) {
+        await open(page, host, 'usual');
+        await selectMetrics(page, 'temperature');
+        await zoomIn(page, 5);
+        await page.click('text=Reset Zoom');
+        const { min, max, full } = await chartState(page);
+        assert.deepEqual({ min, max }, full);
+        assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
+    },
+
+    async 'keeps the zoom when only the rate mode changes'(page, host) {
+        await open(page, host, 'usual');
+        await selectMetrics(page, 'temperature');
+        await zoomIn(page, 5);
+        const before = await chartState(page);
+        await page.check('#showRateCheckbox');
+        const after = await chartState(page);
+        assert.deepEqual([after.min, after.max], [before.min, before.max]);
+        await selectMetrics(page, 'clock_offset');
+        assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
+    },
+
+    async 'clears and fills the selection'(page, host) {
+        await open(page, host, 'usual');
+        await page.click('text=Select All Metrics');
+        assert.equal((await chartState(page)).labels.length, 7);
+        await page.check('#showRateCheckbox');
+        await page.click('text=Clear Selections');
+        assert.deepEqual(await selectedOf(page, '#metricSelect'), []);
+        assert.equal(await page.isChecked('#showRateCheckbox'), true);
+        await page.click('text=Clear All');
+        assert.equal(await page.isChecked('#showRateCheckbox'), false);
+        assert.equal(await page.textContent('#chartMessage'), NO_DATA);
+    },
+
+    async 'shows an empty store'(page, host) {
+        await open(page, host, 'empty');
+        await page.click('text=Select All Metrics');
+        assert.equal(await page.textContent('#chartMessage'), NO_DATA);
+        await page.click('text=Reset Zoom');
+    },
+
+    async 'shows a single point in the span of an hour'(page, host) {
+        await open(page, host, 'point');
+        await selectMetrics(page, 'uptime');
+        const { min, max, counts } = await chartState(page);
+        assert.deepEqual([max - min, counts], [3600000, [1]]);
+        assert.equal(await page.textContent('#zoomInfo'), 'Single data point (no zoom available)');
+        await page.check('#showRateCheckbox');
+        assert.equal(await page.textContent('#chartMessage'), NO_DATA);
+    },
+
+    async 'shows 200 series'(page, host) {
+        await open(page, host, 'many');
+        await selectMetrics(page, 'link_load');
+        assert.equal((await chartState(page)).labels.length, 200);
+        assert.equal(await page.getAttribute('#labelSelect', 'size'), '20');
+        await moveToChart(page);
+        await page.waitForFunction(() => chart.tooltip.opacity > 0);
+        const { lines, footer, height, legend } = await page.evaluate(() => ({
+            lines: chart.tooltip.body.length,
+            footer: chart.tooltip.footer,
+            height: chart.height - chart.tooltip.height,
+            legend: chart.legend.height,
+        }));
+        assert.deepEqual([lines, footer], [20, ['… and 180 more']]);
+        assert.ok(height > 0 && legend <= 100);
+    },
+
+    async 'shows odd characters as they are'(page, host) {
+        await open(page, host, 'odd');
+        const name = 'odd "metric" <b>&amp; % , ☃';
+        const label = 'path=/a b?c=d&e;f#g%20 "h" <i>${j}</i> `k` {{l}} °C 漢字 🚀';
+        assert.deepEqual(await optionsOf(page, '#metricSelect'), [name]);
+        await selectMetrics(page, name);
+        assert.deepEqual((await chartState(page)).labels, [label]);
+        assert.deepEqual(await optionsOf(page, '#labelSelect'), [label]);
+        await page.selectOption('#labelSelect', { label });
+        assert.ok((await page.textContent('#chartInformation')).includes(label));
+    },
+
+    async 'leaves gaps where values are no numbers'(page, host) {
+        await open(page, host, 'gaps');
+        await selectMetrics(page, 'gaps');
+        const { min, max } = await page.evaluate(() => chart.options.scales.y);
+        assert.ok(min > -100 && max < 700);
+    },
+
+    async 'shows the date on ticks of older data'(page, host) {
+        await open(page, host, 'old');
+        await selectMetrics(page, 'temperature');
+        const ticks = await page.evaluate(() => chart.scales.x.ticks.map((tick) => tick.label));
+        assert.ok(ticks.length > 1 && ticks.length <= 20);
+        for (const tick of ticks) assert.match(tick, /^Nov \d\d, \d\d:\d\d$/);
+    },
+
+    async 'formats sizes and ticks'(page, host) {
+        await open(page, host, 'empty');
+        const sizes = await page.evaluate(() => [0, 1023, 1024, 1536, 5e13].map(formatBytes));
+        assert.deepEqual(sizes, ['0 B', '1023 B', '1 KB', '1.5 KB', '45.47 TB']);
+        const ticks = await page.evaluate(() =>
+            [0, 1e-11, 2.5e15, -1500, 123.4, 12.34, 1.234, 0.1234, 0.05, 2e-5, 3.21e-8].map(
+                getYAxisTickFormatter(false),
+            ),
+        );
+        const expected = ['0', '~0', '2.5P', '-1.5K', '123', '12.3', '1.23', '0.123', '50.0m'];
+        assert.deepEqual(ticks, [...expected, '20.0μ', '3.21e-8']);
+        assert.equal(await page.evaluate(() => getYAxisTickFormatter(true)(0)), '0/s');
+    },
+
+    async 'leaves room around values'(page, host) {
+        await open(page, host, 'empty');
+        const ranges = await page.evaluate(() =>
+            [[], [1e-7], [50, 50], [-5], [0, 100], [NaN, 10, 20], [1000, 1001]].map((values) => {
+                const { min, max } = calculateAxisRange(values);
+                return [min, max].map((value) => Number(value.toFixed(3)));
+            }),
+        );
+        assert.deepEqual(ranges, [
+            [0, 1],
+            [-1, 1],
+            [45, 55],
+            [-5.5, -4.5],
+            [-5, 105],
+            [9.5, 20.5],
+            [998.999, 1002.001],
+        ]);
+    },
+};

@@ -1,0 +1,69 @@
+// Runs the chart page in Chromium: node run.mjs SAMPLE_PAGE_PROGRAM [name of a test]
+// Ends with a line "N passed, N failed"; exit status 77 where there is no Chromium.
+import { existsSync } from 'node:fs';
+import { chromium } from 'playwright-core';
+import { chartTests } from './chart_tests.mjs';
+import { Host } from './host.mjs';
+import { hostTests } from './host_tests.mjs';
+
+const SKIPPED = 77;
+const CHROMIUM = ['/usr/bin/chromium', '/usr/bin/chromium-browser', '/usr/bin/google-chrome'];
+const CHROMIUM_FLAGS = [
+    '--no-sandbox',
+    '--disable-gpu',
+    '--disable-quic',
+    '--no-first-run',
+    '--disable-background-networking',
+    '--disable-component-update',
+    '--disable-sync',
+];
+
+// What a page says on the console about a failure that a test asked for.
+const EXPECTED_CONSOLE_TEXT = /^Failed to load resource: the server responded with a status of 500/;
+
+// A fresh browser profile for each test. Errors of the page and the console fail the test.
+async function runTest(browser, host, run) {
+    const context = await browser.newContext({ viewport: { width: 1440, height: 900 } });
+    const page = await context.newPage();
+    const errors = [];
+    page.on('pageerror', (error) => errors.push(`page: ${error.message}`));
+    page.on('console', (message) => {
+        const expected = EXPECTED_CONSOLE_TEXT.test(message.text());
+        if (message.type() === 'error' && !expected) errors.push(`console: ${message.text()}`);
+    });
+    page.setDefaultTimeout(10000);
+    try {
+        await run(page, host);
+    } catch (error) {
+        errors.push(error.stack);
+    }
+    await context.close();
+    return errors;
+}
+
+async function main([program, only]) {
+    const executablePath = CHROMIUM.find((path) => existsSync(path));
+    if (!executablePath) {
+        console.log('chromium is not installed: skipped');
+        return SKIPPED;
+    }
+    const host = new Host(program);
+    await host.start();
+    const browser = await chromium.launch({ executablePath, args: CHROMIUM_FLAGS });
+    let passed = 0;
+    let failed = 0;
+    for (const [name, run] of Object.entries({ ...chartTests, ...hostTests })) {
+        if (only && name !== only) continue;
+        const errors = await runTest(browser, host, run);
+        console.log(`${errors.length === 0 ? 'ok    ' : 'FAILED'} ${name}`);
+        for (const error of errors) console.log(`       ${error.replaceAll('\n', '\n       ')}`);
+        if (errors.length === 0) passed++;
+        else failed++;
+    }
+    await browser.close();
+    host.stop();
+    console.log(`${passed} passed, ${failed} failed`);
+    return failed > 0 ? 1 : 0;
+}
+
+process.exitCode = await main(process.argv.slice(2));

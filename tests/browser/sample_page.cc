@@ -1,0 +1,123 @@
+// Writes a chart page for the browser tests to standard output: sample_page NAME
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <limits>
+#include <numbers>
+#include <string>
+
+#include "metrics/chart_page.h"
+
+namespace vrn::metrics {
+namespace {
+
+using vrn::data::metrics::UInt64Tag;
+
+constexpr std::uint64_t second = 1'000'000;  // microseconds
+constexpr std::uint64_t sample_count = 600;
+
+std::uint64_t now() {
+    return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(
+                                          std::chrono::system_clock::now().time_since_epoch())
+                                          .count());
+}
+
+template <typename T, typename Store>
+auto &series(Store *store, const std::string &name, const LabelMap &labels) {
+    return store->template get_series<T>(store->intern(name), store->intern_labels(labels));
+}
+
+// When samples were taken, in microseconds.
+struct Times {
+    std::uint64_t last;
+    std::uint64_t period = second;
+};
+
+// `sample_count` samples; `value_at` takes their number.
+template <typename T, typename ValueAt>
+void add_samples(MetricsHistory *store, const std::string &name, const LabelMap &labels,
+                 const Times &times, ValueAt value_at) {
+    auto &samples = series<T>(store, name, labels);
+    for (std::uint64_t i = 0; i < sample_count; ++i)
+        samples.push(times.last - (sample_count - 1 - i) * times.period, value_at(i));
+}
+
+double wave(std::uint64_t i, double period) {
+    return std::sin(2 * std::numbers::pi * static_cast<double>(i) / period);
+}
+
+void add_usual_metrics(MetricsHistory *store, const Times &times) {
+    for (std::uint64_t port = 1; port <= 4; ++port) {
+        const LabelMap labels = {{"device", "eth0"}, {"port", std::to_string(port)}};
+        add_samples<UInt64Tag>(store, "received_bytes", labels, times, [&](std::uint64_t i) {
+            const double bytes = static_cast<double>(i * port) * 1e6 + 5e6 * wave(i, 90) + 1e8;
+            return static_cast<std::uint64_t>(bytes);
+        });
+    }
+    for (const char *sensor : {"inlet", "outlet"}) {
+        const double base = *sensor == 'i' ? 21 : 34;
+        add_samples<double>(store, "temperature", {{"sensor", sensor}}, times,
+                            [&](std::uint64_t i) { return base + 2.5 * wave(i, 240); });
+    }
+    add_samples<long>(store, "clock_offset", {}, times,
+                      [](std::uint64_t i) { return std::lround(400 * wave(i, 120)); });
+}
+
+void add_many_series(MetricsHistory *store, const Times &times) {
+    for (int i = 0; i < 200; ++i) {
+        const std::string number = std::to_string(i);
+        add_samples<double>(store, "link_load", {{"link", number}}, times, [&](std::uint64_t at) {
+            return 50 + 0.2 * i + 5 * wave(at + static_cast<std::uint64_t>(i), 100);
+        });
+    }
+}
+
+// All that a single-quoted string of JavaScript takes as it is.
+void add_odd_labels(MetricsHistory *store, const Times &times) {
+    const LabelMap labels = {{"path", R"(/a b?c=d&e;f#g%20 "h" <i>${j}</i> `k` {{l}} °C 漢字 🚀)"}};
+    add_samples<double>(store, R"(odd "metric" <b>&amp; % , ☃)", labels, times,
+                        [](std::uint64_t i) { return wave(i, 60); });
+}
+
+void add_values_that_are_no_numbers(MetricsHistory *store, const Times &times) {
+    add_samples<double>(store, "gaps", {}, times, [](std::uint64_t i) {
+        if (i % 50 == 7) return std::nan("");
+        if (i % 50 == 8) return -std::numeric_limits<double>::infinity();
+        return static_cast<double>(i);
+    });
+}
+
+bool write_page(const std::string &name) {
+    MetricsHistory store;
+    store.set_default_capacity(1000);
+    if (name == "usual") {
+        add_usual_metrics(&store, {now()});
+    } else if (name == "old") {
+        add_usual_metrics(&store, {1'700'000'000 * second, 60 * second});
+    } else if (name == "many") {
+        add_many_series(&store, {now()});
+    } else if (name == "odd") {
+        add_odd_labels(&store, {now()});
+    } else if (name == "gaps") {
+        add_values_that_are_no_numbers(&store, {now()});
+    } else if (name == "point") {
+        MetricsCurrent current;
+        series<double>(&current, "uptime", {{"host", "a"}}).push(now(), 42.5);
+        write_chart_page(std::cout, current, 0);
+        return bool(std::cout.flush());
+    } else if (name != "empty") {
+        std::fprintf(stderr, "sample_page: no page named %s\n", name.c_str());
+        return false;
+    }
+    write_chart_page(std::cout, store, 0);
+    return bool(std::cout.flush());
+}
+
+}  // namespace
+}  // namespace vrn::metrics
+
+int main(int argc, char **argv) {
+    return argc == 2 && vrn::metrics::write_page(argv[1]) ? EXIT_SUCCESS : EXIT_FAILURE;
+}
