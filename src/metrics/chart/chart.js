@@ -1,24 +1,63 @@
 // The chart, panning and zooming with the mouse, and the text below it.
 
 const MAX_TOOLTIP_LINES = 20;
+const MAX_TIME_TICKS = 20;
+const TICK_STEPS_MS = [
+    ...[1, 2, 5, 10, 20, 50, 100, 200, 500],
+    ...[1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800].map((seconds) => seconds * 1000),
+    ...[1, 2, 3, 6, 12, 24, 48, 96, 168].map((hours) => hours * 3600000),
+];
 
 function isFromToday(time) {
     return new Date(time).toDateString() === new Date().toDateString();
 }
 
+// Chart.js sets ticks from the first point on; these stand at round times.
+function setRoundTicks(axis) {
+    const range = axis.max - axis.min;
+    const formats = axis.options.time.displayFormats;
+    const step = TICK_STEPS_MS.find((ms) => {
+        const labelWidth = formats[getTickUnit(ms)].length > 8 ? 110 : 75;
+        return range / ms <= Math.min(MAX_TIME_TICKS - 1, axis.width / labelWidth);
+    });
+    if (!step) return;
+    const offset = new Date(axis.min).getTimezoneOffset() * 60000;
+    axis.ticks = [];
+    let value = Math.ceil((axis.min - offset) / step) * step + offset;
+    for (; value <= axis.max; value += step) axis.ticks.push({ value });
+}
+
+function getTickUnit(stepMs) {
+    if (stepMs >= 86400000) return 'day';
+    if (stepMs >= 3600000) return 'hour';
+    if (stepMs >= 60000) return 'minute';
+    return stepMs >= 1000 ? 'second' : 'millisecond';
+}
+
+function formatTimeTick(value, index, ticks) {
+    const step = ticks.length > 1 ? ticks[1].value - ticks[0].value : 1000;
+    return this.format(value, this.options.time.displayFormats[getTickUnit(step)]);
+}
+
 function createTimeAxis(range, showDate) {
-    const time = { minUnit: 'millisecond', tooltipFormat: 'yyyy-MM-dd HH:mm:ss.SSS' };
-    const dateAndTime = 'MMM dd, HH:mm';
-    time.displayFormats = showDate
-        ? { hour: dateAndTime, minute: dateAndTime }
-        : { hour: 'HH:mm', minute: 'HH:mm' };
-    Object.assign(time.displayFormats, { second: 'HH:mm:ss', millisecond: 'HH:mm:ss.SSS' });
+    const minutes = showDate ? 'MMM dd, HH:mm' : 'HH:mm';
     return {
         type: 'time',
         min: range.min,
         max: range.max,
-        time,
-        ticks: { maxTicksLimit: 20, maxRotation: 45, autoSkipPadding: 12 },
+        time: {
+            minUnit: 'millisecond',
+            tooltipFormat: 'yyyy-MM-dd HH:mm:ss.SSS',
+            displayFormats: {
+                day: 'MMM dd',
+                hour: minutes,
+                minute: minutes,
+                second: 'HH:mm:ss',
+                millisecond: 'HH:mm:ss.SSS',
+            },
+        },
+        afterBuildTicks: setRoundTicks,
+        ticks: { maxTicksLimit: MAX_TIME_TICKS, maxRotation: 0, callback: formatTimeTick },
         title: { display: true, text: 'Time' },
     };
 }
@@ -37,13 +76,23 @@ function createTooltip() {
     return {
         filter: (item, index) => index < MAX_TOOLTIP_LINES,
         callbacks: {
+            labelColor: ({ dataset }) => ({
+                borderColor: dataset.borderColor,
+                backgroundColor: dataset.borderColor,
+            }),
             footer: (items) => {
-                const hidden = items.length ? items[0].chart.getActiveElements().length : 0;
-                const more = hidden - MAX_TOOLTIP_LINES;
+                const count = items.length ? items[0].chart.getActiveElements().length : 0;
+                const more = count - MAX_TOOLTIP_LINES;
                 return more > 0 ? `… and ${more} more` : '';
             },
         },
     };
+}
+
+// The padding lets whole lines fit in the height.
+function createLegend() {
+    const labels = { padding: 8, usePointStyle: true, pointStyle: 'line', pointStyleWidth: 28 };
+    return { position: 'top', maxHeight: 100, labels };
 }
 
 function createChart(datasets, ranges, title, showRate) {
@@ -65,7 +114,7 @@ function createChart(datasets, ranges, title, showRate) {
             },
             plugins: {
                 title: { display: true, text: title, font: { size: 16 } },
-                legend: { position: 'top', maxHeight: 100, labels: { boxWidth: 24 } },
+                legend: createLegend(),
                 tooltip: createTooltip(),
                 zoom: getZoomConfiguration(datasets),
             },
@@ -150,16 +199,6 @@ function setVisibleRange(min, max) {
     chart.update('none');
 }
 
-function describeList(items, noItems) {
-    if (items.length === 0) return noItems;
-    const shown = items.slice(0, 10).join('; ');
-    return items.length > 10 ? `${shown}; … (${items.length} in all)` : shown;
-}
-
-function countPoints(datasets, getCount) {
-    return datasets.reduce((sum, dataset) => sum + getCount(dataset), 0);
-}
-
 function describeSelection(metricNames, labels, showRate, datasets) {
     const original = countPoints(datasets, (dataset) => dataset.originalDataPointsCount);
     const displayed = countPoints(datasets, (dataset) => dataset.data.length);
@@ -176,15 +215,6 @@ function describeSelection(metricNames, labels, showRate, datasets) {
         ['Memory footprint', formatBytes(metricsDataFootprint)],
         ['Controls', 'Wheel: zoom. Shift-drag or right-drag: pan. Click in the legend: hide a series.'],
     ];
-}
-
-// A titled table of name and value pairs.
-function createInfoSection(id, title, rows) {
-    const table = createElement('dl', {});
-    for (const [name, value] of rows) {
-        table.append(createElement('dt', {}, name), createElement('dd', {}, String(value)));
-    }
-    return createElement('section', { id }, createElement('h2', {}, title), table);
 }
 
 function updateChartInfo(metricNames, labels, showRate, datasets) {

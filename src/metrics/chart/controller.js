@@ -18,6 +18,12 @@ function getZoomedRange() {
     return full && (min > full.min || max < full.max) ? { min, max } : null;
 }
 
+// On a small screen the points would run into each other.
+function isCrowded(datasets) {
+    const limit = 2 * calculateOptimalDataPoints();
+    return datasets.some((dataset) => dataset.data.length > limit);
+}
+
 function updateChart() {
     const ids = ['metricSelect', 'labelSelect', 'showRateCheckbox', 'metricsChart'];
     if (!ids.every((id) => document.getElementById(id))) {
@@ -38,7 +44,7 @@ function updateChart() {
         const ranges = calculateAxisRanges(datasets, zoomedRange);
         hideChartMessage();
         createChart(datasets, ranges, getChartTitle(metricNames, showRate), showRate);
-        if (zoomedRange) updateChartDataForZoom();
+        if (zoomedRange || isCrowded(datasets)) updateChartDataForZoom();
         updateChartInfo(metricNames, labels, showRate, datasets);
     }
     saveSelections();

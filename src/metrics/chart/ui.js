@@ -12,15 +12,17 @@ body { margin: 0; background: #fff; color: #24292f;
 .control-group label { font-weight: 600; }
 select { border: 1px solid #c4cad2; border-radius: 6px; background: #fff; color: inherit; font: inherit; }
 select[multiple] { box-sizing: border-box; width: 100%; padding: 4px; overflow: auto; }
+.control-group select { margin-top: auto; }
+select[multiple] option:checked { background: #cfe6fa; }
 select[multiple] option { padding: 1px 6px; border-radius: 3px; }
 #labelSelect { resize: horizontal; }
 #controlButtonsContainer { display: flex; flex-wrap: wrap; align-items: center; gap: 8px; margin: 12px 0; }
-button, #autoRefreshSelect { box-sizing: border-box; height: 34px; padding: 0 12px;
-    border: 1px solid #c4cad2; border-radius: 6px; background: #fff; color: inherit; font: inherit;
+button, #autoRefreshSelect { box-sizing: border-box; height: 34px; padding: 0 10px;
+    border: 1px solid #c4cad2; border-radius: 6px; background: #fff; color: inherit; font: inherit; font-size: 13px;
     white-space: nowrap; cursor: pointer; }
 button:hover, #autoRefreshSelect:hover { border-color: #8a94a1; background: #f4f5f7; }
 button:focus-visible, select:focus-visible { outline: 2px solid #36a2eb; outline-offset: 1px; }
-.rate-toggle { display: flex; align-items: center; height: 34px; white-space: nowrap; cursor: pointer; }
+.rate-toggle { display: flex; align-items: center; height: 34px; font-size: 13px; white-space: nowrap; cursor: pointer; }
 #zoomInfo, #autoRefreshStatus { color: #57606a; font-size: 13px; font-variant-numeric: tabular-nums; }
 #zoomInfo:empty, #autoRefreshStatus:empty { display: none; }
 .csv-export { position: relative; }
@@ -74,6 +76,8 @@ const OPTION_HEIGHT_PX = 22;
 const MIN_LABELS_WIDTH_PX = 400;
 
 function injectCSS() {
+    const content = 'width=device-width, initial-scale=1'; // lets small screens match the breakpoints
+    document.head.append(createElement('meta', { name: 'viewport', content }));
     document.head.append(createElement('style', {}, STYLE_SHEET));
 }
 

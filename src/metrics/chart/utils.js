@@ -7,6 +7,21 @@ function createElement(tag, properties, ...children) {
     return element;
 }
 
+// A titled table of name and value pairs.
+function createInfoSection(id, title, rows) {
+    const table = createElement('dl', {});
+    for (const [name, value] of rows) {
+        table.append(createElement('dt', {}, name), createElement('dd', {}, String(value)));
+    }
+    return createElement('section', { id }, createElement('h2', {}, title), table);
+}
+
+function describeList(items, noItems) {
+    if (items.length === 0) return noItems;
+    const shown = items.slice(0, 10).join('; ');
+    return items.length > 10 ? `${shown}; … (${items.length} in all)` : shown;
+}
+
 function selectedOptions(selectId) {
     const select = document.getElementById(selectId);
     return select ? Array.from(select.selectedOptions) : [];
@@ -66,6 +81,10 @@ function updateLabelSelector(labels) {
             return option;
         }),
     );
+}
+
+function countPoints(datasets, getCount) {
+    return datasets.reduce((sum, dataset) => sum + getCount(dataset), 0);
 }
 
 function findMinMax(values) {
