@@ -11,6 +11,9 @@ sources() { git ls-files -- '*.cc' '*.h' | grep -v '\.h\.in$'; }
 echo "== formatting"
 sources | xargs clang-format --dry-run --Werror
 
+echo "== lint of the chart page's scripts"
+npm run --silent lint
+
 echo "== build"
 for preset in release asan; do
     cmake --preset "$preset" -DVRN_WERROR=ON >/dev/null

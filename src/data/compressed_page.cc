@@ -19,6 +19,8 @@ constexpr std::size_t fixed_size = sizeof(Header);
 constexpr std::size_t size_without_texts = fixed_size + 2;
 constexpr std::size_t max_pascal_length = 255;
 
+constexpr char end_magic[] = {'v', 'r', 'n', 'p'};
+
 const std::uint8_t *as_bytes(const void *data) {
     return static_cast<const std::uint8_t *>(data);
 }
@@ -77,6 +79,20 @@ bool size_is_claimed_one(const void *header, std::size_t buffer_size) {
 }
 
 }  // namespace
+
+std::size_t vrn_compressed_page_whole_size(vrn::Bytes rest) {
+    std::uint8_t header_size = 0;
+    std::uint8_t encoding = 0;
+    std::uint32_t data_size = 0;
+    vrn::ByteReader reader(rest);
+    if (!reader.skip(VRN_MAGIC_SIZE) || !reader.read(&header_size) || !reader.read(&encoding) ||
+        !reader.read(&data_size))
+        return 0;
+    const std::size_t end = VRN_MAGIC_SIZE + header_size + data_size;
+    const std::size_t size = end + sizeof end_magic;
+    if (size > rest.size()) return 0;
+    return std::memcmp(rest.data() + end, end_magic, sizeof end_magic) == 0 ? size : 0;
+}
 
 vrn_compressed_page_header_t vrn_compressed_page_header_load(const void *header) {
     const std::size_t covered =

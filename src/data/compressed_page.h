@@ -12,6 +12,7 @@
 
 #include "data/data_page.h"
 #include "data/page_encoding.h"
+#include "utils/byte_reader.h"
 #include "utils/source.h"
 
 #pragma pack(push, 1)
@@ -33,6 +34,10 @@ static_assert(offsetof(vrn_compressed_page_header_t, last_timestamp) == 14);
 inline constexpr std::size_t VRN_COMPRESSED_PAGE_LEAD_SIZE = 6;  // up to and with `data_size`
 inline constexpr std::size_t VRN_COMPRESSED_PAGE_MAX_HEADER_SIZE = 104;
 inline constexpr std::size_t VRN_MAGIC_SIZE = 4;
+
+// Bytes of the page block at the start of `rest`, magics included; 0 when it is not there as a
+// whole. Its `header` is at VRN_MAGIC_SIZE. The opening magic is the caller's to check.
+std::size_t vrn_compressed_page_whole_size(vrn::Bytes rest);
 
 // The fixed fields, copied out.
 vrn_compressed_page_header_t vrn_compressed_page_header_load(const void *header);

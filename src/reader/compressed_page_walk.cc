@@ -16,7 +16,6 @@ namespace {
 
 using vrn::Bytes;
 
-constexpr char end_magic[] = {'v', 'r', 'n', 'p'};
 // Where the search for the next counters block begins, behind a block's header, and its step.
 constexpr std::size_t probe_start = 16;
 constexpr std::size_t probe_step = 4;
@@ -31,21 +30,6 @@ struct Payload {
 
 bool is_page(Bytes rest) {
     return rest.size() >= VRN_MAGIC_SIZE && vrn_block_type_of(rest.data()) == VRN_PAGE_BLOCK;
-}
-
-// Bytes of the page at the start of `rest`, magics included; 0 when it is not there as a whole.
-std::size_t whole_page_size(Bytes rest) {
-    std::uint8_t header_size = 0;
-    std::uint8_t encoding = 0;
-    std::uint32_t data_size = 0;
-    vrn::ByteReader reader(rest);
-    if (!reader.skip(VRN_MAGIC_SIZE) || !reader.read(&header_size) || !reader.read(&encoding) ||
-        !reader.read(&data_size))
-        return 0;
-    const std::size_t end = VRN_MAGIC_SIZE + header_size + data_size;
-    const std::size_t size = end + sizeof end_magic;
-    if (size > rest.size()) return 0;
-    return std::memcmp(rest.data() + end, end_magic, sizeof end_magic) == 0 ? size : 0;
 }
 
 // Room for what the page claims to hold. Not cleared, so that a false claim takes no memory.
@@ -122,7 +106,7 @@ bool vrn_reader_walk_compressed_pages(vrn_reader_t *reader, const void *chunk, s
     while (!rest.empty()) {
         if (!is_page(rest)) return true;  // padding, also behind a failed page
         if (!good) return false;
-        const std::size_t page_size = whole_page_size(rest);
+        const std::size_t page_size = vrn_compressed_page_whole_size(rest);
         if (page_size == 0) return true;
         const std::uint8_t *header = rest.data() + VRN_MAGIC_SIZE;
         Payload payload;

@@ -1,17 +1,32 @@
 // A host for chart pages on the loopback interface: the page, its CSV export and its clear path.
 import { execFileSync } from 'node:child_process';
+import { mkdtempSync, rmSync } from 'node:fs';
 import { createServer } from 'node:http';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 
 const PREFIX = '/some/prefix';
 const MAX_PAGE_BYTES = 256 * 1024 * 1024;
+
+// Pages come from the programs in `binDir`: made up, or recorded from this machine.
+function makePage(binDir, name) {
+    const run = (program, ...args) =>
+        execFileSync(join(binDir, program), args, { maxBuffer: MAX_PAGE_BYTES });
+    if (name !== 'recorded') return run('sample_page', name);
+    const folder = mkdtempSync(join(tmpdir(), 'vrn-chart-'));
+    run('vrn_collect', '--output-dir', folder, '--interval', '50', '--duration', '500');
+    const page = run('vrn_chart', join(folder, 'data', 'metrics.bin'));
+    rmSync(folder, { recursive: true });
+    return page;
+}
 
 export class Host {
     requests = []; // "METHOD path" of each, with the query
     csvStatus = 200;
     clearStatus = 200;
 
-    constructor(samplePageProgram) {
-        this.program = samplePageProgram;
+    constructor(binDir) {
+        this.binDir = binDir;
         this.pages = new Map();
         this.server = createServer((request, response) => this.answer(request, response));
     }
@@ -36,8 +51,7 @@ export class Host {
 
     show(pageName) {
         if (!this.pages.has(pageName)) {
-            const options = { maxBuffer: MAX_PAGE_BYTES };
-            this.pages.set(pageName, execFileSync(this.program, [pageName], options));
+            this.pages.set(pageName, makePage(this.binDir, pageName));
         }
         this.page = this.pages.get(pageName);
     }

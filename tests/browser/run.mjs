@@ -1,4 +1,4 @@
-// Runs the chart page in Chromium: node run.mjs SAMPLE_PAGE_PROGRAM [name of a test]
+// Runs the chart page in Chromium: node run.mjs BIN_FOLDER [name of a test]
 // Ends with a line "N passed, N failed"; exit status 77 where there is no Chromium.
 import { existsSync } from 'node:fs';
 import { chromium } from 'playwright-core';
@@ -31,7 +31,7 @@ async function runTest(browser, host, run) {
         const expected = EXPECTED_CONSOLE_TEXT.test(message.text());
         if (message.type() === 'error' && !expected) errors.push(`console: ${message.text()}`);
     });
-    page.setDefaultTimeout(10000);
+    page.setDefaultTimeout(30000);
     try {
         await run(page, host);
     } catch (error) {
@@ -41,13 +41,13 @@ async function runTest(browser, host, run) {
     return errors;
 }
 
-async function main([program, only]) {
+async function main([binDir, only]) {
     const executablePath = CHROMIUM.find((path) => existsSync(path));
     if (!executablePath) {
         console.log('chromium is not installed: skipped');
         return SKIPPED;
     }
-    const host = new Host(program);
+    const host = new Host(binDir);
     await host.start();
     const browser = await chromium.launch({ executablePath, args: CHROMIUM_FLAGS });
     let passed = 0;

@@ -1,0 +1,15 @@
+// Reads data files into a store.
+#pragma once
+
+#include <string>
+
+#include "metrics/typed_metrics_data.h"
+
+namespace vrn::chart {
+
+// Stores the metrics of the data file at `path`, plain or compressed as a whole. Blocks of other
+// kinds are passed over; compressed pages are opened. False after a line when the file can't be
+// read to its end; what was stored before stays.
+bool read_metrics(const std::string &path, metrics::MetricsHistory *store);
+
+}  // namespace vrn::chart
