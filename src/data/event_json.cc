@@ -1,164 +1,132 @@
 #include "data/event_json.h"
 
-#include <cctype>
-#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "data/event_walk.h"
 #include "data/guid_switch.h"
-#include "data/schema/builtin_types.h"
+#include "data/json_write.h"
 #include "data/value_format.h"
-#include "utils/byte_reader.h"
-#include "utils/c_ptr.h"
-#include "utils/log.h"
 
 namespace {
 
-using JsonPtr = vrn::CPtr<JSON_Value, json_value_free>;
-
 GuidSwitch guid_switch;
 
-const std::uint8_t *bytes_at(const void *data, std::uint64_t offset) {
-    return static_cast<const std::uint8_t *>(data) + offset;
+vrn_json_value_ptr hex_value(std::uint64_t number) {
+    const vrn::CString text(vrn_format_guid_string(number));
+    return vrn_json_value_ptr(text ? json_value_init_string(text.get()) : nullptr);
 }
 
-template <typename T>
-JSON_Value *number_at(const void *data) {
-    return json_value_init_number(static_cast<double>(vrn::load_le<T>(data)));
-}
+// See event_walk.h.
+class TreeSink {
+  public:
+    // The value that was walked, once all is closed.
+    JSON_Value *release() { return result_.release(); }
 
-JSON_Value *hex_at(const void *data) {
-    const vrn::CString text(vrn_format_guid_string(vrn::load_le<std::uint64_t>(data)));
-    return text ? json_value_init_string(text.get()) : nullptr;
-}
-
-bool is_text(const vrn_type_definition_t *type) {
-    return type->builtin_id == VRN_BUILTIN_CHAR || type->builtin_id == VRN_BUILTIN_UCHAR;
-}
-
-// The printable characters before the first one that isn't; a NUL ends the text like any other.
-JSON_Value *text_to_json(const vrn_type_field_definition_t *field, const void *data) {
-    const vrn::CString text(static_cast<char *>(std::malloc(field->array_length + 1U)));
-    std::size_t length = 0;
-    if (text) {
-        const std::uint8_t *bytes = bytes_at(data, 0);
-        for (; length < field->array_length && std::isprint(bytes[length]); ++length)
-            text.get()[length] = static_cast<char>(bytes[length]);
-        text.get()[length] = '\0';
+    bool begin_object(const vrn_type_definition_t &) {
+        return open(vrn_json_value_ptr(json_value_init_object()));
     }
-    JSON_Value *value = text ? json_value_init_string(text.get()) : nullptr;
-    if (!value)
-        VRN_LOG(VRN_LOG_ERROR, "Failed to serialize field %s of type %s[%u] as string",
-                field->field_name, field->type_name, field->array_length);
-    return value;
-}
+    bool end_object() { return close(); }
+    void begin_array() { open(vrn_json_value_ptr(json_value_init_array())); }
+    bool end_array() { return close(); }
+    void element() {}
+    void key(const vrn_type_field_definition_t &field) { open_.back().key = field.field_name; }
 
-// Null when the text or its JSON string can't be made; the field then takes the normal route.
-JSON_Value *guid_word_to_json(const vrn_type_field_definition_t *field, const void *data) {
-    const vrn::CString text(vrn_format_guid_string(vrn::load_le<std::uint64_t>(data)));
-    if (!text) {
-        VRN_LOG(VRN_LOG_ERROR, "Failed to convert field %s to a hex string", field->field_name);
-        return nullptr;
+    template <typename T>
+    bool number(T value) {
+        return take(vrn_json_value_ptr(json_value_init_number(static_cast<double>(value))));
     }
-    JSON_Value *value = json_value_init_string(text.get());
-    if (!value)
-        VRN_LOG(VRN_LOG_ERROR, "Failed to serialize field %s to a hex string", field->field_name);
-    return value;
-}
+    bool hex(std::uint64_t value) { return take(hex_value(value)); }
+    bool string(std::string_view text) {
+        return take(vrn_json_value_ptr(json_value_init_string(std::string(text).c_str())));
+    }
+    // When false, the field takes the normal route.
+    bool guid_word(const vrn_type_field_definition_t &field, std::uint64_t value) {
+        const vrn::CString text(vrn_format_guid_string(value));
+        if (!text) {
+            VRN_LOG(VRN_LOG_ERROR, "Failed to convert field %s to a hex string", field.field_name);
+            return false;
+        }
+        vrn_json_value_ptr json(json_value_init_string(text.get()));
+        if (!json) {
+            VRN_LOG(VRN_LOG_ERROR, "Failed to serialize field %s to a hex string",
+                    field.field_name);
+            return false;
+        }
+        return take(std::move(json));
+    }
 
-JSON_Value *record_field_to_json(const vrn_type_field_definition_t *field, const void *data) {
-    // Never resolved: then nobody checked the offset either.
-    if (!field->type) return nullptr;
-    if (guid_switch.is_on() && vrn_name_is_guid_word(field->field_name))
-        if (JSON_Value *value = guid_word_to_json(field, data)) return value;
-    return vrn_event_field_value_to_json(field, data);
+  private:
+    // An object or array that is being filled, and the key of the next member.
+    struct Open {
+        vrn_json_value_ptr value;
+        const char *key = nullptr;
+    };
+
+    bool open(vrn_json_value_ptr value) {
+        open_.push_back({std::move(value)});
+        return open_.back().value != nullptr;
+    }
+
+    bool close() {
+        vrn_json_value_ptr value = std::move(open_.back().value);
+        open_.pop_back();
+        return take(std::move(value));
+    }
+
+    bool take(vrn_json_value_ptr value) {
+        if (open_.empty()) {
+            result_ = std::move(value);
+            return result_ != nullptr;
+        }
+        const Open &outer = open_.back();
+        JSON_Object *object = json_value_get_object(outer.value.get());
+        if (object) return vrn_json_set(object, outer.key, std::move(value));
+        return vrn_json_append(json_value_get_array(outer.value.get()), std::move(value));
+    }
+
+    std::vector<Open> open_;
+    vrn_json_value_ptr result_;
+};
+
+// What `walk`, given an EventWalk, makes; null when it fails.
+template <typename Walk>
+JSON_Value *walked_value(Walk walk) {
+    TreeSink sink;
+    return walk(vrn::EventWalk(sink, vrn_event_converts_guids())) ? sink.release() : nullptr;
 }
 
 }  // namespace
 
+bool vrn_event_converts_guids() {
+    return guid_switch.is_on();
+}
+
 JSON_Value *vrn_event_to_json(const vrn_type_definition_t *type, const void *record) {
-    JsonPtr object(json_value_init_object());
-    if (!object) return nullptr;
-    for (std::uint16_t i = 0; i < type->num_fields; ++i) {
-        const vrn_type_field_definition_t *field = type->fields[i];
-        JsonPtr value(record_field_to_json(field, bytes_at(record, field->offset)));
-        if (!value) return nullptr;
-        if (json_object_set_value(json_object(object.get()), field->field_name, value.get()) !=
-            JSONSuccess)
-            return nullptr;
-        value.release();  // to the object
-    }
-    return object.release();
+    return walked_value([&](auto walk) { return walk.record(*type, record); });
 }
 
 JSON_Value *vrn_event_field_value_to_json(const vrn_type_field_definition_t *field,
                                           const void *data) {
     if (!field->type) return nullptr;  // never resolved
-    if (field->array_length == 1) return vrn_event_field_element_to_json(field, data);
-    if (is_text(field->type)) return text_to_json(field, data);
-    return vrn_event_field_array_to_json(field, data);
+    return walked_value([&](auto walk) { return walk.value(*field, data); });
 }
 
 JSON_Value *vrn_event_field_element_to_json(const vrn_type_field_definition_t *field,
                                             const void *data) {
     if (!field->type) return nullptr;
-    if (field->type->builtin_id != 0)
-        return vrn_scalar_to_json(field->type->builtin_id, data, field->field_name);
-    return vrn_event_to_json(field->type, data);
+    return walked_value([&](auto walk) { return walk.element(*field, data); });
 }
 
 JSON_Value *vrn_event_field_array_to_json(const vrn_type_field_definition_t *field,
                                           const void *data) {
-    JsonPtr array(json_value_init_array());
-    if (!array) return nullptr;
-    for (std::uint64_t i = 0; i < field->array_length; ++i) {
-        JsonPtr element(
-            vrn_event_field_element_to_json(field, bytes_at(data, i * field->type_size)));
-        if (!element) return nullptr;
-        if (json_array_append_value(json_array(array.get()), element.get()) != JSONSuccess)
-            return nullptr;
-        element.release();  // to the array
-    }
-    return array.release();
+    if (!field->type) return nullptr;
+    return walked_value([&](auto walk) { return walk.array(*field, data); });
 }
 
 JSON_Value *vrn_scalar_to_json(std::uint32_t builtin_id, const void *data, const char *field_name) {
-    switch (builtin_id) {
-        case VRN_BUILTIN_BOOL:
-        case VRN_BUILTIN_CHAR:
-        case VRN_BUILTIN_UCHAR:
-        case VRN_BUILTIN_UINT8:
-            return number_at<std::uint8_t>(data);
-        case VRN_BUILTIN_INT8:
-            return number_at<std::int8_t>(data);
-        case VRN_BUILTIN_SHORT:
-        case VRN_BUILTIN_INT16:
-            return number_at<std::int16_t>(data);
-        case VRN_BUILTIN_USHORT:
-        case VRN_BUILTIN_UINT16:
-            return number_at<std::uint16_t>(data);
-        case VRN_BUILTIN_INT:
-        case VRN_BUILTIN_INT32:
-            return number_at<std::int32_t>(data);
-        case VRN_BUILTIN_UINT:
-        case VRN_BUILTIN_UINT32:
-            return number_at<std::uint32_t>(data);
-        case VRN_BUILTIN_LONG:
-        case VRN_BUILTIN_LONGLONG:
-            return number_at<std::int64_t>(data);
-        case VRN_BUILTIN_INT64:
-            if (vrn_name_contains_guid(field_name)) return hex_at(data);
-            return number_at<std::int64_t>(data);
-        case VRN_BUILTIN_ULONG:
-        case VRN_BUILTIN_ULONGLONG:
-        case VRN_BUILTIN_UINT64:
-            if (vrn_name_contains_guid(field_name)) return hex_at(data);
-            return number_at<std::uint64_t>(data);
-        case VRN_BUILTIN_FLOAT:
-            return number_at<float>(data);
-        case VRN_BUILTIN_DOUBLE:
-            return number_at<double>(data);
-        case VRN_BUILTIN_TIMESTAMP:
-            return number_at<std::uint64_t>(data);
-        default:
-            return nullptr;
-    }
+    TreeSink sink;
+    const bool contains_guid = vrn_name_contains_guid(field_name);
+    return vrn::walk_scalar(builtin_id, data, contains_guid, sink) ? sink.release() : nullptr;
 }

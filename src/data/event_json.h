@@ -21,3 +21,6 @@ JSON_Value *vrn_event_field_array_to_json(const vrn_type_field_definition_t *fie
 
 // One built-in value; null for an id outside the table. `field_name` may be null.
 JSON_Value *vrn_scalar_to_json(std::uint32_t builtin_id, const void *data, const char *field_name);
+
+// The state of the GUID switch for events, read once.
+bool vrn_event_converts_guids();

@@ -4,9 +4,10 @@
 #include <cstdio>
 
 #include "data/block.h"
-#include "data/event_json.h"
+#include "data/event_text.h"
 #include "data/influx_serializer.h"
 #include "data/schema/name_filter.h"
+#include "reader/record_text.h"
 #include "reader/schema_load.h"
 #include "utils/byte_reader.h"
 #include "utils/log.h"
@@ -54,13 +55,10 @@ std::size_t handle_schemas_block(vrn_reader_t *reader, const void *block, std::s
 }
 
 bool print_event_json(vrn_reader_t *reader, const vrn_type_definition_t *type, const void *data) {
-    const vrn::CPtr<JSON_Value, json_value_free> value(vrn_event_to_json(type, data));
-    if (!value) {
-        vrn_reader_fail(reader, "Failed to JSONify event values");
-        return false;
-    }
-    vrn_reader_print_json(reader, value.get());
-    return true;
+    const auto write = [&](vrn::JsonText *text) { return vrn_event_write_json(type, data, text); };
+    if (vrn_reader_add_record(reader, write)) return true;
+    vrn_reader_fail(reader, "Failed to JSONify event values");
+    return false;
 }
 
 bool print_event_influx(const vrn_reader_t *reader, const vrn_type_definition_t *type,
@@ -141,9 +139,11 @@ std::size_t vrn_reader_handle_events_block(vrn_reader_t *reader, const void *blo
         return event_header_size;
     const std::size_t count =
         std::min<std::size_t>(header.num_events, (remaining - event_header_size) / type->size);
-    if (is_selected(reader->options, type) &&
-        !print_events(reader, type, bytes_at(block, event_header_size), count))
-        return 0;
+    if (is_selected(reader->options, type)) {
+        const bool done = print_events(reader, type, bytes_at(block, event_header_size), count);
+        vrn_reader_flush_text(reader);
+        if (!done) return 0;
+    }
     return event_header_size + count * type->size;
 }
 

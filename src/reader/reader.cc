@@ -130,6 +130,7 @@ void vrn_reader_destroy(vrn_reader_t *reader) {
     vrn_type_system_destroy(reader->type_system);
     vrn_metadata_free(reader->metadata);
     if (reader->file) gzclose(reader->file);
+    delete reader->text;
     std::free(reader);
 }
 
@@ -198,17 +199,4 @@ const char *vrn_reader_error_text(const vrn_reader_t *reader) {
     const bool has_path = std::strncmp(text, reader->file_name, path_length) == 0 &&
                           std::strncmp(text + path_length, ": ", 2) == 0;
     return has_path ? text + path_length + 2 : text;
-}
-
-void vrn_reader_print_json(const vrn_reader_t *reader, const JSON_Value *value) {
-    const bool pretty = reader->options->format == VRN_FORMAT_JSON;
-    const vrn::CPtr<char, json_free_serialized_string> text(
-        pretty ? json_serialize_to_string_pretty(value) : json_serialize_to_string(value));
-    if (!text) {
-        VRN_LOG(VRN_LOG_WARNING, "Could not serialize json.");
-        return;
-    }
-    if (pretty && reader->records_out != 0) std::fputs(",\n", stdout);
-    std::fputs(text.get(), stdout);
-    if (!pretty) std::fputc('\n', stdout);
 }

@@ -9,6 +9,7 @@
 
 #include "data/block.h"
 #include "data/data_file_header.h"
+#include "data/json_text.h"
 #include "data/schema/type_system.h"
 #include "reader/metadata.h"
 #include "reader/reader_options.h"
@@ -39,6 +40,7 @@ struct vrn_reader_t {
     // End of the bytes that blocks may read at present: the chunk buffer or a page's payload.
     // VRN_READER_SLACK zeros stand behind it.
     const std::uint8_t *window_end;
+    vrn::JsonText *text;  // owned; made for the first JSON record of the file
 };
 
 // Null after one line when the file can't be opened or memory runs out.
@@ -72,4 +74,4 @@ bool vrn_reader_handle_block(vrn_reader_t *reader, const void *block, std::size_
                              bool in_compressed);
 
 // Prints a JSON value as a record of the chosen format.
-void vrn_reader_print_json(const vrn_reader_t *reader, const JSON_Value *value);
+void vrn_reader_print_json(vrn_reader_t *reader, const JSON_Value *value);

@@ -31,6 +31,7 @@ Outcome handle(const std::string &bytes, vrn_output_format_t format) {
     const bool done =
         vrn_reader_handle_metrics_block(&reader, Bytes(block).data(), Bytes(block).size());
     std::fflush(stdout);
+    delete reader.text;
     return {done, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr(),
             log.take()};
 }

@@ -2,9 +2,24 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
 
 #include "utils/log.h"
+
+namespace {
+
+bool has_repeated_names(const vrn_type_definition_t &type) {
+    std::unordered_set<std::string_view> names;
+    for (std::uint16_t i = 0; i < type.num_fields; ++i) {
+        const char *name = type.fields[i]->field_name;
+        if (name && !names.insert(name).second) return true;
+    }
+    return false;
+}
+
+}  // namespace
 
 vrn_schema_t *vrn_schema_create(const char *provider_name, std::uint32_t provider_version) {
     vrn_schema_ptr schema(static_cast<vrn_schema_t *>(std::calloc(1, sizeof(vrn_schema_t))));
@@ -59,6 +74,7 @@ bool vrn_schema_resolve_type_fields(const vrn_schema_t *schema, vrn_type_definit
                 field->type_name, vrn_schema_provider_text(schema));
         return false;
     }
+    type->has_repeated_names = has_repeated_names(*type);
     return true;
 }
 

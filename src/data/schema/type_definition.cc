@@ -23,6 +23,8 @@ vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_in
         !copy_text(info->description, &field->description) ||
         !copy_text(info->type_name, &field->type_name))
         return nullptr;
+    field->json_name = vrn_json_name_create(info->name);
+    if (info->name && !field->json_name) return nullptr;
     field->counting_mode = info->counting_mode;
     field->array_length = info->array_length;
     return field.release();  // to the caller
@@ -30,6 +32,7 @@ vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_in
 
 void vrn_field_definition_destroy(vrn_type_field_definition_t *field) {
     if (!field) return;
+    vrn_json_name_destroy(field->json_name);
     std::free(field->field_name);
     std::free(field->description);
     std::free(field->type_name);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "data/json_name.h"
 #include "utils/c_ptr.h"
 
 struct vrn_type_definition_t;
@@ -18,6 +19,7 @@ struct vrn_type_field_definition_t {
     std::uint64_t offset;               // bytes from the start of the enclosing record
     const vrn_type_definition_t *type;  // borrowed; null until resolved
     std::uint16_t index;                // 0, or the 1-based place in the index list
+    vrn_json_name_t *json_name;         // owned; of `field_name`, null when that is
 };
 
 struct vrn_type_definition_t {
@@ -26,6 +28,7 @@ struct vrn_type_definition_t {
     std::uint16_t num_fields;
     vrn_type_field_definition_t **fields;  // owned array of owned fields
     std::uint64_t size;                    // bytes of one record
+    bool has_repeated_names;               // of fields; set when these are resolved
 };
 
 // What a caller tells about one field of a new type. Texts are copied; null ones stay null.
