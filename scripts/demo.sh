@@ -24,20 +24,23 @@ show() { # title, lines, command
 
 echo "== Collecting for two seconds"
 build/bin/vrn_collect --output-dir "$out" --interval 100 --duration 2000
-ls -l "$out"/data "$out"/schema
+ls -l "$out/data" "$out/schema"
 
-# The schema folder is found above the data.
-show "Events, one JSON object a line" 4 "$read" -f ndjson "$out/data/events.bin"
-show "Counters, one JSON object a line" 1 "$read" -f ndjson "$out/data/counters.bin"
-show "Metrics, one JSON object a line" 1 "$read" -f ndjson "$out/data/metrics.bin"
-show "Events as one JSON document" 12 "$read" -i load_sample "$out/data/events.bin"
-show "Event fields as Influx lines" 2 "$read" -f influx "$out/data/events.bin"
-show "Counters as text tables" 8 "$read" -f txt "$out/data/counters.bin"
-show "File and block headers" 20 "$read" -f ndjson -p "$out/data/counters.bin"
+# Files are named by stream and time of their first data. The schema folder is
+# found above them.
+show "Events, one JSON object a line" 4 "$read" -f ndjson "$out"/data/events_*.bin
+show "Counters, one JSON object a line" 1 "$read" -f ndjson "$out"/data/counters_*.bin
+show "Metrics, one JSON object a line" 1 "$read" -f ndjson "$out"/data/metrics_*.bin
+show "Events as one JSON document" 12 "$read" -i load_sample "$out"/data/events_*.bin
+show "Event fields as Influx lines" 2 "$read" -f influx "$out"/data/events_*.bin
+show "Counters as text tables" 8 "$read" -f txt "$out"/data/counters_*.bin
+show "File and block headers" 20 "$read" -f ndjson -p "$out"/data/counters_*.bin
 
 echo
 echo "== Collecting compressed pages for one second, and reading the tree in time order"
-build/bin/vrn_collect --output-dir "$out/pages" --duration 1000 --encoding gzip
+build/bin/vrn_collect --output-dir "$out/pages" --duration 1000 --encoding gzip \
+    --counters-template '{{source}}/{{tag}}/{{id}}.bin' \
+    --data-template '{{source}}/{{tag}}/{{id}}.bin'
 show "All records of the tree" 2 "$read" -f ndjson -S -d "$out/pages/data"
 
 printf '\nEvery line is JSON: '

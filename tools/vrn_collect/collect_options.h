@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -9,11 +10,27 @@
 
 namespace vrn::collect {
 
+// What the data writer is told; empty texts and no value leave it its defaults.
+struct WriterOptions {
+    std::string counters_template = "{{tag}}{{id}}.bin";
+    std::string data_template = "{{tag}}{{id}}.bin";
+    std::optional<std::uint64_t> file_size;  // bytes
+    std::optional<std::uint64_t> data_size;  // bytes
+    std::optional<std::chrono::milliseconds> file_age;
+    bool write_nodeinfo = false;
+    bool keep_files_open = true;
+    std::string allowed_tags, excluded_tags;
+    std::string allowed_scope, excluded_scope;
+    std::string allowed_scope_file, excluded_scope_file;
+};
+
 struct CollectOptions {
     std::string output_dir = "telemetry";
+    std::optional<std::string> source;  // none: the name of this host
     std::chrono::milliseconds interval{100};
     std::chrono::milliseconds duration{2000};
     std::optional<vrn_page_encoding_t> encoding;  // of pages; none: plain blocks
+    WriterOptions writer;
 };
 
 // Exits with the help text on --help and on what it doesn't know.
