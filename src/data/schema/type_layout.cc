@@ -1,6 +1,5 @@
 #include "data/schema/type_layout.h"
 
-#include <algorithm>
 #include <cinttypes>
 #include <limits>
 #include <optional>
@@ -39,12 +38,6 @@ bool field_fits(const vrn_type_field_definition_t &field, std::uint64_t record_s
     return stride == 0 || field.array_length - 1U <= (room - field.type->size) / stride;
 }
 
-// What decoding one record of a type takes.
-struct Cost {
-    std::uint32_t depth;   // of composite types, this one included; 0 for a built-in type
-    std::uint64_t values;  // characters of a text count one each
-};
-
 // Measures each type once, so that all of a schema takes time linear in its fields.
 class LayoutCheck {
   public:
@@ -54,27 +47,26 @@ class LayoutCheck {
     bool passes(const vrn_type_definition_t &type) { return measure(type).has_value(); }
 
   private:
-    std::optional<Cost> measure(const vrn_type_definition_t &type) {
-        if (type.builtin_id != VRN_BUILTIN_NONE) return Cost{0, 1};
+    // Values that one record of `type` expands to, each character of a text counting one.
+    std::optional<std::uint64_t> measure(const vrn_type_definition_t &type) {
+        if (type.builtin_id != VRN_BUILTIN_NONE) return 1;
         const auto [entry, is_new] = measured_.try_emplace(&type, std::nullopt);
-        std::optional<Cost> &cost = entry->second;  // stays valid while the map grows
-        if (is_new) return cost = measure_fields(type);
-        if (!cost)  // met again while its own fields are measured
+        std::optional<std::uint64_t> &values = entry->second;  // stays valid while the map grows
+        if (is_new) return values = measure_fields(type);
+        if (!values)  // met again while its own fields are measured
             VRN_LOG(VRN_LOG_ERROR, "Type '%s' of schema '%s' contains itself", type.name,
                     provider_);
-        return cost;
+        return values;
     }
 
-    std::optional<Cost> measure_fields(const vrn_type_definition_t &type) {
-        Cost total{1, 0};
+    std::optional<std::uint64_t> measure_fields(const vrn_type_definition_t &type) {
+        std::uint64_t total = 0;
         for (std::uint16_t i = 0; i < type.num_fields; ++i) {
             const vrn_type_field_definition_t &field = *type.fields[i];
             if (!field.type) return std::nullopt;
-            const std::optional<Cost> element = measure(*field.type);
+            const std::optional<std::uint64_t> element = measure(*field.type);
             if (!element || !fits(field, type)) return std::nullopt;
-            total.depth = std::max(total.depth, element->depth + 1);
-            total.values = saturating_add(total.values,
-                                          saturating_multiply(field.array_length, element->values));
+            total = saturating_add(total, saturating_multiply(field.array_length, *element));
         }
         return within_limits(type, total) ? std::optional(total) : std::nullopt;
     }
@@ -88,14 +80,10 @@ class LayoutCheck {
         return false;
     }
 
-    bool within_limits(const vrn_type_definition_t &type, const Cost &total) const {
-        if (total.depth > VRN_MAX_TYPE_DEPTH) {
-            VRN_LOG(VRN_LOG_ERROR, "Type '%s' of schema '%s' is nested deeper than %u levels",
-                    type.name, provider_, VRN_MAX_TYPE_DEPTH);
-            return false;
-        }
-        const std::uint64_t max_values = saturating_add(VRN_MAX_SPARE_VALUES, type.size);
-        if (total.values > max_values) {
+    bool within_limits(const vrn_type_definition_t &type, std::uint64_t values) const {
+        const std::uint64_t max_values = saturating_add(
+            VRN_MAX_SPARE_VALUES, saturating_multiply(VRN_MAX_VALUES_PER_BYTE, type.size));
+        if (values > max_values) {
             VRN_LOG(VRN_LOG_ERROR,
                     "Type '%s' of schema '%s' expands to more than %" PRIu64 " values", type.name,
                     provider_, max_values);
@@ -105,8 +93,8 @@ class LayoutCheck {
     }
 
     const char *provider_;
-    // No cost: being measured.
-    std::unordered_map<const vrn_type_definition_t *, std::optional<Cost>> measured_;
+    // Nothing: being measured, or refused.
+    std::unordered_map<const vrn_type_definition_t *, std::optional<std::uint64_t>> measured_;
 };
 
 std::size_t resolve_leading_types(vrn_schema_t *schema) {
