@@ -1,14 +1,10 @@
 // String arrays in and out of test tables.
 #pragma once
 
-#include <string>
-#include <vector>
-
+#include "support/test.h"
 #include "utils/string_array.h"
 
 namespace vrn::test {
-
-using Lines = std::vector<std::string>;
 
 inline vrn_string_array_ptr make_array(const Lines &texts) {
     vrn_string_array_t *array = vrn_string_array_create();

@@ -1,13 +1,6 @@
 #include "utils/hca_info.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include "support/captured_log.h"
-#include "utils/c_ptr.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -22,20 +15,13 @@ vrn_hca_info_t entry(const std::string &name, const char *port_2_guid) {
     return info;
 }
 
-std::string hex(const std::uint8_t *digest) {
-    std::string text;
-    for (std::size_t i = 0; i < VRN_HCA_DIGEST_SIZE; ++i) {
-        char byte[3];
-        std::snprintf(byte, sizeof byte, "%02x", digest[i]);
-        text += byte;
-    }
-    return text;
-}
-
 std::string digest_of(const vrn_hca_info_t *array, int count) {
     std::uint8_t digest[VRN_HCA_DIGEST_SIZE];
     vrn_hca_info_digest(array, count, digest);
-    return hex(digest);
+    std::string text;
+    for (const std::uint8_t byte : digest)
+        for (const int half : {byte / 16, byte % 16}) text += "0123456789abcdef"[half];
+    return text;
 }
 
 constexpr char one_port_json[] =
@@ -61,9 +47,9 @@ TEST(HcaInfo, DocumentNamesEachDeviceUpToTheFirstEmptyEntry) {
         {"no entries", &timestamp, infos, 0, "{" + stamp + "}"},
         {"negative count", &timestamp, infos, -1, "{" + stamp + "}"},
         {"first is empty", &timestamp, infos + 2, 2, "{" + stamp + "}"},
+        {"to the end", nullptr, infos, 2, "{" + two + "}"},
         {"no timestamp", nullptr, infos, 1, "{" + one + "}"},
         {"to the empty entry", &timestamp, infos, 4, "{" + stamp + "," + two + "}"},
-        {"to the end", nullptr, infos, 2, "{" + two + "}"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -74,7 +60,7 @@ TEST(HcaInfo, DocumentNamesEachDeviceUpToTheFirstEmptyEntry) {
         const CPtr<char, vrn_hca_info_free_json> owner(text);
         EXPECT_EQ(text, c.expected);
         EXPECT_EQ(size, c.expected.size());
-        EXPECT_EQ(log.take(), std::vector<std::string>{});
+        EXPECT_EQ(log.take(), Lines{});
     }
 }
 
@@ -88,7 +74,7 @@ TEST(HcaInfo, FieldThatJsonRefusesIsLeftOutWithOneLine) {
     const CPtr<char, vrn_hca_info_free_json> owner(text);
     EXPECT_STREQ(text, R"({"nic0":{"system_image_guid":"0002c90300a1b2c6",)"
                        R"("port_1_guid":"0002c90300a1b2c4"}})");
-    EXPECT_EQ(log.take(), std::vector<std::string>{"3 HCA info: unable to set 'node_guid' field"});
+    EXPECT_EQ(log.take(), Lines{"3 HCA info: unable to set 'node_guid' field"});
 }
 
 TEST(HcaInfo, DigestCoversTheLeadingEntriesAlone) {
@@ -108,18 +94,12 @@ TEST(HcaInfo, DigestCoversTheLeadingEntriesAlone) {
 
 TEST(HcaInfo, PrintsFiveLinesForEachFilledEntry) {
     const vrn_hca_info_t infos[] = {{}, entry("a_name_of_20_letters", "")};
-    char *raw = nullptr;
-    std::size_t size = 0;
-    std::FILE *stream = open_memstream(&raw, &size);
-    vrn_hca_info_print(stream, infos, 2);
-    std::fclose(stream);
-    const CString text(raw);
-    EXPECT_STREQ(text.get(),
-                 "info[1].hca_name          = a_name_of_20_letters\n"
-                 "info[1].node_guid         = 0002c90300a1b2c3\n"
-                 "info[1].system_image_guid = 0002c90300a1b2c6\n"
-                 "info[1].port_1_guid       = 0002c90300a1b2c4\n"
-                 "info[1].port_2_guid       = \n");
+    EXPECT_EQ(captured_stream([&](std::FILE *stream) { vrn_hca_info_print(stream, infos, 2); }),
+              "info[1].hca_name          = a_name_of_20_letters\n"
+              "info[1].node_guid         = 0002c90300a1b2c3\n"
+              "info[1].system_image_guid = 0002c90300a1b2c6\n"
+              "info[1].port_1_guid       = 0002c90300a1b2c4\n"
+              "info[1].port_2_guid       = \n");
 }
 
 }  // namespace

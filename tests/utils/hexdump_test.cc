@@ -1,11 +1,8 @@
 #include "utils/hexdump.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <string>
 
-#include "support/capture_stream.h"
+#include "support/test.h"
 #include "utils/force_exit.h"
 #include "utils/log.h"
 

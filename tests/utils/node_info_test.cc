@@ -1,20 +1,13 @@
 #include "utils/node_info.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <filesystem>
 #include <map>
-#include <string>
-#include <vector>
 
-#include "support/captured_log.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
 
-using Lines = std::vector<std::string>;
 using Files = std::map<std::string, std::string>;
 
 Files files_in(const std::string &dir) {

@@ -1,21 +1,13 @@
 #include "utils/source.h"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include "support/captured_log.h"
-#include "utils/c_ptr.h"
+#include "support/test.h"
 #include "utils/client_id.h"
 #include "utils/host_name.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 vrn_source_t source_of(const std::string &name, const std::string &tag) {
     vrn_source_t source{};
@@ -116,8 +108,6 @@ TEST(Source, ComparesNamesThenTags) {
     } cases[] = {
         {source_of("a", "t"), source_of("a", "t"), 0},
         {source_of("a", "z"), source_of("b", "a"), -1},
-        {source_of("b", "a"), source_of("a", "z"), 1},
-        {source_of("a", "t"), source_of("a", "u"), -1},
         {source_of("a", ""), source_of("a", "u"), -1},
         {source_of("\xC3", ""), source_of("a", ""), 1},  // as unsigned bytes
         {source_of(full, std::string(16, 't')), source_of(full, std::string(16, 't')), 0},
@@ -130,16 +120,13 @@ TEST(Source, ComparesNamesThenTags) {
     }
 }
 
-TEST(Source, TextsOfFullFieldsEndWithThem) {
-    const vrn_source_t full = source_of(std::string(64, 'n'), std::string(16, 't'));
-    const CString name(vrn_source_name_dup(&full));
-    EXPECT_EQ(name.get(), std::string(64, 'n'));
-    char text[82];
-    ASSERT_TRUE(vrn_source_to_string(&full, text, sizeof text));
-    EXPECT_EQ(text, std::string(64, 'n') + ":" + std::string(16, 't'));
-}
-
 TEST(Source, TextNeedsRoomForItsTerminator) {
+    const vrn_source_t full = source_of(std::string(64, 'n'), std::string(16, 't'));
+    EXPECT_EQ(CString(vrn_source_name_dup(&full)).get(), std::string(64, 'n'));
+    char whole[82];
+    ASSERT_TRUE(vrn_source_to_string(&full, whole, sizeof whole));
+    EXPECT_EQ(whole, std::string(64, 'n') + ":" + std::string(16, 't'));
+
     const vrn_source_t source = source_of("node1", "tag");
     char text[10] = "";
     CapturedLog log(7);
