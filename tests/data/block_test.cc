@@ -1,13 +1,8 @@
 #include "data/block.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-
 #include "data/magic.h"
 #include "data/time.h"
-#include "support/capture_stream.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -16,13 +11,9 @@ TEST(Block, FourthByteAloneTellsTheKind) {
     for (int letter = 0; letter <= 255; ++letter) {
         SCOPED_TRACE(letter);
         const char block[4] = {'?', '\0', '?', static_cast<char>(letter)};
-        vrn_block_type_t expected = VRN_UNKNOWN_BLOCK;
-        if (letter == 'D') expected = VRN_COUNTERS_BLOCK;
-        if (letter == 'E') expected = VRN_EVENTS_BLOCK;
-        if (letter == 'S') expected = VRN_SCHEMAS_BLOCK;
-        if (letter == 'B') expected = VRN_BLOB_BLOCK;
-        if (letter == 'P') expected = VRN_PAGE_BLOCK;
-        if (letter == 'X') expected = VRN_CNTX_BLOCK;
+        const std::size_t kind = std::string_view("DESB\0PX", 7).find(block[3]);
+        const bool is_known = letter != 0 && kind != std::string_view::npos;
+        const auto expected = is_known ? static_cast<vrn_block_type_t>(kind) : VRN_UNKNOWN_BLOCK;
         EXPECT_EQ(vrn_block_type_of(block), expected);
     }
 }

@@ -1,17 +1,10 @@
 #include "data/compressed_page.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "support/captured_log.h"
 #include "support/page_blocks.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 vrn_data_page_t make_page(std::string_view source, std::string_view tag) {
     vrn_data_page_t page{};
@@ -36,33 +29,26 @@ TEST(CompressedPageHeader, HoldsTheFieldsOfThePage) {
         std::string source;
         std::string tag;
         HeaderFields expected;
-        const char *refusal;  // of a buffer one byte short
     } cases[] = {
-        {"abc",
-         "x",
-         {.header_size = 28, .data_size = 77},
-         "3 [vrn_copy_vrnp_header_into_buffer] buffer of 27 bytes is too small to accommodate VRNP "
-         "header of 28 bytes"},
-        {"",
-         "",
-         {24, 'G', 77, 0, "", 0, ""},
-         "3 [vrn_copy_vrnp_header_into_buffer] buffer of 23 bytes is too small to accommodate VRNP "
-         "header of 24 bytes"},
+        {"abc", "x", {.header_size = 28, .data_size = 77}},
+        {"", "", {24, 'G', 77, 0, "", 0, ""}},
         {long_source,
          long_tag,
-         {104, 'G', 77, 64, long_source.substr(0, 64), 16, long_tag.substr(0, 16)},
-         "3 [vrn_copy_vrnp_header_into_buffer] buffer of 103 bytes is too small to accommodate "
-         "VRNP header of 104 bytes"},
+         {104, 'G', 77, 64, long_source.substr(0, 64), 16, long_tag.substr(0, 16)}},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.source);
+        const std::string size = std::to_string(test.expected.header_size);
+        const std::string short_size = std::to_string(test.expected.header_size - 1);
         const vrn_data_page_t page = make_page(test.source, test.tag);
         CapturedLog log;
         EXPECT_EQ(vrn_pascal_strings_size(&page.source), test.expected.header_size);
         EXPECT_EQ(copy_header(page, 77, test.expected.header_size), header_bytes(test.expected));
         EXPECT_EQ(log.take(), Lines{});
         EXPECT_EQ(copy_header(page, 77, test.expected.header_size - 1U), "");
-        EXPECT_EQ(log.take(), Lines{test.refusal});
+        EXPECT_EQ(log.take(),
+                  Lines{"3 [vrn_copy_vrnp_header_into_buffer] buffer of " + short_size +
+                        " bytes is too small to accommodate VRNP header of " + size + " bytes"});
     }
 }
 
@@ -104,7 +90,6 @@ TEST(CompressedPageHeader, ReadsTextsWithinItsSizeOnly) {
         {"tag past the header", {.tag_length = 200}, "abc###", "x#####"},
         {"no tag length", {.header_size = 26}, "abc###", "######"},
         {"source cut", {.header_size = 24}, "a#####", "######"},
-        {"no texts", {.header_size = 22}, "######", "######"},
         {"no header", {.header_size = 0}, "######", "######"},
     };
     for (const auto &test : cases) {
@@ -124,12 +109,8 @@ TEST(CompressedPageHeader, ReadsTextsWithinItsSizeOnly) {
     }
 }
 
-TEST(PascalStrings, CountWholeTextsOfTheSecondForm) {
-    const std::string long_text(100, 'a');
-    EXPECT_EQ(vrn_pascal_strings_size(long_text.c_str(), "bc"), 126U);
-}
-
 TEST(PascalStrings, AreCutToTheirLimits) {
+    EXPECT_EQ(vrn_pascal_strings_size(std::string(100, 'a').c_str(), "bc"), 126U);
     char buffer[300];
     CapturedLog log;
     EXPECT_EQ(vrn_copy_as_pascal_string_info_buffer("abcdef", 4, buffer, 10), 5U);
@@ -151,7 +132,6 @@ TEST(CompressedPage, IsBuiltWholeByTheEncoder) {
     for (const auto encoding : {VRN_ENCODING_GZIP, VRN_ENCODING_SNAPPY}) {
         const std::string block = encode_page(encoding, "payload");
         EXPECT_EQ(block, page_around(encoding, encode(encoding, "payload")));
-        EXPECT_EQ(block.substr(32, block.size() - 36), encode(encoding, "payload"));
     }
 }
 
@@ -171,37 +151,24 @@ TEST(CompressedPage, DecodesIntoABufferOfItsSizeOnly) {
 
 TEST(CompressedPage, DecodesIntoANewBlock) {
     const std::string not_gzip = "3 [encoded_data] Error: stream is not gzip compressed data";
+    // clang-format off
     const struct {
-        const char *name;
-        std::string block;
-        bool decodes;
-        std::uint64_t size;
-        std::string payload;
+        const char *name; std::string block; bool decodes; std::uint64_t size; std::string payload;
         Lines lines;
     } cases[] = {
         {"gzip", encode_page(VRN_ENCODING_GZIP, "payload"), true, 7, "payload", {}},
         {"snappy", encode_page(VRN_ENCODING_SNAPPY, "payload"), true, 7, "payload", {}},
         {"empty", encode_page(VRN_ENCODING_GZIP, ""), true, 0, "", {}},
         {"first member shorter than claimed",
-         page_around('G', encode(VRN_ENCODING_GZIP, "ab") + encode(VRN_ENCODING_GZIP, "cde")),
-         true,
-         2,
-         "ab",
-         {}},
-        {"no gzip",
-         page_around('G', "nothing"),
-         false,
-         0,
-         "",
+         page_around('G', encode(VRN_ENCODING_GZIP, "ab") + encode(VRN_ENCODING_GZIP, "cde")), true,
+         2, "ab", {}},
+        {"no gzip", page_around('G', "nothing"), false, 0, "",
          {not_gzip, not_gzip, "3 [encoded_data] zlib error while decompressing"}},
         {"unknown encoding", page_around(0, "nothing"), false, 0, "", {}},
-        {"4 GiB claimed by 5 bytes",
-         page_around('S', "\xFF\xFF\xFF\xFF\x0F"),
-         false,
-         4294967295,
-         "",
-         {"3 [encoded_data] snappy decompression failed"}},
+        {"4 GiB claimed by 5 bytes", page_around('S', "\xFF\xFF\xFF\xFF\x0F"), false, 4294967295,
+         "", {"3 [encoded_data] snappy decompression failed"}},
     };
+    // clang-format on
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         CapturedLog log;

@@ -1,13 +1,10 @@
 #include "data/event_json.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
 
 #include "data/schema/schema_registration.h"
 #include "data/schema/type_system.h"
-#include "support/byte_builder.h"
-#include "utils/c_ptr.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -132,13 +129,6 @@ TEST_F(EventJsonRecord, RepeatedNamesKeepTheFirstPlaceAndTheLastValue) {
     // The last field is not compared when a type is registered.
     add("t", {{"a", "", "int8_t", 0, 1}, {"b", "", "int8_t", 0, 1}, {"a", "", "int8_t", 0, 1}});
     EXPECT_EQ(record("t", ByteBuilder().u8(1).u8(2).u8(3)), R"({"a":3,"b":2})");
-}
-
-TEST_F(EventJsonRecord, RefusesFieldsWithoutAType) {
-    add("t", {{"a", "", "int8_t", 0, 1}});
-    vrn_type_definition_t *type = schema_->types[0];
-    type->fields[0]->type = nullptr;
-    EXPECT_EQ(record("t", ByteBuilder().u8(1)), "null");
 }
 
 }  // namespace

@@ -1,11 +1,6 @@
 #include "data/guid_switch.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "support/captured_log.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -14,20 +9,17 @@ constexpr char prefixed_name[] = "VRN_CONVERT_GUID_TO_HEX_STRING";
 constexpr char bare_name[] = "CONVERT_GUID_TO_HEX_STRING";
 
 TEST(GuidSwitch, IsOnUnlessSetToSomethingUntrue) {
-    const std::vector<std::string> conflict = {
+    const Lines conflict = {
         "4 [vrn_getenv] Environment variables conflict - VRN_CONVERT_GUID_TO_HEX_STRING=0 and "
         "CONVERT_GUID_TO_HEX_STRING=1. Using VRN_CONVERT_GUID_TO_HEX_STRING"};
-    const struct {
-        const char *prefixed;
-        const char *bare;
-        bool on;
-        std::vector<std::string> log;
-    } cases[] = {
-        {nullptr, nullptr, true, {}}, {"", nullptr, true, {}},    {"1", nullptr, true, {}},
-        {"True", nullptr, true, {}},  {"Y", nullptr, true, {}},   {"0", nullptr, false, {}},
-        {"on", nullptr, false, {}},   {nullptr, "no", false, {}}, {nullptr, "", true, {}},
+    // clang-format off
+    const struct { const char *prefixed, *bare; bool on; Lines log; } cases[] = {
+        {nullptr, nullptr, true, {}}, {"", nullptr, true, {}}, {"1", nullptr, true, {}},
+        {"True", nullptr, true, {}}, {"Y", nullptr, true, {}}, {"0", nullptr, false, {}},
+        {"on", nullptr, false, {}}, {nullptr, "no", false, {}}, {nullptr, "", true, {}},
         {"0", "1", false, conflict},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string(c.prefixed ? c.prefixed : "-") + "/" + (c.bare ? c.bare : "-"));
         const ScopedEnv prefixed(prefixed_name, c.prefixed);

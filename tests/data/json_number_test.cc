@@ -1,11 +1,7 @@
 #include "data/json_number.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "data/json_template.h"
-#include "support/captured_log.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -13,7 +9,7 @@ namespace {
 TEST(JsonNumber, ReadsWhatFitsAndRefusesTheRest) {
     constexpr std::uint64_t untouched = 77;
     const auto reads = [](const char *json, std::uint64_t max, std::uint64_t expected,
-                          const std::vector<std::string> &lines) {
+                          const Lines &lines) {
         SCOPED_TRACE(json);
         CapturedLog log;
         const vrn_json_value_ptr value(json_parse_string(json));

@@ -1,17 +1,10 @@
 #include "data/page_encoding.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "support/captured_log.h"
 #include "support/page_blocks.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 const Lines zlib_error = {"3 [encoded_data] zlib error while decompressing"};
 const Lines zlib_failed = {"3 [encoded_data] zlib decompression failed"};
@@ -68,9 +61,7 @@ TEST(PageEncoding, TellsTheClaimedSize) {
         Lines lines;
     } cases[] = {
         {"gzip: empty", 'G', "", 0, {not_gzip}},
-        {"gzip: one byte", 'G', "\x1F", 0, {not_gzip}},
         {"gzip: other start", 'G', "\x1F\x8C\x08\x08\x08", 0, {not_gzip}},
-        {"gzip: two bytes", 'G', "\x1F\x8B", 0, {too_small}},
         {"gzip: three bytes", 'G', "\x1F\x8B\x08", 0, {too_small}},
         {"gzip: four bytes are their own trailer", 'G', "\x1F\x8B\x08\x01", 0x01088B1F, {}},
         {"gzip: all ones", 'G', "\x1F\x8B\xFF\xFF\xFF\xFF", 4294967295, {}},
@@ -78,7 +69,6 @@ TEST(PageEncoding, TellsTheClaimedSize) {
         {"snappy: preamble only", 'S', "\xFF\xFF\xFF\xFF\x0F", 4294967295, {}},
         {"snappy: preamble above 32 bits", 'S', "\xFF\xFF\xFF\xFF\x1F", 0, {}},
         {"unknown", 'X', "\x1F\x8B\xFF\xFF\xFF\xFF", 0, {}},
-        {"zero", 0, "\x1F\x8B\xFF\xFF\xFF\xFF", 0, {}},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
@@ -142,35 +132,22 @@ TEST(PageEncoding, StopsBehindTheFirstGzipMember) {
     EXPECT_EQ(log.take(), Lines{});
 }
 
-TEST(PageEncoding, SurvivesEveryTruncation) {
-    const std::string payload = sample_payload();
-    for (const auto encoding : {VRN_ENCODING_GZIP, VRN_ENCODING_SNAPPY}) {
-        const std::string stream = encode(encoding, payload);
-        CapturedLog log;
-        for (std::size_t length = 0; length < stream.size(); ++length) {
-            std::string decoded;
-            EXPECT_FALSE(decode(encoding, stream.substr(0, length), payload.size(), &decoded));
-            ASSERT_EQ(log.take().size(), 1U) << length;
-        }
-    }
-}
-
 // gzip carries a checksum and must notice; a snappy block has none, so only its size is sure.
-TEST(PageEncoding, SurvivesEveryFlippedByte) {
+TEST(PageEncoding, SurvivesEveryTruncationAndFlippedByte) {
     const std::string payload = sample_payload();
     for (const auto encoding : {VRN_ENCODING_GZIP, VRN_ENCODING_SNAPPY}) {
         const std::string stream = encode(encoding, payload);
         CapturedLog log;
+        std::string decoded;
         for (std::size_t place = 0; place < stream.size(); ++place) {
+            EXPECT_FALSE(decode(encoding, stream.substr(0, place), payload.size(), &decoded));
+            ASSERT_EQ(log.take().size(), 1U) << place;
             for (const char flip : {'\x01', '\x80', '\xFF'}) {
                 std::string bad = stream;
                 bad[place] = static_cast<char>(bad[place] ^ flip);
-                std::string decoded;
                 const bool good = decode(encoding, bad, payload.size(), &decoded);
                 ASSERT_EQ(log.take().size(), good ? 0U : 1U) << place;
-                if (good && encoding == VRN_ENCODING_GZIP) {
-                    ASSERT_EQ(decoded, payload) << place;
-                }
+                ASSERT_TRUE(!good || encoding != VRN_ENCODING_GZIP || decoded == payload) << place;
             }
         }
     }

@@ -1,21 +1,14 @@
 #include "data/value_format.h"
 
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <ctime>
 #include <functional>
 #include <optional>
-#include <string>
-#include <vector>
 
-#include "support/captured_log.h"
-#include "utils/c_ptr.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 constexpr std::uint32_t unknown_format = 0xFFFFFFFF;
 constexpr std::uint8_t sixteen_bytes[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xff};
@@ -59,19 +52,15 @@ TEST(ValueFormat, ShowsEachTypeInEachForm) {
         "0000101100001100000011010000111011111111";
     const FormatCase cases[] = {
         {"u64 default", u64(UINT64_MAX), 0, "18446744073709551615", quiet},
-        {"u64 decimal", u64(5), 1, "5", quiet},
         {"u64 hex", u64(UINT64_MAX), 2, "0xffffffffffffffff", quiet},
         {"u64 hex is padded", u64(0xab), 2, "0x00000000000000ab", quiet},
         {"u64 uuid", u64(5), 3, "5", uint64_warning},
         {"u64 binary", u64(5), 4, "0b" + zeros60 + "0101", quiet},
         {"u64 unknown", u64(5), unknown_format, "5", quiet},
         {"i64 default", i64(INT64_MIN), 0, "-9223372036854775808", quiet},
-        {"i64 decimal", i64(-1), 1, "-1", quiet},
-        {"i64 hex", i64(-1), 2, "0xffffffffffffffff", quiet},
         {"i64 uuid", i64(-1), 3, "-1", int64_warning},
         {"i64 binary", i64(INT64_MIN + 8), 4, "0b1" + zeros60.substr(1) + "1000", quiet},
         {"i64 unknown", i64(-1), unknown_format, "-1", quiet},
-        {"fp64 default", fp64(-2.5), 0, "-2.500000", quiet},
         {"fp64 decimal", fp64(1.0 / 3), 1, "0.333333", quiet},
         {"fp64 hex shows the bits", fp64(1.0), 2, "0x3ff0000000000000", quiet},
         {"fp64 uuid", fp64(1.0), 3, "1.000000", fp64_warning},
@@ -79,7 +68,6 @@ TEST(ValueFormat, ShowsEachTypeInEachForm) {
         {"fp64 unknown", fp64(1.0), unknown_format, "1.000000", quiet},
         {"fp64 is cut", fp64(1e300), 1, "1000000000000000052504760255204", quiet},
         {"u128 default", u128, 0, "000102030405060708090a0b0c0d0eff", uint128_warning},
-        {"u128 decimal", u128, 1, "000102030405060708090a0b0c0d0eff", uint128_warning},
         {"u128 hex", u128, 2, "0x000102030405060708090a0b0c0d0eff", quiet},
         {"u128 uuid", u128, 3, "00010203-0405-0607-0809-0a0b0c0d0eff", quiet},
         {"u128 binary", u128, 4, binary16, quiet},
@@ -96,21 +84,11 @@ TEST(ValueFormat, ShowsEachTypeInEachForm) {
     }
 }
 
-TEST(ValueFormat, WarnsOnEveryCall) {
-    CapturedLog log;
-    for (int i = 0; i < 2; ++i) const CString text(vrn_format_uint64_string(1, 3));
-    EXPECT_EQ(log.take().size(), 2U);
-}
-
 TEST(ValueFormat, RefusesNullBytes) {
     CapturedLog log(7);
     EXPECT_EQ(vrn_format_uint128_string(nullptr, 1), nullptr);
     EXPECT_EQ(vrn_format_int128_string(nullptr, 3), nullptr);
     EXPECT_EQ(log.take(), quiet);
-}
-
-TEST(ValueFormat, ShowsGuidsAsPaddedHex) {
-    EXPECT_STREQ(CString(vrn_format_guid_string(0x2c9)).get(), "0x00000000000002c9");
 }
 
 TEST(GuidNames, TellsWordsFromSubstrings) {
@@ -170,16 +148,11 @@ TEST_F(TimestampFormat, ShowsLocalTimeAndTruncates) {
 }
 
 TEST(BufferAppendf, AppendsCutsAndTerminates) {
+    // clang-format off
     const struct {
-        const char *name;
-        std::size_t size;
-        int position;
-        const char *text;
-        int result;
-        int new_position;
-        const char *content;
+        const char *name; std::size_t size; int position; const char *text;
+        int result, new_position; const char *content;
     } cases[] = {
-        {"in the middle", 8, 2, "cd", 2, 4, "abcd"},
         {"fills the buffer", 6, 2, "cde", 3, 5, "abcde"},
         {"cut by one", 6, 2, "cdef", 4, 5, "abcde"},
         {"negative starts over", 8, -3, "xy", 2, 2, "xy"},
@@ -188,6 +161,7 @@ TEST(BufferAppendf, AppendsCutsAndTerminates) {
         {"no room at the last place", 3, 2, "xy", 2, 2, "ab"},
         {"buffer of one", 1, 0, "xy", 2, 0, ""},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         std::string buffer = "ab\x7f\x7f\x7f\x7f\x7f\x7f";
