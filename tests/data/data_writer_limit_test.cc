@@ -2,28 +2,21 @@
 #include "data/data_writer_limit.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <boost/filesystem.hpp>
-#include <string>
-#include <vector>
 
 #include "data/data_writer.h"
-#include "support/captured_log.h"
 #include "support/data_tree.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 #include "support/test_page.h"
 
+namespace vrn::test {
 namespace {
 
 namespace fs = boost::filesystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using vrn::test::CapturedLog;
-using vrn::test::data_files_of;
-using vrn::test::TempDir;
-using vrn::test::TestPage;
 
 constexpr std::uint64_t start = 1'794'712'886'000'000;
 
@@ -151,3 +144,4 @@ TEST_F(DataWriterLimit, StopsAtAFileThatCannotBeRemoved) {
 }
 
 }  // namespace
+}  // namespace vrn::test

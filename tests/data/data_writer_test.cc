@@ -1,31 +1,21 @@
 #include "data/data_writer.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <boost/filesystem.hpp>
 #include <functional>
-#include <string>
-#include <vector>
 
-#include "support/byte_builder.h"
-#include "support/captured_log.h"
 #include "support/data_tree.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 #include "support/test_page.h"
 
+namespace vrn::test {
 namespace {
 
 namespace fs = boost::filesystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-using vrn::test::ByteBuilder;
-using vrn::test::CapturedLog;
-using vrn::test::data_files_of;
-using vrn::test::read_file;
-using vrn::test::TempDir;
-using vrn::test::TestPage;
 
 constexpr std::uint64_t start = 1'794'712'886'000'000;  // 2026-11-15 03:21:26 UTC
 constexpr std::size_t header_size = 256;
@@ -44,16 +34,16 @@ class DataWriter : public ::testing::Test {
         const std::string bytes = read_file(dir.file(name));
         return bytes.size() < header_size ? "" : bytes.substr(header_size);
     }
-    std::vector<std::string> files_on_disk() const {
-        std::vector<std::string> names;
+    Lines files_on_disk() const {
+        Lines names;
         for (const std::string &path : data_files_of(dir.path()))
             names.push_back(path.substr(dir.path().size() + 1));
         return names;
     }
 
     // Lines so far, without those of the page's own functions.
-    static std::vector<std::string> writer_lines(CapturedLog *log) {
-        std::vector<std::string> lines = log->take();
+    static Lines writer_lines(CapturedLog *log) {
+        Lines lines = log->take();
         std::erase_if(lines, [](const auto &line) { return line.starts_with("7 [data_page]"); });
         return lines;
     }
@@ -62,17 +52,6 @@ class DataWriter : public ::testing::Test {
     const TempDir dir;
     vrn_data_writer_ptr writer;
 };
-
-TEST_F(DataWriter, StoresPagesUnderTheDefaultTemplate) {
-    vrn_data_writer_ptr plain(vrn_data_writer_create(&client));
-    EXPECT_TRUE(vrn_data_writer_set_data_dir(plain.get(), dir.path().c_str()));
-    TestPage page(8, 4);
-    page.times(start, start + 9).data("VRND1234");
-    EXPECT_TRUE(vrn_data_writer_write_page(plain.get(), page.get(), nullptr));
-    const std::string path = dir.file("2026/1115/node1/tag_1794712886000000.bin");
-    EXPECT_THAT(data_files_of(dir.path()), ElementsAre(path));
-    EXPECT_EQ(vrn_data_writer_get_first_timestamp(plain.get(), page.get()), start);
-}
 
 TEST_F(DataWriter, WritesWholeBlocks) {
     const struct {
@@ -98,9 +77,9 @@ TEST_F(DataWriter, WritesWholeBlocks) {
 }
 
 TEST_F(DataWriter, SkipsPages) {
+    // clang-format off
     const struct {
-        const char *name;
-        std::function<void(vrn_data_page_t &)> change;
+        const char *name; std::function<void(vrn_data_page_t &)> change;
         const char *line;  // null: stored
     } cases[] = {
         {"old minor", [](auto &page) { page.version = 0x00000601; },
@@ -110,11 +89,7 @@ TEST_F(DataWriter, SkipsPages) {
         {"oldest version", [](auto &page) { page.version = 0x00000701; }, nullptr},
         {"empty", [](auto &page) { page.filled_bytes = 720; },
          "7 [data_writer] Received empty data page. Skipping."},
-        {"blob",
-         [](auto &page) {
-             page.filled_bytes = 720;
-             vrn_schema_id_set_blob(&page.schema_id);
-         },
+        {"blob", [](auto &page) {page.filled_bytes = 720; vrn_schema_id_set_blob(&page.schema_id);},
          "7 [data_writer] Received empty data page. Skipping."},
         {"filled amid its header", [](auto &page) { page.filled_bytes = 719; },
          "3 [data_writer] Data page of 1720 bytes has 719 filled. Skipping."},
@@ -125,6 +100,7 @@ TEST_F(DataWriter, SkipsPages) {
         {"no room for a block", [](auto &page) { page.block_size = 1001; },
          "3 [data_writer] Data page of 1720 bytes has a block size of 1001. Skipping."},
     };
+    // clang-format on
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         CapturedLog log(7);
@@ -149,7 +125,7 @@ TEST_F(DataWriter, ActsOnTheFirstBlock) {
     const struct {
         const char *tag;
         std::string data;
-        std::vector<std::string> lines;
+        Lines lines;
         std::string schema_ids;  // first bytes of the header's counters and event schema ids
     } cases[] = {
         {"counters", "VRND", {}, ByteBuilder().u8(7).zeros(17).done()},
@@ -158,8 +134,8 @@ TEST_F(DataWriter, ActsOnTheFirstBlock) {
          "VRNE",
          {"4 [data_writer] First data block is VRNE. No schema ids could be extracted."},
          std::string(18, '\0')},
-        {"page", "VRNP", {"7 [data_writer] First data block is VRNP."}, std::string(18, '\0')},
         {"metrics", "CNTX", {"7 [data_writer] First data block is CNTX."}, std::string(18, '\0')},
+        {"page", "VRNP", {"7 [data_writer] First data block is VRNP."}, std::string(18, '\0')},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.tag);
@@ -330,3 +306,4 @@ TEST_F(DataWriter, TellsTheFirstTimeOfAFile) {
 }
 
 }  // namespace
+}  // namespace vrn::test
