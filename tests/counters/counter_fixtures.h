@@ -1,7 +1,6 @@
 // Counters, schemas and prints in few words.
 #pragma once
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -45,18 +44,6 @@ inline std::string schema_json(const std::string &counters, const std::string &n
     return R"({"version": "1.5.0", "counter_groups": [{"granularity": ")" + granularity +
            R"(", "name": "g", "provider": "p", "num_counters": 0, "num_counter_sets": )" +
            num_counter_sets + R"(, "counters": [)" + counters + "]}]}";
-}
-
-// What `print` writes to its stream.
-template <typename Print>
-std::string printed(Print print) {
-    char *buffer = nullptr;
-    std::size_t size = 0;
-    std::FILE *stream = open_memstream(&buffer, &size);
-    print(stream);
-    std::fclose(stream);
-    const CString owner(buffer);
-    return {buffer, size};
 }
 
 }  // namespace vrn::test

@@ -1,18 +1,11 @@
 #include "counters/counter_group.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "counters/counter_fixtures.h"
 #include "data/schema/name_tables.h"
-#include "support/captured_log.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 // The line numbers of the messages are left to the code.
 Lines without_lines(const Lines &lines) {
@@ -95,15 +88,16 @@ TEST(CounterGroup, PrintsItsCounters) {
     vrn_counter_info_t counter = make_counter("rx", 1);
     counter.description = text("A description that is cut behind forty characters");
     ASSERT_TRUE(vrn_counter_group_add_counter(group.get(), &counter));
-    EXPECT_EQ(printed([&](std::FILE *stream) { vrn_counter_group_print(group.get(), stream); }),
-              "------------------------------------------\n"
-              "| Granularity per NODE (1 counter sets) \n"
-              "------------------------------------------\n"
-              "|  # | Active counter       | Description                             \n"
-              "------------------------------------------\n"
-              "|  0 | rx                   | A description that is cut behind forty c\n"
-              "------------------------------------------\n");
-    EXPECT_EQ(printed([&](std::FILE *stream) { vrn_counter_info_print(&counter, stream); }),
+    EXPECT_EQ(
+        captured_stream([&](std::FILE *stream) { vrn_counter_group_print(group.get(), stream); }),
+        "------------------------------------------\n"
+        "| Granularity per NODE (1 counter sets) \n"
+        "------------------------------------------\n"
+        "|  # | Active counter       | Description                             \n"
+        "------------------------------------------\n"
+        "|  0 | rx                   | A description that is cut behind forty c\n"
+        "------------------------------------------\n");
+    EXPECT_EQ(captured_stream([&](std::FILE *stream) { vrn_counter_info_print(&counter, stream); }),
               "| rx                                       | A description that is cut behind forty "
               "characters            |\n");
 }

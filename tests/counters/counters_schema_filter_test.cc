@@ -1,18 +1,11 @@
 // Counters schemas read through a counter set.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "counters/counter_data.h"
 #include "counters/counter_fixtures.h"
-#include "support/byte_builder.h"
-#include "support/captured_log.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 TEST(CountersSchemaFilter, DescribesAPackedRowOfWhatStayed) {
     const std::string group = R"({"granularity": "CPU", "name": "g", "provider": "p",

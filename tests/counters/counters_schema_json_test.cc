@@ -1,16 +1,10 @@
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
 
 #include "counters/counter_fixtures.h"
-#include "support/captured_log.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 constexpr char document[] = R"({
     "title": "Varnel performance counters collector",
@@ -52,7 +46,8 @@ TEST(CountersSchemaJson, ReadsWhatItWrites) {
     const auto schema = parse_schema(document);
     ASSERT_NE(schema, nullptr);
     EXPECT_EQ(schema->size, 12U);
-    EXPECT_EQ(printed([&](std::FILE *stream) { vrn_counters_schema_print(schema.get(), stream); }),
+    EXPECT_EQ(captured_stream(
+                  [&](std::FILE *stream) { vrn_counters_schema_print(schema.get(), stream); }),
               std::string(document) + "\n");
     EXPECT_EQ(log.take(), Lines{});
 }
@@ -68,8 +63,7 @@ TEST(CountersSchemaJson, FillsOptionalKeys) {
     EXPECT_EQ(group->granularity, 0xFFFFFFFF);
     EXPECT_EQ(group->num_counter_sets, 42949U);
     ASSERT_EQ(group->num_counters, 2U);
-    const vrn_counter_info_t *a = group->counters[0];
-    const vrn_counter_info_t *b = group->counters[1];
+    const vrn_counter_info_t *a = group->counters[0], *b = group->counters[1];
     EXPECT_EQ(a->data_type, 0xFFFFFFFF);
     EXPECT_EQ(a->string_format, 0xFFFFFFFF);
     EXPECT_EQ(a->hidden, 1);
@@ -109,20 +103,16 @@ TEST(CountersSchemaJson, RefusesOtherDocuments) {
         Lines log;
     } cases[] = {
         {"no JSON", "{", {"3 Failed parsing counters schema JSON from string"}},
-        {"no groups", R"({"version": "1.5.0"})", {schema_mismatch}},
         {"version number", R"({"version": 1, "counter_groups": []})", {schema_mismatch}},
-        {"null group",
-         R"({"version": "1.5.0", "counter_groups": [null]})",
-         {group_mismatch, undecoded}},
         {"sets text", schema_json("", R"("1")"), {group_mismatch, undecoded}},
         {"null counter", schema_json("null", "1"), {undecoded}},
         {"huge sets", schema_json("", "1e300"), range_error("1e+300", "num_counter_sets")},
         {"huge length", schema_json(counter_json("a", "STRING", R"(, "length": 4294967296)"), "1"),
          range_error("4.29497e+09", "length")},
-        {"negative offset", schema_json(counter_json("a", "STRING", R"(, "offset": -1)"), "1"),
-         range_error("-1", "offset")},
         {"negative index", schema_json(counter_json("a", "STRING", R"(, "index": -1)"), "1"),
          range_error("-1", "index")},
+        {"negative offset", schema_json(counter_json("a", "STRING", R"(, "offset": -1)"), "1"),
+         range_error("-1", "offset")},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
@@ -148,7 +138,6 @@ TEST(CountersSchemaJson, RefusesClaimsOfEndlessOutput) {
         std::string json;
         Lines log;
     } cases[] = {
-        {"most sets", schema_json("", "65536"), {}},
         {"too many sets",
          schema_json("", "65537"),
          {"3 Counter group #0 has 65537 counter sets, more than 65536"}},

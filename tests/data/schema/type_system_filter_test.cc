@@ -1,10 +1,8 @@
-#include <gtest/gtest.h>
 
 #include "data/schema/provider_field_set.h"
 #include "data/schema/schema_text.h"
 #include "data/schema/type_system_load.h"
-#include "support/captured_log.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -28,7 +26,7 @@ class TypeSystemFilter : public testing::Test {
     const TempDir dir_;
     const vrn_type_system_ptr ts_{vrn_type_system_create()};
     bool parsed_ = false;
-    Log log_;
+    Lines log_;
 };
 
 TEST_F(TypeSystemFilter, KeepsTheLayoutOfWhatStays) {
@@ -47,11 +45,11 @@ TEST_F(TypeSystemFilter, KeepsTheLayoutOfWhatStays) {
     EXPECT_EQ(schema->types[1]->num_fields, 2);
     const std::string unwanted = " as it is not required by the provided field set";
     const std::string empty = " as it has no fields after filtering by field set";
-    EXPECT_EQ(log_, (Log{"7 Skipping type definition 'other'" + unwanted,
-                         "7 Skipping field 'none_left.a'" + unwanted,
-                         "7 Skipping field 'none_left.b'" + unwanted,
-                         "7 Skipping type definition 'none_left'" + empty,
-                         "7 Skipping field 'kept.a'" + unwanted}));
+    EXPECT_EQ(log_, (Lines{"7 Skipping type definition 'other'" + unwanted,
+                           "7 Skipping field 'none_left.a'" + unwanted,
+                           "7 Skipping field 'none_left.b'" + unwanted,
+                           "7 Skipping type definition 'none_left'" + empty,
+                           "7 Skipping field 'kept.a'" + unwanted}));
 }
 
 TEST_F(TypeSystemFilter, TellsADroppedSchemaFromABadOne) {

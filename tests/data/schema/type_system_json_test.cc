@@ -1,10 +1,8 @@
 #include "data/schema/type_system_json.h"
 
-#include <gtest/gtest.h>
-
 #include "data/json_template.h"
 #include "data/schema/schema_text.h"
-#include "support/captured_log.h"
+#include "support/test.h"
 #include "utils/name_table.h"
 
 namespace vrn::test {
@@ -50,12 +48,12 @@ TEST_F(TypeSystemJson, WritesWhatItReads) {
     EXPECT_STREQ(vrn_json_text_ptr(vrn_type_system_to_string(ts.get(), true)).get(),
                  "{\n    \"name\": \"Varnel type system\",\n    \"version\": \"1.5.0\",\n"
                  "    \"schemas\": []\n}");
-    EXPECT_EQ(log_.take(), Log{});
+    EXPECT_EQ(log_.take(), Lines{});
 }
 
 TEST_F(TypeSystemJson, ReadsDocumentsOfEveryForm) {
     const auto reads = [this](const char *name, const std::string &text, int num_schemas,
-                              bool counters, const Log &log) {
+                              bool counters, const Lines &log) {
         SCOPED_TRACE(name);
         const vrn_type_system_ptr ts = read(text);
         ASSERT_NE(ts, nullptr);

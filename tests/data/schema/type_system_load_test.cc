@@ -1,11 +1,8 @@
 #include "data/schema/type_system_load.h"
 
-#include <gtest/gtest.h>
-
 #include "data/event_json.h"
 #include "data/schema/schema_text.h"
-#include "support/captured_log.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -36,14 +33,14 @@ TEST_F(TypeSystemLoad, AppendsALinkedSchemaWithoutDigest) {
     EXPECT_EQ(schema->parent, ts_->builtin_schema);
     EXPECT_NE(schema->types[0]->fields[0]->type, nullptr);
     EXPECT_TRUE(vrn_schema_id_is_zero(&schema->md5_digest));
-    EXPECT_EQ(log_.take(), Log{});
+    EXPECT_EQ(log_.take(), Lines{});
 }
 
 TEST_F(TypeSystemLoad, RefusesBadFiles) {
     const std::string unreadable =
         "3 Failed reading schema JSON from file '" + dir_.file("s.json") + "'";
     const std::string unlinked = "3 Failed to adjust type fields within schema p";
-    const std::pair<std::string, Log> cases[] = {
+    const std::pair<std::string, Lines> cases[] = {
         {"{", {unreadable}},
         {counters_text, {"6 Not an event schema"}},
         {schema_text("t 4 a:x@0,4"),
@@ -68,10 +65,10 @@ TEST_F(TypeSystemLoad, RefusesTheSchemaBehindTheLast) {
     EXPECT_EQ(load(schema_text(int_type), &parsed), nullptr);
     EXPECT_TRUE(parsed);
     EXPECT_EQ(ts_->num_schemas, 255);
-    EXPECT_EQ(log_.take(), Log{"3 Failed to load schema: schema limit exceeded '255'"});
+    EXPECT_EQ(log_.take(), Lines{"3 Failed to load schema: schema limit exceeded '255'"});
     EXPECT_EQ(merge(schema_text(int_type)), VRN_TYPE_SYSTEM_FAILED);
     EXPECT_EQ(index_, 254);
-    EXPECT_EQ(log_.take(), Log{});
+    EXPECT_EQ(log_.take(), Lines{});
     EXPECT_EQ(vrn_type_system_remove_last_schema(ts_.get()), 254);
     EXPECT_EQ(ts_->schemas[254], nullptr);
 }
@@ -130,9 +127,9 @@ TEST_F(TypeSystemLoad, DecodesNothingByMergedSchemasThatCannotBeLinked) {
 
 TEST_F(TypeSystemLoad, RefusesTextsOfNeitherKind) {
     EXPECT_EQ(merge("nonsense"), VRN_TYPE_SYSTEM_FAILED);
-    EXPECT_EQ(log_.take(), Log{"3 Failed to read schemas as JSON"});
+    EXPECT_EQ(log_.take(), Lines{"3 Failed to read schemas as JSON"});
     EXPECT_EQ(merge("{}"), VRN_TYPE_SYSTEM_FAILED);
-    const Log log = log_.take();
+    const Lines log = log_.take();
     EXPECT_EQ(log.front(), "6 Not an event schema");
     EXPECT_EQ(log.back(), "3 Failed to convert schema from JSON to internal memory representation");
     EXPECT_EQ(index_, 99);
