@@ -1,6 +1,5 @@
 // Reads every truncation and many damaged forms of the sample files; the sanitizers judge.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include "reader/reader.h"
 #include "reader/reader_options.h"
 #include "reader/sample_files.h"
+#include "support/test.h"
 #include "utils/log.h"
 
 namespace vrn::test {

@@ -1,16 +1,13 @@
 #include "reader/data_dir.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <string>
-#include <vector>
 
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -23,7 +20,7 @@ using ::testing::UnorderedElementsAre;
 
 struct Walk {
     bool good;
-    std::vector<std::string> files;
+    Lines files;
     std::string errors;
 };
 
@@ -56,15 +53,17 @@ TEST(DataDir, TakesEveryRegularFile) {
 TEST(DataDir, RefusesFoldersThatCannotBeOpened) {
     const TempDir dir;
     const std::string file = dir.write("file", "");
-    EXPECT_EQ(walk(dir.file("none")).errors,
-              "Failed to open directory '" + dir.file("none") + "': No such file or directory\n");
-    EXPECT_EQ(walk(file).errors, "Failed to open directory '" + file + "': Not a directory\n");
-    EXPECT_EQ(walk("").errors, "Failed to open directory '': No such file or directory\n");
-    EXPECT_FALSE(walk(file).good);
-
     const std::string long_path(5000, 'a');
-    EXPECT_EQ(walk(long_path).errors,
-              "Failed to open directory '" + long_path + "': File name too long\n");
+    const std::pair<std::string, std::string> cases[] = {
+        {dir.file("none"), "No such file or directory"},
+        {file, "Not a directory"},
+        {"", "No such file or directory"},
+        {long_path, "File name too long"}};
+    for (const auto &[path, reason] : cases) {
+        const Walk result = walk(path);
+        EXPECT_FALSE(result.good);
+        EXPECT_EQ(result.errors, "Failed to open directory '" + path + "': " + reason + "\n");
+    }
 }
 
 // Makes folders of one letter, one below the other, deeper than any path can name.

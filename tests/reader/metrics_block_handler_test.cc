@@ -1,14 +1,10 @@
 #include "reader/metrics_block_handler.h"
 
-#include <gtest/gtest.h>
-
-#include "support/captured_log.h"
 #include "support/stream_blocks.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 struct Outcome {
     bool done;
@@ -100,23 +96,20 @@ TEST(MetricsBlockHandler, NamesEachFault) {
         std::string errors;
         Lines lines;
     };
+    // clang-format off
     const Case cases[] = {
         {"no mark", "VRNX", "", missing_cntd},
         {"size 0", with_total_size(good, 0), "", missing_cntd},
-        {"cut",
-         good.substr(0, good.size() - 1),
-         "",
+        {"cut", good.substr(0, good.size() - 1), "",
          {failed + "Invalid magic numbers in the binary data"}},
-        {"bad constant labels",
-         with_inserted(good, "CNTD", "CLBL\xff\xff"),
-         "",
-         {"3 [vrn metrics parser] Invalid binary data format: Missing 'clbl' suffix",
-          failed + "Invalid binary data format: Missing suffix"}},
-        {"unknown metric",
-         block_of({.samples = {{1, 0}}}),
+        {"bad constant labels", with_inserted(good, "CNTD", "CLBL\xff\xff"), "",
+         {"3 [vrn metrics parser] Invalid binary data format: Missing 'clbl' suffix", failed +
+          "Invalid binary data format: Missing suffix"}},
+        {"unknown metric", block_of({.samples = {{1, 0}}}),
          "Failed processing file a.bin: Failed to JSONify metric values\n",
          {"3 failed to JSONify metrics: invalid metric id"}},
     };
+    // clang-format on
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
         const Outcome outcome = handle(c.block, VRN_FORMAT_NDJSON);

@@ -1,19 +1,11 @@
 #include "reader/page_writer.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "data/data_writer.h"
-#include "support/captured_log.h"
 #include "support/page_blocks.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 TEST(PageWriter, KeepsAPageOfTheSameSize) {
     vrn_data_page_t *first = vrn_reader_page_prepare(nullptr, 100);
