@@ -16,6 +16,8 @@
 // (a double that is no number, a text that is no UTF-8) leaves its key out. Null: out of memory.
 JSON_Value *vrn_counters_row_to_json(std::uint64_t timestamp, vrn::Bytes values,
                                      const vrn_counters_schema_t *schema, bool microseconds);
+// The state of the GUID switch for counters, read once.
+bool vrn_counters_convert_guids();
 // The time and a table of each group. Values are read from 8-byte slots in the order of the
 // counters and not at their offsets: right only for rows of 8-byte values, deliberately.
 void vrn_counters_row_print(std::FILE *stream, std::uint64_t timestamp, vrn::Bytes values,

@@ -1,9 +1,12 @@
 #include <algorithm>
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 #include "counters/counter_data.h"
 #include "counters/counter_row.h"
 #include "counters/counter_value.h"
+#include "counters/counters_row_walk.h"
 #include "data/guid_switch.h"
 #include "data/json_write.h"
 #include "data/schema/name_tables.h"
@@ -13,40 +16,44 @@ namespace {
 
 GuidSwitch guid_switch;
 
-vrn_json_value_ptr counter_set_to_json(const vrn_counter_group_t *group, const vrn::CounterRow &row,
-                                       bool convert_guids) {
-    vrn_json_value_ptr value(json_value_init_object());
-    JSON_Object *object = json_value_get_object(value.get());
-    for (std::uint32_t i = 0; object && i < group->num_counters; ++i) {
-        const vrn_counter_info_t *counter = group->counters[i];
-        const auto found = vrn_counter_value_read(counter, row, convert_guids);
-        // A value that can't be set leaves its key out.
-        if (found.text)
-            json_object_set_string(object, counter->name, found.text);
-        else
-            json_object_set_number(object, counter->name, found.number);
+// See counters_row_walk.h.
+class TreeSink {
+  public:
+    TreeSink(JSON_Object *root, const vrn::CounterRow &row, bool microseconds)
+        : object_(root), row_(row), microseconds_(microseconds) {}
+
+    void time(std::uint64_t timestamp) {
+        json_object_set_number(object_, "timestamp", static_cast<double>(timestamp));
+        const vrn::CString time(vrn_format_timestamp(timestamp, microseconds_));
+        if (time) text("@timestamp", time.get());
     }
-    return value;
-}
+    void text(const char *key, const char *value) { json_object_set_string(object_, key, value); }
+    bool begin_array(const char *key) {
+        arrays_.push_back(vrn_json_add_array(object_, key));
+        return arrays_.back() != nullptr;
+    }
+    void end_array() { arrays_.pop_back(); }
+    bool begin_element() {
+        vrn_json_value_ptr value(json_value_init_object());
+        object_ = json_value_get_object(value.get());
+        return vrn_json_append(arrays_.back(), std::move(value));
+    }
+    void begin_group(std::size_t) {}
+    void end_element() {}
+    void counter(const vrn_counter_info_t &counter) {
+        const auto found = vrn_counter_value_read(&counter, row_, vrn_counters_convert_guids());
+        if (found.text)
+            text(counter.name, found.text);
+        else
+            json_object_set_number(object_, counter.name, found.number);
+    }
 
-const char *group_name(const vrn_counter_group_t *group) {
-    if (group->name) return group->name;
-    return group->provider_hooks ? group->provider_hooks->name : "unset";
-}
-
-vrn_json_value_ptr group_to_json(const vrn_counter_group_t *group, const vrn::CounterRow &row,
-                                 bool convert_guids) {
-    vrn_json_value_ptr value(json_value_init_object());
-    JSON_Object *object = json_value_get_object(value.get());
-    json_object_set_string(object, "granularity", vrn_counter_group_granularity_name(group));
-    json_object_set_string(object, "name", group_name(group));
-    JSON_Array *sets = vrn_json_add_array(object, "counter_sets");
-    if (!sets) return nullptr;
-    // All sets are made from the values at the row's start, deliberately: they are equal.
-    for (std::uint32_t set = 0; set < group->num_counter_sets; ++set)
-        if (!vrn_json_append(sets, counter_set_to_json(group, row, convert_guids))) return nullptr;
-    return value;
-}
+  private:
+    JSON_Object *object_;  // the one being filled
+    std::vector<JSON_Array *> arrays_;
+    const vrn::CounterRow &row_;
+    bool microseconds_;
+};
 
 std::uint64_t bytes_of(const vrn_counter_info_t *counter) {
     switch (counter->data_type) {
@@ -62,20 +69,16 @@ std::uint64_t bytes_of(const vrn_counter_info_t *counter) {
 
 }  // namespace
 
+bool vrn_counters_convert_guids() {
+    return guid_switch.is_on();
+}
+
 JSON_Value *vrn_counters_row_to_json(std::uint64_t timestamp, vrn::Bytes values,
                                      const vrn_counters_schema_t *schema, bool microseconds) {
-    const bool convert_guids = guid_switch.is_on();
     const vrn::CounterRow row(values);
     vrn_json_value_ptr value(json_value_init_object());
-    JSON_Object *object = json_value_get_object(value.get());
-    json_object_set_number(object, "timestamp", static_cast<double>(timestamp));
-    const vrn::CString time(vrn_format_timestamp(timestamp, microseconds));
-    if (time) json_object_set_string(object, "@timestamp", time.get());
-    JSON_Array *groups = vrn_json_add_array(object, "groups");
-    if (!groups) return nullptr;
-    for (std::uint32_t i = 0; i < schema->num_groups; ++i)
-        if (!vrn_json_append(groups, group_to_json(schema->groups[i], row, convert_guids)))
-            return nullptr;
+    TreeSink sink(json_value_get_object(value.get()), row, microseconds);
+    if (!vrn::walk_counters_row(timestamp, *schema, sink)) return nullptr;
     return value.release();
 }
 

@@ -26,25 +26,30 @@ vrn_counter_value_t text_or_empty(char *text) {
     return value;
 }
 
-vrn_counter_value_t int64_value(std::int64_t value, std::uint32_t format) {
-    const auto number = static_cast<double>(value);
-    if (format <= VRN_STRING_DECIMAL) return {.number = number};
-    return text_or_number(vrn_format_int64_string(value, format), number);
+vrn_counter_value_t int64_text(std::int64_t value, std::uint32_t format) {
+    return text_or_number(vrn_format_int64_string(value, format), static_cast<double>(value));
 }
 
-vrn_counter_value_t double_value(double value, std::uint32_t format) {
-    if (format < VRN_STRING_HEXADECIMAL) return {.number = value};
+vrn_counter_value_t double_text(double value, std::uint32_t format) {
     return text_or_number(vrn_format_double_string(format, value), value);
 }
 
-vrn_counter_value_t uint64_value(const vrn_counter_info_t *counter, std::uint64_t value) {
-    const auto number = static_cast<double>(value);
+bool is_plain(std::uint32_t format) {
+    return format == VRN_STRING_DEFAULT || format == VRN_STRING_DECIMAL;
+}
+
+// Values shown in hexadecimal without being asked to have a plain format.
+vrn_counter_value_t uint64_text(std::uint64_t value, std::uint32_t format) {
+    const std::uint32_t shown = is_plain(format) ? std::uint32_t{VRN_STRING_HEXADECIMAL} : format;
+    return text_or_number(vrn_format_uint64_string(value, shown), static_cast<double>(value));
+}
+
+vrn_counter_form_t uint64_form(const vrn_counter_info_t *counter) {
     const std::uint32_t format = counter->string_format;
-    if (format != VRN_STRING_DEFAULT && format != VRN_STRING_DECIMAL)
-        return text_or_number(vrn_format_uint64_string(value, format), number);
     const bool always_hex = counter->data_type == VRN_DATA_BIT64 && format == VRN_STRING_DEFAULT;
-    if (!always_hex && !vrn_name_contains_guid(counter->name)) return {.number = number};
-    return text_or_number(vrn_format_uint64_string(value, VRN_STRING_HEXADECIMAL), number);
+    if (!is_plain(format) || always_hex || vrn_name_contains_guid(counter->name))
+        return VRN_FORM_UINT64_TEXT;
+    return VRN_FORM_UINT64;
 }
 
 using WideBytes = std::array<std::uint8_t, 16>;
@@ -70,35 +75,62 @@ vrn_counter_value_t string_value(const vrn_counter_info_t *counter, const vrn::C
     return text_or_empty(text.empty() ? nullptr : strndup(text.data(), text.size()));
 }
 
+// The name alone decides, whatever the type: deliberate.
 bool is_guid(const vrn_counter_info_t *counter) {
     return counter->string_format == VRN_STRING_DECIMAL && vrn_name_is_guid_word(counter->name);
 }
 
+vrn_counter_value_t guid_value(const vrn_counter_info_t *counter, const vrn::CounterRow &row) {
+    if (char *text = vrn_format_guid_string(row.read<std::uint64_t>(counter->offset)))
+        return text_or_empty(text);
+    VRN_LOG(VRN_LOG_ERROR, "Failed to convert the field %s to a hex string", counter->name);
+    return vrn_counter_value_read(counter, row, false);
+}
+
 }  // namespace
+
+vrn_counter_form_t vrn_counter_form(const vrn_counter_info_t *counter, bool convert_guids) {
+    if (convert_guids && is_guid(counter)) return VRN_FORM_GUID;
+    switch (counter->data_type) {
+        case VRN_DATA_INT64:
+            return is_plain(counter->string_format) ? VRN_FORM_INT64 : VRN_FORM_INT64_TEXT;
+        case VRN_DATA_UINT128:
+        case VRN_DATA_INT128:
+            return VRN_FORM_WIDE_TEXT;
+        case VRN_DATA_STRING:
+            return VRN_FORM_STRING;
+        case VRN_DATA_FP64:
+            return is_plain(counter->string_format) ? VRN_FORM_DOUBLE : VRN_FORM_DOUBLE_TEXT;
+        case VRN_DATA_UINT64:
+        case VRN_DATA_BIT64:
+            return uint64_form(counter);
+        default:
+            return VRN_FORM_INT64;
+    }
+}
 
 vrn_counter_value_t vrn_counter_value_read(const vrn_counter_info_t *counter,
                                            const vrn::CounterRow &row, bool convert_guids) {
     const std::uint32_t offset = counter->offset;
-    // The name alone decides, whatever the type: deliberate.
-    if (convert_guids && is_guid(counter)) {
-        if (char *text = vrn_format_guid_string(row.read<std::uint64_t>(offset)))
-            return text_or_empty(text);
-        VRN_LOG(VRN_LOG_ERROR, "Failed to convert the field %s to a hex string", counter->name);
-    }
-    switch (counter->data_type) {
-        case VRN_DATA_INT64:
-            return int64_value(row.read<std::int64_t>(offset), counter->string_format);
-        case VRN_DATA_UINT128:
-        case VRN_DATA_INT128:
-            return wide_value(counter, row.read<WideBytes>(offset));
-        case VRN_DATA_STRING:
-            return string_value(counter, row);
-        case VRN_DATA_FP64:
-            return double_value(row.read<double>(offset), counter->string_format);
-        case VRN_DATA_UINT64:
-        case VRN_DATA_BIT64:
-            return uint64_value(counter, row.read<std::uint64_t>(offset));
-        default:
+    const std::uint32_t format = counter->string_format;
+    switch (vrn_counter_form(counter, convert_guids)) {
+        case VRN_FORM_GUID:
+            return guid_value(counter, row);
+        case VRN_FORM_INT64:
             return {.number = static_cast<double>(row.read<std::int64_t>(offset))};
+        case VRN_FORM_UINT64:
+            return {.number = static_cast<double>(row.read<std::uint64_t>(offset))};
+        case VRN_FORM_DOUBLE:
+            return {.number = row.read<double>(offset)};
+        case VRN_FORM_INT64_TEXT:
+            return int64_text(row.read<std::int64_t>(offset), format);
+        case VRN_FORM_UINT64_TEXT:
+            return uint64_text(row.read<std::uint64_t>(offset), format);
+        case VRN_FORM_DOUBLE_TEXT:
+            return double_text(row.read<double>(offset), format);
+        case VRN_FORM_WIDE_TEXT:
+            return wide_value(counter, row.read<WideBytes>(offset));
+        default:
+            return string_value(counter, row);
     }
 }

@@ -135,6 +135,12 @@ void JsonText::member(std::string_view key) {
     advance_to(out);
 }
 
+void JsonText::key(std::string_view name) {
+    member({});
+    escaped(name);
+    literal(pretty_ ? ": " : ":");
+}
+
 bool JsonText::integer(std::uint64_t value) {
     if (value > exact_limit) return number(static_cast<double>(value));
     char *out = reserve(max_number_size);

@@ -44,15 +44,7 @@ class JsonText {
     void element() { member({}); }
     // Key of the next value of an object.
     void key(const vrn_json_name_t &name) { member({name.key, name.key_size}); }
-    // A key given as it is printed: quotes, escapes and colon. For constants, which are shorter
-    // than VRN_JSON_KEY_STEP.
-    template <std::size_t size>
-    void key(const char (&text)[size]) {
-        static_assert(size <= VRN_JSON_KEY_STEP);
-        char padded[VRN_JSON_KEY_STEP] = {};
-        std::memcpy(padded, text, size);
-        member({padded, size - 1});
-    }
+    void key(std::string_view name);
 
     // False, with nothing written, for a NaN or an infinity.
     bool number(double value);

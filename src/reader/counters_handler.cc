@@ -5,6 +5,7 @@
 #include "counters/counter_data.h"
 #include "data/block.h"
 #include "reader/block_walk.h"
+#include "reader/record_text.h"
 
 namespace {
 
@@ -15,17 +16,33 @@ vrn::Bytes row_of(const vrn_reader_t *reader, const void *block) {
                                                     : vrn::Bytes();
 }
 
-bool print_counters_json(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row) {
+bool write_counters(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row,
+                    vrn::JsonText *text) {
+    if (!reader->counters_text)
+        reader->counters_text = new vrn::CountersText(*reader->type_system->counters_schema);
+    return reader->counters_text->write(timestamp, row, reader->options->microsecond_precision,
+                                        text);
+}
+
+// The row as a tree, for what metadata change in it.
+bool write_enriched(const vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row,
+                    vrn::JsonText *text) {
     const vrn::CPtr<JSON_Value, json_value_free> value(
         vrn_counters_row_to_json(timestamp, row, reader->type_system->counters_schema,
                                  reader->options->microsecond_precision));
-    if (!value) {
-        vrn_reader_fail(reader, "Failed to JSONify event values");
-        return false;
-    }
-    if (reader->metadata) vrn_metadata_enrich(value.get(), reader->metadata);
-    vrn_reader_print_json(reader, value.get());
-    return true;
+    if (!value) return false;
+    vrn_metadata_enrich(value.get(), reader->metadata);
+    return text->tree(value.get());
+}
+
+bool print_counters_json(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row) {
+    const bool done = vrn_reader_add_record(reader, [&](vrn::JsonText *text) {
+        return reader->metadata ? write_enriched(reader, timestamp, row, text)
+                                : write_counters(reader, timestamp, row, text);
+    });
+    vrn_reader_flush_text(reader);
+    if (!done) vrn_reader_fail(reader, "Failed to JSONify event values");
+    return done;
 }
 
 }  // namespace

@@ -127,6 +127,7 @@ void vrn_reader_destroy(vrn_reader_t *reader) {
     if (!reader) return;
     vrn_data_writer_destroy(reader->data_writer);
     std::free(reader->client_id);
+    delete reader->counters_text;
     vrn_type_system_destroy(reader->type_system);
     vrn_metadata_free(reader->metadata);
     if (reader->file) gzclose(reader->file);

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "counters/counters_text.h"
 #include "data/block.h"
 #include "data/data_file_header.h"
 #include "data/json_text.h"
@@ -40,6 +41,8 @@ struct vrn_reader_t {
     // End of the bytes that blocks may read at present: the chunk buffer or a page's payload.
     // VRN_READER_SLACK zeros stand behind it.
     const std::uint8_t *window_end;
+    vrn::CountersText
+        *counters_text;   // owned; of the type system's counters, made at their first row
     vrn::JsonText *text;  // owned; made for the first JSON record of the file
 };
 
