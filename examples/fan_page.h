@@ -1,0 +1,13 @@
+// Blocks of the example in a data page.
+#pragma once
+
+#include <cstdint>
+
+#include "data/data_page.h"
+#include "sensor.h"
+
+// A schemas block, which names the schemas of the events behind it.
+void put_schemas_block(vrn_data_page_t *page, const vrn_schema_id_t &id);
+
+// One event block with `row`; `timestamp` is in microseconds. The page must have room.
+void put_fan(vrn_data_page_t *page, std::uint64_t timestamp, const FanRow &row);

@@ -1,0 +1,28 @@
+#!/bin/sh
+# install_test.sh BUILD_FOLDER SOURCE_FOLDER FLAGS: installs to a folder of its own, builds the
+# examples against the installed copy by the CMake package and by pkg-config, and runs both.
+set -eu
+build=$1 source=$2 flags=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+cmake --install "$build" --prefix "$prefix" >/dev/null
+cp -r "$source/examples" "$work/examples"
+
+cmake -S "$work/examples" -B "$work/package" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_CXX_FLAGS="$flags" >/dev/null
+cmake --build "$work/package" >/dev/null
+
+mkdir "$work/plain"
+export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
+cd "$work/examples"
+for name in collector host page_to_influx; do
+    # Unquoted, for they are lists.
+    ${CXX:-c++} -std=c++20 $flags $(pkg-config --cflags vrn) $name.cc fan_page.cc sensor.cc \
+        -o "$work/plain/vrn_example_$name" $(pkg-config --libs vrn)
+done
+
+for way in package plain; do
+    "$work/$way/vrn_example_page_to_influx" | wc -l
+    ./run.sh "$work/$way" "$prefix/bin/vrn_read"
+done
