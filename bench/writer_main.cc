@@ -1,0 +1,128 @@
+// Benchmark of the data writer: pages to data files, against `cat` of the same bytes to the same
+// disk, medians of several runs. Neither waits for the disk itself.
+//   vrn_write_bench [runs [megabytes [folder]]]
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "child_run.h"
+#include "data/block.h"
+#include "data/data_writer.h"
+#include "utils/log.h"
+
+namespace vrn::bench {
+namespace {
+
+constexpr double megabyte = 1e6;
+constexpr std::uint64_t start_time = 1'700'000'000'000'000;
+
+double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    return values[values.size() / 2];
+}
+
+// A full page of counters blocks, `block_size` bytes each.
+vrn_data_page_ptr make_page(std::uint32_t block_size, std::uint64_t data_size) {
+    constexpr vrn_page_memory_t memory = {VRN_PAGE_MEMORY_REGULAR, 0, "bench"};
+    vrn_data_page_ptr page(
+        vrn_data_page_allocate(block_size, VRN_DATA_PAGE_HEADER_SIZE + data_size, memory));
+    void *space = nullptr;
+    std::uint64_t room = 0;
+    vrn_data_page_get_free_space(page.get(), &space, &room);
+    std::memset(space, 0x55, room);
+    for (std::uint64_t at = 0; at + block_size <= room; at += block_size)
+        vrn_block_set_magic(static_cast<char *>(space) + at, VRN_COUNTERS_BLOCK);
+    vrn_data_page_consume_free_space(page.get(), room);
+    std::strcpy(page->source.source, "node7");
+    std::strcpy(page->source.tag, "bench");
+    return page;
+}
+
+// Seconds to store `count` pages, the end of the last file included.
+double write_pages(const std::string &folder, vrn_data_page_t *page, std::uint64_t count) {
+    const vrn_client_id_t client_id = {"bench", 0};
+    const auto begin = std::chrono::steady_clock::now();
+    vrn_data_writer_ptr writer(vrn_data_writer_create(&client_id));
+    vrn_data_writer_set_data_dir(writer.get(), folder.c_str());
+    vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}{{id}}.bin");
+    for (std::uint64_t i = 0; i < count; ++i) {
+        page->first_ts = page->last_ts = start_time + i;
+        vrn_data_writer_write_page(writer.get(), page, nullptr);
+    }
+    writer.reset();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+void check_size(const std::string &folder, std::uint64_t expected) {
+    std::uint64_t size = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) size += entry.file_size();
+    if (size < expected) throw std::runtime_error("not all pages were stored in " + folder);
+}
+
+struct Road {
+    const char *name;
+    std::uint32_t block_size;
+    std::uint64_t data_size;  // of a page
+};
+
+void measure(const Road &road, const std::string &folder, int runs, std::uint64_t total) {
+    namespace fs = std::filesystem;
+    const vrn_data_page_ptr page = make_page(road.block_size, road.data_size);
+    const std::uint64_t count = total / road.data_size;
+    const std::string data = folder + "/data";
+    const std::string copy = folder + "/copy";
+    const std::vector<std::string> cat{"/bin/sh", "-c", "cat " + data + "/* >" + copy};
+    std::vector<double> written, copied;
+    for (int i = 0; i < runs; ++i) {
+        fs::remove_all(data);
+        fs::remove(copy);
+        written.push_back(write_pages(data, page.get(), count));
+        check_size(data, count * road.data_size);
+        copied.push_back(run_child(cat).seconds);
+    }
+    const double bytes = static_cast<double>(count * road.data_size) / megabyte;
+    const double time = median(written);
+    const double cat_time = median(copied);
+    std::printf("| %-24s | %9.0f | %9.0f | %9.0f | %5.2f |\n", road.name,
+                static_cast<double>(count) / time, bytes / time, bytes / cat_time, cat_time / time);
+    std::fflush(stdout);
+}
+
+void run(int runs, std::uint64_t total, const std::string &parent) {
+    const std::string folder = parent + "/vrn-write-bench-data";
+    std::filesystem::create_directories(folder);
+    std::printf("| pages                    |   pages/s |      MB/s |  cat MB/s | ratio |\n");
+    std::printf("|--------------------------|-----------|-----------|-----------|-------|\n");
+    const Road roads[] = {
+        {"4 KiB, one block", 4096, 4096},
+        {"64 KiB, one block", 65536, 65536},
+        {"64 KiB, blocks of 4 KiB", 4096, 65536},
+        {"1 MiB, blocks of 64 KiB", 65536, 1 << 20},
+    };
+    for (const Road &road : roads) measure(road, folder, runs, total);
+    std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace vrn::bench
+
+int main(int argc, char **argv) {
+    vrn_init_stderr_logger(VRN_LOG_ERROR);
+    const int runs = argc > 1 ? std::atoi(argv[1]) : 5;
+    const int megabytes = argc > 2 ? std::atoi(argv[2]) : 512;
+    const std::string parent = argc > 3 ? argv[3] : std::filesystem::temp_directory_path().string();
+    try {
+        vrn::bench::run(std::max(runs, 1), static_cast<std::uint64_t>(megabytes) << 20, parent);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "vrn_write_bench: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
