@@ -47,6 +47,7 @@ const char *vrn_schema_provider_text(const vrn_schema_t *schema) {
 
 bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type) {
     if (schema->num_types == VRN_MAX_TYPES) return false;
+    type->has_repeated_names = has_repeated_names(*type);
     schema->types[schema->num_types++] = type.release();  // to the schema
     return true;
 }
@@ -74,7 +75,6 @@ bool vrn_schema_resolve_type_fields(const vrn_schema_t *schema, vrn_type_definit
                 field->type_name, vrn_schema_provider_text(schema));
         return false;
     }
-    type->has_repeated_names = has_repeated_names(*type);
     return true;
 }
 

@@ -28,7 +28,7 @@ struct vrn_type_definition_t {
     std::uint16_t num_fields;
     vrn_type_field_definition_t **fields;  // owned array of owned fields
     std::uint64_t size;                    // bytes of one record
-    bool has_repeated_names;               // of fields; set when these are resolved
+    bool has_repeated_names;               // of fields; set when a schema takes the type
 };
 
 // What a caller tells about one field of a new type. Texts are copied; null ones stay null.
