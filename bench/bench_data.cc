@@ -1,6 +1,9 @@
 #include "bench_data.h"
 
+#include <zlib.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -11,12 +14,16 @@
 #include "data/block.h"
 #include "data/data_file_header.h"
 #include "data/magic.h"
+#include "data/page_encoder.h"
+#include "utils/c_ptr.h"
 
 namespace vrn::bench {
 namespace {
 
 constexpr char events_id[] = "0123456789abcdef0123456789abcdef";
 constexpr char counters_id[] = "fedcba9876543210fedcba9876543210";
+constexpr std::uint32_t page_chunk_size = 131072;  // takes any page of 64 KiB
+constexpr std::uint32_t counters_block_size = sizeof(vrn_data_block_t) + counters_per_row * 8;
 constexpr std::uint64_t first_time = 1'700'000'000'000'000;
 
 struct FieldText {
@@ -138,8 +145,7 @@ void write_events(const std::string &path, std::uint32_t rows) {
 
 void write_counters(const std::string &path, std::uint32_t rows) {
     std::ofstream file = create(path);
-    constexpr std::uint32_t block_size = sizeof(vrn_data_block_t) + counters_per_row * 8;
-    vrn_data_file_header_t header = make_header(block_size);
+    vrn_data_file_header_t header = make_header(counters_block_size);
     vrn_schema_id_from_hex(counters_id, &header.counters_schema_id);
     write_record(file, &header, sizeof header);
 
@@ -149,10 +155,59 @@ void write_counters(const std::string &path, std::uint32_t rows) {
         vrn_data_block_t block{};
         vrn_data_block_init(&block);
         block.timestamp = first_time + row * 1'000'000ULL;
-        for (std::uint64_t &value : values) value += random() % 100'000'000;
+        for (std::uint64_t &value : values) {
+            value += random() % 100'000'000;
+            // In a page, the letter of a counters block at the end of a 4-byte word begins one.
+            if ((value >> 24 & 0xff) == 'D') value += 1 << 24;
+        }
         write_record(file, &block, sizeof block);
         write_record(file, values.data(), values.size() * sizeof values[0]);
     }
+}
+
+std::string read_whole(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The blocks of `from`, `payload_size` bytes a page, as many pages a chunk as fit.
+void write_pages(const std::string &from, const std::string &to, vrn_page_encoding_t encoding,
+                 std::size_t payload_size) {
+    const std::string all = read_whole(from);
+    std::ofstream file = create(to);
+    vrn_data_file_header_t header;
+    std::memcpy(&header, all.data(), sizeof header);
+    header.block_size = page_chunk_size;
+    write_record(file, &header, sizeof header);
+
+    const vrn_page_info_t info = {vrn_source_t{}, first_time, first_time, encoding};
+    std::string chunk;
+    for (std::size_t at = sizeof header; at < all.size(); at += payload_size) {
+        std::size_t size = 0;
+        const CPtr<void, std::free> block(vrn_compressed_page_encode(
+            &info, &all[at], std::min(payload_size, all.size() - at), &size));
+        if (!block) throw std::bad_alloc();
+        if (chunk.size() + size > page_chunk_size) {
+            chunk.resize(page_chunk_size, '\0');
+            write_record(file, chunk.data(), chunk.size());
+            chunk.clear();
+        }
+        chunk.append(static_cast<const char *>(block.get()), size);
+    }
+    write_record(file, chunk.data(), chunk.size());
+}
+
+void write_gzip(const std::string &from, const std::string &to) {
+    const std::string all = read_whole(from);
+    const gzFile file = gzopen(to.c_str(), "wb");
+    const bool done = file && gzwrite(file, all.data(), static_cast<unsigned>(all.size())) > 0;
+    if (!file || gzclose(file) != Z_OK || !done) throw std::runtime_error("cannot write " + to);
+}
+
+void write_compressed(const std::string &stem, std::size_t payload_size) {
+    write_gzip(stem + ".bin", stem + ".bin.gz");
+    write_pages(stem + ".bin", stem + ".gzip.bin", VRN_ENCODING_GZIP, payload_size);
+    write_pages(stem + ".bin", stem + ".snappy.bin", VRN_ENCODING_SNAPPY, payload_size);
 }
 
 }  // namespace
@@ -163,6 +218,9 @@ void write_bench_data(const std::string &folder, const BenchSizes &sizes) {
     create(folder + "/schema/schema_" + counters_id + ".json") << counters_schema();
     write_events(folder + "/events.bin", sizes.event_rows);
     write_counters(folder + "/counters.bin", sizes.counter_rows);
+    constexpr std::size_t rows_per_page = 40;
+    write_compressed(folder + "/events", chunk_size);
+    write_compressed(folder + "/counters", rows_per_page * counters_block_size);
 }
 
 }  // namespace vrn::bench

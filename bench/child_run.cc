@@ -27,6 +27,10 @@ pid_t start(const std::vector<std::string> &command, int output) {
     return child;
 }
 
+double seconds_of(const timeval &time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
 rusage finish(pid_t child, const std::vector<std::string> &command) {
     int status = 0;
     rusage usage{};
@@ -44,7 +48,8 @@ ChildRun run_child(const std::vector<std::string> &command) {
     const rusage usage = finish(child, command);
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     close(null_device);
-    return {taken.count(), static_cast<std::uint64_t>(usage.ru_maxrss) * 1024};
+    const double cpu = seconds_of(usage.ru_utime) + seconds_of(usage.ru_stime);
+    return {taken.count(), cpu, static_cast<std::uint64_t>(usage.ru_maxrss) * 1024};
 }
 
 std::uint64_t count_output(const std::vector<std::string> &command) {

@@ -9,6 +9,7 @@ namespace vrn::bench {
 
 struct ChildRun {
     double seconds;             // wall clock
+    double cpu_seconds;         // in user and system mode
     std::uint64_t peak_memory;  // bytes resident
 };
 

@@ -1,10 +1,14 @@
 // End-to-end benchmark: whole runs of vrn_read over generated files, medians of several.
 //   vrn_bench [runs [event rows [counters rows]]]
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -21,45 +25,73 @@ struct Road {
     std::uint32_t rows;
 };
 
+struct Series {
+    std::vector<double> seconds, cpu_seconds;
+    std::uint64_t peak_memory = 0;
+
+    void add(const ChildRun &run) {
+        seconds.push_back(run.seconds);
+        cpu_seconds.push_back(run.cpu_seconds);
+        peak_memory = std::max(peak_memory, run.peak_memory);
+    }
+};
+
 double median(std::vector<double> values) {
     std::ranges::sort(values);
     return values[values.size() / 2];
 }
 
+// Runs of the tool and of the yardstick take turns, so that both meet the same machine.
 void measure(const Road &road, const std::string &folder, int runs) {
     const std::string file = folder + "/" + road.file;
-    const std::vector<std::string> command{VRN_READ_PATH, "-s",        folder + "/schema",
-                                           "-f",          road.format, file};
-    const auto input = static_cast<double>(std::filesystem::file_size(file));
-    const auto output = static_cast<double>(count_output(command));  // the warm-up, too
-    std::vector<double> seconds;
-    std::uint64_t peak = 0;
+    const std::vector<std::string> tool{VRN_READ_PATH, "-s",        folder + "/schema",
+                                        "-f",          road.format, file};
+    const std::vector<std::string> yardstick{VRN_YARDSTICK_PATH, road.format, file};
+    if (count_output(tool) != count_output(yardstick))  // the warm-up, too
+        throw std::runtime_error(std::string("the yardstick prints another text: ") + road.name);
+    Series tool_runs, yardstick_runs;
     for (int i = 0; i < runs; ++i) {
-        const ChildRun run = run_child(command);
-        seconds.push_back(run.seconds);
-        peak = std::max(peak, run.peak_memory);
+        tool_runs.add(run_child(tool));
+        yardstick_runs.add(run_child(yardstick));
     }
-    const double time = median(seconds);
-    constexpr double megabyte = 1e6;
-    std::printf("| %-26s | %10.0f | %9.1f | %10.1f | %9.1f |\n", road.name, road.rows / time,
-                input / megabyte / time, output / megabyte / time,
-                static_cast<double>(peak) / megabyte);
+    const double cpu = median(tool_runs.cpu_seconds);
+    std::printf("| %-26s | %9.0f | %9.0f | %11.2f | %7.2f |\n", road.name,
+                road.rows / median(tool_runs.seconds), road.rows / cpu,
+                median(yardstick_runs.cpu_seconds) / cpu,
+                static_cast<double>(tool_runs.peak_memory) / 1e6);
     std::fflush(stdout);
+}
+
+// In a process of its own: what this one holds counts as peak memory of the runs it starts.
+void write_bench_data_apart(const std::string &folder, const BenchSizes &sizes) {
+    const pid_t child = fork();
+    if (child == 0) {
+        write_bench_data(folder, sizes);
+        _exit(0);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) < 0 || status != 0)
+        throw std::runtime_error("cannot write the data");
 }
 
 void run(int runs, const BenchSizes &sizes) {
     const std::string folder = (std::filesystem::temp_directory_path() / "vrn-bench-data").string();
-    write_bench_data(folder, sizes);
-    std::printf(
-        "| road                       |     rows/s | MB/s read | MB/s text  | peak MB   |\n");
-    std::printf(
-        "|----------------------------|------------|-----------|------------|-----------|\n");
+    write_bench_data_apart(folder, sizes);
+    std::puts("| road                       |    rows/s | rows/CPU s | of yardstick | peak MB |");
+    std::puts("|----------------------------|-----------|------------|--------------|---------|");
+    const std::uint32_t events = sizes.event_rows;
+    const std::uint32_t counters = sizes.counter_rows;
     const Road roads[] = {
-        {"events ndjson", "ndjson", "events.bin", sizes.event_rows},
-        {"events json", "json", "events.bin", sizes.event_rows},
-        {"counters ndjson", "ndjson", "counters.bin", sizes.counter_rows},
-        {"counters json", "json", "counters.bin", sizes.counter_rows},
-        {"counters txt", "txt", "counters.bin", sizes.counter_rows},
+        {"events ndjson", "ndjson", "events.bin", events},
+        {"events ndjson, gzip file", "ndjson", "events.bin.gz", events},
+        {"events ndjson, gzip pages", "ndjson", "events.gzip.bin", events},
+        {"events ndjson, snappy pages", "ndjson", "events.snappy.bin", events},
+        {"events json", "json", "events.bin", events},
+        {"counters ndjson", "ndjson", "counters.bin", counters},
+        {"counters ndjson, gzip file", "ndjson", "counters.bin.gz", counters},
+        {"counters ndjson, gzip pages", "ndjson", "counters.gzip.bin", counters},
+        {"counters ndjson, snappy", "ndjson", "counters.snappy.bin", counters},
+        {"counters json", "json", "counters.bin", counters},
     };
     for (const Road &road : roads) measure(road, folder, runs);
     std::filesystem::remove_all(folder);

@@ -43,10 +43,10 @@ class CountersText::Sink {
     void end_element() { text_.end_object(); }
     void begin_group(std::size_t index) { counters_ = owner_.groups_[index].data(); }
     void counter(const vrn_counter_info_t &counter) {
+        const Counter &prepared = *next_++;
         const JsonText::Mark start = text_.mark();
-        text_.key(*next_->name);
-        if (!value(counter, next_->form)) text_.rewind(start);
-        ++next_;
+        text_.key(*prepared.name);
+        if (!value(counter, prepared.form)) text_.rewind(start);
     }
 
   private:

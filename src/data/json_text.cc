@@ -12,15 +12,9 @@
 namespace vrn {
 namespace {
 
-constexpr std::size_t indent_size = 4;
-// Sign, 17 digits, point, exponent of a number: 24 bytes at most.
-constexpr std::size_t max_number_size = 32;
 constexpr std::size_t max_escape_size = 6;
 // From here on doubles are printed with an exponent.
 constexpr double exponent_limit = 1e17;
-// Up to here all integers are doubles.
-constexpr std::uint64_t exact_limit = std::uint64_t{1} << 53;
-
 // For each byte the letter behind its backslash, 'u' for four hexadecimal digits, 0 for none.
 constexpr std::array<char, 256> make_escapes() {
     std::array<char, 256> escapes{};
@@ -49,7 +43,31 @@ char *write_escape(char *out, unsigned char byte, char letter) {
     return out;
 }
 
+// Eight bytes. False also for some words of nothing but plain ASCII.
+bool is_plain_word(std::uint64_t word) {
+    constexpr std::uint64_t ones = 0x0101010101010101;
+    const std::uint64_t quotes = (word ^ ones * '"') - ones;
+    const std::uint64_t backslashes = (word ^ ones * '\\') - ones;
+    const std::uint64_t controls = word - ones * ' ';
+    return ((word | quotes | backslashes | controls) & ones * 0x80) == 0;
+}
+
+std::uint64_t word_at(const char *text) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text, sizeof word);
+    return word;
+}
+
+bool is_ascii(std::string_view text) {
+    std::uint64_t all = 0;
+    for (; text.size() >= sizeof all; text.remove_prefix(sizeof all)) all |= word_at(text.data());
+    for (const char character : text) all |= static_cast<unsigned char>(character);
+    return (all & 0x8080808080808080) == 0;
+}
+
 char *write_escaped(char *out, std::string_view text) {
+    for (; text.size() >= 8 && is_plain_word(word_at(text.data())); text.remove_prefix(8), out += 8)
+        std::memcpy(out, text.data(), 8);
     for (const char character : text) {
         const auto byte = static_cast<unsigned char>(character);
         if (escapes[byte] == 0)
@@ -58,19 +76,6 @@ char *write_escaped(char *out, std::string_view text) {
             out = write_escape(out, byte, escapes[byte]);
     }
     return out;
-}
-
-// The bytes at `text`, up to the end of the last step, go to `out`.
-char *write_in_steps(char *out, std::string_view text) {
-    for (std::size_t done = 0; done < text.size(); done += VRN_JSON_KEY_STEP)
-        std::memcpy(out + done, text.data() + done, VRN_JSON_KEY_STEP);
-    return out + text.size();
-}
-
-bool is_ascii(std::string_view text) {
-    unsigned char all = 0;
-    for (const char character : text) all |= static_cast<unsigned char>(character);
-    return all < 0x80;
 }
 
 // parson's own rule; it reads on to a terminator.
@@ -97,17 +102,6 @@ void JsonText::grow(std::size_t count) {
     capacity_ = capacity;
 }
 
-// Room must have been reserved.
-char *JsonText::line_break(char *out) const {
-    static constexpr char blanks[] = "\n                               ";
-    static_assert(sizeof blanks == VRN_JSON_KEY_STEP + 1);
-    std::memcpy(out, blanks, VRN_JSON_KEY_STEP);
-    const std::size_t size = 1 + level_ * indent_size;
-    if (size > VRN_JSON_KEY_STEP)
-        std::memset(out + VRN_JSON_KEY_STEP, ' ', size - VRN_JSON_KEY_STEP);
-    return out + size;
-}
-
 void JsonText::open(char bracket) {
     *reserve(1) = bracket;
     ++size_;
@@ -124,37 +118,10 @@ void JsonText::close(char bracket) {
     advance_to(out);
 }
 
-void JsonText::member(std::string_view key) {
-    char *out = reserve(key.size() + 3 + level_ * indent_size);
-    *out = ',';
-    out += is_empty_ ? 0 : 1;
-    is_empty_ = false;
-    if (pretty_) out = line_break(out);
-    out = write_in_steps(out, key);
-    if (pretty_ && !key.empty()) *out++ = ' ';
-    advance_to(out);
-}
-
 void JsonText::key(std::string_view name) {
     member({});
     escaped(name);
     literal(pretty_ ? ": " : ":");
-}
-
-bool JsonText::integer(std::uint64_t value) {
-    if (value > exact_limit) return number(static_cast<double>(value));
-    char *out = reserve(max_number_size);
-    advance_to(std::to_chars(out, out + max_number_size, value).ptr);
-    return true;
-}
-
-bool JsonText::signed_integer(std::int64_t value) {
-    if (value >= 0) return integer(static_cast<std::uint64_t>(value));
-    const std::uint64_t magnitude = -static_cast<std::uint64_t>(value);
-    if (magnitude > exact_limit) return number(static_cast<double>(value));
-    *reserve(1) = '-';
-    ++size_;
-    return integer(magnitude);
 }
 
 bool JsonText::number(double value) {
@@ -164,7 +131,8 @@ bool JsonText::number(double value) {
     if (std::abs(value) < exponent_limit && !(value == 0 && std::signbit(value))) {
         const auto whole = static_cast<std::int64_t>(value);
         if (static_cast<double>(whole) == value) {
-            advance_to(std::to_chars(out, end, whole).ptr);
+            if (whole < 0) *out++ = '-';
+            advance_to(write_digits(out, static_cast<std::uint64_t>(std::abs(whole))));
             return true;
         }
     }

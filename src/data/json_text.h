@@ -11,6 +11,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "data/digits.h"
 #include "data/json_name.h"
 
 namespace vrn {
@@ -73,6 +74,11 @@ class JsonText {
   private:
     // Writable bytes behind those that reserve() gave: copies go in steps.
     static constexpr std::size_t slack = 2 * VRN_JSON_KEY_STEP;
+    static constexpr std::size_t indent_size = 4;
+    // Sign, 17 digits, point, exponent of a number: 24 bytes at most.
+    static constexpr std::size_t max_number_size = 32;
+    // Up to here all integers are doubles.
+    static constexpr std::uint64_t exact_limit = std::uint64_t{1} << 53;
 
     // Room for `count` more bytes; returns where they go.
     char *reserve(std::size_t count) {
@@ -81,13 +87,44 @@ class JsonText {
     }
     void advance_to(const char *end) { size_ = static_cast<std::size_t>(end - buffer_.get()); }
     void grow(std::size_t count);
-    char *line_break(char *out) const;
+    // Room must have been reserved.
+    char *line_break(char *out) const {
+        static constexpr char blanks[] = "\n                               ";
+        static_assert(sizeof blanks == VRN_JSON_KEY_STEP + 1);
+        std::memcpy(out, blanks, VRN_JSON_KEY_STEP);
+        const std::size_t size = 1 + level_ * indent_size;
+        if (size > VRN_JSON_KEY_STEP)
+            std::memset(out + VRN_JSON_KEY_STEP, ' ', size - VRN_JSON_KEY_STEP);
+        return out + size;
+    }
     void open(char bracket);
     void close(char bracket);
     // `key` is stored in whole steps.
-    void member(std::string_view key);
-    bool integer(std::uint64_t value);
-    bool signed_integer(std::int64_t value);
+    void member(std::string_view key) {
+        char *out = reserve(key.size() + 3 + level_ * indent_size);
+        *out = ',';
+        out += is_empty_ ? 0 : 1;
+        is_empty_ = false;
+        if (pretty_) out = line_break(out);
+        for (std::size_t done = 0; done < key.size(); done += VRN_JSON_KEY_STEP)
+            std::memcpy(out + done, key.data() + done, VRN_JSON_KEY_STEP);
+        out += key.size();
+        if (pretty_ && !key.empty()) *out++ = ' ';
+        advance_to(out);
+    }
+    bool integer(std::uint64_t value) {
+        if (value > exact_limit) return number(static_cast<double>(value));
+        advance_to(write_digits(reserve(max_number_size), value));
+        return true;
+    }
+    bool signed_integer(std::int64_t value) {
+        if (value >= 0) return integer(static_cast<std::uint64_t>(value));
+        const std::uint64_t magnitude = -static_cast<std::uint64_t>(value);
+        if (magnitude > exact_limit) return number(static_cast<double>(value));
+        *reserve(1) = '-';
+        ++size_;
+        return integer(magnitude);
+    }
 
     std::unique_ptr<char[]> buffer_;
     std::size_t size_ = 0;

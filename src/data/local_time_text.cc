@@ -1,5 +1,7 @@
 #include "data/local_time_text.h"
 
+#include <ctime>
+
 #include "data/value_format.h"
 #include "utils/c_ptr.h"
 
@@ -10,12 +12,29 @@ constexpr std::uint64_t per_second = 1000000;
 constexpr std::size_t microsecond_digits = 6;
 constexpr std::size_t millisecond_digits = 3;
 
+// "YYYY-MM-DD hh:mm:ss." and room for microseconds; empty for a year without four digits.
+std::string four_digit_year_text(std::uint64_t second) {
+    const auto time = static_cast<std::time_t>(second);
+    std::tm local{};
+    char text[32];
+    const bool is_usual = localtime_r(&time, &local) && local.tm_year >= 1000 - 1900 &&
+                          local.tm_year <= 9999 - 1900 &&
+                          std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S.000000", &local) > 0;
+    return is_usual ? text : "";
+}
+
+std::string any_year_text(std::uint64_t second) {
+    const CString text(vrn_format_timestamp(second * per_second, true));
+    return text ? text.get() : "";
+}
+
 }  // namespace
 
 bool LocalTimeText::begin_second(std::uint64_t second) {
-    const CString whole(vrn_format_timestamp(second * per_second, true));
-    if (!whole) return false;
-    text_ = whole.get();
+    text_ = four_digit_year_text(second);
+    if (text_.empty()) text_ = any_year_text(second);
+    second_ = UINT64_MAX;
+    if (text_.empty()) return false;
     prefix_size_ = text_.size() - microsecond_digits;
     second_ = second;
     return true;

@@ -9,6 +9,7 @@
 #include "reader/counters_handler.h"
 #include "reader/event_handler.h"
 #include "reader/metrics_block_handler.h"
+#include "reader/record_text.h"
 #include "utils/log.h"
 
 namespace {
@@ -93,6 +94,16 @@ bool refuse_unknown(const void *block, vrn_block_type_t kind, bool in_compressed
     return false;
 }
 
+bool read_chunks(vrn_reader_t *reader, void *chunk) {
+    for (;;) {
+        std::size_t size = 0;
+        const ChunkRead read = read_chunk(reader, chunk, &size);
+        if (read != ChunkRead::got) return read == ChunkRead::end;
+        reader->window_end = static_cast<const std::uint8_t *>(chunk) + reader->header.block_size;
+        if (!handle_chunk(reader, chunk, size)) return false;
+    }
+}
+
 }  // namespace
 
 bool vrn_reader_read_blocks(vrn_reader_t *reader) {
@@ -108,13 +119,9 @@ bool vrn_reader_read_blocks(vrn_reader_t *reader) {
                 std::strerror(errno));
         return false;
     }
-    for (;;) {
-        std::size_t size = 0;
-        const ChunkRead read = read_chunk(reader, chunk.get(), &size);
-        if (read != ChunkRead::got) return read == ChunkRead::end;
-        reader->window_end = static_cast<const std::uint8_t *>(chunk.get()) + block_size;
-        if (!handle_chunk(reader, chunk.get(), size)) return false;
-    }
+    const bool done = read_chunks(reader, chunk.get());
+    vrn_reader_flush_text(reader);
+    return done;
 }
 
 bool vrn_reader_handle_block(vrn_reader_t *reader, const void *block, std::size_t size,

@@ -40,7 +40,6 @@ bool print_counters_json(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Byt
         return reader->metadata ? write_enriched(reader, timestamp, row, text)
                                 : write_counters(reader, timestamp, row, text);
     });
-    vrn_reader_flush_text(reader);
     if (!done) vrn_reader_fail(reader, "Failed to JSONify event values");
     return done;
 }

@@ -125,7 +125,10 @@ bool vrn_reader_walk_event_blocks(vrn_reader_t *reader, const void *block, std::
 std::size_t vrn_reader_handle_events_block(vrn_reader_t *reader, const void *block,
                                            std::size_t remaining) {
     const auto header = vrn::load_le<vrn_event_header_t>(block);
-    if (reader->options->print_page_info) vrn_event_header_print(stdout, &header);
+    if (reader->options->print_page_info) {
+        vrn_reader_flush_text(reader);
+        vrn_event_header_print(stdout, &header);
+    }
     // Lookups use the low 8 bits; the field is 16 bits wide on disk.
     const auto type_index = static_cast<std::uint8_t>(header.type_index);
     const vrn_type_definition_t *type =
@@ -139,11 +142,9 @@ std::size_t vrn_reader_handle_events_block(vrn_reader_t *reader, const void *blo
         return event_header_size;
     const std::size_t count =
         std::min<std::size_t>(header.num_events, (remaining - event_header_size) / type->size);
-    if (is_selected(reader->options, type)) {
-        const bool done = print_events(reader, type, bytes_at(block, event_header_size), count);
-        vrn_reader_flush_text(reader);
-        if (!done) return 0;
-    }
+    if (is_selected(reader->options, type) &&
+        !print_events(reader, type, bytes_at(block, event_header_size), count))
+        return 0;
     return event_header_size + count * type->size;
 }
 

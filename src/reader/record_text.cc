@@ -1,5 +1,7 @@
 #include "reader/record_text.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 
 #include "utils/log.h"
@@ -10,6 +12,11 @@ vrn::JsonText &vrn_reader_text(vrn_reader_t *reader) {
         reader->text =
             new vrn::JsonText(pretty ? vrn::JsonLayout::pretty : vrn::JsonLayout::compact);
     return *reader->text;
+}
+
+std::size_t vrn_reader_piece_size() {
+    static const std::size_t size = isatty(STDOUT_FILENO) != 0 ? 1 : 32768;
+    return size;
 }
 
 void vrn_reader_flush_text(vrn_reader_t *reader) {
