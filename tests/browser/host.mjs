@@ -1,6 +1,6 @@
 // A host for chart pages on the loopback interface: the page, its CSV export and its clear path.
 import { execFileSync } from 'node:child_process';
-import { mkdtempSync, rmSync } from 'node:fs';
+import { mkdtempSync, readdirSync, rmSync } from 'node:fs';
 import { createServer } from 'node:http';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -15,7 +15,9 @@ function makePage(binDir, name) {
     if (name !== 'recorded') return run('sample_page', name);
     const folder = mkdtempSync(join(tmpdir(), 'vrn-chart-'));
     run('vrn_collect', '--output-dir', folder, '--interval', '50', '--duration', '500');
-    const page = run('vrn_chart', join(folder, 'data', 'metrics.bin'));
+    const data = join(folder, 'data');
+    const file = readdirSync(data).find((entry) => entry.startsWith('metrics'));
+    const page = run('vrn_chart', join(data, file));
     rmSync(folder, { recursive: true });
     return page;
 }
