@@ -50,6 +50,7 @@ bool vrn_reader_handle_counters_block(vrn_reader_t *reader, const void *block) {
     const vrn_reader_options_t *options = reader->options;
     const auto header = vrn::load_le<vrn_data_block_t>(block);
     if (options->print_page_info) {
+        vrn_reader_flush_text(reader);
         vrn_data_block_print(stdout, &header);
         return true;
     }

@@ -10,6 +10,7 @@
 #include "data/data_writer.h"
 #include "reader/block_walk.h"
 #include "reader/file_entry.h"
+#include "reader/record_text.h"
 #include "reader/schema_load.h"
 #include "utils/log.h"
 
@@ -125,6 +126,7 @@ vrn_reader_t *vrn_reader_create(const char *path, const vrn_reader_options_t *op
 
 void vrn_reader_destroy(vrn_reader_t *reader) {
     if (!reader) return;
+    vrn_reader_flush_text(reader);
     vrn_data_writer_destroy(reader->data_writer);
     std::free(reader->client_id);
     delete reader->counters_text;
