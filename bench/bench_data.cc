@@ -15,6 +15,7 @@
 #include "data/data_file_header.h"
 #include "data/magic.h"
 #include "data/page_encoder.h"
+#include "metrics/cntx_builder.h"
 #include "utils/c_ptr.h"
 
 namespace vrn::bench {
@@ -210,6 +211,37 @@ void write_compressed(const std::string &stem, std::size_t payload_size) {
     write_pages(stem + ".bin", stem + ".snappy.bin", VRN_ENCODING_SNAPPY, payload_size);
 }
 
+// The records of one block differ in their labels, the blocks in times and values.
+void write_metrics(const std::string &path) {
+    constexpr int records = 50;
+    constexpr int samples = 8;
+    constexpr std::uint32_t room = 16384;
+    metrics::CntxBuilder builder;
+    builder.add_constant_label("host", "bench");
+    const std::uint8_t set = builder.add_label_set({"interface", "direction"});
+    std::ofstream file = create(path);
+    const vrn_data_file_header_t header = make_header(room);
+    write_record(file, &header, sizeof header);
+    std::mt19937_64 random(3);
+    for (std::uint32_t number = 0; number < metrics_blocks; ++number) {
+        builder.clear_records();
+        for (int i = 0; i < records; ++i) {
+            metrics::CntxRecord record{.timestamp = first_time + number * 1'000'000ULL,
+                                       .label_set_id = set};
+            record.labels = {metrics::CntxBuilder::label_by_text("port-" + std::to_string(i)),
+                             builder.label_by_id(i % 2 == 0 ? "rx" : "tx")};
+            for (int j = 0; j < samples; ++j)
+                record.samples.push_back(
+                    {builder.add_metric("port_metric_" + std::to_string(j)), random() >> 20});
+            builder.add_record(record);
+        }
+        std::string chunk = builder.build();
+        if (chunk.size() > room) throw std::runtime_error("a metrics block exceeds its chunk");
+        chunk.resize(room, '\0');
+        write_record(file, chunk.data(), chunk.size());
+    }
+}
+
 }  // namespace
 
 void write_bench_data(const std::string &folder, const BenchSizes &sizes) {
@@ -218,6 +250,7 @@ void write_bench_data(const std::string &folder, const BenchSizes &sizes) {
     create(folder + "/schema/schema_" + counters_id + ".json") << counters_schema();
     write_events(folder + "/events.bin", sizes.event_rows);
     write_counters(folder + "/counters.bin", sizes.counter_rows);
+    write_metrics(folder + "/metrics.bin");
     constexpr std::size_t rows_per_page = 40;
     write_compressed(folder + "/events", chunk_size);
     write_compressed(folder + "/counters", rows_per_page * counters_block_size);

@@ -11,6 +11,8 @@ struct BenchSizes {
     std::uint32_t counter_rows = 20'000;   // 200 counters each
 };
 
+// Blocks of 50 records with 8 samples each.
+inline constexpr std::uint32_t metrics_blocks = 10'000;
 inline constexpr std::uint32_t counters_per_row = 200;
 inline constexpr std::uint32_t chunk_size = 65536;
 
@@ -30,7 +32,7 @@ struct BenchRow {
 #pragma pack(pop)
 static_assert(sizeof(BenchRow) == 115);
 
-// Writes events.bin, counters.bin and their schemas under `folder`. Throws on failure.
+// Writes events.bin, counters.bin, metrics.bin and their schemas under `folder`. Throws on failure.
 void write_bench_data(const std::string &folder, const BenchSizes &sizes);
 
 }  // namespace vrn::bench

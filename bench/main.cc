@@ -62,6 +62,18 @@ void measure(const Road &road, const std::string &folder, int runs) {
     std::fflush(stdout);
 }
 
+// A road without a yardstick.
+void measure_alone(const Road &road, const std::string &folder, int runs) {
+    const std::vector<std::string> tool{VRN_READ_PATH, "-s",        folder + "/schema",
+                                        "-f",          road.format, folder + "/" + road.file};
+    count_output(tool);
+    Series series;
+    for (int i = 0; i < runs; ++i) series.add(run_child(tool));
+    std::printf("| %-26s | %9.0f | %9.0f | %11s | %7.2f |\n", road.name,
+                road.rows / median(series.seconds), road.rows / median(series.cpu_seconds), "-",
+                static_cast<double>(series.peak_memory) / 1e6);
+}
+
 // In a process of its own: what this one holds counts as peak memory of the runs it starts.
 void write_bench_data_apart(const std::string &folder, const BenchSizes &sizes) {
     const pid_t child = fork();
@@ -94,6 +106,8 @@ void run(int runs, const BenchSizes &sizes) {
         {"counters json", "json", "counters.bin", counters},
     };
     for (const Road &road : roads) measure(road, folder, runs);
+    measure_alone({"counters txt", "txt", "counters.bin", counters}, folder, runs);
+    measure_alone({"metrics blocks ndjson", "ndjson", "metrics.bin", metrics_blocks}, folder, runs);
     std::filesystem::remove_all(folder);
 }
 

@@ -4,7 +4,8 @@
 #include <cstring>
 
 void vrn_magic_set(char *magic, char letter) {
-    std::memcpy(magic, "VRN", 3);
+    constexpr char letters[] = {'V', 'R', 'N'};
+    std::memcpy(magic, letters, sizeof letters);
     magic[3] = letter;
 }
 

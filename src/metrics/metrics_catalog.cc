@@ -66,6 +66,7 @@ std::uint64_t MetricsCatalog::intern_labels(const LabelMap &labels) {
     return register_label_set(std::move(ids));
 }
 
+// The labels are moved into the table. NOLINTNEXTLINE(performance-unnecessary-value-param)
 std::uint64_t MetricsCatalog::register_label_set(LabelIds labels) {
     const std::uint64_t hash = hash_of(labels);
     if (!label_sets_.try_emplace(hash, std::move(labels)).second) return hash;
@@ -104,7 +105,9 @@ std::string MetricsCatalog::label_text(std::uint64_t label_set) const {
     std::string text;
     for (const auto &[name, value] : std::map(labels.begin(), labels.end())) {
         if (!text.empty()) text += '|';
-        text += name + "=" + value;
+        text += name;
+        text += '=';
+        text += value;
     }
     return text;
 }

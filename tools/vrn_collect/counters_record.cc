@@ -73,6 +73,7 @@ vrn_counters_schema_ptr make_counters_schema(const ProcSample &sample) {
     vrn_counters_schema_ptr schema(vrn_counters_schema_create());
     std::vector<Counter> counters = list_counters(sample);
     std::vector<vrn_counter_info_t> infos;
+    infos.reserve(counters.size());
     for (Counter &counter : counters)
         infos.push_back(to_counter_info(counter, static_cast<std::uint32_t>(infos.size())));
     if (!schema ||
