@@ -60,7 +60,7 @@ std::string event_schema() {
 
 std::string counters_schema() {
     std::string text =
-        R"({"version":"1.5.0","counter_groups":[{"granularity":"NODE","name":"bench",)"
+        R"({"version":"1.5.0","counter_groups":[{"granularity":"NODE","name":"bench","provider":"bench",)"
         R"("num_counter_sets":1,"num_counters":200,"counters":[)";
     for (std::uint32_t i = 0; i < counters_per_row; ++i) {
         if (i > 0) text += ',';
