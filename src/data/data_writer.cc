@@ -12,23 +12,13 @@
 #include "data/shared_page.h"
 #include "utils/hexdump.h"
 #include "utils/log.h"
+#include "utils/run_guarded.h"
 
 bool vrn_data_writer_enabled = true;
 
 namespace {
 
 using Key = std::pair<std::string, std::string>;
-
-// True when `action` came to its end; no exception leaves an entry.
-template <typename Action>
-bool run_guarded(Action action) {
-    try {
-        action();
-        return true;
-    } catch (...) {
-        return false;
-    }
-}
 
 void apply_settings(const vrn_data_writer_t *writer, vrn_data_file_t *file) {
     vrn_data_file_set_path_template(file, file->is_not_counters != 0
@@ -43,7 +33,7 @@ void apply_settings(const vrn_data_writer_t *writer, vrn_data_file_t *file) {
 
 template <typename Value>
 bool change_setting(vrn_data_writer_t *writer, Value *setting, const Value &value) {
-    return run_guarded([&] {
+    return vrn::run_guarded([&] {
         if (*setting == value) return;
         *setting = value;
         for (auto &[key, file] : writer->files) apply_settings(writer, &file);
@@ -52,7 +42,7 @@ bool change_setting(vrn_data_writer_t *writer, Value *setting, const Value &valu
 
 bool change_text(vrn_data_writer_t *writer, std::string *setting, const char *text) {
     if (!text) return false;
-    return run_guarded([&] { change_setting(writer, setting, std::string(text)); });
+    return vrn::run_guarded([&] { change_setting(writer, setting, std::string(text)); });
 }
 
 std::string text_or_empty(const char *text) {
@@ -226,7 +216,7 @@ void store_page(vrn_data_writer_t *writer, const vrn_data_page_t *page) {
 
 vrn_data_writer_t *vrn_data_writer_create(const vrn_client_id_t *client_id) {
     vrn_data_writer_t *writer = nullptr;
-    run_guarded([&] {
+    vrn::run_guarded([&] {
         auto made = std::make_unique<vrn_data_writer_t>();
         made->client_id = *client_id;
         writer = made.release();  // to the caller
@@ -237,7 +227,8 @@ vrn_data_writer_t *vrn_data_writer_create(const vrn_client_id_t *client_id) {
 void vrn_data_writer_destroy(vrn_data_writer_t *writer) {
     const std::unique_ptr<vrn_data_writer_t> owner(writer);
     if (!writer) return;
-    for (auto &entry : writer->files) run_guarded([&] { vrn_data_file_destroy(&entry.second); });
+    for (auto &entry : writer->files)
+        vrn::run_guarded([&] { vrn_data_file_destroy(&entry.second); });
 }
 
 bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {
@@ -246,7 +237,7 @@ bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {
 
 bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const char *text) {
     if (!text) return false;
-    return run_guarded([&] {
+    return vrn::run_guarded([&] {
         const std::string new_text = text;
         if (writer->counters_path_template == new_text) return;
         writer->tag_in_path = new_text.find("/{{tag}}/") != std::string::npos;
@@ -290,7 +281,7 @@ bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allo
                                      const char *excluded_tags, const char *allowed_scopes,
                                      const char *excluded_scopes, const char *allowed_scope_file,
                                      const char *excluded_scope_file) {
-    return run_guarded([&] {
+    return vrn::run_guarded([&] {
         vrn_data_page_filter_t filter;
         vrn_data_page_filter_init(&filter, text_or_empty(allowed_tags),
                                   text_or_empty(excluded_tags), text_or_empty(allowed_scopes),
@@ -304,7 +295,7 @@ bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allo
 bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t *page,
                                 const void * /*unused*/) {
     if (!vrn_data_writer_enabled) return true;
-    return run_guarded([&] {
+    return vrn::run_guarded([&] {
         if (!vrn_data_page_is_shared(page)) return store_page(writer, page);
         const vrn_data_page_ptr snapshot(vrn_data_page_snapshot(page));
         if (snapshot) store_page(writer, snapshot.get());

@@ -11,6 +11,7 @@
 #include "data/version.h"
 #include "utils/env.h"
 #include "utils/log.h"
+#include "utils/run_guarded.h"
 #include "utils/string_template.h"
 #include "utils/throw_error.h"
 
@@ -45,17 +46,6 @@ void write_file(const std::string &path, const char *text) {
     file.open(path, std::ios::binary | std::ios::trunc);
     file << text;
     file.close();
-}
-
-// True when `action` came to its end.
-template <typename Action>
-bool run_guarded(Action action) {
-    try {
-        action();
-        return true;
-    } catch (...) {
-        return false;
-    }
 }
 
 }  // namespace
@@ -150,7 +140,7 @@ std::string SchemaWriter::schema_path(const char *id) const {
 
 vrn_schema_writer_t *vrn_schema_writer_create() {
     vrn_schema_writer_t *writer = nullptr;
-    run_guarded([&] { writer = std::make_unique<vrn_schema_writer_t>().release(); });
+    vrn::run_guarded([&] { writer = std::make_unique<vrn_schema_writer_t>().release(); });
     return writer;
 }
 
@@ -159,13 +149,13 @@ void vrn_schema_writer_destroy(vrn_schema_writer_t *writer) {
 }
 
 bool vrn_schema_writer_set_schema_dir(vrn_schema_writer_t *writer, const char *text) {
-    return text && run_guarded([&] { writer->set_schema_dir(text); });
+    return text && vrn::run_guarded([&] { writer->set_schema_dir(text); });
 }
 
 bool vrn_schema_writer_set_data_dir(vrn_schema_writer_t *writer, const char *text) {
-    return text && run_guarded([&] { writer->set_data_dir(text); });
+    return text && vrn::run_guarded([&] { writer->set_data_dir(text); });
 }
 
 bool vrn_schema_writer_on_schema(vrn_schema_writer_t *writer, const JSON_Value *value) {
-    return run_guarded([&] { writer->onSchema(value); });
+    return vrn::run_guarded([&] { writer->onSchema(value); });
 }

@@ -1,0 +1,17 @@
+// The border between code that throws and flat entries that answer true or false.
+#pragma once
+
+namespace vrn {
+
+// True when `action` came to its end; no exception leaves.
+template <typename Action>
+bool run_guarded(Action action) {
+    try {
+        action();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+}  // namespace vrn
