@@ -33,12 +33,12 @@ class TreeSink {
         return arrays_.back() != nullptr;
     }
     void end_array() { arrays_.pop_back(); }
-    bool begin_element() {
+    bool begin_group(std::size_t) { return begin_set(); }
+    bool begin_set() {
         vrn_json_value_ptr value(json_value_init_object());
         object_ = json_value_get_object(value.get());
         return vrn_json_append(arrays_.back(), std::move(value));
     }
-    void begin_group(std::size_t) {}
     void end_element() {}
     void counter(const vrn_counter_info_t &counter) {
         const auto found = vrn_counter_value_read(&counter, row_, vrn_counters_convert_guids());

@@ -2,8 +2,8 @@
 //   void time(std::uint64_t timestamp),
 //   void text(const char *key, const char *value),
 //   bool begin_array(const char *key), void end_array(),
-//   void begin_group(std::size_t index) before a group's members,
-//   bool begin_element(), void end_element() around each object of the innermost array,
+//   bool begin_group(std::size_t index), bool begin_set() for each object of the innermost array,
+//   void end_element() behind it,
 //   void counter(const vrn_counter_info_t &).
 // False ends the walk. What can't be set leaves its key out.
 #pragma once
@@ -24,7 +24,7 @@ bool walk_counter_group(const vrn_counter_group_t &group, Sink &sink) {
     if (!sink.begin_array("counter_sets")) return false;
     // All sets are made from the values at the row's start, deliberately: they are equal.
     for (std::uint32_t set = 0; set < group.num_counter_sets; ++set) {
-        if (!sink.begin_element()) return false;
+        if (!sink.begin_set()) return false;
         for (std::uint32_t i = 0; i < group.num_counters; ++i) sink.counter(*group.counters[i]);
         sink.end_element();
     }
@@ -38,8 +38,7 @@ bool walk_counters_row(std::uint64_t timestamp, const vrn_counters_schema_t &sch
     sink.time(timestamp);
     if (!sink.begin_array("groups")) return false;
     for (std::uint32_t i = 0; i < schema.num_groups; ++i) {
-        sink.begin_group(i);
-        if (!sink.begin_element() || !walk_counter_group(*schema.groups[i], sink)) return false;
+        if (!sink.begin_group(i) || !walk_counter_group(*schema.groups[i], sink)) return false;
         sink.end_element();
     }
     sink.end_array();

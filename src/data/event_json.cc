@@ -1,5 +1,6 @@
 #include "data/event_json.h"
 
+#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -126,7 +127,10 @@ JSON_Value *vrn_event_field_array_to_json(const vrn_type_field_definition_t *fie
 }
 
 JSON_Value *vrn_scalar_to_json(std::uint32_t builtin_id, const void *data, const char *field_name) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, data, vrn_builtin_type_size(builtin_id));
+    const auto form = vrn_builtin_value_form(builtin_id, vrn_name_contains_guid(field_name));
     TreeSink sink;
-    const bool contains_guid = vrn_name_contains_guid(field_name);
-    return vrn::walk_scalar(builtin_id, data, contains_guid, sink) ? sink.release() : nullptr;
+    return vrn::walk_value(form, vrn_builtin_spare_bits(builtin_id), &word, sink) ? sink.release()
+                                                                                  : nullptr;
 }

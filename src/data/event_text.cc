@@ -30,7 +30,7 @@ class TextSink {
         return true;
     }
     void element() { text_.element(); }
-    void key(const vrn_type_field_definition_t &field) { text_.key(*field.json_name); }
+    void key(const vrn_type_field_definition_t &field) { text_.key(field.json_name); }
 
     template <typename T>
     bool number(T value) {

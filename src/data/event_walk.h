@@ -8,10 +8,10 @@
 // False from any but guid_word() ends the walk: the record can't be expressed.
 #pragma once
 
-#include <cctype>
 #include <cstdint>
 #include <string_view>
 
+#include "data/printable.h"
 #include "data/schema/builtin_types.h"
 #include "data/schema/type_definition.h"
 #include "utils/byte_reader.h"
@@ -19,49 +19,18 @@
 
 namespace vrn {
 
-// One built-in value; false also for an id outside the table.
+// One built-in value of the given form. Integers are cut from 8 bytes, whatever their width: of
+// those `spare_bits` lie above the value. Tests in the order of what records are full of.
 template <typename Sink>
-bool walk_scalar(std::uint32_t builtin_id, const void *data, bool contains_guid, Sink &sink) {
-    switch (builtin_id) {
-        case VRN_BUILTIN_BOOL:
-        case VRN_BUILTIN_CHAR:
-        case VRN_BUILTIN_UCHAR:
-        case VRN_BUILTIN_UINT8:
-            return sink.number(load_le<std::uint8_t>(data));
-        case VRN_BUILTIN_INT8:
-            return sink.number(load_le<std::int8_t>(data));
-        case VRN_BUILTIN_SHORT:
-        case VRN_BUILTIN_INT16:
-            return sink.number(load_le<std::int16_t>(data));
-        case VRN_BUILTIN_USHORT:
-        case VRN_BUILTIN_UINT16:
-            return sink.number(load_le<std::uint16_t>(data));
-        case VRN_BUILTIN_INT:
-        case VRN_BUILTIN_INT32:
-            return sink.number(load_le<std::int32_t>(data));
-        case VRN_BUILTIN_UINT:
-        case VRN_BUILTIN_UINT32:
-            return sink.number(load_le<std::uint32_t>(data));
-        case VRN_BUILTIN_LONG:
-        case VRN_BUILTIN_LONGLONG:
-            return sink.number(load_le<std::int64_t>(data));
-        case VRN_BUILTIN_INT64:
-            if (contains_guid) return sink.hex(load_le<std::uint64_t>(data));
-            return sink.number(load_le<std::int64_t>(data));
-        case VRN_BUILTIN_ULONG:
-        case VRN_BUILTIN_ULONGLONG:
-        case VRN_BUILTIN_UINT64:
-            if (contains_guid) return sink.hex(load_le<std::uint64_t>(data));
-            return sink.number(load_le<std::uint64_t>(data));
-        case VRN_BUILTIN_FLOAT:
-            return sink.number(load_le<float>(data));
-        case VRN_BUILTIN_DOUBLE:
-            return sink.number(load_le<double>(data));
-        case VRN_BUILTIN_TIMESTAMP:
-            return sink.number(load_le<std::uint64_t>(data));
-        default:
-            return false;
-    }
+bool walk_value(vrn_value_form_t form, unsigned spare_bits, const void *data, Sink &sink) {
+    if (form == VRN_VALUE_UNSIGNED)
+        return sink.number(load_le<std::uint64_t>(data) << spare_bits >> spare_bits);
+    if (form == VRN_VALUE_DOUBLE) return sink.number(load_le<double>(data));
+    if (form == VRN_VALUE_FLOAT) return sink.number(static_cast<double>(load_le<float>(data)));
+    if (form == VRN_VALUE_HEX) return sink.hex(load_le<std::uint64_t>(data));
+    if (form != VRN_VALUE_SIGNED) return false;
+    const auto shifted = static_cast<std::int64_t>(load_le<std::uint64_t>(data) << spare_bits);
+    return sink.number(shifted >> spare_bits);
 }
 
 // Walks records for one sink. `convert_guids` is the state of the GUID switch.
@@ -86,8 +55,8 @@ class EventWalk {
     }
 
     bool element(const vrn_type_field_definition_t &field, const void *data) {
-        if (field.type->builtin_id == VRN_BUILTIN_NONE) return record(*field.type, data);
-        return walk_scalar(field.type->builtin_id, data, contains_guid(field), sink_);
+        if (field.form == VRN_VALUE_RECORD) return record(*field.type, data);
+        return walk_value(field.form, field.spare_bits, data, sink_);
     }
 
     bool array(const vrn_type_field_definition_t &field, const void *data) {
@@ -104,25 +73,16 @@ class EventWalk {
         return static_cast<const std::uint8_t *>(data) + offset;
     }
 
-    static bool contains_guid(const vrn_type_field_definition_t &field) {
-        return field.json_name && field.json_name->contains_guid;
-    }
-
     static bool is_text(const vrn_type_definition_t &type) {
         return type.builtin_id == VRN_BUILTIN_CHAR || type.builtin_id == VRN_BUILTIN_UCHAR;
     }
 
-    // As std::isprint, of which the ASCII part is the same in all locales.
-    static bool is_printable(std::uint8_t byte) {
-        return byte < 0x80 ? byte - 0x20U < 0x7fU - 0x20U : std::isprint(byte) != 0;
-    }
-
     bool member(const vrn_type_field_definition_t &field, const void *data) {
-        // Never resolved: then nobody checked the offset either.
-        if (!field.type || !field.json_name) return false;
+        // Without a type nobody checked the offset.
+        if (!field.type || !field.json_name.key) return false;
         sink_.key(field);
         // Whatever the type: 8 bytes are read.
-        if (convert_guids_ && field.json_name->is_guid_word &&
+        if (convert_guids_ && field.json_name.is_guid_word &&
             sink_.guid_word(field, load_le<std::uint64_t>(data)))
             return true;
         return value(field, data);
@@ -130,10 +90,8 @@ class EventWalk {
 
     // The printable characters before the first one that isn't; a NUL ends the text like any other.
     bool text(const vrn_type_field_definition_t &field, const void *data) {
-        const std::uint8_t *bytes = at(data, 0);
-        std::size_t length = 0;
-        while (length < field.array_length && is_printable(bytes[length])) ++length;
-        if (sink_.string({reinterpret_cast<const char *>(bytes), length})) return true;
+        const std::size_t length = printable_length(at(data, 0), field.array_length);
+        if (sink_.string({static_cast<const char *>(data), length})) return true;
         VRN_LOG(VRN_LOG_ERROR, "Failed to serialize field %s of type %s[%u] as string",
                 field.field_name, field.type_name, field.array_length);
         return false;

@@ -3,20 +3,17 @@
 
 #include <cstddef>
 
-#include "utils/c_ptr.h"
-
 struct vrn_json_name_t {
     bool is_guid_word;     // see vrn_name_is_guid_word
     bool contains_guid;    // see vrn_name_contains_guid
     std::size_t key_size;  // bytes of `key`
-    // Owned: the name as a JSON string and a colon. Its storage is zeros up to the next multiple of
-    // VRN_JSON_KEY_STEP, so that it can be copied in steps.
+    // Owned: a comma, the name as a JSON string and a colon. VRN_JSON_KEY_STEP bytes behind it may
+    // be read, so that it can be copied in steps.
     char *key;
 };
 
 inline constexpr std::size_t VRN_JSON_KEY_STEP = 32;
 
-// Null when out of memory or `name` is null.
-vrn_json_name_t *vrn_json_name_create(const char *name);
-void vrn_json_name_destroy(vrn_json_name_t *name);  // accepts null
-using vrn_json_name_ptr = vrn::CPtr<vrn_json_name_t, vrn_json_name_destroy>;
+// False: out of memory; `name` is left empty.
+bool vrn_json_name_init(vrn_json_name_t *name, const char *text);
+void vrn_json_name_clear(vrn_json_name_t *name);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -58,16 +57,17 @@ std::uint64_t word_at(const char *text) {
     return word;
 }
 
-bool is_ascii(std::string_view text) {
-    std::uint64_t all = 0;
-    for (; text.size() >= sizeof all; text.remove_prefix(sizeof all)) all |= word_at(text.data());
-    for (const char character : text) all |= static_cast<unsigned char>(character);
-    return (all & 0x8080808080808080) == 0;
+// Copies whole words for as long as they need no second look.
+char *write_plain_words(char *out, std::string_view *text) {
+    for (; text->size() >= 8 && is_plain_word(word_at(text->data())); text->remove_prefix(8)) {
+        std::memcpy(out, text->data(), 8);
+        out += 8;
+    }
+    return out;
 }
 
 char *write_escaped(char *out, std::string_view text) {
-    for (; text.size() >= 8 && is_plain_word(word_at(text.data())); text.remove_prefix(8), out += 8)
-        std::memcpy(out, text.data(), 8);
+    out = write_plain_words(out, &text);
     for (const char character : text) {
         const auto byte = static_cast<unsigned char>(character);
         if (escapes[byte] == 0)
@@ -76,6 +76,12 @@ char *write_escaped(char *out, std::string_view text) {
             out = write_escape(out, byte, escapes[byte]);
     }
     return out;
+}
+
+bool is_ascii(std::string_view text) {
+    unsigned char all = 0;
+    for (const char character : text) all |= static_cast<unsigned char>(character);
+    return all < 0x80;
 }
 
 // parson's own rule; it reads on to a terminator.
@@ -87,74 +93,102 @@ bool is_utf8(std::string_view text) {
 
 }  // namespace
 
+JsonText::JsonText(JsonLayout layout)
+    : pretty_(layout == JsonLayout::pretty), colon_gap_(pretty_ ? 1 : 0) {
+    separator_ = pretty_ ? ",\n" : ",";
+    set_level(0);
+}
+
 void JsonText::rewind(const Mark &mark) {
-    size_ = mark.size;
-    level_ = mark.level;
+    next_ = buffer_.get() + mark.size;
+    set_level(mark.level);
     is_empty_ = mark.is_empty;
 }
 
 void JsonText::grow(std::size_t count) {
     constexpr std::size_t first_capacity = 4096;
-    const std::size_t capacity = std::max({first_capacity, capacity_ * 2, size_ + count});
-    auto larger = std::make_unique_for_overwrite<char[]>(capacity + slack);
-    if (size_ > 0) std::memcpy(larger.get(), buffer_.get(), size_);
-    buffer_ = std::move(larger);
-    capacity_ = capacity;
+    const std::size_t used = size();
+    const auto capacity = static_cast<std::size_t>(limit_ - buffer_.get());
+    const std::size_t larger = std::max({first_capacity, capacity * 2, used + count});
+    auto buffer = std::make_unique_for_overwrite<char[]>(larger + 2 * step);
+    if (used > 0) std::memcpy(buffer.get(), buffer_.get(), used);
+    buffer_ = std::move(buffer);
+    next_ = buffer_.get() + used;
+    limit_ = buffer_.get() + larger;
+}
+
+void JsonText::set_level(std::size_t level) {
+    constexpr std::size_t indent_size = 4;
+    level_ = level;
+    if (pretty_) separator_size_ = 2 + level * indent_size;
+    if (separator_.size() < separator_size_ + step) separator_.resize(separator_size_ + step, ' ');
 }
 
 void JsonText::open(char bracket) {
     *reserve(1) = bracket;
-    ++size_;
-    ++level_;
-    is_empty_ = true;
+    ++next_;
+    set_level(level_ + 1);
+    is_empty_ = 1;
 }
 
 void JsonText::close(char bracket) {
-    --level_;
-    char *out = reserve(2 + level_ * indent_size);
-    if (pretty_ && !is_empty_) out = line_break(out);
+    set_level(level_ - 1);
+    char *out = reserve(separator_size_ + 1);
+    if (pretty_ && is_empty_ == 0)
+        out = copy_in_steps(out, &separator_[1], separator_size_ - 1);  // no comma
     *out++ = bracket;
-    is_empty_ = false;
-    advance_to(out);
+    is_empty_ = 0;
+    next_ = out;
 }
 
 void JsonText::key(std::string_view name) {
-    member({});
+    element();
     escaped(name);
     literal(pretty_ ? ": " : ":");
 }
 
+std::string JsonText::prepare_key(std::string_view name) const {
+    JsonText key(pretty_ ? JsonLayout::pretty : JsonLayout::compact);
+    key.set_level(level_);
+    key.is_empty_ = 0;
+    key.key(name);
+    return std::string(key.view());
+}
+
 bool JsonText::number(double value) {
     if (!std::isfinite(value)) return false;
-    char *out = reserve(max_number_size);
-    char *const end = out + max_number_size;
+    next_ = write_number(reserve(max_number_size), value);
+    return true;
+}
+
+char *JsonText::write_number(char *out, double value) {
     if (std::abs(value) < exponent_limit && !(value == 0 && std::signbit(value))) {
         const auto whole = static_cast<std::int64_t>(value);
         if (static_cast<double>(whole) == value) {
             if (whole < 0) *out++ = '-';
-            advance_to(write_digits(out, static_cast<std::uint64_t>(std::abs(whole))));
-            return true;
+            return write_digits(out, static_cast<std::uint64_t>(std::abs(whole)));
         }
     }
-    advance_to(std::to_chars(out, end, value, std::chars_format::general, 17).ptr);
-    return true;
+    return std::to_chars(out, out + max_number_size, value, std::chars_format::general, 17).ptr;
 }
 
 void JsonText::hex(std::uint64_t value) {
-    constexpr int digits = 16;
-    char *out = reserve(digits + 4);
-    out = std::ranges::copy(std::string_view("\"0x"), out).out;
-    for (int i = 0; i < digits; ++i) {
-        value = std::rotl(value, 4);
-        *out++ = hex_digits[value & 15];
-    }
+    static constexpr std::string_view prefix = "\"0x";
+    char *out = std::ranges::copy(prefix, reserve(max_number_size)).out;
+    out = write_hex_digits(out, value);
     *out++ = '"';
-    advance_to(out);
+    next_ = out;
 }
 
 bool JsonText::string(std::string_view text) {
-    if (!is_ascii(text) && !is_utf8(text)) return false;
-    escaped(text);
+    char *out = reserve(text.size() * max_escape_size + 2);
+    *out++ = '"';
+    std::string_view rest = text;
+    out = write_plain_words(out, &rest);
+    if (!is_ascii(rest) && !is_utf8(text)) return false;
+    out = write_escaped(out, rest);
+    *out++ = '"';
+    next_ = out;
     return true;
 }
 
@@ -163,11 +197,11 @@ void JsonText::escaped(std::string_view text) {
     *out++ = '"';
     out = write_escaped(out, text);
     *out++ = '"';
-    advance_to(out);
+    next_ = out;
 }
 
 void JsonText::literal(std::string_view text) {
-    advance_to(std::ranges::copy(text, reserve(text.size())).out);
+    next_ = std::ranges::copy(text, reserve(text.size())).out;
 }
 
 bool JsonText::tree(const JSON_Value *value) {

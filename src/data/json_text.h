@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -21,19 +22,19 @@ enum class JsonLayout { compact, pretty };
 // Functions throw std::bad_alloc when the buffer can't grow.
 class JsonText {
   public:
-    explicit JsonText(JsonLayout layout) : pretty_(layout == JsonLayout::pretty) {}
+    explicit JsonText(JsonLayout layout);
 
     // Valid until the next change.
-    std::string_view view() const { return {buffer_.get(), size_}; }
+    std::string_view view() const { return {buffer_.get(), size()}; }
     void clear() { rewind({}); }
 
     // A place to come back to, when what was begun there has no text.
     struct Mark {
         std::size_t size = 0;
         std::size_t level = 0;
-        bool is_empty = true;
+        std::size_t is_empty = 1;
     };
-    Mark mark() const { return {size_, level_, is_empty_}; }
+    Mark mark() const { return {size(), level_, is_empty_}; }
     void rewind(const Mark &mark);
 
     void begin_object() { open('{'); }
@@ -42,10 +43,39 @@ class JsonText {
     void end_array() { close(']'); }
 
     // Between the elements of an array, also before the first.
-    void element() { member({}); }
+    void element() { next_ = write_separator(reserve(separator_size_)); }
     // Key of the next value of an object.
-    void key(const vrn_json_name_t &name) { member({name.key, name.key_size}); }
+    void key(const vrn_json_name_t &name) {
+        char *out = reserve(separator_size_ + name.key_size);
+        std::size_t comma = is_empty_;
+        if (pretty_) {
+            out = write_separator(out);
+            comma = 1;
+        }
+        out = copy_in_steps(out, name.key + comma, name.key_size - comma);
+        is_empty_ = 0;
+        *out = ' ';
+        next_ = out + colon_gap_;
+    }
     void key(std::string_view name);
+    // What stands before the value of any member of this level but the first, and its use for many
+    // objects of that level. Keys are copied in steps, so `key_slack` bytes behind one are read.
+    static constexpr std::size_t key_slack = VRN_JSON_KEY_STEP;
+    std::string prepare_key(std::string_view name) const;
+    void prepared_key(const char *key, std::size_t size) {
+        next_ = write_prepared(reserve(size), key, size);
+    }
+    // The key and its value.
+    void prepared_integer(const char *key, std::size_t size, std::uint64_t value) {
+        char *out = write_prepared(reserve(size + max_number_size), key, size);
+        next_ = value <= exact_limit ? write_digits(out, value)
+                                     : write_number(out, static_cast<double>(value));
+    }
+    void prepared_integer(const char *key, std::size_t size, std::int64_t value) {
+        if (value >= 0) return prepared_integer(key, size, static_cast<std::uint64_t>(value));
+        prepared_key(key, size);
+        signed_integer(value);
+    }
 
     // False, with nothing written, for a NaN or an infinity.
     bool number(double value);
@@ -72,66 +102,67 @@ class JsonText {
     bool tree(const JSON_Value *value);
 
   private:
-    // Writable bytes behind those that reserve() gave: copies go in steps.
-    static constexpr std::size_t slack = 2 * VRN_JSON_KEY_STEP;
-    static constexpr std::size_t indent_size = 4;
+    // Copies are made in whole steps: so much is writable behind the bytes that reserve() gave, and
+    // readable behind what is copied.
+    static constexpr std::size_t step = VRN_JSON_KEY_STEP;
     // Sign, 17 digits, point, exponent of a number: 24 bytes at most.
     static constexpr std::size_t max_number_size = 32;
     // Up to here all integers are doubles.
     static constexpr std::uint64_t exact_limit = std::uint64_t{1} << 53;
 
+    std::size_t size() const { return static_cast<std::size_t>(next_ - buffer_.get()); }
     // Room for `count` more bytes; returns where they go.
     char *reserve(std::size_t count) {
-        if (count > capacity_ - size_) grow(count);
-        return buffer_.get() + size_;
+        if (count > static_cast<std::size_t>(limit_ - next_)) grow(count);
+        return next_;
     }
-    void advance_to(const char *end) { size_ = static_cast<std::size_t>(end - buffer_.get()); }
     void grow(std::size_t count);
-    // Room must have been reserved.
-    char *line_break(char *out) const {
-        static constexpr char blanks[] = "\n                               ";
-        static_assert(sizeof blanks == VRN_JSON_KEY_STEP + 1);
-        std::memcpy(out, blanks, VRN_JSON_KEY_STEP);
-        const std::size_t size = 1 + level_ * indent_size;
-        if (size > VRN_JSON_KEY_STEP)
-            std::memset(out + VRN_JSON_KEY_STEP, ' ', size - VRN_JSON_KEY_STEP);
+    static char *copy_in_steps(char *out, const char *from, std::size_t size) {
+        std::memcpy(out, from, step);
+        for (std::size_t done = step; done < size; done += step)
+            std::memcpy(out + done, from + done, step);
         return out + size;
     }
+    // What stands before a member or element: a comma, except before the first, and a line break.
+    char *write_separator(char *out) {
+        out = copy_in_steps(out, &separator_[is_empty_], separator_size_ - is_empty_);
+        is_empty_ = 0;
+        return out;
+    }
+    char *write_prepared(char *out, const char *key, std::size_t size) {
+        out = copy_in_steps(out, key + is_empty_, size - is_empty_);
+        is_empty_ = 0;
+        return out;
+    }
+    // A finite number; max_number_size bytes at most.
+    static char *write_number(char *out, double value);
+    void set_level(std::size_t level);
     void open(char bracket);
     void close(char bracket);
-    // `key` is stored in whole steps.
-    void member(std::string_view key) {
-        char *out = reserve(key.size() + 3 + level_ * indent_size);
-        *out = ',';
-        out += is_empty_ ? 0 : 1;
-        is_empty_ = false;
-        if (pretty_) out = line_break(out);
-        for (std::size_t done = 0; done < key.size(); done += VRN_JSON_KEY_STEP)
-            std::memcpy(out + done, key.data() + done, VRN_JSON_KEY_STEP);
-        out += key.size();
-        if (pretty_ && !key.empty()) *out++ = ' ';
-        advance_to(out);
-    }
     bool integer(std::uint64_t value) {
         if (value > exact_limit) return number(static_cast<double>(value));
-        advance_to(write_digits(reserve(max_number_size), value));
+        next_ = write_digits(reserve(max_number_size), value);
         return true;
     }
     bool signed_integer(std::int64_t value) {
         if (value >= 0) return integer(static_cast<std::uint64_t>(value));
         const std::uint64_t magnitude = -static_cast<std::uint64_t>(value);
         if (magnitude > exact_limit) return number(static_cast<double>(value));
-        *reserve(1) = '-';
-        ++size_;
-        return integer(magnitude);
+        char *out = reserve(max_number_size);
+        *out++ = '-';
+        next_ = write_digits(out, magnitude);
+        return true;
     }
 
-    std::unique_ptr<char[]> buffer_;
-    std::size_t size_ = 0;
-    std::size_t capacity_ = 0;
-    std::size_t level_ = 0;
-    bool is_empty_ = true;  // nothing stands in the innermost object or array yet
     bool pretty_;
+    std::size_t colon_gap_;     // blanks behind a colon
+    std::size_t is_empty_ = 1;  // 1 when nothing stands in the innermost object or array yet
+    std::size_t level_ = 0;
+    std::string separator_;  // a comma, a line break and the blanks of the deepest level so far
+    std::size_t separator_size_ = 1;  // of this level
+    std::unique_ptr<char[]> buffer_;
+    char *next_ = nullptr;   // end of the text
+    char *limit_ = nullptr;  // end of the room
 };
 
 }  // namespace vrn

@@ -19,9 +19,8 @@ vrn::Bytes row_of(const vrn_reader_t *reader, const void *block) {
 bool write_counters(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row,
                     vrn::JsonText *text) {
     if (!reader->counters_text)
-        reader->counters_text = new vrn::CountersText(*reader->type_system->counters_schema);
-    return reader->counters_text->write(timestamp, row, reader->options->microsecond_precision,
-                                        text);
+        reader->counters_text = new vrn::CountersText(*reader->type_system->counters_schema, *text);
+    return reader->counters_text->write(timestamp, row, reader->options->microsecond_precision);
 }
 
 // The row as a tree, for what metadata change in it.

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -17,6 +18,12 @@ void set_locale() {
     if (!std::setlocale(LC_ALL, "C")) VRN_LOG(VRN_LOG_ERROR, "Unable to set locale '%s'", "C");
 }
 
+// The reader of a pipe may leave at any time: the run then ends at once, also where the parent
+// ignores the signal.
+void end_with_the_pipe() {
+    std::signal(SIGPIPE, SIG_DFL);
+}
+
 // One large buffer for pipes and files; a terminal stays line by line.
 void buffer_output() {
     static char buffer[1 << 15];
@@ -27,6 +34,7 @@ void buffer_output() {
 
 int main(int argc, char **argv) {
     set_locale();
+    end_with_the_pipe();
     buffer_output();
     vrn_reader_options_t options{};
     if (!vrn_reader_options_parse(&options, argc, argv)) {

@@ -2,9 +2,24 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <string_view>
 
 #include "utils/log.h"
+
+namespace {
+
+// Not through the stream, whose buffer would only be one copy more. Output isn't checked.
+void write_all(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(STDOUT_FILENO, text.data(), text.size());
+        if (count < 0 && errno != EINTR) return;
+        if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+}  // namespace
 
 vrn::JsonText &vrn_reader_text(vrn_reader_t *reader) {
     const bool pretty = reader->options->format == VRN_FORMAT_JSON;
@@ -20,9 +35,9 @@ std::size_t vrn_reader_piece_size() {
 }
 
 void vrn_reader_flush_text(vrn_reader_t *reader) {
-    if (!reader->text) return;
-    const std::string_view text = reader->text->view();
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    if (!reader->text || reader->text->view().empty()) return;
+    std::fflush(stdout);  // what others print comes first
+    write_all(reader->text->view());
     reader->text->clear();
 }
 

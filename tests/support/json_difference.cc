@@ -31,13 +31,13 @@ std::string printed_tree(JSON_Value *value, JsonLayout layout) {
 
 // What `write` appends behind a record that stands there already, twice.
 template <typename Write>
-std::string written(JsonLayout layout, Write write) {
-    JsonText text(layout);
-    if (!write(&text)) return text.view().empty() ? failed : "something left of a failure";
+std::string written(JsonText &text, Write write) {
+    text.clear();
+    if (!write()) return text.view().empty() ? failed : "something left of a failure";
     const std::string first(text.view());
     text.literal("\n");
     const std::string before(text.view());
-    if (!write(&text)) return "a failure at the second time";
+    if (!write()) return "a failure at the second time";
     if (text.view() != before + first) return "another text at the second time";
     return first;
 }
@@ -142,6 +142,20 @@ class RandomCounters {
     vrn_counters_schema_ptr schema_{vrn_counters_schema_create()};
 };
 
+// Of one random row; `rows` writes to `text`.
+std::string row_difference(RandomSource &source, const RandomCounters &counters, JsonLayout layout,
+                           JsonText *text, CountersText *rows) {
+    const std::string values = random_record(source, source.below(100));
+    const Bytes view(reinterpret_cast<const std::uint8_t *>(values.data()), values.size());
+    const std::uint64_t timestamp =
+        source.one_in(4) ? source.word() : 1'700'000'000'000'000 + source.below(3'000'000);
+    const bool microseconds = source.one_in(2);
+    const std::string tree = printed_tree(
+        vrn_counters_row_to_json(timestamp, view, counters.schema(), microseconds), layout);
+    return difference(tree,
+                      written(*text, [&] { return rows->write(timestamp, view, microseconds); }));
+}
+
 }  // namespace
 
 std::string event_difference(std::string_view bytes) {
@@ -151,32 +165,23 @@ std::string event_difference(std::string_view bytes) {
     if (!type) return "";
     const std::string record = random_record(source, type->size);
     std::string all;
-    for (const JsonLayout layout : {JsonLayout::compact, JsonLayout::pretty})
+    for (const JsonLayout layout : {JsonLayout::compact, JsonLayout::pretty}) {
+        JsonText text(layout);
+        const auto write = [&] { return vrn_event_write_json(type, record.data(), &text); };
         all += difference(printed_tree(vrn_event_to_json(type, record.data()), layout),
-                          written(layout, [&](JsonText *text) {
-                              return vrn_event_write_json(type, record.data(), text);
-                          }));
+                          written(text, write));
+    }
     return all;
 }
 
 std::string counters_difference(std::string_view bytes) {
     RandomSource source(bytes);
     const RandomCounters counters(source);
-    CountersText row_text(*counters.schema());
     std::string all;
-    for (int row = 0; row < 3; ++row) {
-        const std::string values = random_record(source, source.below(100));
-        const Bytes view(reinterpret_cast<const std::uint8_t *>(values.data()), values.size());
-        const std::uint64_t timestamp =
-            source.one_in(4) ? source.word() : 1'700'000'000'000'000 + source.below(3'000'000);
-        const bool microseconds = source.one_in(2);
-        for (const JsonLayout layout : {JsonLayout::compact, JsonLayout::pretty})
-            all += difference(printed_tree(vrn_counters_row_to_json(
-                                               timestamp, view, counters.schema(), microseconds),
-                                           layout),
-                              written(layout, [&](JsonText *text) {
-                                  return row_text.write(timestamp, view, microseconds, text);
-                              }));
+    for (const JsonLayout layout : {JsonLayout::compact, JsonLayout::pretty}) {
+        JsonText text(layout);
+        CountersText rows(*counters.schema(), text);
+        for (int i = 0; i < 3; ++i) all += row_difference(source, counters, layout, &text, &rows);
     }
     return all;
 }

@@ -69,7 +69,7 @@ std::uint64_t vrn_schema_type_size(const vrn_schema_t *schema, const char *name)
 bool vrn_schema_resolve_type_fields(const vrn_schema_t *schema, vrn_type_definition_t *type) {
     for (std::uint16_t i = 0; i < type->num_fields; ++i) {
         vrn_type_field_definition_t *field = type->fields[i];
-        field->type = vrn_schema_find_type(schema, field->type_name);
+        vrn_field_definition_bind(field, vrn_schema_find_type(schema, field->type_name));
         if (field->type) continue;
         VRN_LOG(VRN_LOG_ERROR, "Definition of type %s not found within the schema %s",
                 field->type_name, vrn_schema_provider_text(schema));

@@ -53,7 +53,7 @@ bool add_field(const vrn_schema_t *schema, vrn_type_definition_t *type,
     }
     created->offset = type->size;
     vrn_type_field_definition_t *field = vrn_type_definition_append(type, std::move(created));
-    field->type = vrn_schema_find_type(schema, field->type_name);
+    vrn_field_definition_bind(field, vrn_schema_find_type(schema, field->type_name));
     if (!field->type) {
         VRN_LOG(VRN_LOG_ERROR,
                 "[%s] cannot find type_definition of type_field_definition '%s', number %d", caller,

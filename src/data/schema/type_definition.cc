@@ -13,6 +13,12 @@ bool copy_text(const char *from, char **to) {
     return *to != nullptr;
 }
 
+vrn_value_form_t form_of(const vrn_type_field_definition_t &field) {
+    if (!field.type) return VRN_VALUE_NONE;
+    if (field.type->builtin_id == VRN_BUILTIN_NONE) return VRN_VALUE_RECORD;
+    return vrn_builtin_value_form(field.type->builtin_id, field.json_name.contains_guid);
+}
+
 }  // namespace
 
 vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_info_t *info) {
@@ -23,8 +29,7 @@ vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_in
         !copy_text(info->description, &field->description) ||
         !copy_text(info->type_name, &field->type_name))
         return nullptr;
-    field->json_name = vrn_json_name_create(info->name);
-    if (info->name && !field->json_name) return nullptr;
+    if (info->name && !vrn_json_name_init(&field->json_name, info->name)) return nullptr;
     field->counting_mode = info->counting_mode;
     field->array_length = info->array_length;
     return field.release();  // to the caller
@@ -32,11 +37,18 @@ vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_in
 
 void vrn_field_definition_destroy(vrn_type_field_definition_t *field) {
     if (!field) return;
-    vrn_json_name_destroy(field->json_name);
+    vrn_json_name_clear(&field->json_name);
     std::free(field->field_name);
     std::free(field->description);
     std::free(field->type_name);
     std::free(field);
+}
+
+void vrn_field_definition_bind(vrn_type_field_definition_t *field,
+                               const vrn_type_definition_t *type) {
+    field->type = type;
+    field->form = form_of(*field);
+    field->spare_bits = vrn_builtin_spare_bits(type ? type->builtin_id : VRN_BUILTIN_NONE);
 }
 
 vrn_type_definition_t *vrn_type_definition_create(const char *name) {

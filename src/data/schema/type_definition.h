@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "data/json_name.h"
+#include "data/schema/builtin_types.h"
 #include "utils/c_ptr.h"
 
 struct vrn_type_definition_t;
@@ -17,9 +18,11 @@ struct vrn_type_field_definition_t {
     std::uint32_t counting_mode;
     std::uint16_t array_length;         // 1 for a scalar
     std::uint64_t offset;               // bytes from the start of the enclosing record
-    const vrn_type_definition_t *type;  // borrowed; null until resolved
+    const vrn_type_definition_t *type;  // borrowed; null until bound
     std::uint16_t index;                // 0, or the 1-based place in the index list
-    vrn_json_name_t *json_name;         // owned; of `field_name`, null when that is
+    vrn_value_form_t form;              // of one element
+    std::uint8_t spare_bits;            // above the value in the 64 bits read for an integer
+    vrn_json_name_t json_name;          // of `field_name`; empty when that is null
 };
 
 struct vrn_type_definition_t {
@@ -45,6 +48,10 @@ vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_in
 void vrn_field_definition_destroy(vrn_type_field_definition_t *field);  // accepts null
 using vrn_field_definition_ptr =
     vrn::CPtr<vrn_type_field_definition_t, vrn_field_definition_destroy>;
+
+// Gives the field the type of its elements; null takes it away.
+void vrn_field_definition_bind(vrn_type_field_definition_t *field,
+                               const vrn_type_definition_t *type);
 
 // Composite type of size 0 without fields or room for any. Null: out of memory.
 vrn_type_definition_t *vrn_type_definition_create(const char *name);

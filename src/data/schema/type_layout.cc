@@ -111,7 +111,8 @@ std::size_t check_leading_types(const vrn_schema_t *schema, std::size_t count) {
 }
 
 void unbind_fields(const vrn_type_definition_t *type) {
-    for (std::uint16_t i = 0; i < type->num_fields; ++i) type->fields[i]->type = nullptr;
+    for (std::uint16_t i = 0; i < type->num_fields; ++i)
+        vrn_field_definition_bind(type->fields[i], nullptr);
 }
 
 }  // namespace
