@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "data/block.h"
 #include "data/compressed_page.h"
@@ -20,36 +21,30 @@ using vrn::Bytes;
 constexpr std::size_t probe_start = 16;
 constexpr std::size_t probe_step = 4;
 
-// The bytes a page decoded to, with VRN_READER_SLACK zeros behind them.
-struct Payload {
-    vrn::CPtr<std::uint8_t, std::free> block;
-    std::size_t size = 0;
-
-    Bytes bytes() const { return {block.get(), size}; }
-};
-
 bool is_page(Bytes rest) {
     return rest.size() >= VRN_MAGIC_SIZE && vrn_block_type_of(rest.data()) == VRN_PAGE_BLOCK;
 }
 
 // Room for what the page claims to hold. Not cleared, so that a false claim takes no memory.
-bool allocate(const void *header, Payload *payload) {
-    payload->size = vrn_compressed_page_uncompressed_size(header);
-    payload->block.reset(
-        static_cast<std::uint8_t *>(std::malloc(payload->size + VRN_READER_SLACK)));
-    if (payload->block) return true;
-    VRN_LOG(VRN_LOG_ERROR, "Failed to allocate data block of size %lu: %s", payload->size,
+bool make_room(vrn_page_buffer_t *buffer, std::size_t size) {
+    if (buffer->bytes && size <= buffer->size) return true;
+    std::free(std::exchange(buffer->bytes, nullptr));
+    buffer->bytes = static_cast<std::uint8_t *>(std::malloc(size + VRN_READER_SLACK));
+    buffer->size = size;
+    if (buffer->bytes) return true;
+    VRN_LOG(VRN_LOG_ERROR, "Failed to allocate data block of size %lu: %s", size,
             std::strerror(errno));
     return false;
 }
 
-bool decode(const void *header, Payload *payload) {
-    std::size_t decoded_size = 0;
-    if (!vrn_compressed_page_decode_prefix(header, payload->block.get(), payload->size,
-                                           &decoded_size))
-        return false;
-    payload->size = decoded_size;
-    std::memset(payload->block.get() + decoded_size, 0, VRN_READER_SLACK);
+// Decodes a page to the start of a buffer that has room for `claimed` bytes. What it decoded to has
+// VRN_READER_SLACK zeros behind it.
+bool decode(const void *header, std::size_t claimed, const vrn_page_buffer_t &buffer,
+            Bytes *payload) {
+    std::size_t size = 0;
+    if (!vrn_compressed_page_decode_prefix(header, buffer.bytes, claimed, &size)) return false;
+    std::memset(buffer.bytes + size, 0, VRN_READER_SLACK);
+    *payload = {buffer.bytes, size};
     return true;
 }
 
@@ -89,12 +84,13 @@ bool export_page(const vrn_reader_t *reader, const void *header, Bytes payload,
 }
 
 // `page` is kept from one exported payload to the next.
-bool process_page(vrn_reader_t *reader, const void *header, Payload *payload,
+bool process_page(vrn_reader_t *reader, const void *header, std::size_t claimed,
                   vrn_data_page_ptr *page) {
-    if (!decode(header, payload)) return false;
+    Bytes payload;
+    if (!decode(header, claimed, reader->page, &payload)) return false;
     if (reader->options->format == VRN_FORMAT_BIN)
-        return export_page(reader, header, payload->bytes(), page);
-    return read_payload(reader, payload->bytes());
+        return export_page(reader, header, payload, page);
+    return read_payload(reader, payload);
 }
 
 }  // namespace
@@ -109,9 +105,9 @@ bool vrn_reader_walk_compressed_pages(vrn_reader_t *reader, const void *chunk, s
         const std::size_t page_size = vrn_compressed_page_whole_size(rest);
         if (page_size == 0) return true;
         const std::uint8_t *header = rest.data() + VRN_MAGIC_SIZE;
-        Payload payload;
-        if (!allocate(header, &payload)) return false;
-        good = process_page(reader, header, &payload, &page);
+        const std::size_t claimed = vrn_compressed_page_uncompressed_size(header);
+        if (!make_room(&reader->page, claimed)) return false;
+        good = process_page(reader, header, claimed, &page);
         rest = rest.subspan(page_size);
     }
     return good;

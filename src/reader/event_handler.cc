@@ -28,9 +28,20 @@ const vrn_type_definition_t *find_type(const vrn_type_system_t *system, std::uin
     return schema->types[type_index];
 }
 
-bool is_selected(const vrn_reader_options_t *options, const vrn_type_definition_t *type) {
+bool matches(const vrn_reader_options_t *options, const vrn_type_definition_t *type) {
     return vrn_string_array_match(type->name, options->include_counters, VRN_MATCH_WILDCARD) &&
            !vrn_string_array_match(type->name, options->exclude_counters, VRN_MATCH_WILDCARD);
+}
+
+// The patterns are matched once for all blocks of a type.
+bool is_selected(vrn_reader_t *reader, const vrn_event_header_t &header,
+                 const vrn_type_definition_t *type) {
+    vrn_type_selection_t *selection =
+        &reader->loaded
+             .selection[header.schema_index][static_cast<std::uint8_t>(header.type_index)];
+    if (*selection == VRN_SELECTION_UNKNOWN)
+        *selection = matches(reader->options, type) ? VRN_SELECTION_TAKEN : VRN_SELECTION_LEFT_OUT;
+    return *selection == VRN_SELECTION_TAKEN;
 }
 
 bool print_events(vrn_reader_t *reader, const vrn_type_definition_t *type, const void *rows,
@@ -142,7 +153,7 @@ std::size_t vrn_reader_handle_events_block(vrn_reader_t *reader, const void *blo
         return event_header_size;
     const std::size_t count =
         std::min<std::size_t>(header.num_events, (remaining - event_header_size) / type->size);
-    if (is_selected(reader->options, type) &&
+    if (is_selected(reader, header, type) &&
         !print_events(reader, type, bytes_at(block, event_header_size), count))
         return 0;
     return event_header_size + count * type->size;

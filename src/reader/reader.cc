@@ -10,6 +10,7 @@
 #include "data/data_writer.h"
 #include "reader/block_walk.h"
 #include "reader/file_entry.h"
+#include "reader/reader_kept.h"
 #include "reader/record_text.h"
 #include "reader/schema_load.h"
 #include "utils/log.h"
@@ -74,22 +75,48 @@ bool read_blocks_as_json_array(vrn_reader_t *reader, bool is_first) {
     return true;
 }
 
+bool read_file(vrn_reader_t *reader, bool is_first) {
+    VRN_LOG(VRN_LOG_DEBUG, "Processing data file %s", reader->file_name);
+    if (!open_records(reader)) return false;
+    const bool done = reader->options->format == VRN_FORMAT_JSON
+                          ? read_blocks_as_json_array(reader, is_first)
+                          : vrn_reader_read_blocks(reader);
+    if (!done) vrn_reader_fail(reader, "Failed to process data file %s", reader->file_name);
+    return done;
+}
+
+// As vrn_read_data_file, for one file of a run.
+bool read_next_file(const char *path, const vrn_reader_options_t *options, bool is_first,
+                    vrn_reader_kept_t *kept) {
+    const vrn_reader_ptr reader(vrn_reader_create(path, options));
+    if (!reader) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to initialize reader context");
+        return false;
+    }
+    vrn_reader_take_over(reader.get(), kept);
+    const bool done = read_file(reader.get(), is_first);
+    vrn_reader_leave_behind(reader.get(), kept);
+    return done;
+}
+
 // -1 when the files could not be put in order; nothing is read then.
 std::int32_t read_sorted_files(const vrn_reader_options_t *options) {
     const std::size_t count = options->data_files->count;
     vrn_file_entry_t *entries = vrn_file_entries_load(options);
     if (!entries) return -1;
+    vrn_reader_kept_t kept;
     std::int32_t failed = 0;
     for (std::size_t i = 0; i < count; ++i)
-        if (!vrn_read_data_file(entries[i].path, options, i == 0)) ++failed;
+        if (!read_next_file(entries[i].path, options, i == 0, &kept)) ++failed;
     vrn_file_entries_free(entries, count);
     return failed;
 }
 
 std::int32_t read_listed_files(const vrn_reader_options_t *options) {
+    vrn_reader_kept_t kept;
     std::int32_t failed = 0;
     for (std::size_t i = 0; i < options->data_files->count; ++i)
-        if (!vrn_read_data_file(options->data_files->strings[i], options, i == 0)) ++failed;
+        if (!read_next_file(options->data_files->strings[i], options, i == 0, &kept)) ++failed;
     return failed;
 }
 
@@ -129,6 +156,7 @@ void vrn_reader_destroy(vrn_reader_t *reader) {
     vrn_reader_flush_text(reader);
     vrn_data_writer_destroy(reader->data_writer);
     std::free(reader->client_id);
+    std::free(reader->page.bytes);
     delete reader->counters_text;
     vrn_type_system_destroy(reader->type_system);
     vrn_metadata_free(reader->metadata);
@@ -148,18 +176,8 @@ std::int32_t vrn_read_all_files(const vrn_reader_options_t *options) {
 }
 
 bool vrn_read_data_file(const char *path, const vrn_reader_options_t *options, bool is_first) {
-    const vrn_reader_ptr reader(vrn_reader_create(path, options));
-    if (!reader) {
-        VRN_LOG(VRN_LOG_ERROR, "Failed to initialize reader context");
-        return false;
-    }
-    VRN_LOG(VRN_LOG_DEBUG, "Processing data file %s", path);
-    if (!open_records(reader.get())) return false;
-    const bool done = options->format == VRN_FORMAT_JSON
-                          ? read_blocks_as_json_array(reader.get(), is_first)
-                          : vrn_reader_read_blocks(reader.get());
-    if (!done) vrn_reader_fail(reader.get(), "Failed to process data file %s", path);
-    return done;
+    vrn_reader_kept_t kept;
+    return read_next_file(path, options, is_first, &kept);
 }
 
 bool vrn_reader_read_file_header(const char *path, const vrn_reader_options_t *options,

@@ -19,14 +19,30 @@
 
 struct vrn_data_writer_t;
 
-// Event schemas in the order of their indexes.
-struct vrn_loaded_ids_t {
-    vrn_schema_id_t ids[VRN_SCHEMAS_BLOCK_MAX_IDS];
-    std::size_t count;
-    bool is_whole;  // false before a load and after one that failed
+// Whether the options select the events of a type by its name.
+enum vrn_type_selection_t : std::uint8_t {
+    VRN_SELECTION_UNKNOWN,
+    VRN_SELECTION_TAKEN,
+    VRN_SELECTION_LEFT_OUT,
 };
 
-// Created and destroyed per file; nothing in it outlives the file.
+// What the type system of a context was loaded for, and what was found out about its types since.
+struct vrn_loaded_schemas_t {
+    vrn_schema_id_t event_ids[VRN_SCHEMAS_BLOCK_MAX_IDS];  // in the order of the schema indexes
+    std::size_t num_event_ids;
+    vrn_schema_id_t counters_id;
+    bool is_whole;  // false before a load and after one that failed
+    // By schema and type index.
+    vrn_type_selection_t selection[VRN_SCHEMAS_BLOCK_MAX_IDS][VRN_MAX_TYPES];
+};
+
+// Room for the payload of one compressed page after the other.
+struct vrn_page_buffer_t {
+    std::uint8_t *bytes;  // owned, by malloc
+    std::size_t size;
+};
+
+// Created and destroyed per file; what a run keeps for its next file is taken out before.
 struct vrn_reader_t {
     const vrn_reader_options_t *options;  // borrowed
     gzFile file;
@@ -37,7 +53,8 @@ struct vrn_reader_t {
     vrn_metadata_t *metadata;        // owned; null without --metadata
     vrn_client_id_t *client_id;      // owned, as the writer; both null unless the format is bin
     vrn_data_writer_t *data_writer;  // of pages, below `output_dir`
-    vrn_loaded_ids_t loaded_ids;     // what the type system was loaded for
+    vrn_loaded_schemas_t loaded;
+    vrn_page_buffer_t page;
     // End of the bytes that blocks may read at present: the chunk buffer or a page's payload.
     // VRN_READER_SLACK zeros stand behind it.
     const std::uint8_t *window_end;

@@ -106,32 +106,36 @@ bool renew_type_system(vrn_reader_t *reader) {
     return false;
 }
 
-bool load_named(vrn_reader_t *reader, const vrn_loaded_ids_t &named) {
+bool load_named(vrn_reader_t *reader, const vrn_loaded_schemas_t &named) {
     delete std::exchange(reader->counters_text, nullptr);  // prepared for the old schema
     vrn_type_system_destroy(std::exchange(reader->type_system, nullptr));
     Filters filters;
     if (!load_filters(reader->options, &filters)) return false;
     if (!renew_type_system(reader)) return false;
-    for (std::size_t i = 0; filters.take_events && i < named.count; ++i)
-        if (!load_event_schema(reader, &named.ids[i], filters.field_set.get())) return false;
+    for (std::size_t i = 0; filters.take_events && i < named.num_event_ids; ++i)
+        if (!load_event_schema(reader, &named.event_ids[i], filters.field_set.get())) return false;
     return !filters.take_counters || load_counters_schema(reader, filters.counter_set.get());
+}
+
+bool is_loaded(const vrn_loaded_schemas_t &loaded, const vrn_loaded_schemas_t &named) {
+    return loaded.is_whole && loaded.num_event_ids == named.num_event_ids &&
+           std::memcmp(loaded.event_ids, named.event_ids, sizeof named.event_ids) == 0 &&
+           vrn_schema_id_compare(&loaded.counters_id, &named.counters_id) == 0;
 }
 
 }  // namespace
 
 bool vrn_reader_load_type_system(vrn_reader_t *reader, const vrn_schema_id_t *ids,
                                  std::size_t count) {
-    vrn_loaded_ids_t named{};
+    vrn_loaded_schemas_t named{};
     for (std::size_t i = 0; i < count; ++i)
-        if (!vrn_schema_id_is_zero(&ids[i])) named.ids[named.count++] = ids[i];
-    // Nothing else of a file decides what is loaded: a run of schemas blocks that name the same
-    // schemas over and over costs one load.
-    const vrn_loaded_ids_t &loaded = reader->loaded_ids;
-    if (loaded.is_whole && loaded.count == named.count &&
-        std::memcmp(loaded.ids, named.ids, sizeof named.ids) == 0)
-        return true;
-    reader->loaded_ids = {};
+        if (!vrn_schema_id_is_zero(&ids[i])) named.event_ids[named.num_event_ids++] = ids[i];
+    named.counters_id = reader->header.counters_schema_id;
+    // Nothing else of a file decides what is loaded: files and schemas blocks that name the same
+    // schemas over and over cost one load.
+    if (is_loaded(reader->loaded, named)) return true;
+    reader->loaded = {};
     named.is_whole = load_named(reader, named);
-    reader->loaded_ids = named;
+    reader->loaded = named;
     return named.is_whole;
 }

@@ -1,0 +1,22 @@
+#include "reader/reader_kept.h"
+
+#include <utility>
+
+#include "reader/record_text.h"
+
+void vrn_reader_take_over(vrn_reader_t *reader, vrn_reader_kept_t *kept) {
+    reader->type_system = kept->type_system.release();  // all of it to the context
+    reader->loaded = std::exchange(kept->loaded, {});
+    reader->text = kept->text.release();
+    reader->counters_text = kept->counters_text.release();
+    reader->page = std::exchange(kept->page, {});
+}
+
+void vrn_reader_leave_behind(vrn_reader_t *reader, vrn_reader_kept_t *kept) {
+    vrn_reader_flush_text(reader);
+    kept->type_system.reset(std::exchange(reader->type_system, nullptr));
+    kept->loaded = std::exchange(reader->loaded, {});
+    kept->text.reset(std::exchange(reader->text, nullptr));
+    kept->counters_text.reset(std::exchange(reader->counters_text, nullptr));
+    kept->page = std::exchange(reader->page, {});
+}
