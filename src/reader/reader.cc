@@ -17,6 +17,9 @@
 
 namespace {
 
+// Bytes of a gzip stream that are read at once. Chunks of more than twice as much are read straight
+// into their place.
+constexpr unsigned input_window = 16384;
 constexpr std::uint32_t min_block_size = 16;
 constexpr std::uint32_t block_size_limit = 125829120;  // one above the highest that passes
 
@@ -147,6 +150,7 @@ vrn_reader_t *vrn_reader_create(const char *path, const vrn_reader_options_t *op
         VRN_LOG(VRN_LOG_ERROR, "Failed to open data file %s: %s", path, std::strerror(errno));
         return nullptr;
     }
+    gzbuffer(reader->file, input_window);
     if (options->format == VRN_FORMAT_BIN && !open_data_writer(reader.get())) return nullptr;
     return reader.release();  // to the caller
 }
