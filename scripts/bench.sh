@@ -4,5 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/install-deps.sh
 cmake --preset release >/dev/null
-cmake --build --preset release -j "$(nproc)" --target vrn_bench vrn_read
-exec build/bin/vrn_bench "$@"
+cmake --build --preset release -j "$(nproc)" --target vrn_bench vrn_scaling_bench vrn_read
+build/bin/vrn_bench "$@"
+echo
+build/bin/vrn_scaling_bench "${1:-5}"
