@@ -1,5 +1,7 @@
 #include "reader/compressed_page_walk.h"
 
+#include <cstdlib>
+
 #include "reader/block_walk.h"
 #include "reader/driver_double.h"
 #include "support/page_blocks.h"
@@ -28,6 +30,7 @@ Walk walk(const std::string &chunk) {
     CapturedLog log;
     Walk result = {vrn_reader_walk_compressed_pages(&reader, bytes.data(), bytes.size()), {}, {}};
     result.lines = log.take();
+    std::free(reader.page.bytes);
     EXPECT_EQ(reader.window_end, nullptr);
     for (const HandedBlock &block : take_handed_blocks()) {
         EXPECT_TRUE(block.in_compressed);
