@@ -1,7 +1,6 @@
 #include "data/data_file.h"
 
 #include <algorithm>
-#include <boost/filesystem.hpp>
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -10,8 +9,6 @@
 #include "data/data_file_io.h"
 #include "data/data_path.h"
 #include "utils/log.h"
-
-namespace fs = boost::filesystem;
 
 namespace {
 
@@ -101,8 +98,7 @@ std::uint64_t vrn_data_file_write(vrn_data_file_t *file, std::uint64_t first_ts,
 bool vrn_data_file_needs_rotation(const vrn_data_file_t *file, std::uint64_t first_ts,
                                   std::uint64_t last_ts) {
     if (file->first_ts == 0) return true;
-    boost::system::error_code ignored;
-    if (!file->path.empty() && !fs::exists(file->path, ignored)) return true;
+    if (!file->path.empty() && !vrn_data_file_is_present(file)) return true;
     // Before the size is looked at: pages of one first time never part.
     if (first_ts == file->first_ts) return false;
     if (file->file_size >= file->max_file_size) return true;

@@ -43,6 +43,7 @@ struct vrn_data_file_t {
     vrn_schema_id_t counters_schema_id{};      // the same
     vrn_schema_id_t event_schema_ids[VRN_EVENT_SCHEMA_IDS]{};  // the same
     std::uint32_t is_not_counters = 0;  // 0 for a file of counters blocks, otherwise 1
+    bool has_other_blocks = false;      // the open file's header has another block size
 };
 
 void vrn_data_file_init(vrn_data_file_t *file, const vrn_client_id_t *client_id,

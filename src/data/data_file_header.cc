@@ -18,6 +18,12 @@ std::uint32_t packed_version(const vrn_data_file_header_t *header) {
     return packed;
 }
 
+bool is_version_known(const vrn_data_file_header_t *header) {
+    constexpr std::uint32_t major_and_minor = 0xFFFF;
+    return vrn_version_is_compatible(packed_version(header) & major_and_minor,
+                                     VRN_DATA_FILE_VERSION & major_and_minor);
+}
+
 // A text that fills its field runs on into what follows, as far as the header reaches.
 void print_header_text(std::FILE *stream, const char *label, const vrn_data_file_header_t *header,
                        std::size_t offset) {
@@ -43,14 +49,17 @@ vrn_data_file_header_t *vrn_data_file_header_create() {
     return header;
 }
 
+bool vrn_data_file_header_is_valid(const vrn_data_file_header_t *header) {
+    return vrn_magic_matches(header->magic, VRN_MAGIC_FILE) && is_version_known(header) &&
+           header->file_size >= sizeof *header;
+}
+
 bool vrn_data_file_header_validate(const vrn_data_file_header_t *header) {
     if (!vrn_magic_matches(header->magic, VRN_MAGIC_FILE)) {
         VRN_LOG(VRN_LOG_ERROR, "Wrong data page magic number.");
         return false;
     }
-    constexpr std::uint32_t major_and_minor = 0xFFFF;
-    if (!vrn_version_is_compatible(packed_version(header) & major_and_minor,
-                                   VRN_DATA_FILE_VERSION & major_and_minor)) {
+    if (!is_version_known(header)) {
         VRN_LOG(VRN_LOG_ERROR,
                 "Version of data page %hu.%hu.%hu is incompatible with Varnel version %s",
                 static_cast<unsigned short>(header->version.major),

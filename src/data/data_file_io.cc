@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "data/data_file.h"
-#include "data/magic.h"
 #include "utils/log.h"
 
 namespace fs = boost::filesystem;
@@ -69,24 +68,42 @@ bool write_new_header(vrn_data_file_t *file, std::FILE *stream) {
     return true;
 }
 
-// Other streams may share the file, so the cut goes by its present end and not by `file_size`.
-void cut_back(const vrn_data_file_t *file, std::uint64_t bytes) {
+// Takes back the last `bytes` of the open file; one that holds nothing else goes. Other streams may
+// share it, so the cut goes by its present end and not by `file_size`. False when they stay.
+bool cut_back(const vrn_data_file_t *file, std::uint64_t bytes) {
     struct stat status;
     const int descriptor = ::fileno(file->stream.get());
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return;
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return true;
     const auto size = static_cast<std::uint64_t>(status.st_size);
-    if (size < bytes) return;
-    // A failure leaves a tail that the next writer of the file cuts.
-    if (bytes != 0 && ::ftruncate(descriptor, static_cast<off_t>(size - bytes)) != 0) return;
+    if (size < bytes) return true;
+    if (bytes != 0 && ::ftruncate(descriptor, static_cast<off_t>(size - bytes)) != 0) return false;
     // Otherwise each page that finds the disk full would leave a file without data.
     if (size - bytes == header_size) ::unlink(file->path.c_str());
+    return true;
 }
 
 // The header's failures belong to the same stretch, so they are still told. Always 0.
-std::uint64_t give_up_append(vrn_data_file_t *file) {
+std::uint64_t give_up_file(vrn_data_file_t *file) {
     vrn_data_file_finish(file);
     file->last_write_ok = false;
     return 0;
+}
+
+// `appended` bytes reached the file. Always 0.
+std::uint64_t give_up_append(vrn_data_file_t *file, std::uint64_t appended) {
+    if (!cut_back(file, appended)) {
+        // The header must not count the torn bytes: so the next writer of the file can cut them.
+        file->stream.reset();
+        file->path.clear();
+    }
+    return give_up_file(file);
+}
+
+// Bytes in the file, also those of other streams that share it.
+std::uint64_t size_of(std::FILE *stream, const vrn_data_file_t *file) {
+    struct stat status;
+    const bool is_known = ::fstat(::fileno(stream), &status) == 0 && S_ISREG(status.st_mode);
+    return is_known ? static_cast<std::uint64_t>(status.st_size) : file->file_size;
 }
 
 bool rewrite_header(const vrn_data_file_t *file, std::FILE *stream) {
@@ -104,7 +121,7 @@ bool rewrite_header(const vrn_data_file_t *file, std::FILE *stream) {
     }
     if (header.first_timestamp == 0) header.first_timestamp = file->first_ts;
     header.last_timestamp = file->last_ts;
-    header.file_size = file->file_size;
+    header.file_size = size_of(stream, file);
     if (std::fseek(stream, 0, SEEK_SET) != 0) {
         if (file->last_write_ok)
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed moving to the beginning of file %s: %s",
@@ -121,11 +138,36 @@ bool rewrite_header(const vrn_data_file_t *file, std::FILE *stream) {
     return true;
 }
 
-// Bytes at the end that are no whole block, counted from where the last writer finished the file.
+bool rewrite_header_on_disk(const vrn_data_file_t *file) {
+    const vrn_stream_ptr stream = open_unbuffered(file->path, "rb+");
+    if (!stream) {
+        if (file->last_write_ok)
+            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed opening data file %s: %s",
+                    file->path.c_str(), std::strerror(errno));
+        return false;
+    }
+    return rewrite_header(file, stream.get());
+}
+
+// Bytes at the end that are no whole block, counted from where the header tells that a page ended.
 std::uint64_t torn_bytes(const vrn_data_file_header_t &header, std::uint64_t size) {
-    if (!vrn_magic_matches(header.magic, VRN_MAGIC_FILE) || header.block_size == 0) return 0;
-    const bool is_believable = header.file_size >= header_size && header.file_size <= size;
-    return (size - (is_believable ? header.file_size : header_size)) % header.block_size;
+    if (!vrn_data_file_header_is_valid(&header) || header.block_size == 0) return 0;
+    return (size - (header.file_size <= size ? header.file_size : header_size)) % header.block_size;
+}
+
+// Whether the file has a header of another block size than the stream's.
+bool has_other_blocks(const vrn_data_file_t *file) {
+    const vrn_stream_ptr stream = open_unbuffered(file->path, "rb");
+    vrn_data_file_header_t header;
+    return stream && read_header(stream.get(), &header) && vrn_data_file_header_is_valid(&header) &&
+           header.block_size != file->block_size;
+}
+
+bool open_for_append(vrn_data_file_t *file) {
+    file->stream = open_unbuffered(file->path, "ab");
+    if (!file->stream) return false;
+    file->has_other_blocks = has_other_blocks(file);
+    return true;
 }
 
 }  // namespace
@@ -137,6 +179,14 @@ bool vrn_data_file_has_content(const std::string &path) {
     if (!fs::is_regular_file(status)) return true;
     const std::uintmax_t size = fs::file_size(path, error);
     return error || size >= header_size;
+}
+
+bool vrn_data_file_is_present(const vrn_data_file_t *file) {
+    boost::system::error_code ignored;
+    if (!fs::exists(file->path, ignored)) return false;
+    struct stat status;
+    return !file->stream || ::fstat(::fileno(file->stream.get()), &status) != 0 ||
+           status.st_nlink != 0;
 }
 
 bool vrn_data_file_create(vrn_data_file_t *file) {
@@ -155,22 +205,24 @@ bool vrn_data_file_create(vrn_data_file_t *file) {
 }
 
 std::uint64_t vrn_data_file_append(vrn_data_file_t *file, const void *data, std::uint64_t size) {
-    if (!file->stream) file->stream = open_unbuffered(file->path, "ab");
-    if (!file->stream) {
+    if (!file->stream && !open_for_append(file)) {
         if (file->last_write_ok)
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open data file %s for writing: %s",
                     file->path.c_str(), std::strerror(errno));
-        return give_up_append(file);
+        return give_up_file(file);
     }
     const std::size_t written = std::fwrite(data, 1, size, file->stream.get());
     if (written != size) {
         if (file->last_write_ok)
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed appending data file %s: %s",
                     file->path.c_str(), std::strerror(errno));
-        cut_back(file, written);
-        return give_up_append(file);
+        return give_up_append(file, written);
     }
     file->file_size += size;
+    if (file->has_other_blocks && !rewrite_header_on_disk(file)) {
+        file->last_write_ok = false;
+        return give_up_append(file, size);
+    }
     file->last_write_ok = true;
     if (!file->keep_open) {
         file->stream.reset();
@@ -182,19 +234,10 @@ std::uint64_t vrn_data_file_append(vrn_data_file_t *file, const void *data, std:
 bool vrn_data_file_update_header(vrn_data_file_t *file) {
     file->stream.reset();
     boost::system::error_code ignored;
-    if (!fs::exists(file->path, ignored)) {
-        VRN_LOG(VRN_LOG_DEBUG, "[data_file] File %s does not exist, skipping header update",
-                file->path.c_str());
-        return true;
-    }
-    const vrn_stream_ptr stream = open_unbuffered(file->path, "rb+");
-    if (!stream) {
-        if (file->last_write_ok)
-            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed opening data file %s: %s",
-                    file->path.c_str(), std::strerror(errno));
-        return false;
-    }
-    return rewrite_header(file, stream.get());
+    if (fs::exists(file->path, ignored)) return rewrite_header_on_disk(file);
+    VRN_LOG(VRN_LOG_DEBUG, "[data_file] File %s does not exist, skipping header update",
+            file->path.c_str());
+    return true;
 }
 
 bool vrn_data_file_read_size(vrn_data_file_t *file) {

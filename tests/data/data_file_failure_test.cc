@@ -2,8 +2,11 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include <array>
 #include <boost/filesystem.hpp>
+#include <cmath>
 #include <csignal>
+#include <functional>
 
 #include "data/data_file.h"
 #include "support/data_tree.h"
@@ -117,6 +120,91 @@ TEST_F(DataFileFailure, CutsOnlyItsOwnPageOffASharedFile) {
                 ElementsAre(AllOf(StartsWith("3 [data_file] Failed appending data file "),
                                   HasSubstr("File too large"))));
     vrn_data_file_destroy(&other);
+}
+
+// Streams of several block sizes on one path, as of one process.
+struct SharedPath {
+    explicit SharedPath(const TempDir &dir) : path(dir.file("f")) {
+        for (std::size_t i = 0; i < streams.size(); ++i) init(i, dir);
+    }
+    ~SharedPath() { finish(); }
+
+    void init(std::size_t i, const TempDir &dir) {
+        constexpr std::array<std::uint32_t, 3> block_sizes = {10, 7, 10};
+        vrn_data_file_init(&streams[i], &client, std::to_string(i), "tag", 1);
+        streams[i].root_dir = dir.path();
+        streams[i].path_template = "f";
+        streams[i].block_size = block_sizes[i];
+    }
+    void append(std::size_t i) {
+        const std::string page(streams[i].block_size, static_cast<char>('a' + pages++ % 26));
+        ++time;
+        if (vrn_data_file_write(&streams[i], time, time, page.data(), page.size(), nullptr) != 0)
+            expected += page;
+    }
+    void finish() {
+        for (vrn_data_file_t &stream : streams) vrn_data_file_finish(&stream);
+    }
+    // What streams hold goes, and nothing else happens: no data waits in this process.
+    void kill() {
+        for (vrn_data_file_t &stream : streams) {
+            stream.stream.reset();
+            stream.path.clear();
+        }
+    }
+    void remove() {
+        fs::remove(path);
+        expected.clear();
+    }
+
+    const vrn_client_id_t client{.host_name = "collector", .port = 0};
+    const std::string path;
+    std::array<vrn_data_file_t, 3> streams;
+    std::uint64_t time = start;
+    std::uint64_t pages = 0;
+    std::string expected;
+};
+
+TEST_F(DataFileFailure, KeepsTheReportedPagesOfAllStreamsOfAPath) {
+    using Step = std::function<void(SharedPath &)>;
+    const Step steps[] = {
+        [](auto &shared) { shared.append(0); },
+        [](auto &shared) { shared.append(1); },
+        [](auto &shared) { shared.append(2); },
+        [](auto &shared) { vrn_data_file_finish(&shared.streams[0]); },
+        [](auto &shared) { vrn_data_file_finish(&shared.streams[1]); },
+        [](auto &shared) { shared.kill(); },
+        [](auto &shared) { shared.remove(); },
+    };
+    constexpr std::size_t length = 4;
+    const std::size_t runs = static_cast<std::size_t>(std::pow(std::size(steps), length));
+    CapturedLog log(4);
+    for (std::size_t run = 0; run < runs; ++run) {
+        SharedPath shared(dir);
+        std::string trace;
+        for (std::size_t i = 0, rest = run; i < length; ++i, rest /= std::size(steps)) {
+            steps[rest % std::size(steps)](shared);
+            trace += std::to_string(rest % std::size(steps));
+        }
+        for (std::size_t i = 0; i < 3; ++i) shared.append(i);
+        ASSERT_EQ(read_file(shared.path).substr(header_size), shared.expected) << trace;
+        shared.remove();
+    }
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(DataFileFailure, TakesAPageBackWhoseEndItCannotTell) {
+    CapturedLog log;
+    SharedPath shared(dir);
+    for (const std::size_t stream : {0, 1}) shared.append(stream);
+    const std::string bytes = read_file(shared.path);
+    EXPECT_EQ(vrn::load_le<std::uint64_t>(&bytes[8]), bytes.size());
+    const std::string scribbled = "scribbled" + bytes.substr(9);
+    dir.write("f", scribbled);
+    shared.append(1);
+    EXPECT_EQ(read_file(shared.path), scribbled);
+    EXPECT_EQ(shared.streams[1].path, "");
+    EXPECT_THAT(log.take(), SizeIs(4));  // twice what is wrong, and that the header stays as it is
 }
 
 TEST_F(DataFileFailure, TellsOncePerStretchThatAFolderFails) {
