@@ -1,5 +1,6 @@
 #include "data/data_file_io.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -170,6 +171,43 @@ bool open_for_append(vrn_data_file_t *file) {
     return true;
 }
 
+// A file that has no name yet, in the folder of `path`; null where there are none such.
+vrn_stream_ptr open_nameless(const std::string &path) {
+    const std::string folder = fs::path(path).parent_path().string();
+    const int descriptor =
+        ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY, 0666);
+    if (descriptor < 0) return nullptr;
+    vrn_stream_ptr stream(::fdopen(descriptor, "wb"));
+    if (stream)
+        std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+    else
+        ::close(descriptor);
+    return stream;
+}
+
+// Fails when something has the name.
+bool give_name(std::FILE *stream, const std::string &path) {
+    const std::string file = "/proc/self/fd/" + std::to_string(::fileno(stream));
+    return ::linkat(AT_FDCWD, file.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+// Where files can't be made without a name, and over the part of a header: a process that is killed
+// here leaves a file that vrn_data_file_has_content tells from a data file.
+bool create_in_place(vrn_data_file_t *file) {
+    const vrn_stream_ptr stream = open_unbuffered(file->path, "wb");
+    if (!stream) {
+        if (file->last_write_ok)
+            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open file %s for writing: %s",
+                    file->path.c_str(), std::strerror(errno));
+        return false;
+    }
+    if (write_new_header(file, stream.get())) return true;
+    const int cause = errno;
+    ::unlink(file->path.c_str());
+    errno = cause;
+    return false;
+}
+
 }  // namespace
 
 bool vrn_data_file_has_content(const std::string &path) {
@@ -190,18 +228,12 @@ bool vrn_data_file_is_present(const vrn_data_file_t *file) {
 }
 
 bool vrn_data_file_create(vrn_data_file_t *file) {
-    const vrn_stream_ptr stream = open_unbuffered(file->path, "wb");
-    if (!stream) {
-        if (file->last_write_ok)
-            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open file %s for writing: %s",
-                    file->path.c_str(), std::strerror(errno));
-        return false;
+    // With its header whole before it can be seen, so that a killed process leaves all or nothing.
+    if (const vrn_stream_ptr stream = open_nameless(file->path)) {
+        if (!write_new_header(file, stream.get())) return false;
+        if (give_name(stream.get(), file->path)) return true;
     }
-    if (write_new_header(file, stream.get())) return true;
-    const int cause = errno;
-    ::unlink(file->path.c_str());
-    errno = cause;
-    return false;
+    return create_in_place(file);
 }
 
 std::uint64_t vrn_data_file_append(vrn_data_file_t *file, const void *data, std::uint64_t size) {

@@ -80,9 +80,9 @@ TEST(DataWriterCrash, KeepsReportedPagesWhereverItIsKilled) {
         const TempDir dir;
         SharedCount reported;
         is_done = run_and_kill([&] { write_run(dir.path(), &reported.get()); }, calls);
-        ASSERT_EQ(check_killed_tree(dir.path(), times_up_to(reported.get())), "");
+        ASSERT_EQ(check_data_tree(dir.path(), times_up_to(reported.get())), "");
         write_run(dir.path(), &reported.get());
-        ASSERT_EQ(check_killed_tree(dir.path(), times_up_to(pages_of_run)), "");
+        ASSERT_EQ(check_data_tree(dir.path(), times_up_to(pages_of_run)), "");
     }
     EXPECT_GT(calls, pages_of_run * 2);  // every page is written, every second one opens a file
 }

@@ -19,7 +19,4 @@ std::vector<std::string> data_files_of(const std::string &root);
 // pages of all times in `expected`. Empty, or what is wrong.
 std::string check_data_tree(const std::string &root, const std::vector<std::uint64_t> &expected);
 
-// The same for what a killed writer left: a file may lack its header.
-std::string check_killed_tree(const std::string &root, const std::vector<std::uint64_t> &expected);
-
 }  // namespace vrn::test
