@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "data/block.h"
 #include "data/data_file_io.h"
@@ -32,12 +33,14 @@ void apply_settings(const vrn_data_writer_t *writer, vrn_data_file_t *file) {
 }
 
 template <typename Value>
-bool change_setting(vrn_data_writer_t *writer, Value *setting, const Value &value) {
-    return vrn::run_guarded([&] {
-        if (*setting == value) return;
-        *setting = value;
-        for (auto &[key, file] : writer->files) apply_settings(writer, &file);
-    });
+void change_setting(vrn_data_writer_t *writer, Value *setting, Value value) {
+    if (*setting == value) return;
+    *setting = std::move(value);
+    for (auto &[key, file] : writer->files) apply_settings(writer, &file);
+}
+
+bool change_number(vrn_data_writer_t *writer, std::uint64_t *setting, std::uint64_t value) {
+    return vrn::run_guarded([&] { change_setting(writer, setting, value); });
 }
 
 bool change_text(vrn_data_writer_t *writer, std::string *setting, const char *text) {
@@ -238,11 +241,11 @@ bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {
 bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const char *text) {
     if (!text) return false;
     return vrn::run_guarded([&] {
-        const std::string new_text = text;
+        std::string new_text = text;
         if (writer->counters_path_template == new_text) return;
-        writer->tag_in_path = new_text.find("/{{tag}}/") != std::string::npos;
         if (writer->data_path_template.empty()) writer->data_path_template = new_text;
-        change_setting(writer, &writer->counters_path_template, new_text);
+        writer->tag_in_path = new_text.find("/{{tag}}/") != std::string::npos;
+        change_setting(writer, &writer->counters_path_template, std::move(new_text));
     });
 }
 
@@ -251,11 +254,11 @@ bool vrn_data_writer_set_data_path_template(vrn_data_writer_t *writer, const cha
 }
 
 bool vrn_data_writer_set_file_size_limit(vrn_data_writer_t *writer, std::uint64_t bytes) {
-    return change_setting(writer, &writer->file_size_limit, bytes);
+    return change_number(writer, &writer->file_size_limit, bytes);
 }
 
 bool vrn_data_writer_set_file_age_limit(vrn_data_writer_t *writer, std::uint64_t microseconds) {
-    return change_setting(writer, &writer->file_age_limit, microseconds);
+    return change_number(writer, &writer->file_age_limit, microseconds);
 }
 
 bool vrn_data_writer_set_data_size_limit(vrn_data_writer_t *writer, std::uint64_t bytes) {

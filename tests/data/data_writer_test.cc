@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "support/data_tree.h"
+#include "support/failing_allocation.h"
 #include "support/test.h"
 #include "support/test_page.h"
 
@@ -216,6 +217,37 @@ TEST_F(DataWriter, AppliesChangesToOpenFiles) {
     EXPECT_FALSE(file.keep_open);  // handed on with the others
     EXPECT_FALSE(vrn_data_writer_set_data_dir(w, nullptr));
     EXPECT_FALSE(vrn_data_writer_set_counters_path_template(w, nullptr));
+}
+
+TEST_F(DataWriter, TellsThatAChangeFailed) {
+    TestPage page;
+    EXPECT_TRUE(write(page.times(start, start).data("VRND")));
+    const std::string text(100, 't');  // more than a string holds in place
+    const std::string other(100, 'o');
+    vrn_data_writer_t *w = writer.get();
+    const struct {
+        const char *name;
+        std::function<bool()> change;
+    } cases[] = {
+        {"folder", [&] { return vrn_data_writer_set_data_dir(w, text.c_str()); }},
+        {"counters", [&] { return vrn_data_writer_set_counters_path_template(w, text.c_str()); }},
+        {"data", [&] { return vrn_data_writer_set_data_path_template(w, other.c_str()); }},
+        {"filter",
+         [&] { return vrn_data_writer_set_page_filter(w, text.c_str(), "", "", "", "", ""); }},
+    };
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        int failures = 0;
+        bool is_done = false;
+        for (bool has_failed = true; has_failed; failures += has_failed) {
+            allocations_left = failures;
+            is_done = test.change();
+            has_failed = allocations_left < 0;
+            allocations_left = -1;
+            ASSERT_EQ(is_done, !has_failed);
+        }
+        EXPECT_GT(failures, 0);
+    }
 }
 
 TEST_F(DataWriter, LosesOnlyThePageOfARefusedTime) {
