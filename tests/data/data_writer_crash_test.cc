@@ -1,10 +1,15 @@
-// What a data writer leaves when it is killed, and when its disk is full.
+// What a data writer leaves when it is killed, when disk or folder fail it, and when another
+// process spoils its pages.
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
+#include <csignal>
 #include <filesystem>
 #include <new>
 
@@ -73,7 +78,13 @@ void write_run(const std::string &root, std::atomic<std::uint64_t> *reported) {
     }
 }
 
+bool has_nameless_files(const std::string &dir) {
+    const int file = open(dir.c_str(), O_TMPFILE | O_WRONLY, 0600);
+    return file >= 0 && close(file) == 0;
+}
+
 TEST(DataWriterCrash, KeepsReportedPagesWhereverItIsKilled) {
+    if (!has_nameless_files(TempDir().path())) GTEST_SKIP() << "no file can be made whole here";
     std::size_t calls = 0;
     for (bool is_done = false; !is_done; ++calls) {
         SCOPED_TRACE(calls);
@@ -163,6 +174,99 @@ TEST(DataWriterCrash, KeepsWithinItsDisk) {
     const std::string fault = run_in_child([&] { return check_limited_disk(dir.path()); });
     if (fault == "skip") GTEST_SKIP() << "no file system can be mounted here";
     EXPECT_EQ(fault, "");
+}
+
+// Folders refuse root nothing.
+bool become_plain_owner(const std::string &dir) {
+    constexpr uid_t nobody = 65534;
+    if (geteuid() != 0) return true;
+    return chown(dir.c_str(), nobody, nobody) == 0 && setresuid(nobody, nobody, nobody) == 0;
+}
+
+std::string check_unwritable_folder(const std::string &root) {
+    if (!become_plain_owner(root)) return "skip";
+    CapturedLog log(4);
+    DiskRun run{make_writer(root), start, {}};
+    for (int stretch = 0; stretch < 2; ++stretch) {
+        if (!run.write()) return "not stored";
+        fs::permissions(root + "/a", fs::perms(0555));
+        if (!run.write()) return "not stored in the file at hand";
+        for (int page = 0; page < 5; ++page)
+            if (run.write()) return "stored in an unwritable folder";
+        const Lines lines = log.take();
+        if (lines.size() != 2 || !lines[0].starts_with("3 [data_file] Failed to open file ") ||
+            !lines[1].starts_with("3 [data_file] Failed to create empty data file "))
+            return "not reported once";
+        fs::permissions(root + "/a", fs::perms(0755));
+        if (!run.write() || !run.write()) return "not resumed";
+    }
+    run.writer.reset();
+    if (!log.take().empty()) return "reported when the folder was well again";
+    return check_data_tree(root, run.stored);
+}
+
+TEST(DataWriterCrash, ReportsAnUnwritableFolderOnceAndResumes) {
+    const TempDir dir;
+    const std::string fault = run_in_child([&] { return check_unwritable_folder(dir.path()); });
+    if (fault == "skip") GTEST_SKIP() << "no other user can be had here";
+    EXPECT_EQ(fault, "");
+}
+
+constexpr std::uint32_t unit = 20;  // bytes, of all block sizes below
+constexpr std::uint64_t shared_area = std::uint64_t{600} * unit;
+constexpr std::uint64_t shared_size = VRN_DATA_PAGE_HEADER_SIZE + shared_area;
+
+// Fills the object with pages whose headers are wrong as often as not, and takes its bytes away.
+[[noreturn]] void spoil(const std::string &name) {
+    constexpr std::array<std::uint64_t, 5> sizes = {shared_size, shared_size, 0, shared_size + 1,
+                                                    ~std::uint64_t{0}};
+    constexpr std::array<std::uint32_t, 6> block_sizes = {unit, 7 * unit, 0, unit, unit, 1U << 31};
+    const int object = shm_open(name.c_str(), O_RDWR, 0);
+    for (std::uint64_t i = 0;; ++i) {
+        TestPage page(shared_area, block_sizes[i % block_sizes.size()]);
+        page.names("node" + std::to_string(i % 7), "tag").times(start + i, start + i).data("VRND");
+        page.fill(i * 7919 % (shared_area + unit)).head().page_size = sizes[i % sizes.size()];
+        if (pwrite(object, page.get(), shared_size, 0) < 0) _exit(1);
+        if (i % 4 != 0) continue;
+        if (ftruncate(object, i * 31 % shared_size) != 0) _exit(1);
+        if (ftruncate(object, shared_size) != 0) _exit(1);
+    }
+}
+
+TEST(DataWriterCrash, KeepsItsTreeWholeWhileAnotherProcessSpoilsItsPages) {
+    vrn_page_memory_t memory = {VRN_PAGE_MEMORY_SHARED, getpid(), "vrn_test_spoilt"};
+    const vrn_data_page_ptr page(vrn_data_page_allocate(0, shared_size, memory));
+    ASSERT_TRUE(page);
+    const std::string name = page->memory.name;
+    const TempDir dir;
+    vrn_data_writer_ptr writer = make_writer(dir.path());
+    vrn_data_writer_set_counters_path_template(writer.get(), "{{source}}/{{id}}.bin");
+    CapturedLog log;
+    ::testing::internal::CaptureStdout();  // dumps of pages without a block
+    const pid_t vandal = fork();
+    if (vandal == 0) spoil(name);
+    std::vector<std::string> paths;
+    for (int i = 0; i < 1'000'000 && paths.size() < 50; ++i) {
+        EXPECT_TRUE(vrn_data_writer_write_page(writer.get(), page.get(), nullptr));
+        if (i % 100 == 0) paths = data_files_of(dir.path());
+    }
+    kill(vandal, SIGKILL);
+    int status = 0;
+    waitpid(vandal, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    shm_unlink(name.c_str());  // the header tells no creator by now
+    writer.reset();
+    ::testing::internal::GetCapturedStdout();
+    EXPECT_GE(paths.size(), 50U);
+    for (const std::string &path : data_files_of(dir.path())) {
+        SCOPED_TRACE(path);
+        const std::string bytes = read_file(path);
+        vrn_data_file_header_t header{};
+        bytes.copy(reinterpret_cast<char *>(&header), sizeof header);
+        EXPECT_TRUE(vrn_data_file_header_is_valid(&header));
+        EXPECT_EQ(header.file_size, bytes.size());
+        EXPECT_EQ(bytes.size() % unit, sizeof header % unit);
+    }
 }
 
 }  // namespace
