@@ -159,6 +159,9 @@ void unmap(const Mapping &mapping, vrn_data_page_t *page) {
                 mapping.size);
 }
 
+// Only its creator may unlink an object. The pid in the header alone does not tell who that is:
+// numbers come again, so that a stale object may hold ours, and any peer may write it. It must
+// agree all the same: a page that names another process is that one's to unlink.
 bool is_own(const Mapping &mapping, const vrn_data_page_t *page) {
     const std::int32_t pid = getpid();
     if (mapping.creator_pid != pid) return false;

@@ -286,12 +286,15 @@ TEST(SharedPage, OutlivesItsCreator) {
         return false;
     });
     EXPECT_TRUE(WIFSIGNALED(status_of(creator)));
-    const vrn_data_page_ptr page(attach(shared));
+    vrn_data_page_ptr page(attach(shared));
     ASSERT_TRUE(page);
     const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
     ASSERT_TRUE(copy);
     EXPECT_EQ(copy->filled_bytes, 730);
     EXPECT_EQ(copy->creator_pid, creator);
+    page->creator_pid = getpid();  // as of a creator whose number this process has now
+    page.reset();
+    EXPECT_TRUE(shared.exists());
 }
 
 TEST(SharedPage, ForkedChildLeavesTheObjectToItsParent) {
