@@ -11,6 +11,8 @@
 
 namespace {
 
+using File = vrn::CPtr<std::FILE, std::fclose>;
+
 // Makes the document of the page's HCAs, of which `digest` is the digest.
 bool make_document(vrn_nodeinfo_t *state, const vrn_data_page_t *page, const std::uint8_t *digest) {
     state->json.reset();
@@ -39,8 +41,15 @@ std::string choose_path(const vrn_nodeinfo_t *state) {
     return state->dir + "/nodeinfo." + std::to_string(state->timestamp) + ".json";
 }
 
+File open_file(const std::string &path) {
+    constexpr std::size_t max_path_size = 1000;  // with its terminator
+    if (path.size() < max_path_size) return File(std::fopen(path.c_str(), "wb"));
+    errno = ENAMETOOLONG;
+    return nullptr;
+}
+
 void write_file(const vrn_nodeinfo_t *state, const std::string &path) {
-    const vrn::CPtr<std::FILE, std::fclose> file(std::fopen(path.c_str(), "wb"));
+    const File file = open_file(path);
     if (!file) {
         VRN_LOG(VRN_LOG_ERROR, "[nodeinfo_file] Failed to open file %s for writing: %s",
                 path.c_str(), std::strerror(errno));

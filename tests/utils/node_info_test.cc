@@ -97,6 +97,28 @@ TEST(NodeInfo, FolderWithADocumentIsLeftAloneWhenTold) {
     }
 }
 
+TEST(NodeInfo, PathsAreBelowAThousandCharacters) {
+    const ScopedEnv multiple("VRN_ALLOW_MULTIPLE_NODEINFO", nullptr);
+    for (const std::size_t size : {999, 1000}) {
+        SCOPED_TRACE(size);
+        const TempDir dir;
+        std::string path = dir.path();
+        for (; path.size() + 215 < size; path += '/' + std::string(100, 'd')) {
+        }
+        path += '/' + std::string(size - path.size() - std::strlen("//nodeinfo.json"), 'd');
+        std::filesystem::create_directories(path);
+        const vrn_data_page_t page = page_at(10, "");
+        vrn_nodeinfo_t state;
+        CapturedLog log(3);
+        for (int call = 0; call < 2; ++call) vrn_nodeinfo_update(&state, path.c_str(), &page);
+        const bool fits = size < 1000;
+        EXPECT_EQ(files_in(path).size(), fits);
+        EXPECT_EQ(log.take(), fits ? Lines{}
+                                   : Lines{"3 [nodeinfo_file] Failed to open file " + path +
+                                           "/nodeinfo.json for writing: File name too long"});
+    }
+}
+
 TEST(NodeInfo, FailureToWriteIsToldAndNoMore) {
     const ScopedEnv multiple("VRN_ALLOW_MULTIPLE_NODEINFO", nullptr);
     const TempDir dir;
