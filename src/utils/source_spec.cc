@@ -18,11 +18,10 @@ constexpr std::size_t line_size = 1024;
 
 using File = vrn::CPtr<std::FILE, std::fclose>;
 
-// Anything but a regular file under that name might never end.
-File open_regular(const char *path) {
+// Anything else under that name might never end.
+bool is_regular_file(const char *path) {
     struct stat status {};
-    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
-    return File(std::fopen(path, "r"));
+    return stat(path, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 // Appends a source with an empty tag. False, after a line when there are too many, else out of
@@ -43,7 +42,7 @@ bool add_source(vrn_source_list_t *list, const char *name) {
 // line with the `kind` of file when it can't be opened.
 template <typename Add>
 vrn_source_list_t *read_file(const char *path, const char *kind, Add add) {
-    const File file = open_regular(path);
+    const File file(is_regular_file(path) ? std::fopen(path, "r") : nullptr);
     if (!file) {
         VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open %s file: %s", kind, path);
         return nullptr;
@@ -72,7 +71,7 @@ bool add_text_line(vrn_source_list_t *list, char *line) {
 
 // Fabscan files name nodes as H-... (hosts) and S-... (switches).
 bool has_fabscan_mark(const char *path) {
-    const File file = open_regular(path);
+    const File file(std::fopen(path, "r"));
     if (!file) {
         VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open file: %s", path);
         return false;
@@ -149,6 +148,7 @@ vrn_source_list_t *vrn_source_list_from_range(const char *text) {
 
 vrn_source_list_t *vrn_source_list_from_spec(const char *text) {
     if (access(text, F_OK) != 0) return vrn_source_list_from_range(text);
-    return has_fabscan_mark(text) ? read_file(text, "fabscan", add_fabscan_line)
-                                  : read_file(text, "text", add_text_line);
+    return is_regular_file(text) && has_fabscan_mark(text)
+               ? read_file(text, "fabscan", add_fabscan_line)
+               : read_file(text, "text", add_text_line);
 }
