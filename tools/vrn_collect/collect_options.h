@@ -12,8 +12,8 @@ namespace vrn::collect {
 
 // What the data writer is told; empty texts and no value leave it its defaults.
 struct WriterOptions {
-    std::string counters_template = "{{tag}}{{id}}.bin";
-    std::string data_template = "{{tag}}{{id}}.bin";
+    // Without a value {{tag}}{{id}}.bin, in a folder of each source when there are several.
+    std::optional<std::string> counters_template, data_template;
     std::optional<std::uint64_t> file_size;  // bytes
     std::optional<std::uint64_t> data_size;  // bytes
     std::optional<std::chrono::milliseconds> file_age;
@@ -26,7 +26,7 @@ struct WriterOptions {
 
 struct CollectOptions {
     std::string output_dir = "telemetry";
-    std::optional<std::string> source;  // none: the name of this host
+    std::optional<std::string> source;  // name or specification; none: the name of this host
     std::chrono::milliseconds interval{100};
     std::chrono::milliseconds duration{2000};
     std::optional<vrn_page_encoding_t> encoding;  // of pages; none: plain blocks

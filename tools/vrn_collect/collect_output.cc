@@ -9,6 +9,7 @@
 #include "data/json_template.h"
 #include "data/schema/schema_json.h"
 #include "vrn_collect/event_records.h"
+#include "vrn_collect/source_names.h"
 
 namespace vrn::collect {
 namespace {
@@ -34,14 +35,12 @@ vrn_schema_id_t announce(SchemaWriter *writer, const JSON_Value *schema) {
 // Settings without what is a stream's own.
 PageSettings make_common_settings(const CollectOptions &options) {
     PageSettings settings;
-    const char *name = options.source ? options.source->c_str() : nullptr;
-    if (!vrn_source_get_id(settings.source.source, name))
-        throw std::runtime_error("this host has no name");
     if (options.writer.write_nodeinfo)
         vrn_hca_info_collect(settings.hca_info.data(), VRN_PAGE_HCA_INFOS);
     return settings;
 }
 
+// Settings without the name of a source.
 PageSettings make_settings(PageSettings settings, const char *tag, std::uint32_t chunk_size) {
     std::strncpy(settings.source.tag, tag, sizeof settings.source.tag - 1);
     settings.chunk_size = chunk_size;
@@ -83,6 +82,11 @@ PageSettings make_metrics_settings(const PageSettings &common, std::size_t block
     return make_settings(common, "metrics", static_cast<std::uint32_t>(2 * block_size));
 }
 
+PageSettings name_source(PageSettings settings, const std::string &name) {
+    std::strncpy(settings.source.source, name.c_str(), sizeof settings.source.source - 1);
+    return settings;
+}
+
 bool set_limits(vrn_data_writer_t *writer, const WriterOptions &options) {
     // Before the limit of all data, which must be larger than that of one file.
     if (options.file_size && !vrn_data_writer_set_file_size_limit(writer, *options.file_size))
@@ -109,19 +113,21 @@ bool set_filter(vrn_data_writer_t *writer, const WriterOptions &options) {
                options.allowed_scope_file.c_str(), options.excluded_scope_file.c_str());
 }
 
-}  // namespace
-
-vrn_data_writer_ptr make_data_writer(const CollectOptions &options) {
+// A writer of DIR/data under the limits, templates and filters of `options`. Throws
+// std::runtime_error when they are refused.
+vrn_data_writer_ptr make_data_writer(const CollectOptions &options, std::size_t num_sources) {
     const vrn_client_id_ptr client_id(vrn_client_id_create());
     if (!client_id) throw std::runtime_error("this host has no name");
     vrn_data_writer_ptr writer(vrn_data_writer_create(client_id.get()));
     if (!writer) throw std::bad_alloc();
     const WriterOptions &settings = options.writer;
+    const char *path = num_sources == 1 ? "{{tag}}{{id}}.bin" : "{{source}}/{{tag}}{{id}}.bin";
     const bool done =
         vrn_data_writer_set_data_dir(writer.get(), (options.output_dir + "/data").c_str()) &&
-        vrn_data_writer_set_counters_path_template(writer.get(),
-                                                   settings.counters_template.c_str()) &&
-        vrn_data_writer_set_data_path_template(writer.get(), settings.data_template.c_str()) &&
+        vrn_data_writer_set_counters_path_template(
+            writer.get(), settings.counters_template.value_or(path).c_str()) &&
+        vrn_data_writer_set_data_path_template(writer.get(),
+                                               settings.data_template.value_or(path).c_str()) &&
         vrn_data_writer_set_keep_files_open(writer.get(), settings.keep_files_open) &&
         vrn_data_writer_set_write_nodeinfo(writer.get(), settings.write_nodeinfo) &&
         set_limits(writer.get(), settings) && set_filter(writer.get(), settings);
@@ -129,29 +135,48 @@ vrn_data_writer_ptr make_data_writer(const CollectOptions &options) {
     return writer;
 }
 
+}  // namespace
+
 CollectOutput::CollectOutput(const CollectOptions &options, const ProcSample &sample)
-    : writer_(make_data_writer(options)),
+    : encoding_(options.encoding),
+      sources_(make_source_names(options.source)),
+      writer_(make_data_writer(options, sources_.size())),
       schema_writer_(make_schema_writer(options)),
-      counters_schema_(make_counters_schema(sample)),
-      common_(make_common_settings(options)),
-      counters_(writer_.get(),
-                make_counters_settings(common_, &schema_writer_, counters_schema_.get())),
-      events_(writer_.get(), make_events_settings(common_, &schema_writer_), options.encoding),
-      metrics_(writer_.get(),
-               make_metrics_settings(common_, metrics_record_.make_block(sample).size())) {}
+      counters_schema_(make_counters_schema(sample)) {
+    const PageSettings common = make_common_settings(options);
+    const PageSettings counters =
+        make_counters_settings(common, &schema_writer_, counters_schema_.get());
+    const PageSettings events = make_events_settings(common, &schema_writer_);
+    const PageSettings metrics =
+        make_metrics_settings(common, metrics_record_.make_block(sample).size());
+    for (const std::string &name : sources_) add_source(name, counters, events, metrics);
+}
+
+void CollectOutput::add_source(const std::string &name, const PageSettings &counters,
+                               const PageSettings &events, const PageSettings &metrics) {
+    vrn_data_writer_t *writer = writer_.get();
+    streams_.push_back({PageOutput(writer, name_source(counters, name)),
+                        EventOutput(writer, name_source(events, name), encoding_),
+                        PageOutput(writer, name_source(metrics, name))});
+}
 
 void CollectOutput::add(const ProcSample &sample) {
     const std::uint64_t now = sample.timestamp;
-    counters_.add_block(make_counters_block(sample, *counters_schema_), now, now);
-    for (const std::string &block : make_event_blocks(sample)) events_.add_block(block, now);
-    metrics_.add_block(metrics_record_.make_block(sample), now, now);
-    // Readers take one block of a chunk of counters or metrics.
-    counters_.flush();
-    metrics_.flush();
+    const std::string counters = make_counters_block(sample, *counters_schema_);
+    const std::vector<std::string> events = make_event_blocks(sample);
+    const std::string metrics = metrics_record_.make_block(sample);
+    for (SourceStreams &source : streams_) {
+        source.counters.add_block(counters, now, now);
+        for (const std::string &block : events) source.events.add_block(block, now);
+        source.metrics.add_block(metrics, now, now);
+        // Readers take one block of a chunk of counters or metrics.
+        source.counters.flush();
+        source.metrics.flush();
+    }
 }
 
 void CollectOutput::finish() {
-    events_.flush();
+    for (SourceStreams &source : streams_) source.events.flush();
 }
 
 }  // namespace vrn::collect

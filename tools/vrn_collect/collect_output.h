@@ -1,6 +1,10 @@
-// Where a run's data goes: schemas beside the data, and one stream each of counters, events and
-// metrics.
+// Where a run's data goes: schemas beside the data, and for each source one stream each of
+// counters, events and metrics.
 #pragma once
+
+#include <set>
+#include <string>
+#include <vector>
 
 #include "data/data_writer.h"
 #include "data/schema_writer.h"
@@ -11,9 +15,11 @@
 
 namespace vrn::collect {
 
-// A writer of DIR/data under the limits, templates and filters of `options`. Throws
-// std::runtime_error when they are refused.
-vrn_data_writer_ptr make_data_writer(const CollectOptions &options);
+struct SourceStreams {
+    PageOutput counters;
+    EventOutput events;
+    PageOutput metrics;
+};
 
 class CollectOutput {
   public:
@@ -24,14 +30,16 @@ class CollectOutput {
     void finish();
 
   private:
+    void add_source(const std::string &name, const PageSettings &counters,
+                    const PageSettings &events, const PageSettings &metrics);
+
+    std::optional<vrn_page_encoding_t> encoding_;
+    std::set<std::string> sources_;
     vrn_data_writer_ptr writer_;
     vrn::SchemaWriter schema_writer_;
     vrn_counters_schema_ptr counters_schema_;
     MetricsRecord metrics_record_;
-    PageSettings common_;  // of all streams
-    PageOutput counters_;
-    EventOutput events_;
-    PageOutput metrics_;
+    std::vector<SourceStreams> streams_;
 };
 
 }  // namespace vrn::collect
