@@ -5,9 +5,7 @@
 #include "data/block.h"
 #include "data/magic.h"
 
-namespace {
-
-void put(vrn_data_page_t *page, const void *bytes, std::size_t size) {
+void put_bytes(vrn_data_page_t *page, const void *bytes, std::size_t size) {
     void *space = nullptr;
     std::uint64_t room = 0;
     vrn_data_page_get_free_space(page, &space, &room);
@@ -15,8 +13,6 @@ void put(vrn_data_page_t *page, const void *bytes, std::size_t size) {
     std::memcpy(space, bytes, size);
     vrn_data_page_consume_free_space(page, size);
 }
-
-}  // namespace
 
 void put_schemas_block(vrn_data_page_t *page, const vrn_schema_id_t &id) {
     struct {
@@ -28,7 +24,7 @@ void put_schemas_block(vrn_data_page_t *page, const vrn_schema_id_t &id) {
     block.header.size = sizeof block;
     block.header.num_schema_ids = 1;
     block.ids[0] = id;
-    put(page, &block, sizeof block);
+    put_bytes(page, &block, sizeof block);
 }
 
 void put_fan(vrn_data_page_t *page, std::uint64_t timestamp, const FanRow &row) {
@@ -36,7 +32,7 @@ void put_fan(vrn_data_page_t *page, std::uint64_t timestamp, const FanRow &row) 
     vrn_magic_set(header.magic, VRN_MAGIC_EVENTS);
     header.timestamp = timestamp;
     header.num_events = 1;
-    put(page, &header, sizeof header);
-    put(page, &row, sizeof row);
+    put_bytes(page, &header, sizeof header);
+    put_bytes(page, &row, sizeof row);
     page->last_ts = timestamp;
 }

@@ -1,10 +1,14 @@
 // Blocks of the example in a data page.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "data/data_page.h"
 #include "sensor.h"
+
+// Adds `size` bytes to the page, if it has room for them.
+void put_bytes(vrn_data_page_t *page, const void *bytes, std::size_t size);
 
 // A schemas block, which names the schemas of the events behind it.
 void put_schemas_block(vrn_data_page_t *page, const vrn_schema_id_t &id);

@@ -49,17 +49,20 @@ fields() {
         }' | LC_ALL=C sort
 }
 
-# Lines of all points of a query, from the answer in JSON.
+# Lines of all points of a query, from the answer in JSON, where each point has the tags and fields
+# of all others, without values.
 as_lines() {
     jq -r '
         def escape: gsub("(?<c>[ ,])"; "\\\(.c)");
         def value: if type == "string" then "\"\(.)\"" else tostring end;
         .results[0].series[]
-        | .name as $name | (.tags | to_entries | map(",\(.key)=\(.value | escape)") | add) as $tags
+        | .name as $name
+        | (.tags | to_entries | map(select(.value != "") | ",\(.key | escape)=\(.value | escape)")
+            | add) as $tags
         | .columns as $columns | .values[]
-        | [$columns, .] | transpose | map({key: .[0], value: .[1]})
+        | [$columns, .] | transpose | map({key: .[0], value: .[1]} | select(.value != null))
         | (map(select(.key == "time"))[0].value) as $time
-        | "\($name)\($tags) \(map(select(.key != "time") | "\(.key)=\(.value | value)") | join(",")) \($time)"'
+        | "\($name)\($tags) \(map(select(.key != "time") | "\(.key | escape)=\(.value | value)") | join(",")) \($time)"'
 }
 
 "$program" >"$work/lines"
