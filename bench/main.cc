@@ -106,6 +106,7 @@ void run(int runs, const BenchSizes &sizes) {
         {"counters json", "json", "counters.bin", counters},
     };
     for (const Road &road : roads) measure(road, folder, runs);
+    measure_alone({"events influx", "influx", "events.bin", events}, folder, runs);
     measure_alone({"counters txt", "txt", "counters.bin", counters}, folder, runs);
     measure_alone({"metrics blocks ndjson", "ndjson", "metrics.bin", metrics_blocks}, folder, runs);
     std::filesystem::remove_all(folder);

@@ -1,124 +1,166 @@
-// Event records as field lists.
-#include <cctype>
+#include "data/influx_event.h"
+
+#include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "data/influx_serializer.h"
 #include "data/influx_text.h"
+#include "data/printable.h"
 #include "data/schema/builtin_types.h"
 
 namespace vrn::data {
 
 namespace {
 
-// Built-in value as text; empty for an id outside the table.
-std::string scalar_text(std::uint32_t builtin_id, const std::uint8_t *data) {
-    switch (builtin_id) {
-        case VRN_BUILTIN_BOOL:
-            return (*data & 1) != 0 ? "true" : "false";
-        case VRN_BUILTIN_CHAR:
-        case VRN_BUILTIN_UCHAR:
-        case VRN_BUILTIN_UINT8:
-            return influx_integer(*data);
-        case VRN_BUILTIN_INT8:
-            return influx_integer(load_le<std::int8_t>(data));
-        case VRN_BUILTIN_SHORT:
-        case VRN_BUILTIN_INT16:
-            return influx_integer(load_le<std::int16_t>(data));
-        case VRN_BUILTIN_USHORT:
-        case VRN_BUILTIN_UINT16:
-            return influx_integer(load_le<std::uint16_t>(data));
-        case VRN_BUILTIN_INT:
-        case VRN_BUILTIN_INT32:
-            return influx_integer(load_le<std::int32_t>(data));
-        case VRN_BUILTIN_UINT:
-        case VRN_BUILTIN_UINT32:
-            return influx_integer(load_le<std::uint32_t>(data));
-        case VRN_BUILTIN_LONG:
-        case VRN_BUILTIN_LONGLONG:
-        case VRN_BUILTIN_INT64:
-            return influx_integer(load_le<std::int64_t>(data));
-        case VRN_BUILTIN_ULONG:
-        case VRN_BUILTIN_ULONGLONG:
-        case VRN_BUILTIN_UINT64:
-        case VRN_BUILTIN_TIMESTAMP:
-            return influx_integer(load_le<std::uint64_t>(data));
-        case VRN_BUILTIN_FLOAT:
-            return std::to_string(load_le<float>(data));
-        case VRN_BUILTIN_DOUBLE:
-            return std::to_string(load_le<double>(data));
-        default:
-            return {};
-    }
-}
-
-// The printable characters before the first one that isn't.
-std::string_view printable_text(const std::uint8_t *data, std::size_t length) {
-    std::size_t end = 0;
-    while (end < length && std::isprint(data[end])) ++end;
-    return {reinterpret_cast<const char *>(data), end};
-}
-
-bool is_character(const vrn_type_definition_t *type) {
-    return type->builtin_id == VRN_BUILTIN_CHAR || type->builtin_id == VRN_BUILTIN_UCHAR;
+bool is_character(const vrn_type_definition_t &type) {
+    return type.builtin_id == VRN_BUILTIN_CHAR || type.builtin_id == VRN_BUILTIN_UCHAR;
 }
 
 // Walks the fields of a type and its inner types; keys grow with the depth.
-class FieldList {
+class FieldWriter {
   public:
-    void add_fields(const vrn_type_definition_t *type, const std::uint8_t *data,
-                    const std::string &prefix) {
-        for (std::uint16_t i = 0; i < type->num_fields; ++i) {
-            const vrn_type_field_definition_t *field = type->fields[i];
-            if (field->type) add_field(field, data + field->offset, prefix);
+    explicit FieldWriter(TextBuffer &text) : text_(text), start_(text.size()) {}
+
+    void add_fields(const vrn_type_definition_t &type, const std::uint8_t *data) {
+        for (std::uint16_t i = 0; i < type.num_fields; ++i) {
+            const vrn_type_field_definition_t &field = *type.fields[i];
+            if (field.type) add_field(field, data + field.offset);
         }
     }
 
-    const std::string &items() const { return items_; }
-
   private:
-    void add_field(const vrn_type_field_definition_t *field, const std::uint8_t *data,
-                   const std::string &prefix) {
-        const vrn_type_definition_t *type = field->type;
-        const std::string key =
-            prefix.empty() ? field->field_name : prefix + '.' + field->field_name;
-        if (field->array_length != 1 && is_character(type))
-            influx_append_item(&items_, key,
-                               influx_quoted(printable_text(data, field->array_length)));
-        else if (field->array_length != 1)
-            // Deliberate: no point stands between the prefix and the name of an array.
-            add_array(field, data, prefix + field->field_name);
-        else if (type->builtin_id != VRN_BUILTIN_NONE)
-            influx_append_item(&items_, key, scalar_text(type->builtin_id, data));
-        else
-            add_fields(type, data, key);
+    void add_field(const vrn_type_field_definition_t &field, const std::uint8_t *data) {
+        const vrn_type_definition_t &type = *field.type;
+        if (field.array_length != 1)
+            return is_character(type) ? add_string(field, data) : add_array(field, data);
+        if (type.builtin_id == VRN_BUILTIN_NONE) return add_structure(field, data);
+        add_key(field.field_name);
+        add_scalar(type.builtin_id, data);
+    }
+
+    void add_key(std::string_view name) {
+        char *out = text_.reserve(prefix_.size() + name.size() + 3);
+        if (text_.size() > start_) *out++ = ',';
+        if (!prefix_.empty()) {
+            out = std::copy(prefix_.begin(), prefix_.end(), out);
+            *out++ = '.';
+        }
+        std::memcpy(out, name.data(), name.size());
+        out += name.size();
+        *out++ = '=';
+        text_.advance_to(out);
+    }
+
+    void add_string(const vrn_type_field_definition_t &field, const std::uint8_t *data) {
+        add_key(field.field_name);
+        text_.append('"');
+        text_.append(
+            {reinterpret_cast<const char *>(data), printable_length(data, field.array_length)});
+        text_.append('"');
+    }
+
+    void add_structure(const vrn_type_field_definition_t &field, const std::uint8_t *data) {
+        const std::size_t outer_size = prefix_.size();
+        if (outer_size > 0) prefix_ += '.';
+        prefix_ += field.field_name;
+        add_fields(*field.type, data);
+        prefix_.resize(outer_size);
     }
 
     // Built-in elements have no fields, so that numeric arrays give nothing.
-    void add_array(const vrn_type_field_definition_t *field, const std::uint8_t *data,
-                   const std::string &base) {
-        if (field->type->num_fields == 0) return;
-        for (std::uint64_t i = 0; i < field->array_length; ++i)
-            add_fields(field->type, data + i * field->type_size, base + '.' + std::to_string(i));
+    void add_array(const vrn_type_field_definition_t &field, const std::uint8_t *data) {
+        if (field.type->num_fields == 0) return;
+        const std::size_t outer_size = prefix_.size();
+        // Deliberate: no point stands between the prefix and the name of an array.
+        const std::size_t base_size = prefix_.append(field.field_name).size();
+        for (std::uint64_t i = 0; i < field.array_length; ++i) {
+            prefix_.append(1, '.').append(std::to_string(i));
+            add_fields(*field.type, data + i * field.type_size);
+            prefix_.resize(base_size);
+        }
+        prefix_.resize(outer_size);
     }
 
-    std::string items_;
+    void add_integer(std::uint64_t value) { influx_write_integer(&text_, value); }
+    void add_integer(std::int64_t value) { influx_write_integer(&text_, value); }
+
+    // Nothing for an id outside the table.
+    void add_scalar(std::uint32_t builtin_id, const std::uint8_t *data) {
+        switch (builtin_id) {
+            case VRN_BUILTIN_BOOL:
+                return text_.append((*data & 1) != 0 ? "true" : "false");
+            case VRN_BUILTIN_CHAR:
+            case VRN_BUILTIN_UCHAR:
+            case VRN_BUILTIN_UINT8:
+                return add_integer(std::uint64_t{*data});
+            case VRN_BUILTIN_INT8:
+                return add_integer(std::int64_t{load_le<std::int8_t>(data)});
+            case VRN_BUILTIN_SHORT:
+            case VRN_BUILTIN_INT16:
+                return add_integer(std::int64_t{load_le<std::int16_t>(data)});
+            case VRN_BUILTIN_USHORT:
+            case VRN_BUILTIN_UINT16:
+                return add_integer(std::uint64_t{load_le<std::uint16_t>(data)});
+            case VRN_BUILTIN_INT:
+            case VRN_BUILTIN_INT32:
+                return add_integer(std::int64_t{load_le<std::int32_t>(data)});
+            case VRN_BUILTIN_UINT:
+            case VRN_BUILTIN_UINT32:
+                return add_integer(std::uint64_t{load_le<std::uint32_t>(data)});
+            case VRN_BUILTIN_LONG:
+            case VRN_BUILTIN_LONGLONG:
+            case VRN_BUILTIN_INT64:
+                return add_integer(load_le<std::int64_t>(data));
+            case VRN_BUILTIN_ULONG:
+            case VRN_BUILTIN_ULONGLONG:
+            case VRN_BUILTIN_UINT64:
+            case VRN_BUILTIN_TIMESTAMP:
+                return add_integer(load_le<std::uint64_t>(data));
+            case VRN_BUILTIN_FLOAT:
+                return text_.fixed(static_cast<double>(load_le<float>(data)));
+            case VRN_BUILTIN_DOUBLE:
+                return text_.fixed(load_le<double>(data));
+            default:
+                return;
+        }
+    }
+
+    TextBuffer &text_;
+    std::size_t start_;   // of the list
+    std::string prefix_;  // of the keys, without the point behind it
 };
 
 }  // namespace
 
+void influx_write_event_line(std::string_view start, const vrn_type_definition_t *type,
+                             const void *record, std::uint64_t timestamp, TextBuffer *text) {
+    text->append(start);
+    text->append(' ');
+    vrn_influx_write_event(type, record, text);
+    influx_write_time(text, timestamp);
+}
+
 std::string InfluxSerializer::event_fields(const vrn_type_definition_t *type,
                                            const void *record) const {
-    FieldList list;
-    list.add_fields(type, static_cast<const std::uint8_t *>(record), "");
-    return list.items();
+    TextBuffer text;
+    vrn_influx_write_event(type, record, &text);
+    return std::string(text.view());
 }
 
 std::string InfluxSerializer::event_line(const Tags &tags, const vrn_type_definition_t *type,
                                          const void *record, std::uint64_t timestamp) const {
-    return line_start(type->name, tags) + ' ' + event_fields(type, record) + influx_time(timestamp);
+    TextBuffer text;
+    influx_write_event_line(line_start(type->name, tags), type, record, timestamp, &text);
+    return std::string(text.view());
 }
 
 }  // namespace vrn::data
+
+void vrn_influx_write_event(const vrn_type_definition_t *type, const void *record,
+                            vrn::TextBuffer *text) {
+    vrn::data::FieldWriter(*text).add_fields(*type, static_cast<const std::uint8_t *>(record));
+}
 
 char *vrn_influx_serialize_event(const vrn_type_definition_t *type, const void *record) {
     return strdup(vrn::data::InfluxSerializer().event_fields(type, record).c_str());

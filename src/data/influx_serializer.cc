@@ -6,6 +6,7 @@
 
 #include "counters/counter_row.h"
 #include "data/block.h"
+#include "data/influx_event.h"
 #include "data/influx_text.h"
 #include "utils/log.h"
 
@@ -70,30 +71,39 @@ class PageWalk {
     std::uint64_t handle_counters(std::uint64_t offset) {
         const vrn_counters_schema_t *schema = type_system_->counters_schema;
         if (!schema) return sizeof(vrn_data_block_t);
-        if (!records_) records_ = serializer_.counters_records(tags_, header_, schema);
-        for (const vrn_influx_line_record_t &record : *records_) {
-            if (record.fields.empty()) continue;
-            if (!add(serializer_.counters_record_line(record, page_.subspan(offset), room_))) break;
+        if (!counters_lines_) counters_lines_ = prepare_lines(schema);
+        for (const InfluxCountersLine &line : *counters_lines_) {
+            line.write(page_.subspan(offset), room_, &text_);
+            if (!take_line()) break;
         }
         return sizeof(vrn_data_block_t) + std::uint64_t{schema->size};
+    }
+
+    std::vector<InfluxCountersLine> prepare_lines(const vrn_counters_schema_t *schema) const {
+        std::vector<InfluxCountersLine> lines;
+        for (const auto &record : serializer_.counters_records(tags_, header_, schema))
+            if (!record.fields.empty()) lines.push_back(serializer_.prepare_line(record));
+        return lines;
     }
 
     std::uint64_t handle_events(std::uint64_t offset) {
         const auto header = row_.read<vrn_event_header_t>(offset);
         const vrn_type_definition_t *type = find_type(type_system_, header);
         if (!type) return 0;
+        const std::string start = serializer_.line_start(type->name, tags_);
         std::uint64_t place = offset + sizeof header;
         for (std::uint8_t i = 0; i < header.num_events; ++i) {
             if (place > end_ || type->size > end_ - place) break;
-            if (!add(serializer_.event_line(tags_, type, page_.data() + place, header.timestamp)))
-                break;
+            influx_write_event_line(start, type, page_.data() + place, header.timestamp, &text_);
+            if (!take_line()) break;
             place += type->size;
         }
         return place - offset;
     }
 
-    // False, after an error line, when there is no room for the line.
-    bool add(std::string line) {
+    // Moves the text to the lines. False, after an error line, when there is no room for it.
+    bool take_line() {
+        const std::string_view line = text_.view();
         if (line.size() > room_) {
             VRN_LOG(VRN_LOG_ERROR, "Lines of a data page of %zu bytes take too much memory",
                     page_.size());
@@ -101,7 +111,8 @@ class PageWalk {
             return false;
         }
         room_ -= line.size();
-        lines_.push_back(std::move(line));
+        lines_.emplace_back(line);
+        text_.clear();
         return true;
     }
 
@@ -115,7 +126,8 @@ class PageWalk {
     std::uint64_t room_;  // bytes of text left
     bool is_full_ = false;
     // The same for all rows of a page; made at the first one.
-    std::optional<std::vector<vrn_influx_line_record_t>> records_;
+    std::optional<std::vector<InfluxCountersLine>> counters_lines_;
+    TextBuffer text_;  // of the line being made
     std::vector<std::string> lines_;
 };
 
@@ -136,12 +148,12 @@ std::vector<std::string> InfluxSerializer::serialize_bytes(
 }
 
 std::string InfluxSerializer::line_start(std::string_view measurement, const Tags &tags) const {
-    std::string tag_text;
-    for (const auto &[key, value] : tags)
-        influx_append_item(&tag_text, influx_escape(key, tag_escapes_),
-                           influx_escape(value, tag_escapes_));
     std::string start = influx_escape(measurement, measurement_escapes_);
-    if (!tag_text.empty()) start += ',' + tag_text;
+    for (const auto &[key, value] : tags)
+        start.append(1, ',')
+            .append(influx_escape(key, tag_escapes_))
+            .append(1, '=')
+            .append(influx_escape(value, tag_escapes_));
     return start;
 }
 

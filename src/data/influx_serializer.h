@@ -2,12 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "counters/counters_schema.h"
+#include "data/influx_counters.h"
 #include "data/schema/type_definition.h"
 #include "data/serializer.h"
 #include "utils/byte_reader.h"
@@ -37,8 +37,6 @@ namespace vrn::data {
 // beyond that read as zeros.
 class InfluxSerializer final : public Serializer {
   public:
-    static constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();
-
     InfluxSerializer();
 
     // Ends at the first event block without a known type: nothing tells where the next one begins.
@@ -61,9 +59,9 @@ class InfluxSerializer final : public Serializer {
     std::vector<vrn_influx_line_record_t> counters_records(
         const Tags &tags, const vrn_data_page_t &page, const vrn_counters_schema_t *schema) const;
 
-    // A line longer than `max_size` bytes ends somewhere behind them: it is to be refused.
-    std::string counters_record_line(const vrn_influx_line_record_t &record, Bytes block,
-                                     std::uint64_t max_size = unlimited) const;
+    std::string counters_record_line(const vrn_influx_line_record_t &record, Bytes block) const;
+    // For many lines of one record, which need not live on.
+    InfluxCountersLine prepare_line(const vrn_influx_line_record_t &record) const;
 
     // Right side of a field; `data` begins at the value.
     std::string counter_value_text(Bytes data, const vrn_counter_info_t *counter) const;
@@ -73,10 +71,10 @@ class InfluxSerializer final : public Serializer {
     std::vector<std::string> group_lines(const Tags &tags, const vrn_counter_group_t *group,
                                          Bytes block) const;
 
-  private:
     // Measurement and tags, as a line begins.
     std::string line_start(std::string_view measurement, const Tags &tags) const;
 
+  private:
     std::vector<std::string> measurement_escapes_;
     std::vector<std::string> tag_escapes_;           // also of field keys of counters
     std::vector<std::string> string_value_escapes_;  // deliberately applied to nothing

@@ -14,18 +14,10 @@ std::string influx_escape(std::string_view text, const std::vector<std::string> 
     return escaped;
 }
 
-std::string influx_time(std::uint64_t timestamp) {
+void influx_write_time(TextBuffer *text, std::uint64_t timestamp) {
     constexpr std::uint64_t microseconds_per_millisecond = 1000;
-    return ' ' + std::to_string(timestamp / microseconds_per_millisecond);
-}
-
-void influx_append_item(std::string *list, std::string_view key, std::string_view value) {
-    if (!list->empty()) *list += ',';
-    list->append(key).append(1, '=').append(value);
-}
-
-std::string influx_quoted(std::string_view text) {
-    return std::string(1, '"').append(text).append(1, '"');
+    text->append(' ');
+    text->integer(timestamp / microseconds_per_millisecond);
 }
 
 }  // namespace vrn::data

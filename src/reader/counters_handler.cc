@@ -6,6 +6,7 @@
 #include "data/block.h"
 #include "reader/block_walk.h"
 #include "reader/record_text.h"
+#include "utils/log.h"
 
 namespace {
 
@@ -43,6 +44,18 @@ bool print_counters_json(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Byt
     return done;
 }
 
+bool print_counters_table(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row) {
+    const bool done = vrn_reader_add_plain_record(reader, [&](vrn::TextBuffer *text) {
+        if (!reader->counters_table)
+            reader->counters_table = new vrn::CountersTable(*reader->type_system->counters_schema);
+        reader->counters_table->write(timestamp, row, reader->options->microsecond_precision, text);
+    });
+    if (!done) VRN_LOG(VRN_LOG_ERROR, "Failed to print");
+    // The data writer prints the pages that it can't store.
+    if (reader->options->format == VRN_FORMAT_BIN) vrn_reader_flush_text(reader);
+    return done;
+}
+
 }  // namespace
 
 bool vrn_reader_handle_counters_block(vrn_reader_t *reader, const void *block) {
@@ -69,9 +82,6 @@ bool vrn_reader_handle_counters_block(vrn_reader_t *reader, const void *block) {
                             "Influx line API output is not yet supported for counters data");
             return true;
         default:
-            vrn_counters_row_print(stdout, header.timestamp, row,
-                                   reader->type_system->counters_schema,
-                                   options->microsecond_precision);
-            return true;
+            return print_counters_table(reader, header.timestamp, row);
     }
 }

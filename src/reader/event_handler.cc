@@ -5,7 +5,7 @@
 
 #include "data/block.h"
 #include "data/event_text.h"
-#include "data/influx_serializer.h"
+#include "data/influx_event.h"
 #include "data/schema/name_filter.h"
 #include "reader/record_text.h"
 #include "reader/schema_load.h"
@@ -72,16 +72,14 @@ bool print_event_json(vrn_reader_t *reader, const vrn_type_definition_t *type, c
     return false;
 }
 
-bool print_event_influx(const vrn_reader_t *reader, const vrn_type_definition_t *type,
-                        const void *data) {
-    const vrn::CString text(vrn_influx_serialize_event(type, data));
-    if (!text) {
-        vrn_reader_fail(reader, "Failed to serialize event data to Influx line API format");
-        return false;
-    }
-    std::fputs(text.get(), stdout);
-    std::fputc('\n', stdout);
-    return true;
+bool print_event_influx(vrn_reader_t *reader, const vrn_type_definition_t *type, const void *data) {
+    const auto write = [&](vrn::TextBuffer *text) {
+        vrn_influx_write_event(type, data, text);
+        text->append('\n');
+    };
+    if (vrn_reader_add_plain_record(reader, write)) return true;
+    vrn_reader_fail(reader, "Failed to serialize event data to Influx line API format");
+    return false;
 }
 
 bool print_event_as_asked(vrn_reader_t *reader, const vrn_type_definition_t *type,

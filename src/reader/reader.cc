@@ -162,10 +162,12 @@ void vrn_reader_destroy(vrn_reader_t *reader) {
     std::free(reader->client_id);
     std::free(reader->page.bytes);
     delete reader->counters_text;
+    delete reader->counters_table;
     vrn_type_system_destroy(reader->type_system);
     vrn_metadata_free(reader->metadata);
     if (reader->file) gzclose(reader->file);
     delete reader->text;
+    delete reader->plain_text;
     std::free(reader);
 }
 

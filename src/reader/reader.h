@@ -7,11 +7,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "counters/counters_table.h"
 #include "counters/counters_text.h"
 #include "data/block.h"
 #include "data/data_file_header.h"
 #include "data/json_text.h"
 #include "data/schema/type_system.h"
+#include "data/text_buffer.h"
 #include "reader/metadata.h"
 #include "reader/reader_options.h"
 #include "utils/byte_reader.h"
@@ -58,9 +60,12 @@ struct vrn_reader_t {
     // End of the bytes that blocks may read at present: the chunk buffer or a page's payload.
     // VRN_READER_SLACK zeros stand behind it.
     const std::uint8_t *window_end;
-    vrn::CountersText
-        *counters_text;   // owned; of the type system's counters, made at their first row
-    vrn::JsonText *text;  // owned; made for the first JSON record of the file
+    // Owned; of the type system's counters, made at their first row.
+    vrn::CountersText *counters_text;
+    vrn::CountersTable *counters_table;
+    // Owned; made for the first record of the file, of JSON or of any other text.
+    vrn::JsonText *text;
+    vrn::TextBuffer *plain_text;
 };
 
 // Null after one line when the file can't be opened or memory runs out.

@@ -107,7 +107,9 @@ bool renew_type_system(vrn_reader_t *reader) {
 }
 
 bool load_named(vrn_reader_t *reader, const vrn_loaded_schemas_t &named) {
-    delete std::exchange(reader->counters_text, nullptr);  // prepared for the old schema
+    // Prepared for the old schema.
+    delete std::exchange(reader->counters_text, nullptr);
+    delete std::exchange(reader->counters_table, nullptr);
     vrn_type_system_destroy(std::exchange(reader->type_system, nullptr));
     Filters filters;
     if (!load_filters(reader->options, &filters)) return false;

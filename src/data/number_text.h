@@ -1,0 +1,34 @@
+// Numbers as text, written in place. Functions return the end of the text; up to NUMBER_TEXT_SLACK
+// bytes behind it are written, too.
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "data/digits.h"
+
+namespace vrn {
+
+inline constexpr std::size_t NUMBER_TEXT_SLACK = 8;
+// Bytes of the longest texts: an integer, the largest double with 6 digits behind the point.
+inline constexpr std::size_t INTEGER_TEXT_SIZE = 20;
+inline constexpr std::size_t FIXED_TEXT_SIZE = 317;
+
+// Decimal digits, with a sign before those of a negative.
+template <std::integral T>
+char *write_integer(char *out, T value) {
+    if constexpr (std::is_signed_v<T>) {
+        if (value < 0) {
+            *out++ = '-';
+            return write_digits(out, -static_cast<std::uint64_t>(value));
+        }
+    }
+    return write_digits(out, static_cast<std::uint64_t>(value));
+}
+
+// What printf gives for "%f" in the C locale, NaN and infinities included.
+char *write_fixed(char *out, double value);
+
+}  // namespace vrn
