@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string_view>
 
 #include "data/schema/name_tables.h"
@@ -70,6 +71,17 @@ void add_value(TextBuffer &text, Write write) {
     char value[VALUE_TEXT_ROOM];
     const char *end = write(value);
     add_cell(text, {value, static_cast<std::size_t>(end - value)});
+}
+
+// The usual cell. The digits go straight to their place, and the cell's end over what is written
+// behind them.
+void add_number(TextBuffer &text, std::uint64_t value) {
+    char *cell = text.reserve(column_width);
+    std::memset(cell, ' ', column_width);
+    char *end = write_digits(cell + 1 + cell_width - count_digits(value), value);
+    *end++ = ' ';
+    *end++ = '|';
+    text.advance_to(end);
 }
 
 // Above 999 in thousands.
@@ -146,6 +158,8 @@ void CountersTable::write_cell(const Cell &cell, const CounterRow &row, std::uin
             });
         case VRN_DATA_UINT64:
         case VRN_DATA_BIT64:
+            if (cell.format == VRN_STRING_DECIMAL)
+                return add_number(text, row.read<std::uint64_t>(offset));
             return add_value(text, [&](char *out) {
                 return write_uint64_value(out, row.read<std::uint64_t>(offset), cell.format);
             });

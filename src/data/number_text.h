@@ -2,6 +2,8 @@
 // bytes behind it are written, too.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +17,19 @@ inline constexpr std::size_t NUMBER_TEXT_SLACK = 8;
 // Bytes of the longest texts: an integer, the largest double with 6 digits behind the point.
 inline constexpr std::size_t INTEGER_TEXT_SIZE = 20;
 inline constexpr std::size_t FIXED_TEXT_SIZE = 317;
+
+// Decimal digits of a number; 0 has one.
+inline std::size_t count_digits(std::uint64_t number) {
+    // The smallest numbers of one digit more than the index.
+    static constexpr auto limits = [] {
+        std::array<std::uint64_t, INTEGER_TEXT_SIZE> powers{0, 10};
+        for (std::size_t i = 2; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+        return powers;
+    }();
+    // 1233 / 4096 is about the decimal logarithm of 2.
+    const auto index = static_cast<std::size_t>(std::bit_width(number | 1)) * 1233 >> 12;
+    return index + (number >= limits[index] ? 1 : 0);
+}
 
 // Decimal digits, with a sign before those of a negative.
 template <std::integral T>
