@@ -78,7 +78,7 @@ void add_value(TextBuffer &text, Write write) {
 void add_number(TextBuffer &text, std::uint64_t value) {
     char *cell = text.reserve(column_width);
     std::memset(cell, ' ', column_width);
-    char *end = write_digits(cell + 1 + cell_width - count_digits(value), value);
+    char *end = write_digits(cell + 1 + cell_width - integer_size(value), value);
     *end++ = ' ';
     *end++ = '|';
     text.advance_to(end);

@@ -1,7 +1,6 @@
 #include "data/influx_counters.h"
 
 #include <array>
-#include <utility>
 
 #include "counters/counter_row.h"
 #include "data/block.h"

@@ -18,8 +18,8 @@ inline constexpr std::size_t NUMBER_TEXT_SLACK = 8;
 inline constexpr std::size_t INTEGER_TEXT_SIZE = 20;
 inline constexpr std::size_t FIXED_TEXT_SIZE = 317;
 
-// Decimal digits of a number; 0 has one.
-inline std::size_t count_digits(std::uint64_t number) {
+// As count_digits, for any number.
+inline std::size_t integer_size(std::uint64_t number) {
     // The smallest numbers of one digit more than the index.
     static constexpr auto limits = [] {
         std::array<std::uint64_t, INTEGER_TEXT_SIZE> powers{0, 10};

@@ -94,7 +94,7 @@ TEST_F(CounterData, TablesShowEveryType) {
         "2"));
     ASSERT_NE(schema, nullptr);
     ByteBuilder set;
-    set.field("text", 8).f64(0.125).u64(UINT64_MAX).u64(10).u64(10).i64(-1).i64(1999);
+    set.field("text", 8).f64(0.125).u64(UINT64_MAX).u64(10).u64(10).i64(-1).i64(1000);
     set.text("01234567");
     // The second set ends in its sixth slot.
     const std::string row = set.done() + set.done().substr(0, 44);

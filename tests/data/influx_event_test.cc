@@ -24,30 +24,6 @@ class InfluxEvent : public ::testing::Test {
     vrn_schema_t *schema_{vrn_type_system_add_new_schema(system_.get(), "p", 1, nullptr)};
 };
 
-TEST_F(InfluxEvent, ShowsEachBuiltinTypeByItsTable) {
-    const std::string ones(8, '\xff');
-    const struct {
-        std::vector<const char *> types;
-        std::string bytes;
-        const char *item;
-    } cases[] = {
-        {{"bool"}, "\x01", "guid=true"},
-        {{"bool"}, "\x02", "guid=false"},  // the lowest bit alone counts
-        {{"char", "unsigned char", "uint8_t"}, ones, "guid=255i"},
-        {{"int8_t", "short", "int16_t", "int", "int32_t"}, ones, "guid=-1i"},
-        {{"long", "long long", "int64_t"}, ones, "guid=-1i"},
-        {{"unsigned short", "uint16_t"}, ones, "guid=65535i"},
-        {{"unsigned int", "uint32_t"}, ones, "guid=4294967295i"},
-        {{"unsigned long", "unsigned long long"}, ones, "guid=18446744073709551615i"},
-        {{"uint64_t", "timestamp"}, ones, "guid=18446744073709551615i"},
-        {{"float"}, ByteBuilder().f32(0.1F).done(), "guid=0.100000"},
-        {{"double"}, ByteBuilder().f64(-2.5e20).done(), "guid=-250000000000000000000.000000"},
-    };
-    for (const auto &c : cases)
-        for (const char *type : c.types)
-            EXPECT_EQ(line_of({{type, "guid"}}, c.bytes), c.item) << type;
-}
-
 TEST_F(InfluxEvent, GrowsKeysAlongInnerTypes) {
     const std::string record = "\x01k1\x02k2\x03k3";
     const struct {
@@ -60,6 +36,8 @@ TEST_F(InfluxEvent, GrowsKeysAlongInnerTypes) {
         {{{"pair", "s"}}, R"(s.p.x=1i,s.p.n="k1",sa.0.x=2i,sa.0.n="k2",sa.1.x=3i,sa.1.n="k3")"},
         {{{"uint16_t", "value", 4}, {"char", "t", 1}}, "t=51i"},  // no numeric arrays
         {{{"uint16_t", "value", 4}}, ""},
+        // The lowest bit alone counts.
+        {{{"bool", "on"}, {"char", "guid", 2}, {"bool", "off"}}, R"(on=true,guid="k1",off=false)"},
     };
     for (const auto &c : cases) EXPECT_EQ(line_of(c.fields, record), c.line);
 }
