@@ -8,6 +8,7 @@
 #include "data/influx_text.h"
 #include "data/schema/name_tables.h"
 #include "data/value_text.h"
+#include "utils/log.h"
 
 namespace vrn::data {
 
@@ -129,6 +130,7 @@ std::vector<std::string> InfluxSerializer::group_lines(const Tags &tags,
     std::vector<std::string> lines;
     if (group->num_counters == 0) return lines;
     const char *granularity = vrn_counter_group_granularity_name(group);
+    std::uint64_t room = influx_text_limit(block.size());
     for (std::uint64_t set = 0; set < group->num_counter_sets; ++set) {
         if (group->num_counter_sets > 1) record.tags[granularity] = std::to_string(set);
         record.fields.clear();
@@ -136,7 +138,14 @@ std::vector<std::string> InfluxSerializer::group_lines(const Tags &tags,
             record.fields.push_back({.key = group->counters[i]->name,
                                      .slot = set * group->num_counters + i,
                                      .counter = group->counters[i]});
-        lines.push_back(counters_record_line(record, block));
+        TextBuffer text;
+        prepare_line(record).write(block, room, &text);
+        if (text.size() > room) {
+            VRN_LOG(VRN_LOG_ERROR, "Lines of a counter group take too much memory");
+            break;
+        }
+        room -= text.size();
+        lines.emplace_back(text.view());
     }
     return lines;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 
 #include "data/influx_serializer.h"
@@ -20,7 +21,8 @@ bool is_character(const vrn_type_definition_t &type) {
 // Walks the fields of a type and its inner types; keys grow with the depth.
 class FieldWriter {
   public:
-    explicit FieldWriter(TextBuffer &text) : text_(text), start_(text.size()) {}
+    FieldWriter(TextBuffer &text, std::uint64_t max_size)
+        : text_(text), start_(text.size()), max_size_(max_size) {}
 
     void add_fields(const vrn_type_definition_t &type, const std::uint8_t *data) {
         for (std::uint16_t i = 0; i < type.num_fields; ++i) {
@@ -40,6 +42,7 @@ class FieldWriter {
     }
 
     void add_key(std::string_view name) {
+        if (text_.size() - start_ > max_size_) throw std::length_error("too many fields");
         char *out = text_.reserve(prefix_.size() + name.size() + 3);
         if (text_.size() > start_) *out++ = ',';
         if (!prefix_.empty()) {
@@ -127,18 +130,33 @@ class FieldWriter {
     }
 
     TextBuffer &text_;
-    std::size_t start_;   // of the list
-    std::string prefix_;  // of the keys, without the point behind it
+    std::size_t start_;       // of the list
+    std::uint64_t max_size_;  // that ends it
+    std::string prefix_;      // of the keys, without the point behind it
 };
 
 }  // namespace
 
-void influx_write_event_line(std::string_view start, const vrn_type_definition_t *type,
-                             const void *record, std::uint64_t timestamp, TextBuffer *text) {
+bool influx_write_event_fields(const vrn_type_definition_t *type, const void *record,
+                               std::uint64_t max_size, TextBuffer *text) {
+    const std::size_t start = text->size();
+    try {
+        FieldWriter(*text, max_size).add_fields(*type, static_cast<const std::uint8_t *>(record));
+        return true;
+    } catch (const std::length_error &) {
+        text->cut(start);
+        return false;
+    }
+}
+
+bool influx_write_event_line(std::string_view start, const vrn_type_definition_t *type,
+                             const void *record, std::uint64_t timestamp, std::uint64_t max_size,
+                             TextBuffer *text) {
     text->append(start);
     text->append(' ');
-    vrn_influx_write_event(type, record, text);
+    if (!influx_write_event_fields(type, record, max_size, text)) return false;
     influx_write_time(text, timestamp);
+    return true;
 }
 
 std::string InfluxSerializer::event_fields(const vrn_type_definition_t *type,
@@ -151,17 +169,21 @@ std::string InfluxSerializer::event_fields(const vrn_type_definition_t *type,
 std::string InfluxSerializer::event_line(const Tags &tags, const vrn_type_definition_t *type,
                                          const void *record, std::uint64_t timestamp) const {
     TextBuffer text;
-    influx_write_event_line(line_start(type->name, tags), type, record, timestamp, &text);
+    influx_write_event_line(line_start(type->name, tags), type, record, timestamp,
+                            influx_text_limit(type->size), &text);
     return std::string(text.view());
 }
 
 }  // namespace vrn::data
 
-void vrn_influx_write_event(const vrn_type_definition_t *type, const void *record,
+bool vrn_influx_write_event(const vrn_type_definition_t *type, const void *record,
                             vrn::TextBuffer *text) {
-    vrn::data::FieldWriter(*text).add_fields(*type, static_cast<const std::uint8_t *>(record));
+    return vrn::data::influx_write_event_fields(type, record,
+                                                vrn::data::influx_text_limit(type->size), text);
 }
 
 char *vrn_influx_serialize_event(const vrn_type_definition_t *type, const void *record) {
-    return strdup(vrn::data::InfluxSerializer().event_fields(type, record).c_str());
+    vrn::TextBuffer text;
+    if (!vrn_influx_write_event(type, record, &text)) return nullptr;
+    return strndup(text.view().data(), text.size());
 }

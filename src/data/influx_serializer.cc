@@ -14,11 +14,6 @@ namespace vrn::data {
 
 namespace {
 
-// Lines may take this many bytes: a page of a few bytes and a schema that repeats its counters must
-// not claim endless memory. Rows and events that do not overlap stay far below.
-constexpr std::uint64_t spare_text = 64 << 20;
-constexpr std::uint64_t text_per_byte = 4096;
-
 const vrn_type_definition_t *find_type(const vrn_type_system_t *system,
                                        const vrn_event_header_t &header) {
     const vrn_schema_t *schema =
@@ -40,7 +35,7 @@ class PageWalk {
           header_(row_.read<vrn_data_page_t>(0)),
           end_(std::min<std::uint64_t>({header_.filled_bytes, header_.page_size, page.size()})),
           type_system_(type_system),
-          room_(spare_text + text_per_byte * page.size()) {}
+          room_(influx_text_limit(page.size())) {}
 
     std::vector<std::string> lines() && {
         std::uint64_t offset = VRN_DATA_PAGE_HEADER_SIZE;
@@ -94,22 +89,27 @@ class PageWalk {
         std::uint64_t place = offset + sizeof header;
         for (std::uint8_t i = 0; i < header.num_events; ++i) {
             if (place > end_ || type->size > end_ - place) break;
-            influx_write_event_line(start, type, page_.data() + place, header.timestamp, &text_);
+            if (!influx_write_event_line(start, type, page_.data() + place, header.timestamp, room_,
+                                         &text_))
+                return refuse_lines();
             if (!take_line()) break;
             place += type->size;
         }
         return place - offset;
     }
 
-    // Moves the text to the lines. False, after an error line, when there is no room for it.
+    // Ends the walk.
+    std::uint64_t refuse_lines() {
+        VRN_LOG(VRN_LOG_ERROR, "Lines of a data page of %zu bytes take too much memory",
+                page_.size());
+        is_full_ = true;
+        return 0;
+    }
+
+    // Moves the text to the lines. False when there is no room for it.
     bool take_line() {
         const std::string_view line = text_.view();
-        if (line.size() > room_) {
-            VRN_LOG(VRN_LOG_ERROR, "Lines of a data page of %zu bytes take too much memory",
-                    page_.size());
-            is_full_ = true;
-            return false;
-        }
+        if (line.size() > room_) return refuse_lines() != 0;
         room_ -= line.size();
         lines_.emplace_back(line);
         text_.clear();

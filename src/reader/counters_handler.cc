@@ -49,6 +49,7 @@ bool print_counters_table(vrn_reader_t *reader, std::uint64_t timestamp, vrn::By
         if (!reader->counters_table)
             reader->counters_table = new vrn::CountersTable(*reader->type_system->counters_schema);
         reader->counters_table->write(timestamp, row, reader->options->microsecond_precision, text);
+        return true;
     });
     if (!done) VRN_LOG(VRN_LOG_ERROR, "Failed to print");
     // The data writer prints the pages that it can't store.

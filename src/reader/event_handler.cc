@@ -74,8 +74,9 @@ bool print_event_json(vrn_reader_t *reader, const vrn_type_definition_t *type, c
 
 bool print_event_influx(vrn_reader_t *reader, const vrn_type_definition_t *type, const void *data) {
     const auto write = [&](vrn::TextBuffer *text) {
-        vrn_influx_write_event(type, data, text);
+        if (!vrn_influx_write_event(type, data, text)) return false;
         text->append('\n');
+        return true;
     };
     if (vrn_reader_add_plain_record(reader, write)) return true;
     vrn_reader_fail(reader, "Failed to serialize event data to Influx line API format");

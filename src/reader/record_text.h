@@ -39,19 +39,20 @@ bool vrn_reader_add_record(vrn_reader_t *reader, Write write) {
     return true;
 }
 
-// Adds one record of another format: what `write` appends to the vrn::TextBuffer it is given.
-// False, with nothing added, when memory runs out.
+// Adds one record of another format: what `write` appends to the vrn::TextBuffer it is given. When
+// that returns false or memory runs out, nothing is added and the result is false.
 template <typename Write>
 bool vrn_reader_add_plain_record(vrn_reader_t *reader, Write write) {
     std::size_t size = 0;
     try {
         vrn::TextBuffer &text = vrn_reader_plain_text(reader);
         size = text.size();
-        write(&text);
-        if (text.size() >= vrn_reader_piece_size()) vrn_reader_flush_text(reader);
-        return true;
+        if (write(&text)) {
+            if (text.size() >= vrn_reader_piece_size()) vrn_reader_flush_text(reader);
+            return true;
+        }
     } catch (const std::bad_alloc &) {
-        if (reader->plain_text) reader->plain_text->cut(size);
-        return false;
     }
+    if (reader->plain_text) reader->plain_text->cut(size);
+    return false;
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "data/influx_event.h"
 #include "data/influx_fixtures.h"
 #include "data/influx_serializer.h"
 
@@ -67,6 +68,23 @@ TEST_F(InfluxEvent, MakesWholeLinesInMilliseconds) {
     // Linking a damaged schema leaves fields without a type, by which nothing is decoded.
     type->fields[0]->type = nullptr;
     EXPECT_EQ(serializer.event_fields(type, "\x01\x02"), "z=2i");
+}
+
+TEST(InfluxEvent, RefusesARecordThatRepeatsALongKeyTooOften) {
+    const vrn_type_system_ptr system(vrn_type_system_create());
+    vrn_schema_t *schema = vrn_type_system_add_new_schema(system.get(), "p", 1, nullptr);
+    constexpr std::uint16_t length = 65535;
+    const std::string name(2000, 'n');
+    add_type(schema, "leaf", {{"uint8_t", "x"}});
+    add_type(schema, "array", {{"leaf", "v", length}});
+    const vrn_type_definition_t *type = add_type(schema, "top", {{"array", name.c_str()}});
+    ASSERT_NE(type, nullptr);
+    const std::string record(length, '\1');
+    TextBuffer text;
+    text.append("before");
+    EXPECT_FALSE(vrn_influx_write_event(type, record.data(), &text));
+    EXPECT_EQ(text.view(), "before");
+    EXPECT_EQ(CString(vrn_influx_serialize_event(type, record.data())), nullptr);
 }
 
 }  // namespace
