@@ -39,10 +39,8 @@ Bytes HistogramSet::parse_sections(Bytes range, const std::vector<std::string> &
     for (Bytes hit = find_mark(rest, "HIST"); !hit.empty(); hit = find_mark(rest, "HIST")) {
         Histogram histogram;
         const std::uint64_t end = Histogram::parse(hit, label_values, &histogram);
-        // The closing mark is passed over without a look.
-        if (hit.size() - end < MARK_SIZE)
-            throw std::runtime_error("Invalid binary data format: Truncated 'HIST' section");
-        rest = hit.subspan(end + MARK_SIZE);
+        // The closing mark is passed over without a look, even where the range ends within it.
+        rest = hit.subspan(std::min<std::uint64_t>(end + MARK_SIZE, hit.size()));
         histograms.emplace(id++, std::move(histogram));
     }
     return rest;
