@@ -132,7 +132,7 @@ class BlockFeed {
         }
         const std::string &name = tables_.metric_names[sample_id];
         const std::uint64_t metric_id = store_->intern(name);
-        if (filter_ && !store_->has_metric(metric_id) && !filter_->passes(name)) return;
+        if (filter_ && !store_->is_in_tables(metric_id) && !filter_->passes(name)) return;
         const SampleContext context = {.name = name,
                                        .key = {metric_id, label_set},
                                        .metric_type = record.metric_type,

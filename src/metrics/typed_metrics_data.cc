@@ -55,8 +55,7 @@ Samples samples_of(const TypedSeries<T, Buffer> &series,
 
 template <typename M, typename L, template <typename> class Buffer, typename... Ts>
 bool TypedMetricsData<M, L, Buffer, Ts...>::has_metric(std::uint64_t metric_id) const {
-    if (is_reserved(metric_id)) return false;
-    return any_table([&](const auto &table) { return table.metrics.contains(metric_id); });
+    return !is_reserved(metric_id) && is_in_tables(metric_id);
 }
 
 template <typename M, typename L, template <typename> class Buffer, typename... Ts>

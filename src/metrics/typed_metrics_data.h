@@ -67,6 +67,11 @@ class TypedMetricsData : public MetricsCatalog {
     bool has_metric(const std::string &name) { return has_metric(intern(name)); }
     bool has_metric(std::uint64_t metric_id) const;
 
+    // The same for all names.
+    bool is_in_tables(std::uint64_t metric_id) const {
+        return any_table([&](const auto &table) { return table.metrics.contains(metric_id); });
+    }
+
     // The series, created with what it needs when it is missing. Throws std::runtime_error when the
     // metric is of another type, SymbolNotFoundError when it has no name, either.
     template <typename T>

@@ -278,6 +278,18 @@ TEST(MetricsFeed, AFilterChoosesNewMetrics) {
     EXPECT_EQ(shown(store), (Lines{"m1{} C 5=2", "m2{} C 5=3", "m2{} G"}));
 }
 
+TEST(MetricsFeed, AFilterLeavesStoredMetricsAloneWhateverTheirName) {
+    CntxBuilder builder;
+    builder.add_metric(MetricsHistory::RESERVED_NAME);
+    builder.add_record({.timestamp = 5, .samples = {{0, 7}}});
+    const MetricFilter nothing_new;
+    MetricsHistory store;
+    store.set_default_capacity(2);
+    feed(builder.build(), &store);
+    feed(builder.build(), &store, &nothing_new);
+    EXPECT_EQ(shown(store), Lines{MetricsHistory::RESERVED_NAME + std::string("{} C 5=7 5=7")});
+}
+
 TEST(MetricsFeed, UnchangedValuesAreSkippedWhenAsked) {
     struct Case {
         std::uint32_t value_type;
