@@ -94,6 +94,8 @@ std::string html_escape(std::string_view text) {
             escaped += "&lt;";
         else if (c == '>')
             escaped += "&gt;";
+        else if (c == '\r')
+            escaped += "&#13;";  // browsers read a plain one as a newline
         else
             escaped += c;
     }

@@ -32,7 +32,7 @@ export function chartState(page) {
 }
 
 export function optionsOf(page, selector) {
-    return page.$$eval(`${selector} option`, (options) => options.map((option) => option.text));
+    return page.$$eval(`${selector} option`, (options) => options.map((option) => option.textContent));
 }
 
 export function selectedOf(page, selector) {

@@ -77,7 +77,7 @@ void add_many_series(MetricsHistory *store, const Times &times) {
 // All that a single-quoted string of JavaScript takes as it is.
 void add_odd_labels(MetricsHistory *store, const Times &times) {
     const LabelMap labels = {{"path", R"(/a b?c=d&e;f#g%20 "h" <i>${j}</i> `k` {{l}} °C 漢字 🚀)"}};
-    add_samples<double>(store, R"(odd "metric" <b>&amp; % , ☃)", labels, times,
+    add_samples<double>(store, "odd \"metric\"  <b>&amp;\t% ,\r\n☃", labels, times,
                         [](std::uint64_t i) { return wave(i, 60); });
 }
 

@@ -206,10 +206,10 @@ TEST_F(ChartPage, HoldsSeriesByValueTypeAndOptionsByName) {
     series<UInt64Tag>("bytes & packets", {{"port", "1"}})
         .push(5'000, std::numeric_limits<std::uint64_t>::max());
     series<long>("offset", {{"port", "1"}}).push(999, -7);
-    series<Bit64Tag>("flags", {}).push(2'000, 255);
+    series<Bit64Tag>("flags \r\n", {}).push(2'000, 255);
 
     const std::string options = option_of(id("bytes & packets"), "bytes &amp; packets") +
-                                option_of(id("flags"), "flags") +
+                                option_of(id("flags \r\n"), "flags &#13;\n") +
                                 option_of(id("offset"), "offset") +
                                 option_of(id("temperature <max>"), "temperature &lt;max&gt;");
     const std::string data =
@@ -217,7 +217,7 @@ TEST_F(ChartPage, HoldsSeriesByValueTypeAndOptionsByName) {
         golden_series(id("offset"), "port=1", 1, "{x: 0, y: -7}") +
         golden_series(id("temperature <max>"), "", 2,
                       "{x: 1700000000001, y: 1.5}, {x: 1700000001000, y: 1.23457e+06}") +
-        golden_series(id("flags"), "", 1, "{x: 2, y: 255}");
+        golden_series(id("flags \r\n"), "", 1, "{x: 2, y: 255}");
     EXPECT_EQ(page_of(store), golden_page(options, store.footprint(), data));
     EXPECT_THAT(log.take(), IsEmpty());
 }

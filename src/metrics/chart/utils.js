@@ -33,8 +33,9 @@ function getSelectedMetricIds() {
     return selectedOptions('metricSelect').map((option) => parseInt(option.value, 10));
 }
 
+// The `text` of an option would have its white space collapsed.
 function getSelectedMetricNames() {
-    return selectedOptions('metricSelect').map((option) => option.text);
+    return selectedOptions('metricSelect').map((option) => option.textContent);
 }
 
 function getSelectedLabels() {
