@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs all checks: formatting, shell scripts, release and sanitizer builds with
-# warnings as errors, both test runs, and clang-tidy. Ends with the test runner's own totals.
+# warnings as errors, their test runs, and clang-tidy. ThreadSanitizer gets the tests of threads only.
+# Ends with the test runner's own totals.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,7 +16,7 @@ echo "== lint of the chart page's scripts"
 npm run --silent lint
 
 echo "== build"
-for preset in release asan; do
+for preset in release asan tsan; do
     cmake --preset "$preset" -DVRN_WERROR=ON >/dev/null
     cmake --build --preset "$preset" -j "$jobs"
 done
@@ -23,6 +24,8 @@ done
 echo "== clang-tidy"
 ./scripts/tidy.sh build
 
+echo "== tests of threads (thread sanitizer)"
+ctest --preset tsan
 echo "== tests (release)"
 ctest --preset release -j "$jobs"
 echo "== tests (address and undefined behaviour sanitizers)"
