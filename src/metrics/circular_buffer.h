@@ -10,13 +10,14 @@
 
 namespace vrn::data {
 
-// Elements are counted by age, 0 the oldest held. The array is allocated once, by the constructor.
+// Elements are counted by age, 0 the oldest held. The array is allocated once, by the constructor;
+// numbers in it aren't cleared, so that a long one takes memory only as it fills.
 template <typename T>
 class CircularBuffer {
   public:
     // `capacity` is at least 1.
     explicit CircularBuffer(std::uint64_t capacity)
-        : elements_(std::make_unique<T[]>(capacity)), capacity_(capacity) {
+        : elements_(std::make_unique_for_overwrite<T[]>(capacity)), capacity_(capacity) {
         assert(capacity > 0);
     }
 

@@ -160,6 +160,8 @@ bool store_sample(std::uint32_t value_type, std::uint64_t value, const SampleCon
                   const MetricFilter *filter, Store *store) {
     try {
         return push_typed(value_type, value, sample, filter, store);
+    } catch (const StoreFull &) {
+        throw;
     } catch (const std::exception &error) {
         VRN_LOG(VRN_LOG_ERROR,
                 "[vrn metrics parser] Failed to store typed value for metric %s (type=%u, "

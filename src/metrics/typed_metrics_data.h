@@ -3,6 +3,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -17,6 +18,10 @@
 #include "metrics/value_types.h"
 
 namespace vrn::metrics {
+
+// Thrown by a store with a bound instead of making one more series. No std::exception: a feed,
+// which goes on behind those, ends here.
+struct StoreFull {};
 
 // The series of one value type, by metric id and label set hash.
 template <typename T, template <typename> class Buffer>
@@ -72,15 +77,23 @@ class TypedMetricsData : public MetricsCatalog {
         return any_table([&](const auto &table) { return table.metrics.contains(metric_id); });
     }
 
+    // No series is made once all series take this many bytes, with full buffers. Input that isn't
+    // trusted can ask for any number of series; at the start there is no bound.
+    void set_max_series_bytes(std::uint64_t bytes) { max_series_bytes_ = bytes; }
+
     // The series, created with what it needs when it is missing. Throws std::runtime_error when the
-    // metric is of another type, SymbolNotFoundError when it has no name, either.
+    // metric is of another type, SymbolNotFoundError when it has no name, either; StoreFull.
     template <typename T>
     Series<T> &get_series(std::uint64_t metric_id, std::uint64_t label_set) {
         Table<T> &table = get_table<T>();
         require_type(metric_id, ValueTraits<T>::code);
-        auto &series = table.metrics[metric_id];
-        if (const auto known = series.find(label_set); known != series.end()) return known->second;
-        return series.try_emplace(label_set, capacity_of(metric_id)).first->second;
+        if (Series<T> *known = table.find({metric_id, label_set})) return *known;
+        if (series_bytes_ >= max_series_bytes_) throw StoreFull();
+        Series<T> &series =
+            table.metrics[metric_id].try_emplace(label_set, capacity_of(metric_id)).first->second;
+        constexpr std::size_t sample_size = sizeof(std::uint64_t) + sizeof(StoredValue<T>);
+        series_bytes_ += sizeof series + sample_size * series.values.capacity();
+        return series;
     }
 
     // Null when there is no such series.
@@ -167,6 +180,8 @@ class TypedMetricsData : public MetricsCatalog {
     bool visit_series(const SeriesKey &key, Visit visit) const;
 
     std::tuple<std::unique_ptr<Table<Ts>>...> tables_;
+    std::uint64_t series_bytes_ = 0;
+    std::uint64_t max_series_bytes_ = std::numeric_limits<std::uint64_t>::max();
 };
 
 // A store of either policy.

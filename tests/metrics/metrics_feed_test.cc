@@ -290,6 +290,19 @@ TEST(MetricsFeed, AFilterLeavesStoredMetricsAloneWhateverTheirName) {
     EXPECT_EQ(shown(store), Lines{MetricsHistory::RESERVED_NAME + std::string("{} C 5=7 5=7")});
 }
 
+TEST(MetricsFeed, EndsAtANewSeriesOfAFullStore) {
+    const std::string two = block_of({.timestamp = 5, .samples = {{0, 1}, {1, 2}}}, 2);
+    const std::string three = block_of({.timestamp = 6, .samples = {{0, 3}, {2, 4}, {1, 5}}}, 3);
+    MetricsHistory store;
+    store.set_default_capacity(1000);
+    store.set_max_series_bytes(2 * 16'000);
+    CapturedLog log;
+    feed(two, &store);
+    EXPECT_THROW(feed(three + two, &store), metrics::StoreFull);
+    EXPECT_EQ(shown(store), (Lines{"m0{} C 5=1 6=3", "m1{} C 5=2"}));
+    EXPECT_EQ(log.take(), Lines{});
+}
+
 TEST(MetricsFeed, UnchangedValuesAreSkippedWhenAsked) {
     struct Case {
         std::uint32_t value_type;

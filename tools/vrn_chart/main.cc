@@ -22,7 +22,9 @@ constexpr char help[] =
     "Writes one HTML page with charts of the metrics in data files, to open in a browser.\n"
     "  -o, --output file      File to write (standard output).\n"
     "  -n, --samples number   Newest samples to take of each series (1000).\n"
-    "  -h, --help             Print this message.\n";
+    "  -h, --help             Print this message.\n"
+    "All series together have room for 1 GiB, at 16 bytes a sample. A file with more\n"
+    "series is an error; the page shows those that fit.\n";
 
 constexpr option long_options[] = {
     {"output", required_argument, nullptr, 'o'},
@@ -31,8 +33,8 @@ constexpr option long_options[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-// The buffers of a series are allocated whole.
 constexpr std::uint32_t max_samples = 1'000'000;
+constexpr std::uint64_t max_series_bytes = std::uint64_t{1} << 30;
 
 struct ChartOptions {
     std::string output;  // empty: standard output
@@ -91,6 +93,7 @@ bool write_page(const ChartOptions &options, const metrics::MetricsHistory &stor
 bool show_metrics(const ChartOptions &options) {
     metrics::MetricsHistory store;
     store.set_default_capacity(options.samples);
+    store.set_max_series_bytes(max_series_bytes);
     bool read_all = true;
     for (const std::string &path : options.files) read_all &= read_metrics(path, &store);
     return write_page(options, store) && read_all;

@@ -56,10 +56,16 @@ bool store_pages(Bytes chunk, MetricsHistory *store) {
     return true;
 }
 
-bool store_chunk(Bytes chunk, MetricsHistory *store) {
-    if (is_block(chunk, VRN_PAGE_BLOCK)) return store_pages(chunk, store);
-    store_blocks(chunk, store);
-    return true;
+// Returns what is wrong, null when nothing is.
+const char *store_chunk(Bytes chunk, MetricsHistory *store) {
+    try {
+        if (is_block(chunk, VRN_PAGE_BLOCK))
+            return store_pages(chunk, store) ? nullptr : "holds a damaged page";
+        store_blocks(chunk, store);
+        return nullptr;
+    } catch (const metrics::StoreFull &) {
+        return "holds more series than there is room for; fewer samples of each leave more room";
+    }
 }
 
 }  // namespace
@@ -80,8 +86,8 @@ bool read_metrics(const std::string &path, MetricsHistory *store) {
         const int count = gzread(file.get(), chunk.get(), header.block_size);
         if (count < 0) return fail(path, "can't be read to its end");
         if (count == 0) return true;
-        if (!store_chunk({chunk.get(), static_cast<std::size_t>(count)}, store))
-            return fail(path, "holds a damaged page");
+        const char *fault = store_chunk({chunk.get(), static_cast<std::size_t>(count)}, store);
+        if (fault) return fail(path, fault);
     }
 }
 
