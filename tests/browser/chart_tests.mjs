@@ -35,6 +35,10 @@ function assertClose(actual, expected, tolerance) {
     assert.ok(Math.abs(actual - expected) <= tolerance, `${actual} is not close to ${expected}`);
 }
 
+function boxOf(page, selector) {
+    return page.locator(selector).boundingBox();
+}
+
 export const chartTests = {
     async 'starts without a chart'(page, host) {
         await open(page, host, 'usual');
@@ -46,6 +50,8 @@ export const chartTests = {
         ]);
         const statistics = await page.textContent('#cacheStatistics');
         assert.match(statistics, /^Metrics Cache StatusMetrics3Series7Points stored4200Memory/);
+        const [metrics, labels] = [await boxOf(page, '#metricSelect'), await boxOf(page, '#labelSelect')];
+        assert.deepEqual([metrics.y, metrics.height], [labels.y, labels.height]);
     },
 
     async 'shows the chosen metrics'(page, host) {
@@ -98,8 +104,9 @@ export const chartTests = {
         assertClose(rate, 1e6, 1e4);
     },
 
-    async 'zooms with the wheel, down to a limit'(page, host) {
+    async 'zooms with the wheel, down to a limit, and back'(page, host) {
         await open(page, host, 'usual');
+        const place = await boxOf(page, '.chart-container');
         await selectMetrics(page, 'temperature');
         assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
         await zoomIn(page, 5);
@@ -112,6 +119,12 @@ export const chartTests = {
         await zoomIn(page, 80);
         const limited = await chartState(page);
         assertClose(limited.max - limited.min, 5000, 1000); // 5 of the smallest gaps
+        await page.evaluate(() => window.scrollTo(0, 0));
+        assert.deepEqual(await boxOf(page, '.chart-container'), place);
+        await page.click('text=Reset Zoom');
+        const reset = await chartState(page);
+        assert.deepEqual({ min: reset.min, max: reset.max }, full);
+        assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
     },
 
     async 'pans with shift-drag and right-drag, inside the data'(page, host) {
@@ -133,16 +146,6 @@ export const chartTests = {
         for (let i = 0; i < 8; i++) await drag(page, 600, 'right');
         const end = await chartState(page);
         assertClose(end.min, end.full.min, 1);
-    },
-
-    async 'resets the zoom'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'temperature');
-        await zoomIn(page, 5);
-        await page.click('text=Reset Zoom');
-        const { min, max, full } = await chartState(page);
-        assert.deepEqual({ min, max }, full);
-        assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
     },
 
     async 'keeps the zoom when only the rate mode changes'(page, host) {
@@ -192,6 +195,7 @@ export const chartTests = {
         const { min, max, counts } = await chartState(page);
         assert.deepEqual([max - min, counts], [3600000, [1]]);
         assert.equal(await page.textContent('#zoomInfo'), 'Single data point (no zoom available)');
+        assert.match(await page.textContent('#chartInformation'), /Detail for zoom1 pointPoint limit/);
         await page.check('#showRateCheckbox');
         assert.equal(await page.textContent('#chartMessage'), NO_DATA);
     },

@@ -210,7 +210,7 @@ function describeSelection(metricNames, labels, showRate, datasets) {
         ['Mode', showRate ? 'Rate (Δ/sec)' : 'Values'],
         ['Series', datasets.length],
         ['Points', `${displayed} of ${original} shown (${saving}% saved)`],
-        ['Detail for zoom', `${detailed} points`],
+        ['Detail for zoom', detailed === 1 ? '1 point' : `${detailed} points`],
         ['Point limit', `${CHART_CONFIG.MAX_VISUAL_DATA_POINTS} per series`],
         ['Memory footprint', formatBytes(metricsDataFootprint)],
         ['Controls', 'Wheel: zoom. Shift-drag or right-drag: pan. Click in the legend: hide a series.'],

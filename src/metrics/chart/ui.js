@@ -9,28 +9,33 @@ body { margin: 0; background: #fff; color: #24292f;
 .controls-row { display: flex; gap: 16px; }
 .control-group { display: flex; flex-direction: column; gap: 6px; flex: 1 1 0; min-width: 0; }
 .control-group:last-child { flex-grow: 3; }
-.control-group label { font-weight: 600; }
+.control-group:first-child { min-width: 336px; }
+.control-group label { font-size: 13px; font-weight: 600; }
 select { border: 1px solid #c4cad2; border-radius: 6px; background: #fff; color: inherit; font: inherit; }
-select[multiple] { box-sizing: border-box; width: 100%; padding: 4px; overflow: auto; }
+select[multiple] { box-sizing: border-box; width: 100%; height: 186px; padding: 4px; overflow: auto; }
 .control-group select { margin-top: auto; }
 select[multiple] option:checked { background: #cfe6fa; }
-select[multiple] option { padding: 1px 6px; border-radius: 3px; }
+select[multiple] option { padding: 1px 6px; border-radius: 3px; min-height: 20px; }
 #labelSelect { resize: horizontal; }
-#controlButtonsContainer { display: flex; flex-wrap: wrap; align-items: center; gap: 8px; margin: 12px 0; }
+#controlButtonsContainer, .button-row { display: flex; flex-wrap: wrap; align-items: center; gap: 8px; }
+#controlButtonsContainer { margin: 12px 0; }
+.button-row:last-child { flex: 1 1 760px; }
 button, #autoRefreshSelect { box-sizing: border-box; height: 34px; padding: 0 10px;
     border: 1px solid #c4cad2; border-radius: 6px; background: #fff; color: inherit; font: inherit; font-size: 13px;
     white-space: nowrap; cursor: pointer; }
 button:hover, #autoRefreshSelect:hover { border-color: #8a94a1; background: #f4f5f7; }
 button:focus-visible, select:focus-visible { outline: 2px solid #36a2eb; outline-offset: 1px; }
 .rate-toggle { display: flex; align-items: center; height: 34px; font-size: 13px; white-space: nowrap; cursor: pointer; }
-#zoomInfo, #autoRefreshStatus { color: #57606a; font-size: 13px; font-variant-numeric: tabular-nums; }
-#zoomInfo:empty, #autoRefreshStatus:empty { display: none; }
+#zoomInfo, #autoRefreshStatus { display: flex; align-items: center; height: 34px; overflow: hidden; color: #57606a;
+    font-size: 13px; line-height: 17px; font-variant-numeric: tabular-nums; }
+#zoomInfo { flex: 0 1 480px; }
+#autoRefreshStatus { flex: 1 1 136px; }
 .csv-export { position: relative; }
 #csvDropdown { display: none; position: absolute; top: 38px; left: 0; z-index: 10; padding: 4px;
     border: 1px solid #c4cad2; border-radius: 6px; background: #fff; box-shadow: 0 4px 12px rgba(0, 0, 0, 0.15); }
 #csvDropdown.open { display: block; }
 #csvDropdown button { display: block; width: 100%; border: 0; text-align: left; }
-.clear-cache { margin-left: auto; border-color: #e5b5b5; color: #b3261e; }
+.clear-cache { border-color: #e5b5b5; color: #b3261e; }
 .clear-cache:hover { border-color: #b3261e; background: #fdf0ef; }
 .chart-container { position: relative; box-sizing: border-box; height: max(420px, 60vh); padding: 12px;
     border: 1px solid #dfe3e8; border-radius: 8px; user-select: none; }
@@ -44,7 +49,7 @@ button:focus-visible, select:focus-visible { outline: 2px solid #36a2eb; outline
 .metric-info h2 { margin: 0 0 8px; font-size: 15px; }
 .metric-info dl { display: grid; grid-template-columns: max-content 1fr; gap: 4px 16px; margin: 0; }
 .metric-info dt { color: #57606a; }
-.metric-info dd { margin: 0; overflow-wrap: anywhere; }
+.metric-info dd { margin: 0; overflow-wrap: anywhere; white-space: pre-wrap; }
 #cacheClearStatus { position: fixed; top: 24px; left: 50%; z-index: 20; padding: 12px 20px; border-radius: 8px;
     color: #fff; box-shadow: 0 4px 16px rgba(0, 0, 0, 0.25); transform: translateX(-50%); }
 #cacheClearStatus.success { background: #1f7a3d; }
@@ -52,14 +57,15 @@ button:focus-visible, select:focus-visible { outline: 2px solid #36a2eb; outline
 @media (max-width: 1200px) {
     .container { width: 97%; }
     .control-group:last-child { flex-grow: 2; }
+    #zoomInfo { flex: 1 1 200px; }
     .metric-info section, .metric-info #cacheStatistics { flex-basis: 100%; }
 }
 @media (max-width: 768px) {
     .controls-row { flex-direction: column; }
-    .control-group, .control-group:last-child { flex: none; }
+    .control-group, .control-group:first-child, .control-group:last-child { flex: none; min-width: 0; }
     #labelSelect { resize: none; }
     .chart-container { height: 420px; padding: 4px; }
-    .clear-cache { margin-left: 0; }
+    #zoomInfo { height: 51px; }
     .metric-info dl { grid-template-columns: 1fr; gap: 0; }
     .metric-info dd { margin-bottom: 6px; }
 }
@@ -73,6 +79,7 @@ const AUTO_REFRESH_CHOICES = [
     [60, 'Auto-refresh: 1m'],
 ];
 const OPTION_HEIGHT_PX = 22;
+const LIST_BORDER_PX = 10; // above and below the options, in all
 const MIN_LABELS_WIDTH_PX = 400;
 
 function injectCSS() {
@@ -112,21 +119,31 @@ function createCSVExport() {
     return createElement('div', { className: 'csv-export' }, button, menu);
 }
 
+// The rows stand side by side where there is room. Texts that change have room of their own: the
+// chart below doesn't move.
+function createButtonRow(...elements) {
+    return createElement('div', { className: 'button-row' }, ...elements);
+}
+
 function createControlButtons() {
     const container = document.getElementById('controlButtonsContainer');
     if (!container) return;
     container.replaceChildren(
-        createButton('Clear Selections', () => clearSelections(true)),
-        createButton('Clear All', () => clearSelections(false)),
-        createButton('Select All Metrics', selectAllMetrics),
-        createRateToggle(),
-        createButton('🔄 Refresh Data', refreshData),
-        createAutoRefreshSelect(),
-        createButton('🔍 Reset Zoom', resetZoom),
-        createElement('span', { id: 'zoomInfo' }),
-        createCSVExport(),
-        createElement('span', { id: 'autoRefreshStatus' }),
-        createButton('🗑️ Clear Cache', clearCache, 'clear-cache'),
+        createButtonRow(
+            createButton('Clear Selections', () => clearSelections(true)),
+            createButton('Clear All', () => clearSelections(false)),
+            createButton('Select All Metrics', selectAllMetrics),
+            createRateToggle(),
+            createButton('🔄 Refresh Data', refreshData),
+            createAutoRefreshSelect(),
+        ),
+        createButtonRow(
+            createButton('🔍 Reset Zoom', resetZoom),
+            createElement('span', { id: 'zoomInfo' }),
+            createCSVExport(),
+            createElement('span', { id: 'autoRefreshStatus' }),
+            createButton('🗑️ Clear Cache', clearCache, 'clear-cache'),
+        ),
     );
 }
 
@@ -139,7 +156,10 @@ function adjustSelectorsSize() {
     const longest = Math.max(...selects.map((select) => select.options.length));
     const room = Math.floor((window.innerHeight - 300) / OPTION_HEIGHT_PX);
     const size = Math.max(6, Math.min(Math.max(longest, 8), 20, room));
-    for (const select of selects) select.size = size;
+    for (const select of selects) {
+        select.size = size;
+        select.style.height = `${size * OPTION_HEIGHT_PX + LIST_BORDER_PX}px`;
+    }
 }
 
 function constrainLabelsSelectorResize() {
