@@ -19,16 +19,9 @@ function dynamicDownsample(points, targetCount) {
     return Array.from({ length: targetCount }, (_, i) => points[Math.round(i * step)]);
 }
 
-// The same for the points in view. With them goes the neighbour on either side, so that lines reach
-// the edges of the chart.
+// The same for the points in view.
 function resampleDataForZoom(points, min, max, targetCount) {
-    const inView = (point) => point.x >= min && point.x <= max;
-    const visible = points.filter(
-        (point, i) =>
-            inView(point) ||
-            (point.x < min && i + 1 < points.length && points[i + 1].x >= min) ||
-            (point.x > max && i > 0 && points[i - 1].x <= max),
-    );
+    const visible = points.filter((point) => point.x >= min && point.x <= max);
     return dynamicDownsample(visible, targetCount);
 }
 
