@@ -236,12 +236,36 @@ export const chartTests = {
         assert.ok(min > -100 && max < 700);
     },
 
-    async 'shows the date on ticks of older data'(page, host) {
+    async 'marks round times, as the length of the axis asks for'(page, host) {
         await open(page, host, 'old');
         await selectMetrics(page, 'temperature');
-        const ticks = await page.evaluate(() => chart.scales.x.ticks.map((tick) => tick.label));
-        assert.ok(ticks.length > 1 && ticks.length <= 20);
-        for (const tick of ticks) assert.match(tick, /^Nov \d\d, \d\d:\d\d$/);
+        const second = 1000;
+        const hour = 3600 * second;
+        const day = 24 * hour;
+        const hours = Array.from({ length: 30 }, (_, i) => (i + 1) * hour);
+        const cases = [
+            [1440, [2 * second], /^09:17:0\d\.\d00$/],
+            [1440, [30 * second], /^09:17:\d[02468]$/],
+            [1440, hours, /^Dec 3[01], \d\d:\d[05]$/],
+            [390, hours, /^Dec 3[01], \d\d:\d[05]$/],
+            [1440, [10 * day, 90 * day], /^(Dec \d\d, 2023|[JFM]\w\w \d\d, 2024)$/],
+            [1440, [400 * day], /^\w{3} 202[45]$/],
+            [1440, [8000 * day], /^20[234][02468]$/],
+            [390, [30000 * day], /^2\d\d0$/],
+        ];
+        for (const [width, lengths, expected] of cases) {
+            await page.setViewportSize({ width, height: 900 });
+            await page.waitForFunction((all) => Math.abs(all - chart.width) < 150, width);
+            for (const length of lengths) {
+                const ticks = await page.evaluate((ms) => {
+                    const start = new Date(2023, 11, 30, 9, 17).getTime();
+                    setVisibleRange(start, start + ms);
+                    return chart.scales.x.ticks.map((tick) => tick.label);
+                }, length);
+                assert.ok(ticks.length >= 2 && ticks.length <= 20, `${ticks.length} at ${length}`);
+                for (const tick of ticks) assert.match(tick, expected);
+            }
+        }
     },
 
     async 'formats sizes and ticks'(page, host) {

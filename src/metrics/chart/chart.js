@@ -1,77 +1,14 @@
 // The chart, panning and zooming with the mouse, and the text below it.
 
 const MAX_TOOLTIP_LINES = 20;
-const MAX_TIME_TICKS = 20;
-const TICK_STEPS_MS = [
-    ...[1, 2, 5, 10, 20, 50, 100, 200, 500],
-    ...[1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800].map((seconds) => seconds * 1000),
-    ...[1, 2, 3, 6, 12, 24, 48, 96, 168].map((hours) => hours * 3600000),
-];
+const TOOLTIP_MARGIN_PX = 50; // around texts: padding, box and arrow
+const MAX_LEGEND_ROWS = 4; // whole rows in the height of the legend
+const LEGEND_PADDING_PX = 8;
+const LEGEND_LINE_PX = 28;
+const LEGEND_TEXT_PX = LEGEND_LINE_PX + 6; // where the text of an entry begins
 
-function isFromToday(time) {
-    return new Date(time).toDateString() === new Date().toDateString();
-}
-
-// Chart.js sets ticks from the first point on; these stand at round times.
-function setRoundTicks(axis) {
-    const range = axis.max - axis.min;
-    const formats = axis.options.time.displayFormats;
-    const step = TICK_STEPS_MS.find((ms) => {
-        const labelWidth = formats[getTickUnit(ms)].length > 8 ? 110 : 75;
-        return range / ms <= Math.min(MAX_TIME_TICKS - 1, axis.width / labelWidth);
-    });
-    if (!step) return;
-    const offset = new Date(axis.min).getTimezoneOffset() * 60000;
-    axis.ticks = [];
-    let value = Math.ceil((axis.min - offset) / step) * step + offset;
-    for (; value <= axis.max; value += step) axis.ticks.push({ value });
-}
-
-function getTickUnit(stepMs) {
-    if (stepMs >= 86400000) return 'day';
-    if (stepMs >= 3600000) return 'hour';
-    if (stepMs >= 60000) return 'minute';
-    return stepMs >= 1000 ? 'second' : 'millisecond';
-}
-
-function formatTimeTick(value, index, ticks) {
-    const step = ticks.length > 1 ? ticks[1].value - ticks[0].value : 1000;
-    return this.format(value, this.options.time.displayFormats[getTickUnit(step)]);
-}
-
-function createTimeAxis(range, showDate) {
-    const minutes = showDate ? 'MMM dd, HH:mm' : 'HH:mm';
-    return {
-        type: 'time',
-        min: range.min,
-        max: range.max,
-        time: {
-            minUnit: 'millisecond',
-            tooltipFormat: 'yyyy-MM-dd HH:mm:ss.SSS',
-            displayFormats: {
-                day: 'MMM dd',
-                hour: minutes,
-                minute: minutes,
-                second: 'HH:mm:ss',
-                millisecond: 'HH:mm:ss.SSS',
-            },
-        },
-        afterBuildTicks: setRoundTicks,
-        ticks: { maxTicksLimit: MAX_TIME_TICKS, maxRotation: 0, callback: formatTimeTick },
-        title: { display: true, text: 'Time' },
-    };
-}
-
-function createValueAxis(range, showRate) {
-    return {
-        min: range.min,
-        max: range.max,
-        ticks: { callback: getYAxisTickFormatter(showRate), includeBounds: false },
-        title: { display: true, text: showRate ? 'Δ (per second)' : 'Value' },
-    };
-}
-
-// All series have a line in the tooltip, which must not outgrow the chart.
+// All series have a place in the tooltip, which must not outgrow the chart: few series may take
+// several lines each.
 function createTooltip() {
     return {
         filter: (item, index) => index < MAX_TOOLTIP_LINES,

@@ -1,4 +1,17 @@
-// From the data of the page to the datasets of a chart: choice, rates, sampling, axis ranges.
+// From the data of the page to the datasets of a chart: choice, rates, sampling; and its axes, with
+// ticks at round times.
+
+const MAX_TIME_TICKS = 20;
+const YEAR_MS = 365.2425 * 86400000;
+const TICK_STEPS = [
+    ...makeTickSteps('millisecond', 1, [1, 2, 5, 10, 20, 50, 100, 200, 500]),
+    ...makeTickSteps('second', 1000, [1, 2, 5, 10, 15, 30]),
+    ...makeTickSteps('minute', 60000, [1, 2, 5, 10, 15, 30]),
+    ...makeTickSteps('hour', 3600000, [1, 2, 3, 6, 12]),
+    ...makeTickSteps('day', 86400000, [1, 2, 4, 7, 14]),
+    ...makeTickSteps('month', YEAR_MS / 12, [1, 2, 3, 6]),
+    ...[1, 10, 100].flatMap((tens) => makeTickSteps('year', YEAR_MS * tens, [1, 2, 5])),
+];
 
 // Change per second, at the later point of each pair of neighbours; times are milliseconds.
 function calculateRateData(points) {
@@ -81,4 +94,99 @@ function calculateAxisRanges(datasets, timeRangeOverride) {
     if (isGoodRange(x)) return { x, y };
     const end = Number.isFinite(x.max) ? x.max : Date.now();
     return { x: { min: end - 3600000, max: end }, y };
+}
+
+// Months and years differ in length; `ms` is their average.
+function makeTickSteps(unit, unitMs, counts) {
+    return counts.map((count) => ({ unit, ms: count * unitMs }));
+}
+
+// The time `index` steps from an origin, by the clock and the calendar of the browser. Weeks start
+// on Monday.
+function getTickTime(step, index, clockOffset) {
+    const count = step.ms * index;
+    if (step.ms >= YEAR_MS / 12) return new Date(2000, Math.round((count / YEAR_MS) * 12)).getTime();
+    if (step.unit === 'day') return new Date(2000, 0, 3 + count / 86400000).getTime();
+    return count + clockOffset;
+}
+
+// Dates end some 270,000 years from now; there are no ticks behind.
+function listTickTimes(min, max, step) {
+    const clockOffset = new Date(min).getTimezoneOffset() * 60000;
+    const times = [];
+    let index = Math.floor((min - getTickTime(step, 0, clockOffset)) / step.ms) - 1;
+    for (;;) {
+        const time = getTickTime(step, index++, clockOffset);
+        if (!(time <= max)) return times;
+        if (time >= min) times.push(time);
+    }
+}
+
+// Days tell their year where it changes.
+function getTickFormat(axis, unit) {
+    const years = [axis.min, axis.max].map((time) => new Date(time).getFullYear());
+    if (unit === 'day' && years[0] !== years[1]) return 'MMM dd, yyyy';
+    return axis.options.time.displayFormats[unit];
+}
+
+// Chart.js sets ticks from the first point on; these stand at round times. At least two, or the
+// axis would tell nothing about its length.
+function setRoundTicks(axis) {
+    const range = axis.max - axis.min;
+    const fits = ({ unit, ms }) => {
+        const labelWidth = getTickFormat(axis, unit).length > 8 ? 110 : 75;
+        return range / ms <= Math.min(MAX_TIME_TICKS - 1, axis.width / labelWidth);
+    };
+    let index = TICK_STEPS.findIndex(fits);
+    if (index < 0) index = TICK_STEPS.length - 1;
+    let times = listTickTimes(axis.min, axis.max, TICK_STEPS[index]);
+    while (times.length < 2 && index > 0) {
+        index--;
+        times = listTickTimes(axis.min, axis.max, TICK_STEPS[index]);
+    }
+    axis.tickUnit = TICK_STEPS[index].unit;
+    axis.ticks = times.map((value) => ({ value }));
+}
+
+// Chart.js formats a sample before it sets ticks.
+function formatTimeTick(value) {
+    return this.format(value, getTickFormat(this, this.tickUnit || 'second'));
+}
+
+function isFromToday(time) {
+    return new Date(time).toDateString() === new Date().toDateString();
+}
+
+function createTimeAxis(range, showDate) {
+    const minutes = showDate ? 'MMM dd, HH:mm' : 'HH:mm';
+    return {
+        type: 'time',
+        min: range.min,
+        max: range.max,
+        time: {
+            minUnit: 'millisecond',
+            tooltipFormat: 'yyyy-MM-dd HH:mm:ss.SSS',
+            displayFormats: {
+                year: 'yyyy',
+                month: 'MMM yyyy',
+                day: 'MMM dd',
+                hour: minutes,
+                minute: minutes,
+                second: 'HH:mm:ss',
+                millisecond: 'HH:mm:ss.SSS',
+            },
+        },
+        afterBuildTicks: setRoundTicks,
+        ticks: { maxTicksLimit: MAX_TIME_TICKS, maxRotation: 0, callback: formatTimeTick },
+        title: { display: true, text: 'Time' },
+    };
+}
+
+function createValueAxis(range, showRate) {
+    return {
+        min: range.min,
+        max: range.max,
+        ticks: { callback: getYAxisTickFormatter(showRate), includeBounds: false },
+        title: { display: true, text: showRate ? 'Δ (per second)' : 'Value' },
+    };
 }
