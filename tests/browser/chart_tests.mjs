@@ -60,14 +60,14 @@ export const chartTests = {
         let state = await chartState(page);
         assert.equal(state.title, 'temperature');
         assert.equal(state.valueTitle, 'Value');
-        assert.deepEqual(state.labels.sort(), ['sensor=inlet', 'sensor=outlet']);
+        assert.deepEqual(state.labels, ['sensor=inlet', 'sensor=outlet']);
         assert.deepEqual(state.counts, [142, 142]);
         assert.equal(state.max - state.min, 599000);
 
         await selectMetrics(page, 'clock_offset', 'temperature');
         state = await chartState(page);
         assert.equal(state.title, 'Multiple Metrics (2)');
-        assert.deepEqual(state.labels.sort(), [
+        assert.deepEqual(state.labels, [
             'clock_offset',
             'temperature: sensor=inlet',
             'temperature: sensor=outlet',
@@ -203,7 +203,8 @@ export const chartTests = {
     async 'shows 200 series'(page, host) {
         await open(page, host, 'many');
         await selectMetrics(page, 'link_load');
-        assert.equal((await chartState(page)).labels.length, 200);
+        const { labels } = await chartState(page);
+        assert.deepEqual(labels, Array.from({ length: 200 }, (_, i) => `link=${i}`));
         assert.equal(await page.getAttribute('#labelSelect', 'size'), '20');
         await moveToChart(page);
         await page.waitForFunction(() => chart.tooltip.opacity > 0);
@@ -214,7 +215,17 @@ export const chartTests = {
             legend: chart.legend.height,
         }));
         assert.deepEqual([lines, footer], [20, ['… and 180 more']]);
-        assert.ok(height > 0 && legend <= 100);
+        assert.ok(height > 0 && legend < 100); // whole rows
+        const { entries, last } = await page.evaluate(() => {
+            const box = chart.legend.legendHitBoxes.at(-1);
+            const { left, top } = chart.canvas.getBoundingClientRect();
+            const place = { x: left + box.left + box.width / 2, y: top + box.top + box.height / 2 };
+            return { entries: chart.legend.legendItems.map(({ text }) => text), last: place };
+        });
+        const shown = entries.length - 1;
+        assert.deepEqual(entries, [...labels.slice(0, shown), `… and ${200 - shown} more`]);
+        await page.mouse.click(last.x, last.y); // stands for no series
+        assert.equal(await page.evaluate(() => chart.getVisibleDatasetCount()), 200);
     },
 
     async 'shows odd characters as they are'(page, host) {
@@ -227,6 +238,16 @@ export const chartTests = {
         assert.deepEqual(await optionsOf(page, '#labelSelect'), [label]);
         await page.selectOption('#labelSelect', { label });
         assert.ok((await page.textContent('#chartInformation')).includes(label));
+        await page.setViewportSize({ width: 390, height: 844 });
+        await page.waitForFunction(() => chart.width < 390);
+        await moveToChart(page);
+        await page.waitForFunction(() => chart.tooltip.opacity > 0);
+        const { entry, lines } = await page.evaluate(() => ({
+            entry: chart.legend.legendItems[0].text,
+            lines: chart.tooltip.body[0].lines,
+        }));
+        assert.ok(entry.endsWith('…') && label.startsWith(entry.slice(0, -1)));
+        assert.ok(lines.length > 1 && lines.join('').startsWith(`${label}: `));
     },
 
     async 'leaves gaps where values are no numbers'(page, host) {

@@ -13,6 +13,7 @@ function createTooltip() {
     return {
         filter: (item, index) => index < MAX_TOOLTIP_LINES,
         callbacks: {
+            label: formatTooltipLines,
             labelColor: ({ dataset }) => ({
                 borderColor: dataset.borderColor,
                 backgroundColor: dataset.borderColor,
@@ -26,10 +27,75 @@ function createTooltip() {
     };
 }
 
-// The padding lets whole lines fit in the height.
+function formatTooltipLines(item) {
+    const { ctx, width } = item.chart;
+    ctx.font = Chart.helpers.toFont(this.options.bodyFont).string;
+    const value = `: ${item.formattedValue}`;
+    const count = Math.max(1, item.chart.getActiveElements().length);
+    const maxLines = Math.max(1, Math.floor(MAX_TOOLTIP_LINES / count));
+    const room = width - TOOLTIP_MARGIN_PX - ctx.measureText(value).width;
+    const lines = wrapText(ctx, item.dataset.label, room, maxLines);
+    lines[lines.length - 1] += value;
+    return lines;
+}
+
 function createLegend() {
-    const labels = { padding: 8, usePointStyle: true, pointStyle: 'line', pointStyleWidth: 28 };
-    return { position: 'top', maxHeight: 100, labels };
+    const { onClick } = Chart.defaults.plugins.legend;
+    return {
+        position: 'top',
+        maxHeight: 100,
+        labels: {
+            padding: LEGEND_PADDING_PX,
+            usePointStyle: true,
+            pointStyle: 'line',
+            pointStyleWidth: LEGEND_LINE_PX,
+            generateLabels: generateLegendItems,
+        },
+        onClick: (event, item, legend) => item.datasetIndex >= 0 && onClick(event, item, legend),
+        onHover: (event, item) => showCanvasTitle(item.title),
+        onLeave: () => showCanvasTitle(''),
+    };
+}
+
+function showCanvasTitle(text) {
+    document.getElementById('metricsChart').title = text;
+}
+
+// The entries that fit, with texts that fit. Called for the legend, before it lays them out.
+function generateLegendItems() {
+    const { ctx, maxWidth, options } = this;
+    const items = Chart.defaults.plugins.legend.labels.generateLabels(this.chart);
+    ctx.font = Chart.helpers.toFont(options.labels.font).string;
+    const room = maxWidth - 2 * LEGEND_PADDING_PX - LEGEND_TEXT_PX;
+    for (const item of items) {
+        item.title = item.text;
+        [item.text] = wrapText(ctx, item.text, room, 1);
+    }
+    const widthOf = ({ text }) => LEGEND_TEXT_PX + ctx.measureText(text).width;
+    const textOfMore = (number) => `… and ${number} more`;
+    const moreWidth = widthOf({ text: textOfMore(items.length) });
+    const count = countLegendItems(items.map(widthOf), moreWidth, maxWidth);
+    if (count === items.length) return items;
+    const more = { text: textOfMore(items.length - count), title: '', lineWidth: 0, datasetIndex: -1 };
+    return [...items.slice(0, count), { ...items[0], ...more, hidden: false }];
+}
+
+// How many entries of these widths stand in the rows, with an entry for the others behind them.
+function countLegendItems(widths, moreWidth, rowWidth) {
+    let row = 1;
+    let used = 0;
+    let count = 0;
+    const wraps = (width) => used > 0 && used + width + 2 * LEGEND_PADDING_PX > rowWidth;
+    for (let i = 0; i < widths.length; i++) {
+        if (row < MAX_LEGEND_ROWS || !wraps(moreWidth)) count = i;
+        if (wraps(widths[i])) {
+            row++;
+            used = 0;
+        }
+        if (row > MAX_LEGEND_ROWS) return count;
+        used += widths[i] + LEGEND_PADDING_PX;
+    }
+    return widths.length;
 }
 
 function createChart(datasets, ranges, title, showRate) {

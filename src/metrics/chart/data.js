@@ -78,7 +78,7 @@ function collectDatasets(metricIds, metricNames, labels, showRate) {
             datasets.push({ ...dataset, label, data, metricId, seriesIndex });
         });
     });
-    return datasets;
+    return datasets.sort((a, b) => compareTexts(a.label, b.label));
 }
 
 function isGoodRange(range) {

@@ -22,6 +22,40 @@ function describeList(items, noItems) {
     return items.length > 10 ? `${shown}; … (${items.length} in all)` : shown;
 }
 
+// Numbers in texts count by their size: 2 comes before 10.
+const textOrder = new Intl.Collator(undefined, { numeric: true });
+
+function compareTexts(a, b) {
+    return textOrder.compare(a, b);
+}
+
+// Cuts a text into lines of a width in pixels. The last of `maxLines` ends in "…" if there is more.
+function wrapText(context, text, width, maxLines) {
+    const lines = [];
+    let rest = text;
+    while (lines.length < maxLines - 1 && context.measureText(rest).width > width) {
+        const line = cutText(context, rest, width, '');
+        lines.push(line);
+        rest = rest.slice(line.length);
+    }
+    lines.push(context.measureText(rest).width > width ? cutText(context, rest, width, '…') : rest);
+    return lines;
+}
+
+// The longest beginning of a text, but one character at least, that fits with `ending` behind it.
+function cutText(context, text, width, ending) {
+    const characters = Array.from(text);
+    const textOf = (count) => characters.slice(0, count).join('') + ending;
+    let low = 1;
+    let high = characters.length;
+    while (low < high) {
+        const middle = Math.ceil((low + high) / 2);
+        if (context.measureText(textOf(middle)).width <= width) low = middle;
+        else high = middle - 1;
+    }
+    return textOf(low);
+}
+
 function selectedOptions(selectId) {
     const select = document.getElementById(selectId);
     return select ? Array.from(select.selectedOptions) : [];
@@ -65,7 +99,7 @@ function collectAvailableLabels(metricIds) {
     for (const id of metricIds) {
         for (const dataset of metricsData[id] || []) labels.add(dataset.label);
     }
-    return Array.from(labels).sort();
+    return Array.from(labels).sort(compareTexts);
 }
 
 // A list that didn't change is left alone: rebuilding it would lose its scroll position.
