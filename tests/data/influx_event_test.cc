@@ -70,14 +70,12 @@ TEST_F(InfluxEvent, MakesWholeLinesInMilliseconds) {
     EXPECT_EQ(serializer.event_fields(type, "\x01\x02"), "z=2i");
 }
 
-TEST(InfluxEvent, RefusesARecordThatRepeatsALongKeyTooOften) {
-    const vrn_type_system_ptr system(vrn_type_system_create());
-    vrn_schema_t *schema = vrn_type_system_add_new_schema(system.get(), "p", 1, nullptr);
+TEST_F(InfluxEvent, RefusesARecordThatRepeatsALongKeyTooOften) {
     constexpr std::uint16_t length = 65535;
     const std::string name(2000, 'n');
-    add_type(schema, "leaf", {{"uint8_t", "x"}});
-    add_type(schema, "array", {{"leaf", "v", length}});
-    const vrn_type_definition_t *type = add_type(schema, "top", {{"array", name.c_str()}});
+    add_type(schema_, "leaf", {{"uint8_t", "x"}});
+    add_type(schema_, "array", {{"leaf", "v", length}});
+    const vrn_type_definition_t *type = add_type(schema_, "top", {{"array", name.c_str()}});
     ASSERT_NE(type, nullptr);
     const std::string record(length, '\1');
     TextBuffer text;
