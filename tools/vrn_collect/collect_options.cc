@@ -17,7 +17,7 @@ constexpr char help[] =
     "  -o, --output-dir DIR          Folder to write to, made when missing (telemetry).\n"
     "  -i, --interval MS             Milliseconds between samples (100).\n"
     "  -t, --duration MS             Milliseconds in all (2000).\n"
-    "  -s, --source NAME             Name of the source (this host's), or a specification of\n"
+    "  -s, --source NAME             Name of the source (this host's), or several\n"
     "                                sources that each get all data, in a folder of their own\n"
     "                                unless templates tell otherwise: the number N or the range\n"
     "                                A-B for this host's name with _1 to _N or _A to _B,\n"

@@ -26,7 +26,7 @@ struct WriterOptions {
 
 struct CollectOptions {
     std::string output_dir = "telemetry";
-    std::optional<std::string> source;  // name or specification; none: the name of this host
+    std::optional<std::string> source;  // one or several; none: the name of this host
     std::chrono::milliseconds interval{100};
     std::chrono::milliseconds duration{2000};
     std::optional<vrn_page_encoding_t> encoding;  // of pages; none: plain blocks
