@@ -8,7 +8,7 @@
 namespace vrn::collect {
 namespace {
 
-bool is_specification(const std::string &text) {
+bool is_source_spec(const std::string &text) {
     std::error_code ignored;
     if (std::filesystem::is_regular_file(text, ignored)) return true;
     const bool is_prefixed = text.find('[') != std::string::npos && text.ends_with(']');
@@ -18,7 +18,7 @@ bool is_specification(const std::string &text) {
 }  // namespace
 
 std::set<std::string> make_source_names(const std::optional<std::string> &text) {
-    if (text && !is_specification(*text)) return {text->substr(0, VRN_SOURCE_NAME_SIZE - 1)};
+    if (text && !is_source_spec(*text)) return {text->substr(0, VRN_SOURCE_NAME_SIZE - 1)};
     const vrn_source_list_ptr list(text ? vrn_source_list_from_spec(text->c_str())
                                         : vrn_source_list_create_default(""));
     if (!list || list->count == 0) throw std::runtime_error("there is no source");
