@@ -14,6 +14,7 @@
 
 #include "bench_data.h"
 #include "child_run.h"
+#include "median.h"
 
 namespace vrn::bench {
 namespace {
@@ -35,11 +36,6 @@ struct Series {
         peak_memory = std::max(peak_memory, run.peak_memory);
     }
 };
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
 
 // Runs of the tool and of the yardstick take turns, so that both meet the same machine.
 void measure(const Road &road, const std::string &folder, int runs) {

@@ -15,6 +15,7 @@
 #include "child_run.h"
 #include "data/block.h"
 #include "data/data_writer.h"
+#include "median.h"
 #include "utils/log.h"
 
 namespace vrn::bench {
@@ -22,11 +23,6 @@ namespace {
 
 constexpr double megabyte = 1e6;
 constexpr std::uint64_t start_time = 1'700'000'000'000'000;
-
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
 
 // A full page of counters blocks, `block_size` bytes each.
 vrn_data_page_ptr make_page(std::uint32_t block_size, std::uint64_t data_size) {
