@@ -41,6 +41,13 @@ void store_blocks(Bytes blocks, MetricsHistory *store) {
         VrnMetricsParser::parse_cntx_blocks_into_store(blocks, nullptr, store);
 }
 
+// A gzip stream that stops short reads like one at its end.
+bool is_cut(gzFile file) {
+    int error = Z_OK;
+    gzerror(file, &error);
+    return error == Z_BUF_ERROR;
+}
+
 // Pages stand back to back; what follows the last whole one is padding.
 bool store_pages(Bytes chunk, MetricsHistory *store) {
     while (is_block(chunk, VRN_PAGE_BLOCK)) {
@@ -84,7 +91,8 @@ bool read_metrics(const std::string &path, MetricsHistory *store) {
     const auto chunk = std::make_unique_for_overwrite<std::uint8_t[]>(header.block_size);
     for (;;) {
         const int count = gzread(file.get(), chunk.get(), header.block_size);
-        if (count < 0) return fail(path, "can't be read to its end");
+        if (count < 0 || (count == 0 && is_cut(file.get())))
+            return fail(path, "can't be read to its end");
         if (count == 0) return true;
         const char *fault = store_chunk({chunk.get(), static_cast<std::size_t>(count)}, store);
         if (fault) return fail(path, fault);
