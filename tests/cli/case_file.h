@@ -2,7 +2,7 @@
 //
 //   == file NAME        text until the next "=="
 //   == bytes NAME       typed bytes (typed_bytes.h) until the next "=="
-//   == run COMMAND      by /bin/sh in a folder that holds the files; `vrn_read` is on the PATH
+//   == run COMMAND      by /bin/sh in a folder that holds the files; the tools are on the PATH
 //   == stdout, == stderr    what that run printed; "-open" behind the name: no newline at the end
 //   == status N
 //
