@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "metrics/cntx_block_tables.h"
 #include "support/byte_builder.h"
 #include "support/captured_log.h"
 #include "support/stream_blocks.h"
@@ -14,6 +15,7 @@ namespace {
 using metrics::CntxBuilder;
 using metrics::EncodedLabel;
 using metrics::LabelEncoding;
+using Buckets = std::vector<metrics::Bucket>;
 using Lines = std::vector<std::string>;
 
 TEST(CntxBuilder, WritesTheBlockByteForByte) {
@@ -51,6 +53,27 @@ TEST(CntxBuilder, WritesTheBlockByteForByte) {
     EXPECT_EQ(builder.build(), block(record.done()));
     builder.clear_records();
     EXPECT_EQ(builder.build(), block(""));
+}
+
+TEST(CntxBuilder, HoldsTheLargestHistogram) {
+    const std::string long_text = "HIST" + std::string(251, 'x');  // a mark that misleads nobody
+    const EncodedLabel text = CntxBuilder::label_by_text(long_text);
+    CntxBuilder builder;
+    builder.add_label_set(Lines(255, "a"));
+    for (int i = 0; i < 2; ++i)
+        builder.add_histogram({.buckets = Buckets(255, {2, 3}), .name = long_text},
+                              {.labels = std::vector(255, text)});
+    const auto read = [&] {
+        return metrics::CntxBlockTables::parse(ExactBytes(builder.build())).histograms.histograms;
+    };
+    ASSERT_EQ(read().size(), 2u);
+    const metrics::Histogram histogram = read().at(1);
+    EXPECT_EQ(histogram.name, long_text);
+    ASSERT_EQ(histogram.buckets.size(), 255u);
+    EXPECT_EQ(histogram.buckets[254].count, 3u);
+    EXPECT_EQ(histogram.label_values, Lines(255, long_text));
+    builder.clear_records();
+    EXPECT_TRUE(read().empty());
 }
 
 TEST(CntxBuilder, RefusesWhatTheFormatHasNoRoomFor) {
@@ -93,6 +116,12 @@ TEST(CntxBuilder, RefusesWhatTheFormatHasNoRoomFor) {
          [&](CntxBuilder &b) { b.add_record({.samples = Samples(6553)}); }},
         {"label does not fit encoding 'L'",
          [&](CntxBuilder &b) { b.add_record({.encoding = LabelEncoding::ids, .labels = {text}}); }},
+        {"metric name: 256 exceeds the limit of 255",
+         [&](CntxBuilder &b) { b.add_histogram({.name = long_text}, {}); }},
+        {"buckets: 256 exceeds the limit of 255",
+         [](CntxBuilder &b) { b.add_histogram({.buckets = Buckets(256)}, {}); }},
+        {"labels: 256 exceeds the limit of 255",
+         [&](CntxBuilder &b) { b.add_histogram({}, {.labels = std::vector(256, text)}); }},
         {"the data holds the section mark 'CNTD'",
          [](CntxBuilder &b) { b.add_metric("aCNTDb"), b.build(); }},
         {"the data holds the section mark 'LBLN'",
@@ -101,6 +130,8 @@ TEST(CntxBuilder, RefusesWhatTheFormatHasNoRoomFor) {
          }},
         {"the data holds the section mark 'HIST'",
          [](CntxBuilder &b) { b.add_constant_label("HIST", ""), b.build(); }},
+        {"the data holds the section mark 'CLBL'",
+         [](CntxBuilder &b) { b.add_histogram({.name = "aCLBL"}, {}), b.build(); }},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.line);
