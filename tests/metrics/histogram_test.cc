@@ -1,65 +1,103 @@
 #include "metrics/histogram.h"
 
-#include <gtest/gtest.h>
+#include <cmath>
 
-#include <boost/container_hash/hash.hpp>
-
+#include "data/time.h"
+#include "metrics/cntx_block_tables.h"
 #include "metrics/metrics_parser.h"
-#include "support/byte_builder.h"
-#include "support/captured_log.h"
 #include "support/stream_blocks.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
 
-using metrics::CntxBlockTables;
 using metrics::Histogram;
 using metrics::HistogramSet;
+using metrics::PreallocatedVector;
 using metrics::VrnMetricsParser;
-using Lines = std::vector<std::string>;
+using Counts = std::vector<std::uint64_t>;
 
-std::string section(const std::string &name, std::uint8_t buckets) {
-    ByteBuilder builder;
-    builder.text("HIST").u64(77).u8(static_cast<std::uint8_t>(name.size())).text(name).u8(buckets);
-    for (int i = 0; i < buckets; ++i) builder.f64(i + 0.5).u64(i);
-    return builder.f64(2.5)
-        .u64(9)
-        .u8(1)
-        .u8(2)
-        .text("ML")
-        .u8(0)
-        .text("I")
-        .u8(1)
-        .text("t")
-        .text("hist")
-        .done();
+Counts counts_of(const Histogram &histogram) {
+    Counts counts;
+    for (const metrics::Bucket &bucket : histogram.buckets) counts.push_back(bucket.count);
+    return counts;
 }
 
-TEST(Histogram, SectionsJoinTheTablesOfTheirBlock) {
+// A labels block of set 3: a value by id, a value by text.
+const std::string labels_block("\3\2ML\0I\1v", 8);
+
+Histogram latency() {
+    return {.buckets = {{0.5, 0}, {2, 1}}, .sum = 1.5, .count = 9, .name = "lat", .timestamp = 77};
+}
+
+std::string section_of(const Histogram &histogram) {
+    HistogramSet set;
+    set.histograms[6] = histogram;
+    PreallocatedVector out(histogram.serialized_size(labels_block.size()));
+    EXPECT_TRUE(set.serialize(6, bytes_of(labels_block), &out));
+    return {out.bytes().begin(), out.bytes().end()};
+}
+
+TEST(Histogram, CountsObservationsUpToEachBound) {
+    const struct {
+        double value;
+        Counts counts;
+    } cases[] = {
+        {-INFINITY, {1, 1, 1}}, {1, {1, 1, 1}},   {1.5, {0, 1, 1}}, {2, {0, 1, 1}},
+        {4, {0, 0, 1}},         {4.5, {0, 0, 0}}, {NAN, {0, 0, 0}},
+    };
+    for (const auto &[value, counts] : cases) {
+        SCOPED_TRACE(value);
+        Histogram histogram = {.buckets = {{1, 0}, {2, 0}, {4, 0}}, .timestamp = 5};
+        histogram.observe(value);
+        EXPECT_EQ(counts_of(histogram), counts);
+        EXPECT_EQ(histogram.count, 1u);
+        EXPECT_TRUE(histogram.sum == value || (std::isnan(value) && std::isnan(histogram.sum)));
+        EXPECT_EQ(histogram.timestamp, 5u);
+    }
+}
+
+TEST(Histogram, TakesItsTimeFromTheClock) {
+    CapturedLog log(7);
+    Histogram histogram = {.name = "lat"};
+    const std::uint64_t before = vrn_time_now();
+    histogram.observe(1);
+    EXPECT_GE(histogram.timestamp, before);
+    histogram.set_timestamp(8);
+    histogram.set_timestamp(~std::uint64_t{0});
+    EXPECT_EQ(histogram.timestamp, 8u);
+    histogram.set_timestamp(0);
+    EXPECT_GE(histogram.timestamp, before);
+    const std::string p = "7 [vrn metrics histograms] Histogram 'lat' timestamp changed from ";
+    EXPECT_EQ(log.take(), (Lines{p + "8 to 8", p + std::to_string(histogram.timestamp) + " to 0"}));
+}
+
+TEST(Histogram, WritesASectionAndReadsIt) {
+    const std::string expected = ByteBuilder().text("HIST").u64(77).text("\3lat\2").done() +
+                                 ByteBuilder().f64(0.5).u64(0).f64(2).u64(1).done() +
+                                 ByteBuilder().f64(1.5).u64(9).raw(labels_block).done() + "hist";
+    EXPECT_EQ(section_of(latency()), expected);
+    for (std::size_t capacity = 0; capacity < expected.size(); ++capacity) {
+        PreallocatedVector out(capacity);
+        EXPECT_THROW(latency().serialize(bytes_of(labels_block), &out), std::out_of_range);
+    }
+
     const std::string block =
-        with_inserted(sample_stream().build(), "CLBL", section("lat", 2) + section("", 0));
+        with_inserted(sample_stream().build(), "CLBL", expected + section_of({.count = 4}));
     CapturedLog log;
-    const CntxBlockTables tables = CntxBlockTables::parse(ExactBytes(block));
-    ASSERT_EQ(tables.histograms.histograms.size(), 2u);
-    const Histogram &first = tables.histograms.histograms.at(0);
-    EXPECT_EQ(first.name, "lat");
-    EXPECT_EQ(first.timestamp, 77u);
-    ASSERT_EQ(first.buckets.size(), 2u);
-    EXPECT_EQ(first.buckets[1].upper_bound, 1.5);
-    EXPECT_EQ(first.buckets[1].count, 1u);
-    EXPECT_EQ(first.sum, 2.5);
-    EXPECT_EQ(first.count, 9u);
-    EXPECT_EQ(first.label_set_id, 1u);
-    EXPECT_EQ(first.label_values, (Lines{"cpu0", "t"}));
-    const Histogram &second = tables.histograms.histograms.at(1);
-    EXPECT_EQ(second.name, "");
-    EXPECT_EQ(second.buckets.size(), 0u);
-    EXPECT_EQ(second.count, 9u);
+    const auto read = metrics::CntxBlockTables::parse(ExactBytes(block)).histograms;
+    ASSERT_EQ(read.histograms.size(), 2u);
+    const Histogram &first = read.histograms.at(0);
+    EXPECT_EQ(section_of(first), expected);
+    EXPECT_EQ(first.label_set_id, 3u);
+    EXPECT_EQ(first.label_values, (Lines{"cpu0", "v"}));
+    EXPECT_EQ(section_of(read.histograms.at(1)), section_of({.count = 4}));
+    EXPECT_TRUE(read.timeseries_ids.empty());
     EXPECT_EQ(log.take(), Lines{});
 }
 
 TEST(Histogram, AFaultKeepsTheSectionsBeforeIt) {
-    const std::string good = section("lat", 1);
+    const std::string good = section_of(latency());
     const std::size_t suffix = good.size() - 4;  // its bytes aren't looked at, so needn't be there
     const std::string prefix = "3 [vrn metrics parser] Error parsing histograms: ";
     for (std::size_t size = 4; size < good.size(); ++size) {
@@ -77,36 +115,28 @@ TEST(Histogram, AFaultKeepsTheSectionsBeforeIt) {
     }
 }
 
-TEST(Histogram, IdsGoOnAboveTheHighest) {
+TEST(Histogram, SectionsGetIdsAboveTheHighest) {
     HistogramSet set;
     set.histograms[7] = {};
-    const ExactBytes range("ab" + section("lat", 0) + "cd");
+    const ExactBytes range("ab" + section_of(latency()) + "cd");
     EXPECT_EQ(VrnMetricsParser::parse_histogram_sections(range, {"a"}, &set).size(), 2u);
     EXPECT_EQ(set.histograms.at(8).name, "lat");
 }
 
-TEST(CntxBlockTables, HashesLabelSetsByTheirNames) {
-    const CntxBlockTables tables = CntxBlockTables::parse(ExactBytes(sample_stream().build()));
-    std::size_t hash = 0;
-    boost::hash_combine(hash, boost::hash<std::string>()("cpu"));
-    boost::hash_combine(hash, boost::hash<std::string>()("mode"));
-    EXPECT_EQ(tables.label_set_hashes, (std::map<std::uint64_t, std::uint64_t>{{0, hash}, {1, 0}}));
-    EXPECT_EQ(tables.names_of(0), (Lines{"cpu", "mode"}));
-    EXPECT_EQ(tables.names_of(2), Lines{});
-}
-
-TEST(CntxBlockTables, LabelsOverwriteConstants) {
-    CntxBlockTables tables;
-    tables.label_names = {{3, {"cpu", "host"}}};
-    tables.constant_labels = {{"host", "n1"}, {"site", "x"}};
-    using metrics::LabelMap;
-    EXPECT_EQ(resolve_labels(tables, 3, {"c0", "n2"}),
-              (LabelMap{{"cpu", "c0"}, {"host", "n2"}, {"site", "x"}}));
-    EXPECT_EQ(resolve_labels(tables, 3, {"c0"}),
-              (LabelMap{{"cpu", "c0"}, {"host", "n1"}, {"site", "x"}}));
-    EXPECT_EQ(resolve_labels(tables, 4, {}), tables.constant_labels);
-    EXPECT_THROW(resolve_labels(tables, 3, {"a", "b", "c"}), std::runtime_error);
-    EXPECT_THROW(resolve_labels(tables, 4, {"a"}), std::runtime_error);
+TEST(PreallocatedVector, NeverGrows) {
+    PreallocatedVector bytes(6);
+    const auto text = [&] { return std::string(bytes.bytes().begin(), bytes.bytes().end()); };
+    bytes.push_back('a');
+    bytes.append(bytes_of("bc"));
+    bytes.insert(1, bytes_of("XY"));
+    bytes.insert(5, bytes_of("Z"));
+    EXPECT_EQ(text(), "aXYbcZ");
+    EXPECT_EQ(error_of([&] { bytes.push_back('a'); }), "PreallocatedVector::push_back");
+    EXPECT_EQ(error_of([&] { bytes.append(bytes_of("a")); }), "PreallocatedVector::append");
+    EXPECT_EQ(error_of([&] { bytes.insert(0, bytes_of("a")); }), "PreallocatedVector::insert");
+    EXPECT_EQ(error_of([&] { bytes.insert(7, {}); }), "PreallocatedVector::insert");
+    EXPECT_EQ(error_of([&] { bytes.insert(6, {}); }), "");
+    EXPECT_EQ(text(), "aXYbcZ");
 }
 
 }  // namespace

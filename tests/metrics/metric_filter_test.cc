@@ -1,43 +1,34 @@
 #include "metrics/metric_filter.h"
 
-#include <gtest/gtest.h>
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
 
-using metrics::MetricFilter;
 using metrics::PatternKind;
 
-TEST(MetricFilter, TakesExactNames) {
-    MetricFilter filter;
-    EXPECT_FALSE(filter.passes("busy"));
-    filter.add_name("busy");
-    EXPECT_TRUE(filter.passes("busy"));
-    EXPECT_FALSE(filter.passes("busy2"));
-}
-
-TEST(MetricFilter, TakesPatternsWhileTheyAreOn) {
-    struct Case {
+TEST(MetricFilter, TakesNamesAndWhileTheyAreOnPatterns) {
+    const struct {
         PatternKind kind;
-        const char *pattern;
-        const char *matching;
-        const char *other;
+        const char *matching, *other;  // of the pattern "cpu"
+    } cases[] = {
+        {PatternKind::exact, "cpu", "cpu0"},
+        {PatternKind::prefix, "cpu0", "0cpu"},
+        {PatternKind::suffix, "0cpu", "cpu0"},
+        {PatternKind::contains, "a_cpu_b", "cp_u"},
     };
-    const Case cases[] = {
-        {PatternKind::exact, "cpu", "cpu", "cpu0"},
-        {PatternKind::prefix, "cpu", "cpu0", "0cpu"},
-        {PatternKind::suffix, "cpu", "0cpu", "cpu0"},
-        {PatternKind::contains, "cpu", "a_cpu_b", "cp_u"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.matching);
-        MetricFilter filter;
+    for (const auto &[kind, matching, other] : cases) {
+        SCOPED_TRACE(matching);
+        metrics::MetricFilter filter;
+        filter.add_name("busy");
         filter.add_pattern("zzz", PatternKind::exact);
-        filter.add_pattern(c.pattern, c.kind);
-        EXPECT_FALSE(filter.passes(c.matching));
+        filter.add_pattern("cpu", kind);
+        EXPECT_FALSE(filter.passes(matching));
         filter.set_use_patterns(true);
-        EXPECT_TRUE(filter.passes(c.matching));
-        EXPECT_FALSE(filter.passes(c.other));
+        EXPECT_TRUE(filter.passes(matching));
+        EXPECT_FALSE(filter.passes(other));
+        EXPECT_TRUE(filter.passes("busy"));
+        EXPECT_FALSE(filter.passes("busy2"));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -17,5 +18,16 @@
 namespace vrn::test {
 
 using Lines = std::vector<std::string>;
+
+// What the exception says that `call` throws; empty when it throws none.
+template <typename Call>
+std::string error_of(Call call) {
+    try {
+        call();
+    } catch (const std::exception &error) {
+        return error.what();
+    }
+    return "";
+}
 
 }  // namespace vrn::test
