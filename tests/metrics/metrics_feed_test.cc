@@ -218,8 +218,8 @@ TEST(MetricsFeed, AFilterLeavesStoredMetricsAloneWhateverTheirName) {
 }
 
 TEST(MetricsFeed, EndsAtANewSeriesOfAFullStore) {
-    const std::string two = block_of({.timestamp = 5, .samples = {{0, 1}, {1, 2}}}, 2);
-    const std::string three = block_of({.timestamp = 6, .samples = {{0, 3}, {2, 4}, {1, 5}}}, 3);
+    const std::string two = block_of({.timestamp = 5, .samples = {{0, 1}, {1, 2}}});
+    const std::string three = block_of({.timestamp = 6, .samples = {{0, 3}, {2, 4}, {1, 5}}});
     MetricsHistory store;
     store.set_default_capacity(1000);
     store.set_max_series_bytes(2 * 16'000);
