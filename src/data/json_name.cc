@@ -11,9 +11,9 @@ namespace {
 
 bool set_key(vrn_json_name_t *name, const char *text) {
     vrn::JsonText key(vrn::JsonLayout::compact);
-    key.literal(",");
+    key.append(",");
     key.escaped(text);
-    key.literal(":");
+    key.append(":");
     name->key_size = key.view().size();
     const std::size_t steps = name->key_size / VRN_JSON_KEY_STEP + 2;
     name->key = static_cast<char *>(std::calloc(steps, VRN_JSON_KEY_STEP));

@@ -100,21 +100,9 @@ JsonText::JsonText(JsonLayout layout)
 }
 
 void JsonText::rewind(const Mark &mark) {
-    next_ = buffer_.get() + mark.size;
+    cut(mark.size);
     set_level(mark.level);
     is_empty_ = mark.is_empty;
-}
-
-void JsonText::grow(std::size_t count) {
-    constexpr std::size_t first_capacity = 4096;
-    const std::size_t used = size();
-    const auto capacity = static_cast<std::size_t>(limit_ - buffer_.get());
-    const std::size_t larger = std::max({first_capacity, capacity * 2, used + count});
-    auto buffer = std::make_unique_for_overwrite<char[]>(larger + 2 * step);
-    if (used > 0) std::memcpy(buffer.get(), buffer_.get(), used);
-    buffer_ = std::move(buffer);
-    next_ = buffer_.get() + used;
-    limit_ = buffer_.get() + larger;
 }
 
 void JsonText::set_level(std::size_t level) {
@@ -125,8 +113,7 @@ void JsonText::set_level(std::size_t level) {
 }
 
 void JsonText::open(char bracket) {
-    *reserve(1) = bracket;
-    ++next_;
+    append(bracket);
     set_level(level_ + 1);
     is_empty_ = 1;
 }
@@ -138,13 +125,13 @@ void JsonText::close(char bracket) {
         out = copy_in_steps(out, &separator_[1], separator_size_ - 1);  // no comma
     *out++ = bracket;
     is_empty_ = 0;
-    next_ = out;
+    advance_to(out);
 }
 
 void JsonText::key(std::string_view name) {
     element();
     escaped(name);
-    literal(pretty_ ? ": " : ":");
+    append(pretty_ ? ": " : ":");
 }
 
 std::string JsonText::prepare_key(std::string_view name) const {
@@ -157,7 +144,7 @@ std::string JsonText::prepare_key(std::string_view name) const {
 
 bool JsonText::number(double value) {
     if (!std::isfinite(value)) return false;
-    next_ = write_number(reserve(max_number_size), value);
+    advance_to(write_number(reserve(max_number_size), value));
     return true;
 }
 
@@ -177,7 +164,7 @@ void JsonText::hex(std::uint64_t value) {
     char *out = std::ranges::copy(prefix, reserve(max_number_size)).out;
     out = write_hex_digits(out, value);
     *out++ = '"';
-    next_ = out;
+    advance_to(out);
 }
 
 bool JsonText::string(std::string_view text) {
@@ -188,7 +175,7 @@ bool JsonText::string(std::string_view text) {
     if (!is_ascii(rest) && !is_utf8(text)) return false;
     out = write_escaped(out, rest);
     *out++ = '"';
-    next_ = out;
+    advance_to(out);
     return true;
 }
 
@@ -197,17 +184,13 @@ void JsonText::escaped(std::string_view text) {
     *out++ = '"';
     out = write_escaped(out, text);
     *out++ = '"';
-    next_ = out;
-}
-
-void JsonText::literal(std::string_view text) {
-    next_ = std::ranges::copy(text, reserve(text.size())).out;
+    advance_to(out);
 }
 
 bool JsonText::tree(const JSON_Value *value) {
     const CPtr<char, json_free_serialized_string> text(
         pretty_ ? json_serialize_to_string_pretty(value) : json_serialize_to_string(value));
-    if (text) literal(text.get());
+    if (text) append(text.get());
     return text != nullptr;
 }
 

@@ -1,5 +1,5 @@
-// JSON text, written from front to back into one buffer that is used again and again. The bytes are
-// those that parson prints for the same values.
+// JSON text, written from front to back. The bytes are those that parson prints for the same
+// values.
 #pragma once
 
 #include <parson.h>
@@ -7,25 +7,23 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
 #include "data/digits.h"
 #include "data/json_name.h"
+#include "data/text_buffer.h"
 
 namespace vrn {
 
 enum class JsonLayout { compact, pretty };
 
 // Functions throw std::bad_alloc when the buffer can't grow.
-class JsonText {
+class JsonText : public TextBuffer {
   public:
     explicit JsonText(JsonLayout layout);
 
-    // Valid until the next change.
-    std::string_view view() const { return {buffer_.get(), size()}; }
     void clear() { rewind({}); }
 
     // A place to come back to, when what was begun there has no text.
@@ -43,7 +41,7 @@ class JsonText {
     void end_array() { close(']'); }
 
     // Between the elements of an array, also before the first.
-    void element() { next_ = write_separator(reserve(separator_size_)); }
+    void element() { advance_to(write_separator(reserve(separator_size_))); }
     // Key of the next value of an object.
     void key(const vrn_json_name_t &name) {
         char *out = reserve(separator_size_ + name.key_size);
@@ -55,7 +53,7 @@ class JsonText {
         out = copy_in_steps(out, name.key + comma, name.key_size - comma);
         is_empty_ = 0;
         *out = ' ';
-        next_ = out + colon_gap_;
+        advance_to(out + colon_gap_);
     }
     void key(std::string_view name);
     // What stands before the value of any member of this level but the first, and its use for many
@@ -63,13 +61,13 @@ class JsonText {
     static constexpr std::size_t key_slack = VRN_JSON_KEY_STEP;
     std::string prepare_key(std::string_view name) const;
     void prepared_key(const char *key, std::size_t size) {
-        next_ = write_prepared(reserve(size), key, size);
+        advance_to(write_prepared(reserve(size), key, size));
     }
     // The key and its value.
     void prepared_integer(const char *key, std::size_t size, std::uint64_t value) {
         char *out = write_prepared(reserve(size + max_number_size), key, size);
-        next_ = value <= exact_limit ? write_digits(out, value)
-                                     : write_number(out, static_cast<double>(value));
+        advance_to(value <= exact_limit ? write_digits(out, value)
+                                        : write_number(out, static_cast<double>(value)));
     }
     void prepared_integer(const char *key, std::size_t size, std::int64_t value) {
         if (value >= 0) return prepared_integer(key, size, static_cast<std::uint64_t>(value));
@@ -97,26 +95,18 @@ class JsonText {
 
     // A string that isn't checked to be UTF-8, as the names of members.
     void escaped(std::string_view text);
-    void literal(std::string_view text);
     // A whole parson value; false when parson can't print it.
     bool tree(const JSON_Value *value);
 
   private:
-    // Copies are made in whole steps: so much is writable behind the bytes that reserve() gave, and
-    // readable behind what is copied.
+    // Copies are made in whole steps; what is copied must be readable so far behind its end.
     static constexpr std::size_t step = VRN_JSON_KEY_STEP;
+    static_assert(step <= slack);
     // Sign, 17 digits, point, exponent of a number: 24 bytes at most.
     static constexpr std::size_t max_number_size = 32;
     // Up to here all integers are doubles.
     static constexpr std::uint64_t exact_limit = std::uint64_t{1} << 53;
 
-    std::size_t size() const { return static_cast<std::size_t>(next_ - buffer_.get()); }
-    // Room for `count` more bytes; returns where they go.
-    char *reserve(std::size_t count) {
-        if (count > static_cast<std::size_t>(limit_ - next_)) grow(count);
-        return next_;
-    }
-    void grow(std::size_t count);
     static char *copy_in_steps(char *out, const char *from, std::size_t size) {
         std::memcpy(out, from, step);
         for (std::size_t done = step; done < size; done += step)
@@ -141,7 +131,7 @@ class JsonText {
     void close(char bracket);
     bool integer(std::uint64_t value) {
         if (value > exact_limit) return number(static_cast<double>(value));
-        next_ = write_digits(reserve(max_number_size), value);
+        advance_to(write_digits(reserve(max_number_size), value));
         return true;
     }
     bool signed_integer(std::int64_t value) {
@@ -150,7 +140,7 @@ class JsonText {
         if (magnitude > exact_limit) return number(static_cast<double>(value));
         char *out = reserve(max_number_size);
         *out++ = '-';
-        next_ = write_digits(out, magnitude);
+        advance_to(write_digits(out, magnitude));
         return true;
     }
 
@@ -160,9 +150,6 @@ class JsonText {
     std::size_t level_ = 0;
     std::string separator_;  // a comma, a line break and the blanks of the deepest level so far
     std::size_t separator_size_ = 1;  // of this level
-    std::unique_ptr<char[]> buffer_;
-    char *next_ = nullptr;   // end of the text
-    char *limit_ = nullptr;  // end of the room
 };
 
 }  // namespace vrn

@@ -20,32 +20,32 @@ class TextBuffer {
     static_assert(slack >= NUMBER_TEXT_SLACK);
 
     // Valid until the next change.
-    std::string_view view() const { return {buffer_.get(), size_}; }
-    std::size_t size() const { return size_; }
-    void clear() { size_ = 0; }
+    std::string_view view() const { return {buffer_.get(), size()}; }
+    std::size_t size() const { return static_cast<std::size_t>(end_ - buffer_.get()); }
+    void clear() { cut(0); }
     // Back to a size that the text had before.
-    void cut(std::size_t size) { size_ = size; }
+    void cut(std::size_t size) { end_ = buffer_.get() + size; }
 
     // Room for `count` more bytes; returns where they go. What is written there counts from
     // advance_to() on.
     char *reserve(std::size_t count) {
-        if (count > capacity_ - size_) grow(count);
-        return buffer_.get() + size_;
+        if (count > static_cast<std::size_t>(limit_ - end_)) grow(count);
+        return end_;
     }
-    void advance_to(const char *end) { size_ = static_cast<std::size_t>(end - buffer_.get()); }
+    void advance_to(char *end) { end_ = end; }
 
     void append(std::string_view text) {
         char *out = reserve(text.size());
         if (!text.empty()) std::memcpy(out, text.data(), text.size());
-        size_ += text.size();
+        end_ = out + text.size();
     }
     void append(char character) {
         *reserve(1) = character;
-        ++size_;
+        ++end_;
     }
     void append(std::size_t count, char character) {
         std::memset(reserve(count), character, count);
-        size_ += count;
+        end_ += count;
     }
 
     template <std::integral T>
@@ -59,8 +59,8 @@ class TextBuffer {
     void grow(std::size_t count);
 
     std::unique_ptr<char[]> buffer_;
-    std::size_t size_ = 0;
-    std::size_t capacity_ = 0;
+    char *end_ = nullptr;    // of the text
+    char *limit_ = nullptr;  // of the room
 };
 
 }  // namespace vrn

@@ -45,7 +45,7 @@ bool print_counters_json(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Byt
 }
 
 bool print_counters_table(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row) {
-    const bool done = vrn_reader_add_plain_record(reader, [&](vrn::TextBuffer *text) {
+    const bool done = vrn_reader_add_text(reader, [&](vrn::TextBuffer *text) {
         if (!reader->counters_table)
             reader->counters_table = new vrn::CountersTable(*reader->type_system->counters_schema);
         reader->counters_table->write(timestamp, row, reader->options->microsecond_precision, text);

@@ -78,7 +78,7 @@ bool print_event_influx(vrn_reader_t *reader, const vrn_type_definition_t *type,
         text->append('\n');
         return true;
     };
-    if (vrn_reader_add_plain_record(reader, write)) return true;
+    if (vrn_reader_add_text(reader, write)) return true;
     vrn_reader_fail(reader, "Failed to serialize event data to Influx line API format");
     return false;
 }

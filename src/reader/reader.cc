@@ -167,7 +167,6 @@ void vrn_reader_destroy(vrn_reader_t *reader) {
     vrn_metadata_free(reader->metadata);
     if (reader->file) gzclose(reader->file);
     delete reader->text;
-    delete reader->plain_text;
     std::free(reader);
 }
 

@@ -65,7 +65,6 @@ struct vrn_reader_t {
     vrn::CountersTable *counters_table;
     // Owned; made for the first record of the file, of JSON or of any other text.
     vrn::JsonText *text;
-    vrn::TextBuffer *plain_text;
 };
 
 // Null after one line when the file can't be opened or memory runs out.

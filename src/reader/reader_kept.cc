@@ -9,7 +9,6 @@ void vrn_reader_take_over(vrn_reader_t *reader, vrn_reader_kept_t *kept) {
     reader->loaded = std::exchange(kept->loaded, {});
     reader->text = kept->text.release();
     reader->counters_text = kept->counters_text.release();
-    reader->plain_text = kept->plain_text.release();
     reader->counters_table = kept->counters_table.release();
     reader->page = std::exchange(kept->page, {});
 }
@@ -20,7 +19,6 @@ void vrn_reader_leave_behind(vrn_reader_t *reader, vrn_reader_kept_t *kept) {
     kept->loaded = std::exchange(reader->loaded, {});
     kept->text.reset(std::exchange(reader->text, nullptr));
     kept->counters_text.reset(std::exchange(reader->counters_text, nullptr));
-    kept->plain_text.reset(std::exchange(reader->plain_text, nullptr));
     kept->counters_table.reset(std::exchange(reader->counters_table, nullptr));
     kept->page = std::exchange(reader->page, {});
 }

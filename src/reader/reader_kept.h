@@ -12,7 +12,6 @@ struct vrn_reader_kept_t {
     vrn_loaded_schemas_t loaded{};
     std::unique_ptr<vrn::JsonText> text;
     std::unique_ptr<vrn::CountersText> counters_text;  // writes to `text`
-    std::unique_ptr<vrn::TextBuffer> plain_text;
     std::unique_ptr<vrn::CountersTable> counters_table;
     vrn_page_buffer_t page{};
 

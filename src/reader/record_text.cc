@@ -19,15 +19,6 @@ void write_all(std::string_view text) {
     }
 }
 
-// A text of either kind.
-template <typename Text>
-void hand_over(Text &text) {
-    if (text.view().empty()) return;
-    std::fflush(stdout);  // what others print comes first
-    write_all(text.view());
-    text.clear();
-}
-
 }  // namespace
 
 vrn::JsonText &vrn_reader_text(vrn_reader_t *reader) {
@@ -38,19 +29,16 @@ vrn::JsonText &vrn_reader_text(vrn_reader_t *reader) {
     return *reader->text;
 }
 
-vrn::TextBuffer &vrn_reader_plain_text(vrn_reader_t *reader) {
-    if (!reader->plain_text) reader->plain_text = new vrn::TextBuffer;
-    return *reader->plain_text;
-}
-
 std::size_t vrn_reader_piece_size() {
     static const std::size_t size = isatty(STDOUT_FILENO) != 0 ? 1 : 32768;
     return size;
 }
 
 void vrn_reader_flush_text(vrn_reader_t *reader) {
-    if (reader->text) hand_over(*reader->text);
-    if (reader->plain_text) hand_over(*reader->plain_text);
+    if (!reader->text || reader->text->view().empty()) return;
+    std::fflush(stdout);  // what others print comes first
+    write_all(reader->text->view());
+    reader->text->clear();
 }
 
 void vrn_reader_print_json(vrn_reader_t *reader, const JSON_Value *value) {

@@ -5,9 +5,8 @@
 
 #include "reader/reader.h"
 
-// The reader's texts, empty at first. A format uses one of them.
+// The reader's text, empty at first. Records of other formats use it as a plain buffer.
 vrn::JsonText &vrn_reader_text(vrn_reader_t *reader);
-vrn::TextBuffer &vrn_reader_plain_text(vrn_reader_t *reader);
 
 // Hands the records written so far to standard output. To be called before anything else prints.
 void vrn_reader_flush_text(vrn_reader_t *reader);
@@ -16,43 +15,31 @@ void vrn_reader_flush_text(vrn_reader_t *reader);
 // same time; a terminal shows each record at once.
 std::size_t vrn_reader_piece_size();
 
-// Adds one JSON record to the reader's text, framed as its format asks. `write` appends the
-// text to the vrn::JsonText it is given; when it returns false or memory runs out, nothing is added
-// and the result is false.
+// Adds what `write` appends to the text that it is given. When that returns false or memory runs
+// out, nothing is added and the result is false.
 template <typename Write>
-bool vrn_reader_add_record(vrn_reader_t *reader, Write write) {
-    const bool pretty = reader->options->format == VRN_FORMAT_JSON;
+bool vrn_reader_add_text(vrn_reader_t *reader, Write write) {
     vrn::JsonText &text = vrn_reader_text(reader);
     const vrn::JsonText::Mark start = text.mark();
+    bool done = false;
     try {
-        if (pretty && reader->records_out != 0) text.literal(",\n");
-        if (!write(&text)) {
-            text.rewind(start);
-            return false;
-        }
-        if (!pretty) text.literal("\n");
+        done = write(&text);
     } catch (const std::bad_alloc &) {
-        text.rewind(start);
-        return false;
+        done = false;
     }
-    if (text.view().size() >= vrn_reader_piece_size()) vrn_reader_flush_text(reader);
-    return true;
+    if (!done) text.rewind(start);
+    if (text.size() >= vrn_reader_piece_size()) vrn_reader_flush_text(reader);
+    return done;
 }
 
-// Adds one record of another format: what `write` appends to the vrn::TextBuffer it is given. When
-// that returns false or memory runs out, nothing is added and the result is false.
+// The same for a JSON record, framed as the reader's format asks.
 template <typename Write>
-bool vrn_reader_add_plain_record(vrn_reader_t *reader, Write write) {
-    std::size_t size = 0;
-    try {
-        vrn::TextBuffer &text = vrn_reader_plain_text(reader);
-        size = text.size();
-        if (write(&text)) {
-            if (text.size() >= vrn_reader_piece_size()) vrn_reader_flush_text(reader);
-            return true;
-        }
-    } catch (const std::bad_alloc &) {
-    }
-    if (reader->plain_text) reader->plain_text->cut(size);
-    return false;
+bool vrn_reader_add_record(vrn_reader_t *reader, Write write) {
+    return vrn_reader_add_text(reader, [&](vrn::JsonText *text) {
+        const bool pretty = reader->options->format == VRN_FORMAT_JSON;
+        if (pretty && reader->records_out != 0) text->append(",\n");
+        if (!write(text)) return false;
+        if (!pretty) text->append('\n');
+        return true;
+    });
 }

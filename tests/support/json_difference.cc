@@ -29,7 +29,7 @@ std::string written(JsonText &text, Write write) {
     text.clear();
     if (!write()) return text.view().empty() ? failed : "something left of a failure";
     const std::string first(text.view());
-    text.literal("\n");
+    text.append("\n");
     const std::string before(text.view());
     if (!write()) return "a failure at the second time";
     if (text.view() != before + first) return "another text at the second time";
