@@ -12,15 +12,25 @@ constexpr std::uint64_t per_second = 1000000;
 constexpr std::size_t microsecond_digits = 6;
 constexpr std::size_t millisecond_digits = 3;
 
-// "YYYY-MM-DD hh:mm:ss." and room for microseconds; empty for a year without four digits.
-std::string four_digit_year_text(std::uint64_t second) {
+// The digits of a number of two or four digits.
+void put(char *out, int width, int value) {
+    for (; width > 0; --width, value /= 10) out[width - 1] = static_cast<char>('0' + value % 10);
+}
+
+// "YYYY-MM-DD hh:mm:ss." and room for microseconds; false for a year without four digits.
+bool set_four_digit_year_text(std::uint64_t second, std::string *text) {
     const auto time = static_cast<std::time_t>(second);
     std::tm local{};
-    char text[32];
-    const bool is_usual = localtime_r(&time, &local) && local.tm_year >= 1000 - 1900 &&
-                          local.tm_year <= 9999 - 1900 &&
-                          std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S.000000", &local) > 0;
-    return is_usual ? text : "";
+    if (!localtime_r(&time, &local) || local.tm_year < 1000 - 1900 || local.tm_year > 9999 - 1900)
+        return false;
+    *text = "0000-00-00 00:00:00.000000";
+    put(&(*text)[0], 4, local.tm_year + 1900);
+    put(&(*text)[5], 2, local.tm_mon + 1);
+    put(&(*text)[8], 2, local.tm_mday);
+    put(&(*text)[11], 2, local.tm_hour);
+    put(&(*text)[14], 2, local.tm_min);
+    put(&(*text)[17], 2, local.tm_sec);
+    return true;
 }
 
 std::string any_year_text(std::uint64_t second) {
@@ -31,8 +41,7 @@ std::string any_year_text(std::uint64_t second) {
 }  // namespace
 
 bool LocalTimeText::begin_second(std::uint64_t second) {
-    text_ = four_digit_year_text(second);
-    if (text_.empty()) text_ = any_year_text(second);
+    if (!set_four_digit_year_text(second, &text_)) text_ = any_year_text(second);
     second_ = UINT64_MAX;
     if (text_.empty()) return false;
     prefix_size_ = text_.size() - microsecond_digits;

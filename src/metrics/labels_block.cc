@@ -2,102 +2,33 @@
 
 #include <stdexcept>
 
+#include "metrics/labels_walk.h"
 #include "utils/log.h"
 
 namespace vrn::metrics {
 namespace {
 
-constexpr std::uint64_t header_size = 3;
+// Copies the labels and shows them at debug level.
+class ShowingCollector {
+  public:
+    ShowingCollector(char encoding, std::vector<EncodedLabel> *labels)
+        : prefix_(encoding == 'M' ? "parsed M/" : ""), labels_(labels) {}
 
-[[noreturn]] void fail(const char *what) {
-    VRN_LOG(VRN_LOG_ERROR, "[vrn labels block] parse_labels_block: %s", what);
-    throw std::runtime_error(what);
-}
-
-EncodedLabel by_id(std::uint8_t id) {
-    return {.key_type = LabelKeyType::label_value_id, .label_value_id = id, .label_value = {}};
-}
-
-EncodedLabel by_text(std::string_view text) {
-    return {.key_type = LabelKeyType::label_value,
-            .label_value_id = 0,
-            .label_value = std::string(text)};
-}
-
-void read_ids(ByteReader &reader, std::size_t count, std::vector<EncodedLabel> *labels) {
-    Bytes ids;
-    if (!reader.bytes(count, &ids)) fail("insufficient data for 'L' encoding");
-    for (const std::uint8_t id : ids) {
-        VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] L label value id [%zu]: %u", labels->size(), id);
-        labels->push_back(by_id(id));
+    void id(std::size_t index, std::uint8_t id) {
+        VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] %sL label value id [%zu]: %u", prefix_, index,
+                id);
+        labels_.id(index, id);
     }
-}
-
-void read_texts(ByteReader &reader, std::size_t count, std::vector<EncodedLabel> *labels) {
-    for (std::size_t i = 0; i < count; ++i) {
-        std::uint8_t length = 0;
-        std::string_view text;
-        if (!reader.read(&length)) fail("insufficient data for 'I' encoding length");
-        if (!reader.text(length, &text)) fail("insufficient data for 'I' encoding string");
-        labels->push_back(by_text(text));
-        VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] I label value [%zu]: '%s'", i,
-                labels->back().label_value.c_str());
+    void text(std::size_t index, std::string_view text) {
+        VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] %sI label value [%zu]: '%.*s'", prefix_, index,
+                static_cast<int>(text.size()), text.data());
+        labels_.text(index, text);
     }
-}
 
-void read_mixed_text(ByteReader &reader, std::vector<EncodedLabel> *labels) {
-    std::uint8_t length = 0;
-    std::string_view text;
-    if (!reader.read(&length)) fail("insufficient data for 'M/I' encoding length");
-    if (!reader.text(length, &text)) fail("insufficient data for 'M/I' encoding string");
-    labels->push_back(by_text(text));
-    VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] parsed M/I label value [%zu]: '%s'",
-            labels->size() - 1, labels->back().label_value.c_str());
-}
-
-void read_mixed_id(ByteReader &reader, std::vector<EncodedLabel> *labels) {
-    std::uint8_t id = 0;
-    if (!reader.read(&id)) fail("insufficient data for 'M/L' encoding id");
-    VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] parsed M/L label value id [%zu]: %u", labels->size(),
-            id);
-    labels->push_back(by_id(id));
-}
-
-void read_mixed(ByteReader &reader, std::size_t count, std::vector<EncodedLabel> *labels) {
-    for (std::size_t i = 0; i < count; ++i) {
-        char encoding = 0;
-        if (!reader.read(&encoding)) fail("insufficient data for 'M' encoding sub-type");
-        switch (static_cast<LabelEncoding>(encoding)) {
-            case LabelEncoding::texts:
-                read_mixed_text(reader, labels);
-                break;
-            case LabelEncoding::ids:
-                read_mixed_id(reader, labels);
-                break;
-            default:
-                VRN_LOG(VRN_LOG_ERROR,
-                        "[vrn labels block] parse_labels_block: invalid sub-encoding type '%c'",
-                        encoding);
-                throw std::runtime_error("invalid sub-encoding type");
-        }
-    }
-}
-
-void read_values(ByteReader &reader, LabelEncoding encoding, std::size_t count,
-                 std::vector<EncodedLabel> *labels) {
-    switch (encoding) {
-        case LabelEncoding::ids:
-            return read_ids(reader, count, labels);
-        case LabelEncoding::texts:
-            return read_texts(reader, count, labels);
-        case LabelEncoding::mixed:
-            return read_mixed(reader, count, labels);
-    }
-}
-
-bool is_known(char encoding) {
-    return encoding == 'L' || encoding == 'I' || encoding == 'M';
-}
+  private:
+    const char *prefix_;
+    LabelCollector labels_;
+};
 
 const std::string &text_of_id(std::uint64_t id, const std::vector<std::string> &label_values) {
     if (label_values.empty()) {
@@ -130,40 +61,52 @@ const char *label_key_type_name(LabelKeyType type) {
     return "unknown";
 }
 
-std::uint64_t parse_labels_block(Bytes data, std::uint64_t start_offset,
-                                 std::uint64_t *label_set_id, std::vector<EncodedLabel> *labels,
-                                 const char *caller) {
-    if (data.empty()) {
+void fail_labels(const char *what) {
+    VRN_LOG(VRN_LOG_ERROR, "[vrn labels block] parse_labels_block: %s", what);
+    throw std::runtime_error(what);
+}
+
+void fail_labels_start(std::size_t size, std::uint64_t start_offset) {
+    if (size == 0) {
         VRN_LOG(VRN_LOG_ERROR, "[vrn labels block] parse_labels_block: invalid data pointers");
         throw std::runtime_error("invalid data pointers in parse_labels_block");
     }
-    if (data.size() <= start_offset) {
-        VRN_LOG(VRN_LOG_ERROR,
-                "[vrn labels block] parse_labels_block: start_offset (%lu) exceeds data size (%zu)",
-                start_offset, data.size());
-        throw std::runtime_error("start_offset exceeds data size");
-    }
-    if (data.size() - start_offset < header_size) fail("insufficient data for header");
+    if (size > start_offset) fail_labels("insufficient data for header");
+    VRN_LOG(VRN_LOG_ERROR,
+            "[vrn labels block] parse_labels_block: start_offset (%lu) exceeds data size (%zu)",
+            start_offset, size);
+    throw std::runtime_error("start_offset exceeds data size");
+}
 
-    ByteReader reader(data.subspan(start_offset + header_size));
-    *label_set_id = data[start_offset];
-    const std::size_t count = data[start_offset + 1];
-    const char encoding = static_cast<char>(data[start_offset + 2]);
+void fail_label_encoding(char encoding) {
+    VRN_LOG(VRN_LOG_ERROR, "[vrn labels block] parse_labels_block: invalid encoding type '%c'",
+            encoding);
+    throw std::runtime_error("invalid encoding type");
+}
+
+void fail_label_sub_encoding(char encoding) {
+    VRN_LOG(VRN_LOG_ERROR, "[vrn labels block] parse_labels_block: invalid sub-encoding type '%c'",
+            encoding);
+    throw std::runtime_error("invalid sub-encoding type");
+}
+
+std::uint64_t parse_labels_block(Bytes data, std::uint64_t start_offset,
+                                 std::uint64_t *label_set_id, std::vector<EncodedLabel> *labels,
+                                 const char *caller) {
+    const LabelsHeader header = read_labels_header(data, start_offset);
+    const std::size_t count = header.count;
+    *label_set_id = header.label_set_id;
     VRN_LOG(VRN_LOG_DEBUG,
             "[vrn labels block] parse_labels_block: header - label_set_id=%lu, "
             "encoded_label_value_count=%zu, encoding_type=%c, called by %s",
-            *label_set_id, count, encoding, caller);
-    if (!is_known(encoding)) {
-        VRN_LOG(VRN_LOG_ERROR, "[vrn labels block] parse_labels_block: invalid encoding type '%c'",
-                encoding);
-        throw std::runtime_error("invalid encoding type");
-    }
-
+            *label_set_id, count, header.encoding, caller);
     labels->clear();
     labels->reserve(count);
-    read_values(reader, static_cast<LabelEncoding>(encoding), count, labels);
-    const std::uint64_t position = data.size() - reader.remaining();
-    VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] after decoding %c: %lu", encoding, position);
+    const std::uint64_t values_offset = start_offset + LABELS_HEADER_SIZE;
+    ShowingCollector sink(header.encoding, labels);
+    const std::uint64_t position =
+        values_offset + walk_label_values(header, data.subspan(values_offset), sink);
+    VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] after decoding %c: %lu", header.encoding, position);
     if (labels->size() != count) {
         VRN_LOG(VRN_LOG_ERROR,
                 "[vrn labels block] parse_labels_block: processed %zu labels, expected %zu",

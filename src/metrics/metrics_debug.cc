@@ -1,35 +1,50 @@
 #include "metrics/metrics_debug.h"
 
+#include "metrics/record_view.h"
+#include "metrics/table_sections.h"
 #include "utils/log.h"
 
 namespace vrn::metrics {
 namespace {
 
-void dump_strings(const std::vector<std::string> &strings) {
+bool is_shown() {
+    return vrn_log_level >= VRN_LOG_DEBUG;  // also before the log has started
+}
+
+void show_strings(const std::vector<std::string_view> &strings) {
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Values: '%s', Size: %zu",
-            join_strings(strings).c_str(), strings.size());
+            join_strings({strings.begin(), strings.end()}).c_str(), strings.size());
 }
 
-// Null when the label has no text. A quiet look: showing a block must not change its outcome.
-const std::string *text_of(const EncodedLabel &label,
-                           const std::vector<std::string> &label_values) {
-    if (label.key_type == LabelKeyType::label_value) return &label.label_value;
-    if (label.label_value_id >= label_values.size()) return nullptr;
-    return &label_values[label.label_value_id];
-}
+// Shows the labels of a record. See walk_label_values().
+struct LabelLines {
+    const std::vector<std::string_view> &label_values;
 
-void dump_record(const MetricRecord &record, const std::vector<std::string> &label_values) {
+    // A quiet look: showing a block must not change its outcome.
+    void id(std::size_t index, std::uint8_t id) const {
+        if (id < label_values.size())
+            show(LabelKeyType::label_value_id, id, index, label_values[id]);
+    }
+    void text(std::size_t index, std::string_view text) const {
+        show(LabelKeyType::label_value, 0, index, text);
+    }
+    static void show(LabelKeyType type, unsigned id, std::size_t index, std::string_view text) {
+        VRN_LOG(VRN_LOG_DEBUG,
+                "[vrn metrics parser] encoded label: %s: %u, decoded label[%zu]: %.*s",
+                label_key_type_name(type), id, index, static_cast<int>(text.size()), text.data());
+    }
+};
+
+std::size_t show_record(const RecordView &record,
+                        const std::vector<std::string_view> &label_values) {
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Timestamp: %lu", record.timestamp);
-    for (const MetricSample sample : record.samples.samples)
+    for (std::size_t i = 0; i < record.num_samples(); ++i) {
+        const MetricSample sample = record.sample(i);
         VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser]   sample_id: %u, sample_value: %lu",
                 sample.sample_id, sample.sample_value);
-    for (std::size_t i = 0; i < record.encoded_labels.size(); ++i) {
-        const EncodedLabel &label = record.encoded_labels[i];
-        if (const std::string *text = text_of(label, label_values))
-            VRN_LOG(VRN_LOG_DEBUG,
-                    "[vrn metrics parser] encoded label: %s: %lu, decoded label[%zu]: %s",
-                    label_key_type_name(label.key_type), label.label_value_id, i, text->c_str());
     }
+    LabelLines lines{label_values};
+    return walk_label_values(record.labels, record.label_values, lines);
 }
 
 }  // namespace
@@ -43,27 +58,33 @@ std::string join_strings(const std::vector<std::string> &strings) {
     return joined;
 }
 
-void dump_label_names(const LabelNames &label_names) {
-    for (const auto &[id, names] : label_names) {
-        if (names.empty()) VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] empty label names vector");
-        VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Label Names [%lu] %s", id,
-                join_strings(names).c_str());
+void show_label_names(Bytes block) {
+    if (!is_shown()) return;
+    LabelSetView set;
+    Bytes rest = block;
+    for (std::size_t id = 0; read_label_set(rest, &set, &rest); ++id) {
+        if (set.count == 0) VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] empty label names vector");
+        VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Label Names [%zu] %s", id,
+                join_strings(names_of(set)).c_str());
     }
 }
 
-void dump_string_tables(const std::vector<std::string> &label_values,
-                        const std::vector<std::string> &metric_names) {
+void show_string_tables(const std::vector<std::string_view> &label_values,
+                        const std::vector<std::string_view> &metric_names) {
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Label values count: %zu", label_values.size());
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Metric names count: %zu", metric_names.size());
-    dump_strings(label_values);
-    dump_strings(metric_names);
+    show_strings(label_values);
+    show_strings(metric_names);
 }
 
-void dump_metric_records(const std::vector<MetricRecord> &records,
-                         const std::vector<std::string> &label_values) {
+void show_records(const RecordSection &section, const std::vector<std::string_view> &label_values) {
+    if (!is_shown()) return;
+    MetricRecord record;
+    walk_records(section, [&](Bytes data) { return parse_record(data, section, &record); });
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Metrics Batch: ");
-    if (vrn_log_level < VRN_LOG_DEBUG) return;
-    for (const MetricRecord &record : records) dump_record(record, label_values);
+    scan_records(section, [&](std::size_t, const RecordView &view) {
+        return show_record(view, label_values);
+    });
 }
 
 }  // namespace vrn::metrics

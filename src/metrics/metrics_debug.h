@@ -2,22 +2,24 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "metrics/cntx_block_tables.h"
-#include "metrics/metrics_batch.h"
+#include "metrics/record_section.h"
+#include "utils/byte_reader.h"
 
 namespace vrn::metrics {
 
 // The strings with "," between them.
 std::string join_strings(const std::vector<std::string> &strings);
 
-void dump_label_names(const LabelNames &label_names);
-void dump_string_tables(const std::vector<std::string> &label_values,
-                        const std::vector<std::string> &metric_names);
+// The label sets of a block whose "LBLN" sections are known to be well-formed.
+void show_label_names(Bytes block);
+void show_string_tables(const std::vector<std::string_view> &label_values,
+                        const std::vector<std::string_view> &metric_names);
 
-// Labels that have no text are left out; whoever needs their text reports them.
-void dump_metric_records(const std::vector<MetricRecord> &records,
-                         const std::vector<std::string> &label_values);
+// First the walk over the records, which throws as read_record() does, then what they hold. Labels
+// that have no text are left out; whoever needs their text reports them.
+void show_records(const RecordSection &section, const std::vector<std::string_view> &label_values);
 
 }  // namespace vrn::metrics

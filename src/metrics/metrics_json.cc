@@ -1,11 +1,11 @@
 #include "metrics/metrics_json.h"
 
-#include <algorithm>
 #include <stdexcept>
-#include <string_view>
-#include <unordered_map>
+#include <utility>
 
 #include "data/value_format.h"
+#include "metrics/metrics_walk.h"
+#include "metrics/record_check.h"
 #include "utils/c_ptr.h"
 #include "utils/log.h"
 
@@ -47,42 +47,6 @@ JsonValue text_value(const std::string &text) {
     return JsonValue(json_value_init_string(text.c_str()));
 }
 
-// JSON takes no text but UTF-8.
-bool is_json_text(const std::string &text) {
-    const bool ascii =
-        std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    return ascii || text_value(text);
-}
-
-// Names of the constant labels that fail each record that doesn't overwrite them.
-Names unfit_constants(const LabelMap &constant_labels) {
-    Names unfit;
-    for (const auto &[name, value] : constant_labels)
-        if (!is_json_text(value)) unfit.push_back(name);
-    return unfit;
-}
-
-// True when the labels of a record can't become JSON: the outcome of building them, at a cost that
-// doesn't grow with the number of constant labels.
-bool labels_are_unfit(const Names &names, const Names &values, const Names &unfit_constants) {
-    std::unordered_map<std::string_view, bool> fit;
-    for (std::size_t i = 0; i < values.size(); ++i) fit[names[i]] = is_json_text(values[i]);
-    const auto overwritten = [&](const std::string &name) { return fit.contains(name); };
-    return !std::ranges::all_of(fit, [](const auto &label) { return label.second; }) ||
-           !std::ranges::all_of(unfit_constants, overwritten);
-}
-
-void require_sample_ids(const MetricsBatch &batch, const Names &metric_names) {
-    for (const MetricSample sample : batch.samples)
-        if (sample.sample_id >= metric_names.size()) throw std::runtime_error("invalid metric id");
-}
-
-void set_time(JSON_Object *root, std::uint64_t timestamp, bool microseconds) {
-    json_object_set_number(root, "timestamp", static_cast<double>(timestamp));
-    const CString text(vrn_format_timestamp(timestamp, microseconds));
-    if (text) json_object_set_string(root, "@timestamp", text.get());
-}
-
 // False after an error line.
 bool set_labels(JSON_Object *root, const LabelMap &labels) {
     JsonValue array(labels_to_json_array(labels));
@@ -105,61 +69,57 @@ bool set_metrics(JSON_Object *root, const MetricsBatch &batch, const Names &metr
     return true;
 }
 
-// Index of the last record with a known label set; the number of records when there is none.
-std::size_t last_labelled(const CntxBlockTables &tables, const std::vector<MetricRecord> &records) {
-    for (std::size_t i = records.size(); i > 0; --i)
-        if (tables.label_names.contains(records[i - 1].label_set_id)) return i - 1;
-    return records.size();
-}
-
-// The object of a whole block. Of the keys that the records set one after the other only the last
-// ones are seen, so three records are built: the first, as it fixes the order of the keys, the last
-// with a known label set, and the last. The others are only checked for what fails the block.
-class BlockJson {
+// See metrics_walk.h; places are indexes.
+class TreeSink {
   public:
-    BlockJson(const CntxBlockTables &tables, bool microseconds)
-        : tables_(tables),
-          microseconds_(microseconds),
-          unfit_constants_(unfit_constants(tables.constant_labels)) {}
+    TreeSink(JSON_Object *root, const CntxBlockTables &tables,
+             const std::vector<MetricRecord> &records, bool microseconds)
+        : root_(root), tables_(tables), records_(records), microseconds_(microseconds) {}
 
-    // Null after an error line; throws std::runtime_error.
-    JsonValue build(const std::vector<MetricRecord> &records) const {
-        JsonValue root(json_value_init_object());
-        if (!root) return nullptr;
-        JSON_Object *object = json_value_get_object(root.get());
-        const std::size_t labels_seen = last_labelled(tables_, records);
-        for (std::size_t i = 0; i < records.size(); ++i) {
-            const bool seen = i == 0 || i + 1 == records.size();
-            if (seen) set_time(object, records[i].timestamp, microseconds_);
-            if (!add_labels(object, records[i], i == 0 || i == labels_seen)) return nullptr;
-            require_sample_ids(records[i].samples, tables_.metric_names);
-            if (seen && !set_metrics(object, records[i].samples, tables_.metric_names))
-                return nullptr;
-        }
-        return root;
+    bool time(std::size_t place) {
+        const std::uint64_t timestamp = records_[place].timestamp;
+        json_object_set_number(root_, "timestamp", static_cast<double>(timestamp));
+        const CString text(vrn_format_timestamp(timestamp, microseconds_));
+        if (text) json_object_set_string(root_, "@timestamp", text.get());
+        return true;
+    }
+    bool labels(std::size_t place) {
+        const MetricRecord &record = records_[place];
+        const Names values = decode_label_values(record.encoded_labels, tables_.label_values);
+        return set_labels(root_, resolve_labels(tables_, record.label_set_id, values));
+    }
+    bool metrics(std::size_t place) {
+        return set_metrics(root_, records_[place].samples, tables_.metric_names);
     }
 
   private:
-    bool add_labels(JSON_Object *object, const MetricRecord &record, bool seen) const {
-        const auto names = tables_.label_names.find(record.label_set_id);
-        if (names == tables_.label_names.end()) return true;
-        const Names values = decode_label_values(record.encoded_labels, tables_.label_values);
-        require_names_for(values, names->second);
-        if (!seen && !labels_are_unfit(names->second, values, unfit_constants_)) return true;
-        return set_labels(object, resolve_labels(tables_, record.label_set_id, values));
-    }
-
+    JSON_Object *root_;
     const CntxBlockTables &tables_;
+    const std::vector<MetricRecord> &records_;
     bool microseconds_;
-    Names unfit_constants_;
 };
+
+// Null after an error line; throws std::runtime_error.
+JsonValue build_tree(const CntxBlockTables &tables, const std::vector<MetricRecord> &records,
+                     bool microseconds) {
+    JsonValue root(json_value_init_object());
+    if (!root) return nullptr;
+    const RecordCheck check(tables, tables.metric_names.size());
+    SeenRecords seen;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (!check.fits(records[i])) return nullptr;
+        seen.add(i, tables.label_names.contains(records[i].label_set_id));
+    }
+    TreeSink sink(json_value_get_object(root.get()), tables, records, microseconds);
+    return seen.walk(sink) ? std::move(root) : nullptr;
+}
 
 }  // namespace
 
 JSON_Value *metrics_to_json(const CntxBlockTables &tables, const std::vector<MetricRecord> &records,
                             bool microsecond_precision) {
     try {
-        return BlockJson(tables, microsecond_precision).build(records).release();  // to the caller
+        return build_tree(tables, records, microsecond_precision).release();  // to the caller
     } catch (const std::exception &error) {
         VRN_LOG(VRN_LOG_ERROR, "failed to JSONify metrics: %s", error.what());
         return nullptr;

@@ -1,9 +1,11 @@
 // The table sections of a CNTX block.
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 #include "metrics/metrics_parser.h"
 #include "metrics/section_mark.h"
+#include "metrics/table_sections.h"
 #include "utils/log.h"
 
 namespace vrn::metrics {
@@ -16,25 +18,61 @@ namespace {
     throw std::runtime_error(std::string("Invalid binary data format: Missing ") + which);
 }
 
-// u8 length and text.
-bool read_string(ByteReader &reader, std::string *string) {
-    std::uint8_t length = 0;
-    std::string_view text;
-    if (!reader.read(&length) || !reader.text(length, &text)) return false;
-    *string = text;
-    return true;
-}
-
-bool read_label_set(ByteReader &reader, std::vector<std::string> *names) {
-    std::uint8_t count = 0;
-    if (!reader.read(&count) || count > reader.remaining()) return false;
-    names->reserve(count);
-    for (std::size_t i = 0; i < count; ++i)
-        if (!read_string(reader, &names->emplace_back())) return false;
-    return true;
-}
-
 }  // namespace
+
+std::vector<std::string> names_of(const LabelSetView &set) {
+    std::vector<std::string> names;
+    names.reserve(set.count);
+    ByteReader reader(set.names);
+    for (std::string_view name; read_string(reader, &name);) names.emplace_back(name);
+    return names;
+}
+
+bool read_label_set(Bytes range, LabelSetView *set, Bytes *behind) {
+    const Bytes hit = find_mark(range, "LBLN");
+    if (hit.empty()) return false;
+    ByteReader reader(hit.subspan(MARK_SIZE));
+    std::uint8_t count = 0;
+    bool is_whole = reader.read(&count);
+    const Bytes names = hit.last(reader.remaining());
+    std::string_view name;
+    for (std::size_t i = 0; is_whole && i < count; ++i) is_whole = read_string(reader, &name);
+    const std::size_t names_size = names.size() - reader.remaining();
+    // The four bytes of the suffix are passed over without a look.
+    if (!is_whole || !reader.skip(MARK_SIZE))
+        throw std::runtime_error("Invalid binary data format: Truncated 'LBLN' section");
+    *set = {count, names.first(names_size)};
+    *behind = hit.last(reader.remaining());
+    return true;
+}
+
+bool read_string(ByteReader &reader, std::string_view *string) {
+    ByteReader ahead = reader;
+    std::uint8_t length = 0;
+    if (!ahead.read(&length) || !ahead.text(length, string)) return false;
+    reader = ahead;
+    return true;
+}
+
+Bytes read_string_section(Bytes range, std::string_view prefix, std::string_view suffix,
+                          std::vector<std::string_view> *strings) {
+    const Bytes hit = find_mark(range, prefix);
+    if (hit.empty()) {
+        strings->clear();
+        return hit;
+    }
+    ByteReader reader(hit.subspan(prefix.size()));
+    std::uint16_t count = 0;
+    if (!reader.read(&count)) fail_missing(prefix, "prefix");
+    if (count > reader.remaining()) fail_missing(suffix, "suffix");
+    strings->resize(count);
+    for (std::string_view &string : *strings)
+        if (!read_string(reader, &string)) fail_missing(suffix, "suffix");
+    // Deliberate: the suffix is a mark for readers of the bytes. Any four bytes pass for it, and it
+    // is only missed where the range ends before it.
+    if (!reader.skip(suffix.size())) fail_missing(suffix, "suffix");
+    return hit.last(reader.remaining());
+}
 
 std::uint32_t VrnMetricsParser::find_cntx_total_size(Bytes range) {
     const Bytes hit = find_mark(range, "CNTX");
@@ -53,14 +91,9 @@ std::uint32_t VrnMetricsParser::find_cntx_total_size(Bytes range) {
 Bytes VrnMetricsParser::parse_label_names(Bytes range, LabelNames *label_names) {
     std::uint64_t index = 0;
     Bytes behind = range.subspan(std::min(MARK_SIZE, range.size()));
-    for (Bytes hit = find_mark(range, "LBLN"); !hit.empty(); hit = find_mark(behind, "LBLN")) {
-        ByteReader reader(hit.subspan(MARK_SIZE));
-        // The four bytes of the suffix are passed over without a look.
-        if (!read_label_set(reader, &(*label_names)[index]) || !reader.skip(MARK_SIZE))
-            throw std::runtime_error("Invalid binary data format: Truncated 'LBLN' section");
-        behind = hit.last(reader.remaining());
-        ++index;
-    }
+    LabelSetView set;
+    for (Bytes rest = range; read_label_set(rest, &set, &behind); rest = behind)
+        std::ranges::move(names_of(set), std::back_inserter((*label_names)[index++]));
     label_names->erase(index);
     return behind;
 }
@@ -68,22 +101,10 @@ Bytes VrnMetricsParser::parse_label_names(Bytes range, LabelNames *label_names) 
 Bytes VrnMetricsParser::parse_string_section(Bytes range, std::string_view prefix,
                                              std::string_view suffix,
                                              std::vector<std::string> *strings) {
-    const Bytes hit = find_mark(range, prefix);
-    if (hit.empty()) {
-        strings->clear();
-        return hit;
-    }
-    ByteReader reader(hit.subspan(prefix.size()));
-    std::uint16_t count = 0;
-    if (!reader.read(&count)) fail_missing(prefix, "prefix");
-    if (count > reader.remaining()) fail_missing(suffix, "suffix");
-    strings->resize(count);
-    for (std::string &string : *strings)
-        if (!read_string(reader, &string)) fail_missing(suffix, "suffix");
-    // Deliberate: the suffix is a mark for readers of the bytes. Any four bytes pass for it, and it
-    // is only missed where the range ends before it.
-    if (!reader.skip(suffix.size())) fail_missing(suffix, "suffix");
-    return hit.last(reader.remaining());
+    std::vector<std::string_view> views;
+    const Bytes behind = read_string_section(range, prefix, suffix, &views);
+    strings->assign(views.begin(), views.end());
+    return behind;
 }
 
 Bytes VrnMetricsParser::parse_label_values_section(Bytes range,
@@ -97,10 +118,11 @@ Bytes VrnMetricsParser::parse_metric_names_section(Bytes range,
 }
 
 LabelMap VrnMetricsParser::parse_constant_labels(Bytes range) {
-    std::vector<std::string> strings;
-    parse_string_section(range, "CLBL", "clbl", &strings);
+    std::vector<std::string_view> strings;
+    read_string_section(range, "CLBL", "clbl", &strings);
     LabelMap labels;
-    for (std::size_t i = 0; i + 1 < strings.size(); i += 2) labels[strings[i]] = strings[i + 1];
+    for (std::size_t i = 0; i + 1 < strings.size(); i += 2)
+        labels[std::string(strings[i])] = strings[i + 1];
     return labels;
 }
 

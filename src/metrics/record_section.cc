@@ -1,6 +1,5 @@
 #include "metrics/record_section.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "metrics/section_mark.h"
@@ -26,10 +25,6 @@ RecordSection find_record_section(Bytes range, std::string_view closing_mark) {
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] End of data at %zu", found.end_offset);
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] blocksize= %u", found.blocksize);
     return found;
-}
-
-Bytes labels_data_of(Bytes record, const RecordSection &section) {
-    return record.first(std::min<std::size_t>(section.blocksize, record.size()));
 }
 
 }  // namespace vrn::metrics

@@ -1,6 +1,7 @@
 // The record section of a CNTX block and the walk over its records.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -21,7 +22,9 @@ struct RecordSection {
 RecordSection find_record_section(Bytes range, std::string_view closing_mark);
 
 // The bytes in which the labels block of `record` stands.
-Bytes labels_data_of(Bytes record, const RecordSection &section);
+inline Bytes labels_data_of(Bytes record, const RecordSection &section) {
+    return record.first(std::min<std::size_t>(section.blocksize, record.size()));
+}
 
 // Calls `parse_record` with the bytes from each record on; it returns how many of them the record
 // takes, which is more than 0.

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <exception>
-#include <vector>
 
-#include "metrics/metrics_json.h"
 #include "metrics/metrics_parser.h"
-#include "utils/c_ptr.h"
+#include "metrics/metrics_text.h"
+#include "reader/record_text.h"
 #include "utils/log.h"
 
 namespace {
@@ -30,25 +29,19 @@ const char *refusal_of(vrn_output_format_t format) {
 
 bool print_metrics(vrn_reader_t *reader, vrn::Bytes bytes) {
     const std::size_t total_size = VrnMetricsParser::find_cntx_total_size(bytes);
-    const vrn::Bytes block = bytes.first(std::min(total_size, bytes.size()));
-    vrn::metrics::CntxBlockTables tables;
-    std::vector<vrn::metrics::MetricRecord> records;
-    VrnMetricsParser::parse_cntx_block(block, &tables.label_names, &tables.label_values,
-                                       &tables.metric_names, &records);
-    tables.constant_labels = VrnMetricsParser::parse_constant_labels(block);
+    if (!reader->metrics_text) reader->metrics_text = new vrn::metrics::MetricsText;
+    vrn::metrics::MetricsText &metrics = *reader->metrics_text;
+    metrics.read(bytes.first(std::min(total_size, bytes.size())));
 
     if (const char *refusal = refusal_of(reader->options->format)) {
         vrn_reader_fail(reader, "%s", refusal);
         return true;
     }
-    const vrn::CPtr<JSON_Value, json_value_free> value(
-        vrn::metrics::metrics_to_json(tables, records, reader->options->microsecond_precision));
-    if (!value) {
-        vrn_reader_fail(reader, "Failed to JSONify metric values");
-        return false;
-    }
-    vrn_reader_print_json(reader, value.get());
-    return true;
+    const bool done = vrn_reader_add_record(reader, [&](vrn::JsonText *text) {
+        return metrics.write(reader->options->microsecond_precision, text);
+    });
+    if (!done) vrn_reader_fail(reader, "Failed to JSONify metric values");
+    return done;
 }
 
 }  // namespace

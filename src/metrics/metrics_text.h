@@ -1,0 +1,54 @@
+// CNTX blocks as JSON text.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "data/json_text.h"
+#include "data/local_time_text.h"
+#include "metrics/cntx_block_view.h"
+#include "metrics/metrics_walk.h"
+#include "metrics/record_view.h"
+#include "utils/byte_reader.h"
+
+namespace vrn::metrics {
+
+// Reads and writes one block after the other. Its memory is kept and doesn't grow with the records.
+class MetricsText {
+  public:
+    // Walks the block, which must stay in place until it is written. Throws std::runtime_error when
+    // it is malformed, with the lines of VrnMetricsParser::parse_cntx_block() and
+    // parse_constant_labels().
+    void read(Bytes block);
+
+    // Appends what parson prints for metrics_to_json() of the block. False, after an error line and
+    // with something left in `text`, when there is no such tree.
+    bool write(bool microseconds, JsonText *text);
+
+  private:
+    enum class Fit : std::uint8_t { unknown, yes, no };
+    class RecordFit;
+    class Sink;
+
+    void read_records();
+    bool find_value_fit(std::uint8_t id);
+    bool constants_fit() const;
+    bool check_records() const;
+    template <typename Map>
+    void set_constant_labels(Map *labels) const {
+        for (std::size_t i = 0; i + 1 < constants_.size(); i += 2)
+            (*labels)[typename Map::key_type(constants_[i])] = constants_[i + 1];
+    }
+
+    CntxBlockView block_;
+    std::vector<std::string_view> constants_;  // name, value, name, value
+    SeenRecords seen_;
+    // Whether each record fits for all that a quick look shows. Another look may find that it does.
+    bool records_fit_ = false;
+    std::array<Fit, 256> value_fits_;  // of label values, once they are used
+    LocalTimeText time_;
+};
+
+}  // namespace vrn::metrics
