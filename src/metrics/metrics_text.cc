@@ -172,17 +172,22 @@ bool MetricsText::constants_fit() const {
 }
 
 bool MetricsText::write(bool microseconds, JsonText *text) {
+    const JsonText::Mark start = text->mark();
     try {
-        if (!records_fit_ && !check_records()) return false;
-        Sink sink(*this, microseconds, *text);
-        text->begin_object();
-        const bool done = seen_.walk(sink);
-        text->end_object();
-        return done;
+        if ((records_fit_ || check_records()) && write_members(microseconds, text)) return true;
     } catch (const std::exception &error) {
         VRN_LOG(VRN_LOG_ERROR, "failed to JSONify metrics: %s", error.what());
-        return false;
     }
+    text->rewind(start);
+    return false;
+}
+
+bool MetricsText::write_members(bool microseconds, JsonText *text) {
+    Sink sink(*this, microseconds, *text);
+    text->begin_object();
+    const bool done = seen_.walk(sink);
+    text->end_object();
+    return done;
 }
 
 // The look that counts, record by record. False after error lines; throws std::runtime_error.

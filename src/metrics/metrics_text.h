@@ -23,8 +23,8 @@ class MetricsText {
     // parse_constant_labels().
     void read(Bytes block);
 
-    // Appends what parson prints for metrics_to_json() of the block. False, after an error line and
-    // with something left in `text`, when there is no such tree.
+    // Appends what parson prints for metrics_to_json() of the block. False after an error line,
+    // with nothing appended, when there is no such tree.
     bool write(bool microseconds, JsonText *text);
 
   private:
@@ -36,6 +36,7 @@ class MetricsText {
     bool find_value_fit(std::uint8_t id);
     bool constants_fit() const;
     bool check_records() const;
+    bool write_members(bool microseconds, JsonText *text);
     template <typename Map>
     void set_constant_labels(Map *labels) const {
         for (std::size_t i = 0; i + 1 < constants_.size(); i += 2)

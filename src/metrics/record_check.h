@@ -21,15 +21,21 @@ inline std::string_view json_text_of(std::string_view text) {
 // JSON takes no text but UTF-8.
 bool is_utf8_json_text(std::string_view text);
 
+// The last word overlaps the one before it.
 inline bool is_ascii(std::string_view text) {
+    constexpr std::size_t word = sizeof(std::uint64_t);
+    constexpr std::size_t half = sizeof(std::uint32_t);
+    const char *const end = text.data() + text.size();
     std::uint64_t all = 0;
-    for (; text.size() >= sizeof all; text.remove_prefix(sizeof all))
-        all |= load_le<std::uint64_t>(text.data());
-    if (text.size() >= sizeof(std::uint32_t)) {
-        all |= load_le<std::uint32_t>(text.data());
-        text.remove_prefix(sizeof(std::uint32_t));
+    if (text.size() >= word) {
+        for (const char *at = text.data(); at < end - word; at += word)
+            all |= load_le<std::uint64_t>(at);
+        all |= load_le<std::uint64_t>(end - word);
+    } else if (text.size() >= half) {
+        all = load_le<std::uint32_t>(text.data()) | load_le<std::uint32_t>(end - half);
+    } else {
+        for (const char character : text) all |= static_cast<unsigned char>(character);
     }
-    for (const char character : text) all |= static_cast<unsigned char>(character);
     return (all & 0x8080808080808080) == 0;
 }
 

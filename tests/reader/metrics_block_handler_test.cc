@@ -1,5 +1,7 @@
 #include "reader/metrics_block_handler.h"
 
+#include "metrics/metrics_text.h"
+#include "reader/record_text.h"
 #include "support/stream_blocks.h"
 #include "support/test.h"
 
@@ -26,8 +28,10 @@ Outcome handle(const std::string &bytes, vrn_output_format_t format) {
     testing::internal::CaptureStderr();
     const bool done =
         vrn_reader_handle_metrics_block(&reader, Bytes(block).data(), Bytes(block).size());
+    vrn_reader_flush_text(&reader);
     std::fflush(stdout);
     delete reader.text;
+    delete reader.metrics_text;
     return {done, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr(),
             log.take()};
 }

@@ -4,41 +4,11 @@
 #include "counters/counters_text.h"
 #include "data/event_json.h"
 #include "data/event_text.h"
+#include "support/printed_difference.h"
 #include "support/random_rows.h"
-#include "utils/c_ptr.h"
 
 namespace vrn::test {
 namespace {
-
-using JsonPtr = CPtr<JSON_Value, json_value_free>;
-
-constexpr const char *failed = "failed";
-
-std::string printed_tree(JSON_Value *value, JsonLayout layout) {
-    const JsonPtr owner(value);
-    if (!value) return failed;
-    const CPtr<char, json_free_serialized_string> text(layout == JsonLayout::pretty
-                                                           ? json_serialize_to_string_pretty(value)
-                                                           : json_serialize_to_string(value));
-    return text.get();
-}
-
-// What `write` appends behind a record that stands there already, twice.
-template <typename Write>
-std::string written(JsonText &text, Write write) {
-    text.clear();
-    if (!write()) return text.view().empty() ? failed : "something left of a failure";
-    const std::string first(text.view());
-    text.append("\n");
-    const std::string before(text.view());
-    if (!write()) return "a failure at the second time";
-    if (text.view() != before + first) return "another text at the second time";
-    return first;
-}
-
-std::string difference(const std::string &tree, const std::string &text) {
-    return tree == text ? "" : "tree: " + tree + "\ntext: " + text;
-}
 
 // Of one random row; `rows` writes to `text`.
 std::string row_difference(RandomSource &source, const RandomCounters &counters, JsonLayout layout,
