@@ -16,9 +16,9 @@ struct Outcome {
 };
 
 // The block lies on the heap with nothing behind it.
-Outcome handle(const std::string &bytes, vrn_output_format_t format) {
+Outcome handle(const std::string &bytes) {
     vrn_reader_options_t options{};
-    options.format = format;
+    options.format = VRN_FORMAT_NDJSON;
     vrn_reader_t reader{};
     reader.options = &options;
     reader.file_name = "a.bin";
@@ -43,45 +43,11 @@ std::string block_of(const metrics::CntxRecord &record) {
     return builder.build();
 }
 
-TEST(MetricsBlockHandler, PrintsJsonAndRefusesOtherFormatsInWords) {
-    const ScopedEnv zone("TZ", "UTC0");
-    const std::string block = block_of({.label_set_id = 9, .samples = {{0, 5}}});
-    const std::string failed = "Failed processing file a.bin: ";
-    struct Case {
-        vrn_output_format_t format;
-        std::string printed;
-        std::string errors;
-    };
-    const Case cases[] = {
-        {VRN_FORMAT_NDJSON,
-         R"({"timestamp":0,"@timestamp":"1970-01-01 00:00:00.000","metrics":[{"m":5}]})"
-         "\n",
-         ""},
-        {VRN_FORMAT_JSON,
-         "{\n    \"timestamp\": 0,\n    \"@timestamp\": \"1970-01-01 00:00:00.000\",\n"
-         "    \"metrics\": [\n        {\n            \"m\": 5\n        }\n    ]\n}",
-         ""},
-        {VRN_FORMAT_TXT, "", failed + "Unsupported output format\n"},
-        {VRN_FORMAT_CSV, "", failed + "CSV output is not supported yet\n"},
-        {VRN_FORMAT_INFLUX, "",
-         failed + "Influx line API output is not yet supported for metrics data\n"},
-        {VRN_FORMAT_BIN, "", failed + "Unsupported output format\n"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.format);
-        const Outcome outcome = handle(block, c.format);
-        EXPECT_TRUE(outcome.done);
-        EXPECT_EQ(outcome.printed, c.printed);
-        EXPECT_EQ(outcome.errors, c.errors);
-        EXPECT_EQ(outcome.lines, Lines{});
-    }
-}
-
 TEST(MetricsBlockHandler, EndsTheBlockAtItsTotalSize) {
     const std::string block = metrics::CntxBuilder().build();
     for (const std::string &bytes :
          {block, block + "padding", with_total_size(block, 0xffffffff)}) {
-        const Outcome outcome = handle(bytes, VRN_FORMAT_NDJSON);
+        const Outcome outcome = handle(bytes);
         EXPECT_TRUE(outcome.done);
         EXPECT_EQ(outcome.printed, "{}\n");
         EXPECT_EQ(outcome.lines, Lines{});
@@ -116,7 +82,7 @@ TEST(MetricsBlockHandler, NamesEachFault) {
     // clang-format on
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
-        const Outcome outcome = handle(c.block, VRN_FORMAT_NDJSON);
+        const Outcome outcome = handle(c.block);
         EXPECT_FALSE(outcome.done);
         EXPECT_EQ(outcome.printed, "");
         EXPECT_EQ(outcome.errors, c.errors);

@@ -22,8 +22,8 @@ class RandomBlock {
 
     std::string build() {
         for (std::size_t i = source_.below(3); i > 0; --i) add_label_set();
-        tables_ += strings("LBLV", num_values_ = source_.below(4), "lblv");
-        tables_ += strings("CNTI", num_metrics_ = source_.below(4), "cnti");
+        tables_ += strings("LBLV", num_values_ = count(), "lblv");
+        tables_ += strings("CNTI", num_metrics_ = count(), "cnti");
         if (source_.one_in(2)) tables_ += strings("CLBL", source_.below(5), "clbl");
         std::string records;
         for (std::size_t i = source_.below(5); i > 0; --i) records += record();
@@ -36,6 +36,9 @@ class RandomBlock {
     }
 
   private:
+    // Rarely none.
+    std::size_t count() { return source_.one_in(20) ? 0 : 1 + source_.below(4); }
+
     // u8 length and text; the text is one that fits in most cases.
     std::string string() {
         std::string text =
