@@ -77,7 +77,7 @@ class MetricsText::Sink {
             text_.element();
             text_.begin_object();
             text_.key(json_text_of(name));
-            if (!text_.string(json_text_of(value))) return false;
+            if (!text_.string(json_text_of(value))) return fail_label();
             text_.end_object();
         }
         text_.end_array();
@@ -101,6 +101,12 @@ class MetricsText::Sink {
     }
 
   private:
+    // The label fits, so memory has run out.
+    static bool fail_label() {
+        VRN_LOG(VRN_LOG_ERROR, "Failed allocating JSON object");
+        return false;
+    }
+
     // In the order of LabelMap, which is the order of the output: views hash as their strings do.
     using LabelViews = std::pmr::unordered_map<std::string_view, std::string_view>;
 

@@ -15,7 +15,9 @@
 
 namespace vrn::metrics {
 
-// Reads and writes one block after the other. Its memory is kept and doesn't grow with the records.
+// Reads and writes one block after the other. Of the records of a block only the last one and the
+// last one with known labels are printed, so one walk checks all of them in place and remembers
+// where these two stand. Memory is kept from block to block and doesn't grow with the records.
 class MetricsText {
   public:
     // Walks the block, which must stay in place until it is written. Throws std::runtime_error when
