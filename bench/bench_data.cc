@@ -215,7 +215,7 @@ void write_compressed(const std::string &stem, std::size_t payload_size) {
 void write_metrics(const std::string &path) {
     constexpr int records = 50;
     constexpr int samples = 8;
-    constexpr std::uint32_t room = 16384;
+    constexpr std::uint32_t room = 8192;
     metrics::CntxBuilder builder;
     builder.add_constant_label("host", "bench");
     const std::uint8_t set = builder.add_label_set({"interface", "direction"});
