@@ -13,7 +13,7 @@ namespace {
 
 std::vector<std::string> lines;
 
-void collect(std::int32_t level, const char *format, ...) {
+__attribute__((format(printf, 2, 3))) void collect(std::int32_t level, const char *format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
     char *raw = nullptr;
