@@ -12,7 +12,7 @@ struct BenchSizes {
 };
 
 // Blocks of 50 records with 8 samples each.
-inline constexpr std::uint32_t metrics_blocks = 10'000;
+inline constexpr std::uint32_t metrics_blocks = 40'000;
 inline constexpr std::uint32_t counters_per_row = 200;
 inline constexpr std::uint32_t chunk_size = 65536;
 

@@ -100,11 +100,11 @@ void run(int runs, const BenchSizes &sizes) {
         {"counters ndjson, gzip pages", "ndjson", "counters.gzip.bin", counters},
         {"counters ndjson, snappy", "ndjson", "counters.snappy.bin", counters},
         {"counters json", "json", "counters.bin", counters},
+        {"metrics blocks ndjson", "ndjson", "metrics.bin", metrics_blocks},
     };
     for (const Road &road : roads) measure(road, folder, runs);
     measure_alone({"events influx", "influx", "events.bin", events}, folder, runs);
     measure_alone({"counters txt", "txt", "counters.bin", counters}, folder, runs);
-    measure_alone({"metrics blocks ndjson", "ndjson", "metrics.bin", metrics_blocks}, folder, runs);
     std::filesystem::remove_all(folder);
 }
 

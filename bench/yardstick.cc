@@ -1,10 +1,12 @@
 // What the tool is measured against: a loop that knows the rows of the benchmark when it is
 // compiled, with its keys prepared, std::to_chars for the numbers and one buffer for the text.
 //   vrn_yardstick ndjson|json FILE
-// Files are told apart by their schemas; the text is that of vrn_read.
+// Files are told apart by their blocks; the text is that of vrn_read. Metrics blocks, whose shape
+// no compiler knows, go the way of the library's JSON trees.
 #include <snappy.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +19,9 @@
 #include "bench_data.h"
 #include "data/block.h"
 #include "data/data_file_header.h"
+#include "metrics/metrics_json.h"
+#include "metrics/metrics_parser.h"
+#include "utils/c_ptr.h"
 
 namespace vrn::bench {
 namespace {
@@ -184,11 +189,28 @@ void read_counters(const std::uint8_t *bytes, std::size_t size, Rows &rows) {
     }
 }
 
+void print_metrics_tree(Bytes bytes) {
+    const std::size_t total_size = metrics::VrnMetricsParser::find_cntx_total_size(bytes);
+    const Bytes block = bytes.first(std::min(total_size, bytes.size()));
+    metrics::CntxBlockTables tables;
+    std::vector<metrics::MetricRecord> records;
+    metrics::VrnMetricsParser::parse_cntx_block(block, &tables.label_names, &tables.label_values,
+                                                &tables.metric_names, &records);
+    tables.constant_labels = metrics::VrnMetricsParser::parse_constant_labels(block);
+    const CPtr<JSON_Value, json_value_free> value(metrics::metrics_to_json(tables, records, false));
+    const CPtr<char, json_free_serialized_string> text(json_serialize_to_string(value.get()));
+    std::puts(text.get());
+}
+
 void read_blocks(const std::uint8_t *bytes, std::size_t size, Rows &rows) {
-    if (vrn_block_type_of(bytes) == VRN_EVENTS_BLOCK)
-        read_events(bytes, size, rows);
-    else
-        read_counters(bytes, size, rows);
+    switch (vrn_block_type_of(bytes)) {
+        case VRN_EVENTS_BLOCK:
+            return read_events(bytes, size, rows);
+        case VRN_CNTX_BLOCK:
+            return print_metrics_tree({bytes, size});
+        default:
+            return read_counters(bytes, size, rows);
+    }
 }
 
 std::size_t inflate_page(const std::uint8_t *bytes, std::size_t size, std::vector<char> &payload) {
@@ -254,5 +276,6 @@ int run(bool pretty, const char *path) {
 
 int main(int argc, char **argv) {
     if (argc != 3) return EXIT_FAILURE;
+    json_set_escape_slashes(0);
     return vrn::bench::run(std::string_view(argv[1]) == "json", argv[2]);
 }

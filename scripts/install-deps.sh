@@ -9,7 +9,7 @@ packages=(
     clang clang-format clang-tidy
     zlib1g-dev libssl-dev libsnappy-dev
     libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
-    libgtest-dev libgmock-dev libbenchmark-dev
+    libgtest-dev libgmock-dev
     chromium
 )
 # Any node from 18.18 on serves; Debian's is taken where there is none.
