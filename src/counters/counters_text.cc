@@ -106,12 +106,14 @@ void CountersText::add_group(const vrn_counter_group_t &group, bool convert_guid
 
 void CountersText::prepare_keys(const vrn_counter_group_t &from, const JsonText &text,
                                 Group *group) {
+    std::string keys;
     for (std::uint32_t i = 0; i < from.num_counters; ++i) {
         const std::string key = text.prepare_key(from.counters[i]->name);
         group->counters[i].key_size = static_cast<std::uint32_t>(key.size());
-        group->keys += key;
+        keys += key;
     }
-    group->keys.append(JsonText::key_slack, '\0');
+    keys.append(JsonText::key_slack, '\0');
+    group->keys = std::move(keys);  // all or nothing
 }
 
 bool CountersText::write(std::uint64_t timestamp, Bytes values, bool microseconds) {

@@ -58,6 +58,12 @@ class TreeSink {
         return take(std::move(json));
     }
 
+    static std::uint64_t load_word(const void *data, unsigned spare_bits) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, data, sizeof word - spare_bits / 8);
+        return word;
+    }
+
   private:
     // An object or array that is being filled, and the key of the next member.
     struct Open {
@@ -127,10 +133,8 @@ JSON_Value *vrn_event_field_array_to_json(const vrn_type_field_definition_t *fie
 }
 
 JSON_Value *vrn_scalar_to_json(std::uint32_t builtin_id, const void *data, const char *field_name) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, data, vrn_builtin_type_size(builtin_id));
     const auto form = vrn_builtin_value_form(builtin_id, vrn_name_contains_guid(field_name));
     TreeSink sink;
-    return vrn::walk_value(form, vrn_builtin_spare_bits(builtin_id), &word, sink) ? sink.release()
-                                                                                  : nullptr;
+    return vrn::walk_value(form, vrn_builtin_spare_bits(builtin_id), data, sink) ? sink.release()
+                                                                                 : nullptr;
 }

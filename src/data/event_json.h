@@ -7,12 +7,11 @@
 
 #include "data/schema/type_definition.h"
 
-// Object of one record of `type->size` bytes; null when the record can't be expressed. Guid words
-// and integers read 8 bytes whatever their width: give records 8 bytes of readable slack.
+// Object of one record of `type->size` bytes; null when the record can't be expressed. A guid word
+// field reads 8 bytes whatever its width: give records 8 bytes of readable slack.
 JSON_Value *vrn_event_to_json(const vrn_type_definition_t *type, const void *record);
 
-// Value of one field; `data` is its first byte, with 8 bytes of readable slack behind the field.
-// Null on failure.
+// Value of one field; `data` is its first byte. Null on failure.
 JSON_Value *vrn_event_field_value_to_json(const vrn_type_field_definition_t *field,
                                           const void *data);
 JSON_Value *vrn_event_field_element_to_json(const vrn_type_field_definition_t *field,

@@ -42,6 +42,9 @@ class TextSink {
     }
     bool string(std::string_view text) { return text_.string(text); }
     bool guid_word(const vrn_type_field_definition_t &, std::uint64_t value) { return hex(value); }
+    static std::uint64_t load_word(const void *data, unsigned) {
+        return vrn::load_le<std::uint64_t>(data);  // at the cost of slack behind records
+    }
 
   private:
     vrn::JsonText &text_;

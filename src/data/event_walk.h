@@ -4,7 +4,9 @@
 //   void key(const vrn_type_field_definition_t &) before the value of a member,
 //   void element() before the value of an array's element,
 //   bool number(T) of any arithmetic type, bool hex(std::uint64_t), bool string(std::string_view),
-//   bool guid_word(const vrn_type_field_definition_t &, std::uint64_t).
+//   bool guid_word(const vrn_type_field_definition_t &, std::uint64_t),
+//   std::uint64_t load_word(const void *data, unsigned spare_bits), which holds an integer below
+//   its spare bits.
 // False from any but guid_word() ends the walk: the record can't be expressed.
 #pragma once
 
@@ -19,17 +21,17 @@
 
 namespace vrn {
 
-// One built-in value of the given form. Integers are cut from 8 bytes, whatever their width: of
-// those `spare_bits` lie above the value. Tests in the order of what records are full of.
+// One built-in value of the given form. Integers are cut from a word, whatever their width: of its
+// bits `spare_bits` lie above the value. Tests in the order of what records are full of.
 template <typename Sink>
 bool walk_value(vrn_value_form_t form, unsigned spare_bits, const void *data, Sink &sink) {
     if (form == VRN_VALUE_UNSIGNED)
-        return sink.number(load_le<std::uint64_t>(data) << spare_bits >> spare_bits);
+        return sink.number(sink.load_word(data, spare_bits) << spare_bits >> spare_bits);
     if (form == VRN_VALUE_DOUBLE) return sink.number(load_le<double>(data));
     if (form == VRN_VALUE_FLOAT) return sink.number(static_cast<double>(load_le<float>(data)));
     if (form == VRN_VALUE_HEX) return sink.hex(load_le<std::uint64_t>(data));
     if (form != VRN_VALUE_SIGNED) return false;
-    const auto shifted = static_cast<std::int64_t>(load_le<std::uint64_t>(data) << spare_bits);
+    const auto shifted = static_cast<std::int64_t>(sink.load_word(data, spare_bits) << spare_bits);
     return sink.number(shifted >> spare_bits);
 }
 

@@ -14,6 +14,8 @@ namespace vrn::data {
 
 namespace {
 
+constexpr const char *too_long = "the fields of an event take too much memory";
+
 bool is_character(const vrn_type_definition_t &type) {
     return type.builtin_id == VRN_BUILTIN_CHAR || type.builtin_id == VRN_BUILTIN_UCHAR;
 }
@@ -42,7 +44,7 @@ class FieldWriter {
     }
 
     void add_key(std::string_view name) {
-        if (text_.size() - start_ > max_size_) throw std::length_error("too many fields");
+        if (text_.size() - start_ > max_size_) throw std::length_error(too_long);
         char *out = text_.reserve(prefix_.size() + name.size() + 3);
         if (text_.size() > start_) *out++ = ',';
         if (!prefix_.empty()) {
@@ -162,15 +164,16 @@ bool influx_write_event_line(std::string_view start, const vrn_type_definition_t
 std::string InfluxSerializer::event_fields(const vrn_type_definition_t *type,
                                            const void *record) const {
     TextBuffer text;
-    vrn_influx_write_event(type, record, &text);
+    if (!vrn_influx_write_event(type, record, &text)) throw std::length_error(too_long);
     return std::string(text.view());
 }
 
 std::string InfluxSerializer::event_line(const Tags &tags, const vrn_type_definition_t *type,
                                          const void *record, std::uint64_t timestamp) const {
     TextBuffer text;
-    influx_write_event_line(line_start(type->name, tags), type, record, timestamp,
-                            influx_text_limit(type->size), &text);
+    if (!influx_write_event_line(line_start(type->name, tags), type, record, timestamp,
+                                 influx_text_limit(type->size), &text))
+        throw std::length_error(too_long);
     return std::string(text.view());
 }
 
@@ -185,5 +188,6 @@ bool vrn_influx_write_event(const vrn_type_definition_t *type, const void *recor
 char *vrn_influx_serialize_event(const vrn_type_definition_t *type, const void *record) {
     vrn::TextBuffer text;
     if (!vrn_influx_write_event(type, record, &text)) return nullptr;
-    return strndup(text.view().data(), text.size());
+    text.append('\0');
+    return strdup(text.view().data());
 }

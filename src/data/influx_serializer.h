@@ -47,7 +47,8 @@ class InfluxSerializer final : public Serializer {
     std::vector<std::string> serialize_bytes(const Tags &tags, Bytes page,
                                              const vrn_type_system_t *type_system) const;
 
-    // Line of one event; `timestamp` is in microseconds.
+    // Line of one event; `timestamp` is in microseconds. Throws std::length_error for an event
+    // whose fields take more than influx_text_limit() allows, as event_fields() does.
     std::string event_line(const Tags &tags, const vrn_type_definition_t *type, const void *record,
                            std::uint64_t timestamp) const;
 

@@ -36,7 +36,8 @@ struct vrn_loaded_schemas_t {
     vrn_schema_id_t event_ids[VRN_SCHEMAS_BLOCK_MAX_IDS];  // in the order of the schema indexes
     std::size_t num_event_ids;
     vrn_schema_id_t counters_id;
-    bool is_whole;  // false before a load and after one that failed
+    bool is_whole;   // false before a load and after one that failed
+    bool was_quiet;  // the load showed no message
     // By schema and type index.
     vrn_type_selection_t selection[VRN_SCHEMAS_BLOCK_MAX_IDS][VRN_MAX_TYPES];
 };

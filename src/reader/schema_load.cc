@@ -137,7 +137,9 @@ bool vrn_reader_load_type_system(vrn_reader_t *reader, const vrn_schema_id_t *id
     // schemas over and over cost one load.
     if (is_loaded(reader->loaded, named)) return true;
     reader->loaded = {};
+    const std::uint64_t shown_before = vrn_log_shown;
     named.is_whole = load_named(reader, named);
+    named.was_quiet = vrn_log_shown == shown_before;
     reader->loaded = named;
     return named.is_whole;
 }

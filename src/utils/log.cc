@@ -17,6 +17,7 @@ std::FILE *vrn_log_stream = nullptr;
 vrn_log_callback_t vrn_log_callback = nullptr;
 pthread_mutex_t *vrn_log_mutex = nullptr;
 bool vrn_log_registered = false;
+std::atomic<std::uint64_t> vrn_log_shown = 0;
 
 namespace {
 

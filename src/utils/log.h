@@ -4,6 +4,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -40,12 +41,14 @@ extern std::FILE *vrn_log_stream;
 extern vrn_log_callback_t vrn_log_callback;
 extern pthread_mutex_t *vrn_log_mutex;
 extern bool vrn_log_registered;
+extern std::atomic<std::uint64_t> vrn_log_shown;  // messages so far, of the levels shown
 
 // The only way to log. The arguments are not evaluated when the message is not printed.
 #define VRN_LOG(level, ...)                                                  \
     do {                                                                     \
         if (vrn_log_level == VRN_LOG_UNINITIALIZED) vrn_log_init_from_env(); \
         if (vrn_log_level >= static_cast<std::uint32_t>(level)) {            \
+            vrn_log_shown.fetch_add(1, std::memory_order_relaxed);           \
             if (vrn_log_callback_t vrn_log_sink = vrn_log_get_callback())    \
                 vrn_log_sink(static_cast<std::int32_t>(level), __VA_ARGS__); \
             else                                                             \

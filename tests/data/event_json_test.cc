@@ -1,6 +1,7 @@
 #include "data/event_json.h"
 
 #include <limits>
+#include <vector>
 
 #include "data/schema/schema_registration.h"
 #include "data/schema/type_system.h"
@@ -18,9 +19,10 @@ std::string text_of(JSON_Value *value) {
     return text ? text.get() : "null";
 }
 
-// Slack behind the bytes, as the reader gives it.
-std::string padded(const ByteBuilder &bytes) {
-    return ByteBuilder(bytes).zeros(8).done();
+// On the heap with nothing behind them, so that ASan sees any byte beyond.
+std::vector<char> exact(const ByteBuilder &bytes) {
+    const std::string all = ByteBuilder(bytes).done();
+    return {all.begin(), all.end()};
 }
 
 struct ScalarCase {
@@ -61,13 +63,13 @@ TEST(EventJson, ScalarsReadByTheirBuiltinType) {
     for (const ScalarCase &one : cases) {
         SCOPED_TRACE(one.type);
         const std::uint32_t id = vrn_builtin_type_id(one.type);
-        const std::string bytes = padded(one.bytes);
+        const std::vector<char> bytes = exact(one.bytes);
         EXPECT_EQ(text_of(vrn_scalar_to_json(id, bytes.data(), "value")), one.plain);
         EXPECT_EQ(text_of(vrn_scalar_to_json(id, bytes.data(), nullptr)), one.plain);
         EXPECT_EQ(text_of(vrn_scalar_to_json(id, bytes.data(), "guids")), one.guid_named);
         EXPECT_EQ(text_of(vrn_scalar_to_json(id, bytes.data(), "Guids")), one.plain);
     }
-    const std::string bytes = padded(ones());
+    const std::vector<char> bytes = exact(ones());
     for (const std::uint32_t id : {0U, 23U})
         EXPECT_EQ(vrn_scalar_to_json(id, bytes.data(), "value"), nullptr);
 }
@@ -79,8 +81,7 @@ class EventJsonRecord : public testing::Test {
                   VRN_SCHEMA_OK);
     }
     std::string record(const char *type, const ByteBuilder &bytes) {
-        return text_of(
-            vrn_event_to_json(vrn_schema_find_type(schema_, type), padded(bytes).data()));
+        return text_of(vrn_event_to_json(vrn_schema_find_type(schema_, type), exact(bytes).data()));
     }
 
     vrn_type_system_ptr types_{vrn_type_system_create()};

@@ -1,6 +1,7 @@
 #include "data/schema/type_layout.h"
 
 #include <cinttypes>
+#include <cstring>
 #include <limits>
 #include <optional>
 #include <unordered_map>
@@ -38,6 +39,12 @@ bool field_fits(const vrn_type_field_definition_t &field, std::uint64_t record_s
     return stride == 0 || field.array_length - 1U <= (room - field.type->size) / stride;
 }
 
+// What one record expands to.
+struct Expansion {
+    std::uint64_t values = 0;      // each character of a text counting one
+    std::uint64_t name_bytes = 0;  // of all members
+};
+
 // Measures each type once, so that all of a schema takes time linear in its fields.
 class LayoutCheck {
   public:
@@ -47,28 +54,38 @@ class LayoutCheck {
     bool passes(const vrn_type_definition_t &type) { return measure(type).has_value(); }
 
   private:
-    // Values that one record of `type` expands to, each character of a text counting one.
-    std::optional<std::uint64_t> measure(const vrn_type_definition_t &type) {
-        if (type.builtin_id != VRN_BUILTIN_NONE) return 1;
+    std::optional<Expansion> measure(const vrn_type_definition_t &type) {
+        if (type.builtin_id != VRN_BUILTIN_NONE) return Expansion{.values = 1};
         const auto [entry, is_new] = measured_.try_emplace(&type, std::nullopt);
-        std::optional<std::uint64_t> &values = entry->second;  // stays valid while the map grows
-        if (is_new) return values = measure_fields(type);
-        if (!values)  // met again while its own fields are measured
+        std::optional<Expansion> &found = entry->second;  // stays valid while the map grows
+        if (is_new) return found = measure_fields(type);
+        if (!found)  // met again while its own fields are measured
             VRN_LOG(VRN_LOG_ERROR, "Type '%s' of schema '%s' contains itself", type.name,
                     provider_);
-        return values;
+        return found;
     }
 
-    std::optional<std::uint64_t> measure_fields(const vrn_type_definition_t &type) {
-        std::uint64_t total = 0;
+    std::optional<Expansion> measure_fields(const vrn_type_definition_t &type) {
+        Expansion total;
         for (std::uint16_t i = 0; i < type.num_fields; ++i) {
             const vrn_type_field_definition_t &field = *type.fields[i];
             if (!field.type) return std::nullopt;
-            const std::optional<std::uint64_t> element = measure(*field.type);
+            const std::optional<Expansion> element = measure(*field.type);
             if (!element || !fits(field, type)) return std::nullopt;
-            total = saturating_add(total, saturating_multiply(field.array_length, *element));
+            add(&total.values, field.array_length, element->values);
+            add(&total.name_bytes, 1, field.field_name ? std::strlen(field.field_name) : 0);
+            add(&total.name_bytes, field.array_length, element->name_bytes);
         }
-        return within_limits(type, total) ? std::optional(total) : std::nullopt;
+        const bool is_within_limits =
+            is_within(type, "values", total.values, VRN_MAX_SPARE_VALUES,
+                      VRN_MAX_VALUES_PER_BYTE) &&
+            is_within(type, "bytes of names", total.name_bytes, VRN_MAX_SPARE_NAME_BYTES,
+                      VRN_MAX_NAME_BYTES_PER_BYTE);
+        return is_within_limits ? std::optional(total) : std::nullopt;
+    }
+
+    static void add(std::uint64_t *total, std::uint64_t count, std::uint64_t of_one) {
+        *total = saturating_add(*total, saturating_multiply(count, of_one));
     }
 
     bool fits(const vrn_type_field_definition_t &field, const vrn_type_definition_t &type) const {
@@ -80,21 +97,18 @@ class LayoutCheck {
         return false;
     }
 
-    bool within_limits(const vrn_type_definition_t &type, std::uint64_t values) const {
-        const std::uint64_t max_values = saturating_add(
-            VRN_MAX_SPARE_VALUES, saturating_multiply(VRN_MAX_VALUES_PER_BYTE, type.size));
-        if (values > max_values) {
-            VRN_LOG(VRN_LOG_ERROR,
-                    "Type '%s' of schema '%s' expands to more than %" PRIu64 " values", type.name,
-                    provider_, max_values);
-            return false;
-        }
-        return true;
+    bool is_within(const vrn_type_definition_t &type, const char *what, std::uint64_t count,
+                   std::uint64_t spare, std::uint64_t per_byte) const {
+        const std::uint64_t limit = saturating_add(spare, saturating_multiply(per_byte, type.size));
+        if (count <= limit) return true;
+        VRN_LOG(VRN_LOG_ERROR, "Type '%s' of schema '%s' expands to more than %" PRIu64 " %s",
+                type.name, provider_, limit, what);
+        return false;
     }
 
     const char *provider_;
     // Nothing: being measured, or refused.
-    std::unordered_map<const vrn_type_definition_t *, std::optional<std::uint64_t>> measured_;
+    std::unordered_map<const vrn_type_definition_t *, std::optional<Expansion>> measured_;
 };
 
 std::size_t resolve_leading_types(vrn_schema_t *schema) {

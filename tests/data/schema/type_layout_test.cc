@@ -78,6 +78,9 @@ TEST_F(TypeLayout, RefusesTypesThatCannotBeDecodedSafely) {
          "Type 't' of schema 'p' expands to more than 384 values"},
         {"values that multiply", chain(20, "4", "f:%@0,0x4", "f:int@0,4"),
          "Type 't14' of schema 'p' expands to more than 320 values"},
+        {"long names that repeat",
+         "u 1 " + std::string(20'000, 'x') + ":bool@0,1;t 65535 a:u@0,1x65535",
+         "Type 't' of schema 'p' expands to more than 83885824 bytes of names"},
         // Walked as a tree this would not end; without saturation 2^64 values would be none.
         {"values that wrap", chain(64, "1e18", "a:%@0,0 b:%@0,0", "a:int@0,4x2"),
          "Type 't0' of schema 'p' expands to more than 16000000000000000256 values"},
