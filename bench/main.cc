@@ -51,7 +51,7 @@ void measure(const Road &road, const std::string &folder, int runs) {
         yardstick_runs.add(run_child(yardstick));
     }
     const double cpu = median(tool_runs.cpu_seconds);
-    std::printf("| %-26s | %9.0f | %9.0f | %11.2f | %7.2f |\n", road.name,
+    std::printf("| %-29s | %9.0f | %9.0f | %11.2f | %7.2f |\n", road.name,
                 road.rows / median(tool_runs.seconds), road.rows / cpu,
                 median(yardstick_runs.cpu_seconds) / cpu,
                 static_cast<double>(tool_runs.peak_memory) / 1e6);
@@ -65,7 +65,7 @@ void measure_alone(const Road &road, const std::string &folder, int runs) {
     count_output(tool);
     Series series;
     for (int i = 0; i < runs; ++i) series.add(run_child(tool));
-    std::printf("| %-26s | %9.0f | %9.0f | %11s | %7.2f |\n", road.name,
+    std::printf("| %-29s | %9.0f | %9.0f | %11s | %7.2f |\n", road.name,
                 road.rows / median(series.seconds), road.rows / median(series.cpu_seconds), "-",
                 static_cast<double>(series.peak_memory) / 1e6);
 }
@@ -85,8 +85,10 @@ void write_bench_data_apart(const std::string &folder, const BenchSizes &sizes) 
 void run(int runs, const BenchSizes &sizes) {
     const std::string folder = (std::filesystem::temp_directory_path() / "vrn-bench-data").string();
     write_bench_data_apart(folder, sizes);
-    std::puts("| road                       |    rows/s | rows/CPU s | of yardstick | peak MB |");
-    std::puts("|----------------------------|-----------|------------|--------------|---------|");
+    std::puts(
+        "| road                          |    rows/s | rows/CPU s | of yardstick | peak MB |");
+    std::puts(
+        "|-------------------------------|-----------|------------|--------------|---------|");
     const std::uint32_t events = sizes.event_rows;
     const std::uint32_t counters = sizes.counter_rows;
     const Road roads[] = {
@@ -95,11 +97,17 @@ void run(int runs, const BenchSizes &sizes) {
         {"events ndjson, gzip pages", "ndjson", "events.gzip.bin", events},
         {"events ndjson, snappy pages", "ndjson", "events.snappy.bin", events},
         {"events json", "json", "events.bin", events},
+        {"events json, gzip file", "json", "events.bin.gz", events},
+        {"events json, gzip pages", "json", "events.gzip.bin", events},
+        {"events json, snappy pages", "json", "events.snappy.bin", events},
         {"counters ndjson", "ndjson", "counters.bin", counters},
         {"counters ndjson, gzip file", "ndjson", "counters.bin.gz", counters},
         {"counters ndjson, gzip pages", "ndjson", "counters.gzip.bin", counters},
-        {"counters ndjson, snappy", "ndjson", "counters.snappy.bin", counters},
+        {"counters ndjson, snappy pages", "ndjson", "counters.snappy.bin", counters},
         {"counters json", "json", "counters.bin", counters},
+        {"counters json, gzip file", "json", "counters.bin.gz", counters},
+        {"counters json, gzip pages", "json", "counters.gzip.bin", counters},
+        {"counters json, snappy pages", "json", "counters.snappy.bin", counters},
         {"metrics blocks ndjson", "ndjson", "metrics.bin", metrics_blocks},
     };
     for (const Road &road : roads) measure(road, folder, runs);
