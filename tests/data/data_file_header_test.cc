@@ -3,23 +3,11 @@
 #include <functional>
 
 #include "data/version.h"
-#include "support/string_lists.h"
 #include "support/test.h"
 #include "vrn_version.h"
 
 namespace vrn::test {
 namespace {
-
-vrn_data_file_header_t header_from(const std::string &bytes) {
-    vrn_data_file_header_t header;
-    EXPECT_EQ(bytes.size(), sizeof header);
-    std::memcpy(&header, bytes.data(), sizeof header);
-    return header;
-}
-
-std::string printed(const vrn_data_file_header_t &header) {
-    return captured_stream([&](std::FILE *out) { vrn_data_file_header_print(out, &header); });
-}
 
 TEST(DataFileHeader, NewOneHasMagicsVersionAndSize) {
     const vrn_data_file_header_ptr header(vrn_data_file_header_create());
@@ -68,45 +56,14 @@ TEST(DataFileHeader, ChecksMagicVersionAndSizeOnly) {
     }
 }
 
-TEST(DataFileHeader, PrintsAllFields) {
-    ByteBuilder bytes;
-    bytes.text("VRNF").u8(1).u8(7).u16(300).u64(1000).field("node1", 64).field("tag", 16);
-    bytes.u64(11).u64(18446744073709551615u).u32(4294967295u);
-    bytes.raw(std::string(16, '\xAB')).raw(std::string(16, '\x01')).zeros(96);
-    bytes.u8(2).zeros(7).text("vrnf");
-    const auto header = header_from(bytes.done());
-    const std::string none(32, '0');
-    std::string unused;
-    for (const char index : {'1', '2', '3', '4', '5', '6'})
-        unused += std::string(" schema id[") + index + "]         = " + none + "\n";
-    EXPECT_EQ(printed(header),
-              "Data file header\n"
-              " magic number         = VRNF\n"
-              " version              = 1.7.300\n"
-              " file size            = 1000\n"
-              " source id            = node1\n"
-              " source tag           = tag\n"
-              " first timestamp      = 11\n"
-              " last timestamp       = 18446744073709551615\n"
-              " data block size      = 4294967295\n"
-              " counters schema id   = abababababababababababababababab\n"
-              " schema id[0]         = 01010101010101010101010101010101\n" +
-                  unused +
-                  " byte order           = 2 (BE)\n"
-                  " end magic number     = vrnf\n");
-}
-
-TEST(DataFileHeader, FullTextsRunOnAsFarAsTheHeader) {
-    const auto printed_source = [](const vrn_data_file_header_t &header) {
-        const std::string text = printed(header);
-        const std::string label = " source id            = ";
-        const std::size_t start = text.find(label) + label.size();
-        return text.substr(start, text.find("\n source tag", start) - start);
-    };
-    const std::string source(64, 's');
-    const auto full = ByteBuilder().zeros(16).text(source).field("tag", 16).pad_to(256).done();
-    EXPECT_EQ(printed_source(header_from(full)), source + "tag");
-    EXPECT_EQ(printed_source(header_from(std::string(256, 'x'))), std::string(240, 'x'));
+// The end-to-end cases show whole headers.
+TEST(DataFileHeader, PrintsAFullTextAsFarAsItReaches) {
+    vrn_data_file_header_t header;
+    std::memset(&header, 'x', sizeof header);
+    const std::string text =
+        captured_stream([&](std::FILE *out) { vrn_data_file_header_print(out, &header); });
+    EXPECT_NE(text.find(" source id            = " + std::string(240, 'x') + "\n"), text.npos);
+    EXPECT_NE(text.find(" first timestamp      = 8680820740569200760\n"), text.npos);
 }
 
 TEST(DataFileHeader, SchemaIdTextsEndAtTheSeventh) {

@@ -1,24 +1,33 @@
 #include "data/data_file.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
-#include <algorithm>
+#include <array>
 #include <boost/filesystem.hpp>
+#include <cmath>
+#include <csignal>
 #include <functional>
 #include <stdexcept>
 
-#include "data/data_file_io.h"
+#include "support/data_tree.h"
 #include "support/test.h"
 
 namespace vrn::test {
 namespace {
 
 namespace fs = boost::filesystem;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 constexpr std::uint64_t start = 1'794'712'886'000'000;  // 2026-11-15 03:21:26 UTC
 constexpr std::uint64_t second = 1'000'000;
+constexpr std::uint64_t header_size = 256;
+const vrn_client_id_t client{.host_name = "collector", .port = 0};
 
 struct Header {
     std::uint64_t file_size = 256;
@@ -50,7 +59,6 @@ std::string header_bytes(const Header &header) {
 class DataFile : public ::testing::Test {
   protected:
     DataFile() {
-        const vrn_client_id_t client = {.host_name = "collector", .port = 0};
         vrn_data_file_init(&file, &client, "node1", "tag", 1);
         file.root_dir = dir.path();
         file.path_template = "{{source}}/{{id}}.bin";
@@ -64,13 +72,7 @@ class DataFile : public ::testing::Test {
     std::uint64_t write(std::uint64_t first_ts, std::uint64_t last_ts, std::string_view data) {
         return vrn_data_file_write(&file, first_ts, last_ts, data.data(), data.size(), &rotated);
     }
-    Lines files_on_disk() const {
-        Lines names;
-        for (const auto &entry : fs::recursive_directory_iterator(dir.path()))
-            if (fs::is_regular_file(entry.path())) names.push_back(entry.path().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    std::uint64_t write(std::uint64_t time) { return write(time, time, page_data(time)); }
 
     const TempDir dir;
     vrn_data_file_t file;
@@ -112,7 +114,7 @@ TEST_F(DataFile, DecidesOnRotationInOrder) {
     file.path.clear();
 }
 
-TEST_F(DataFile, WritesHeaderAndData) {
+TEST_F(DataFile, TellsSizeAndLastTimeWhenItIsNotKeptOpen) {
     file.source = std::string(70, 's');
     file.tag = "0123456789abcdefg";
     file.counters_schema_id.bytes[0] = 0xC0;
@@ -125,48 +127,29 @@ TEST_F(DataFile, WritesHeaderAndData) {
     header.text("VRNF").u8(1).u8(7).u16(0).u64(256).field(std::string(63, 's'), 64);
     header.field("0123456789abcde", 16).u64(start).u64(0).u32(4);
     header.u8(0xC0).zeros(15).zeros(111).u8(0xE6).zeros(8).text("vrnf");
-    // The header on disk tells size and last time only once the file is finished.
-    EXPECT_EQ(read_file(dir.file("f")), header.done() + "datadata");
+    std::string expected = header.done() + "datadata";
+    EXPECT_EQ(read_file(dir.file("f")), expected);
 
+    vrn_data_file_set_keep_open(&file, false);
     EXPECT_EQ(write(start + 1, start + 7, "more"), 4U);
     EXPECT_FALSE(rotated);
-    vrn_data_file_finish(&file);
-    std::string expected = header.done() + "datadatamore";
+    EXPECT_EQ(file.stream, nullptr);
     expected.replace(8, 8, ByteBuilder().u64(268).done());
     expected.replace(104, 8, ByteBuilder().u64(start + 7).done());
-    EXPECT_EQ(read_file(dir.file("f")), expected);
-    EXPECT_EQ(file.path, "");
-}
-
-TEST_F(DataFile, UpdatesTheHeaderAtOnceWhenNotKeptOpen) {
-    vrn_data_file_set_keep_open(&file, false);
-    EXPECT_EQ(write(start, start + 5, "data"), 4U);
-    EXPECT_EQ(file.stream, nullptr);
-    EXPECT_EQ(read_file(path(start)),
-              header_bytes({.file_size = 260, .last_ts = start + 5}) + "data");
-}
-
-TEST_F(DataFile, StartsAnewForAFileThatWasRemoved) {
-    write(start, start, "aaaa");
-    fs::remove(file.path);
-    EXPECT_EQ(write(start, start, "bbbb"), 4U);
-    EXPECT_TRUE(rotated);
-    EXPECT_EQ(read_file(path(start)), header_bytes({}) + "bbbb");
+    EXPECT_EQ(read_file(dir.file("f")), expected + "more");
 }
 
 TEST_F(DataFile, AppendsToAnExistingFile) {
-    struct Case {
-        const char *name;
-        std::string before;
-        std::string after;  // of the header and data before
-        Lines lines;
-    };
     const std::string torn_line =
         "4 [data_file] Cut 3 bytes of an unfinished block off file " + path(start);
     const std::string invalid_line =
         "3 [data_file] Header of file " + path(start) + " is invalid. Will not update.";
     // clang-format off
-    const Case cases[] = {
+    const struct {
+        const char *name; std::string before;
+        std::string after;  // of the header and data before
+        Lines lines;
+    } cases[] = {
         {"finished", header_bytes({.file_size = 260, .first_ts = 7, .last_ts = 9}) + "aaaa",
          header_bytes({.file_size = 264, .first_ts = 7, .last_ts = start + 5}) + "aaaa", {}},
         {"without a first time", header_bytes({.first_ts = 0, .block_size = 8, .minor = 3}),
@@ -188,7 +171,7 @@ TEST_F(DataFile, AppendsToAnExistingFile) {
          {"3 Wrong data page magic number.", invalid_line}},
     };
     // clang-format on
-    for (const Case &test : cases) {
+    for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         CapturedLog log;
         dir.write("node1/" + std::to_string(start) + ".bin", test.before);
@@ -282,7 +265,186 @@ TEST_F(DataFile, RefusesPathsOutsideItsRoot) {
     fs::create_symlink(dir.file("elsewhere/inner"), dir.file("root/link"));
     file.source = "link/..";
     EXPECT_EQ(write(start + 1, start + 1, "data"), 4U);
-    EXPECT_THAT(files_on_disk(), ElementsAre(dir.file("root/f")));
+    EXPECT_THAT(data_files_of(dir.path()), ElementsAre(dir.file("root/f")));
+}
+
+// While in scope no file of this process grows beyond `bytes`: writes come back short.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(std::uint64_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        handler_ = std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, handler_);
+    }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+  private:
+    rlimit before_{};
+    void (*handler_)(int);
+};
+
+TEST_F(DataFile, LosesOnlyWhatItDidNotReportWhenFilesMayNotGrow) {
+    file.block_size = page_block_size;
+    const std::uint64_t largest = header_size + 3 * page_block_size;
+    std::uint64_t time = start;
+    for (std::uint64_t limit = 0; limit <= largest; limit += 29) {
+        SCOPED_TRACE(limit);
+        CapturedLog log;
+        std::vector<std::uint64_t> reported;
+        std::vector<std::string> lines;
+        {
+            const FileSizeLimit limited(limit);
+            for (int page = 0; page < 6; ++page)
+                if (write(++time) != 0) reported.push_back(time);
+            lines = log.take();
+        }
+        // Where a file has room for a page, each failure is a stretch of its own.
+        if (limit < header_size + page_block_size) {
+            EXPECT_THAT(lines, SizeIs(limit < header_size ? 2 : 1));
+            EXPECT_THAT(reported, IsEmpty());
+            EXPECT_THAT(data_files_of(dir.path()), IsEmpty());
+        } else {
+            EXPECT_THAT(reported, SizeIs(::testing::Ge(3U)));
+        }
+        EXPECT_NE(write(++time), 0U);  // there is room again
+        reported.push_back(time);
+        vrn_data_file_finish(&file);
+        EXPECT_THAT(log.take(), IsEmpty());
+        EXPECT_EQ(check_data_tree(dir.path(), reported), "");
+        fs::remove_all(dir.file("node1"));
+    }
+}
+
+// Streams of several block sizes on one path, as of one process.
+struct SharedPath {
+    explicit SharedPath(const TempDir &dir) : path(dir.file("f")) {
+        for (std::size_t i = 0; i < streams.size(); ++i) init(i, dir);
+    }
+    ~SharedPath() { finish(); }
+
+    void init(std::size_t i, const TempDir &dir) {
+        constexpr std::array<std::uint32_t, 3> block_sizes = {10, 7, 10};
+        vrn_data_file_init(&streams[i], &client, std::to_string(i), "tag", 1);
+        streams[i].root_dir = dir.path();
+        streams[i].path_template = "f";
+        streams[i].block_size = block_sizes[i];
+    }
+    void append(std::size_t i) {
+        const std::string page(streams[i].block_size, static_cast<char>('a' + pages++ % 26));
+        ++time;
+        if (vrn_data_file_write(&streams[i], time, time, page.data(), page.size(), nullptr) != 0)
+            expected += page;
+    }
+    void finish() {
+        for (vrn_data_file_t &stream : streams) vrn_data_file_finish(&stream);
+    }
+    // What streams hold goes, and nothing else happens: no data waits in this process.
+    void kill() {
+        for (vrn_data_file_t &stream : streams) {
+            stream.stream.reset();
+            stream.path.clear();
+        }
+    }
+    void remove() {
+        fs::remove(path);
+        expected.clear();
+    }
+
+    const std::string path;
+    std::array<vrn_data_file_t, 3> streams;
+    std::uint64_t time = start;
+    std::uint64_t pages = 0;
+    std::string expected;
+};
+
+TEST_F(DataFile, CutsOnlyItsOwnPageOffASharedFile) {
+    CapturedLog log;
+    SharedPath shared(dir);
+    for (const std::size_t stream : {0, 2}) shared.append(stream);
+    {
+        const FileSizeLimit limited(header_size + 27);
+        shared.append(0);
+    }
+    EXPECT_EQ(shared.streams[0].path, "");
+    EXPECT_EQ(read_file(shared.path).substr(header_size), shared.expected);
+    EXPECT_THAT(log.take(),
+                ElementsAre(AllOf(StartsWith("3 [data_file] Failed appending data file "),
+                                  HasSubstr("File too large"))));
+}
+
+TEST_F(DataFile, KeepsTheReportedPagesOfAllStreamsOfAPath) {
+    using Step = std::function<void(SharedPath &)>;
+    const Step steps[] = {
+        [](auto &shared) { shared.append(0); },
+        [](auto &shared) { shared.append(1); },
+        [](auto &shared) { shared.append(2); },
+        [](auto &shared) { vrn_data_file_finish(&shared.streams[0]); },
+        [](auto &shared) { vrn_data_file_finish(&shared.streams[1]); },
+        [](auto &shared) { shared.kill(); },
+        [](auto &shared) { shared.remove(); },
+    };
+    constexpr std::size_t length = 4;
+    const std::size_t runs = static_cast<std::size_t>(std::pow(std::size(steps), length));
+    CapturedLog log(4);
+    for (std::size_t run = 0; run < runs; ++run) {
+        SharedPath shared(dir);
+        std::string trace;
+        for (std::size_t i = 0, rest = run; i < length; ++i, rest /= std::size(steps)) {
+            steps[rest % std::size(steps)](shared);
+            trace += std::to_string(rest % std::size(steps));
+        }
+        for (std::size_t i = 0; i < 3; ++i) shared.append(i);
+        ASSERT_EQ(read_file(shared.path).substr(header_size), shared.expected) << trace;
+        shared.remove();
+    }
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(DataFile, TakesAPageBackWhoseEndItCannotTell) {
+    CapturedLog log;
+    SharedPath shared(dir);
+    for (const std::size_t stream : {0, 1}) shared.append(stream);
+    const std::string bytes = read_file(shared.path);
+    EXPECT_EQ(vrn::load_le<std::uint64_t>(&bytes[8]), bytes.size());
+    const std::string scribbled = "scribbled" + bytes.substr(9);
+    dir.write("f", scribbled);
+    shared.append(1);
+    EXPECT_EQ(read_file(shared.path), scribbled);
+    EXPECT_EQ(shared.streams[1].path, "");
+    EXPECT_THAT(log.take(), SizeIs(4));  // twice what is wrong, and that the header stays as it is
+}
+
+TEST_F(DataFile, TellsOncePerStretchThatItsPlaceFails) {
+    CapturedLog log;
+    file.path_template = "{{source}}/{{id}}";
+    const std::string folder = dir.write("node1", "no folder");
+    EXPECT_EQ(write(start), 0U);
+    EXPECT_EQ(write(start + 1), 0U);
+    EXPECT_THAT(log.take(),
+                ElementsAre("3 [data_file] Failed to create data file " + folder + "/" +
+                            std::to_string(start) + ": Inaccessible data path " + folder));
+    fs::remove(folder);
+    EXPECT_NE(write(start + 2), 0U);
+
+    vrn_data_file_set_path_template(&file, "{{source}}");
+    EXPECT_EQ(write(start + 3), 0U);
+    EXPECT_EQ(write(start + 4), 0U);
+    EXPECT_THAT(log.take(), ElementsAre("3 [data_file] Failed to open data file " + folder +
+                                            " for writing: Is a directory",
+                                        "3 [data_file] Failed opening data file " + folder +
+                                            ": Is a directory"));
+    fs::remove_all(folder);
+    fs::create_symlink(dir.file("gone/f"), folder);
+    EXPECT_EQ(write(start + 5), 0U);
+    fs::remove(folder);
+    EXPECT_NE(write(start + 6), 0U);
+    EXPECT_THAT(log.take(), IsEmpty());
 }
 
 }  // namespace

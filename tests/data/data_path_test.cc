@@ -11,16 +11,14 @@
 namespace vrn::test {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using ::testing::ThrowsMessage;
 
 constexpr std::uint64_t start = 1'794'712'886'000'000;  // 2026-11-15 03:21:26 UTC
-constexpr char default_template[] = "{{year}}/{{month}}{{day}}/{{source}}/{{tag}}{{id}}.bin";
 
 struct Stream {
     const char *source = "node1";
     const char *tag = "telemetry";
-    const char *path_template = default_template;
+    const char *path_template = "{{year}}/{{month}}{{day}}/{{source}}/{{tag}}{{id}}.bin";
     std::uint64_t first_ts = start;
     bool tag_in_path = false;
     std::uint32_t is_not_counters = 1;
@@ -65,7 +63,6 @@ TEST(DataPath, ExpandsTemplates) {
         {"a source with slashes", {.source = "/etc/x", .path_template = "{{source}}/f"},
          "/root/etc/x/f"},
         {"whole milliseconds", {.path_template = "%f", .first_ts = start + 1999}, "/root/001000"},
-        {"hash of a number", {.source = "0x1b", .path_template = "{{hash8}}/f"}, "/root/3/f"},
         {"first hash only", {.source = "AB", .path_template = "{{hash8}}{{hash8}}"},
          "/root/3{{hash8}}"},
         {"last day",
@@ -93,14 +90,10 @@ TEST(DataPath, StandsBelowTheCurrentFolder) {
 TEST(DataPath, RefusesYearsOfNoCalendar) {
     for (const std::uint64_t first_ts : {std::uint64_t{253'402'300'800'000'000}, UINT64_MAX / 2,
                                          std::uint64_t{2'131'280'000'000'000'000}, UINT64_MAX}) {
-        SCOPED_TRACE(first_ts);
         const vrn_data_file_t file = make_stream({.first_ts = first_ts});
-        try {
-            vrn_data_file_expand_path(&file);
-            ADD_FAILURE() << "no error";
-        } catch (const std::out_of_range &error) {
-            EXPECT_STREQ(error.what(), "Year is out of valid range: 1400..9999");
-        }
+        EXPECT_THAT([&] { vrn_data_file_expand_path(&file); },
+                    ThrowsMessage<std::out_of_range>("Year is out of valid range: 1400..9999"))
+            << first_ts;
     }
 }
 
@@ -115,20 +108,20 @@ TEST(DataPath, FormatsWhateverASourceHolds) {
 
 TEST(DataPath, ExpandsHashes) {
     // clang-format off
-    const struct { const char *source, *text, *expanded, *line; } cases[] = {
-        {"0x10", "a{{hash8}}b", "a0b", nullptr},
-        {"AB", "{{hash8}}", "3", nullptr},
-        {"\xFF", "{{hash1000}}", "255", nullptr},
-        {"", "{{hash8}}", "0", nullptr},
-        {"AB", "{{hash0}}", "131", nullptr},
-        {"0xffffffffffffffff", "{{hash-3}}", "2", nullptr},
-        {"0xfffffffe", "{{hash0}}", "-2", nullptr},
+    const struct { const char *source, *text, *expanded, *line = nullptr; } cases[] = {
+        {"0x10", "a{{hash8}}b", "a0b"},
+        {"AB", "{{hash8}}", "3"},
+        {"\xFF", "{{hash1000}}", "255"},
+        {"", "{{hash8}}", "0"},
+        {"AB", "{{hash0}}", "131"},
+        {"0xffffffffffffffff", "{{hash-3}}", "2"},
+        {"0xfffffffe", "{{hash0}}", "-2"},
         {"0xg", "{{hash1000}}", "271", "3 Failed to read 0xg as guid number"},
         {"AB", "a{{hash8", "a{{hash8",
          "3 path_template expects {{hash[num]}}, missing closing braces"},
         {"AB", "a{{hash}}/b", "a{{hash}}/b", "3 path_template expects {{hash[num]}}, '[num]' - a "
           "positive integer, actually received {{hash}}"},
-        {"AB", "{{hash8 or so}}b", "3b", nullptr},
+        {"AB", "{{hash8 or so}}b", "3b"},
     };
     // clang-format on
     for (const auto &test : cases) {
@@ -146,16 +139,16 @@ TEST(DataPath, StaysInsideItsRoot) {
     const struct {
         const char *root;
         const char *path;
-        const char *confined;  // null: refused
+        const char *confined = nullptr;  // refused
     } cases[] = {
         {"/root", "/root/a..b/...", "/root/a..b/..."},
         {"/root", "/root/a/../b/f", "/root/b/f"},
         {"/root", "/root/a/b/../../../root/f", "/root/f"},
         {"/root/../other/", "/root/../other/f", "/root/../other/f"},
         {"/", "/a/../f", "/f"},
-        {"/root", "/root/../f", nullptr},
-        {"/root", "/root/a/../../f", nullptr},
-        {"/root", "/root/../rootless/f", nullptr},
+        {"/root", "/root/../f"},
+        {"/root", "/root/a/../../f"},
+        {"/root", "/root/../rootless/f"},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.path);
@@ -175,12 +168,8 @@ TEST(DataPath, MakesFolders) {
     EXPECT_EQ(vrn_data_file_ensure_directory("c.bin"), "c.bin");
 
     dir.write("file", "");
-    try {
-        vrn_data_file_ensure_directory(dir.file("file/c.bin"));
-        ADD_FAILURE() << "no error";
-    } catch (const std::runtime_error &error) {
-        EXPECT_EQ(error.what(), "Inaccessible data path " + dir.file("file"));
-    }
+    EXPECT_THAT([&] { vrn_data_file_ensure_directory(dir.file("file/c.bin")); },
+                ThrowsMessage<std::runtime_error>("Inaccessible data path " + dir.file("file")));
     EXPECT_THROW(vrn_data_file_ensure_directory(dir.file("file/a/c.bin")), std::runtime_error);
 }
 

@@ -11,7 +11,8 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
-#include <new>
+#include <functional>
+#include <numeric>
 
 #include "data/data_writer.h"
 #include "support/child_process.h"
@@ -43,34 +44,17 @@ void write_page(vrn_data_writer_t *writer, std::uint64_t time, const char *tag) 
 }
 
 std::vector<std::uint64_t> times_up_to(std::uint64_t pages) {
-    std::vector<std::uint64_t> times;
-    for (std::uint64_t page = 0; page < pages; ++page) times.push_back(start + page);
+    std::vector<std::uint64_t> times(pages);
+    std::iota(times.begin(), times.end(), start);
     return times;
 }
 
-// A count that a child shares with this process.
-class SharedCount {
-  public:
-    SharedCount() {
-        void *memory =
-            mmap(nullptr, sizeof(Count), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (memory == MAP_FAILED) throw std::bad_alloc();
-        count_ = new (memory) Count(0);
-    }
-    ~SharedCount() { munmap(count_, sizeof(Count)); }
-    SharedCount(const SharedCount &) = delete;
-    SharedCount &operator=(const SharedCount &) = delete;
-    std::atomic<std::uint64_t> &get() { return *count_; }
-
-  private:
-    using Count = std::atomic<std::uint64_t>;
-    Count *count_;
-};
-
 constexpr std::uint64_t pages_of_run = 10;
 
+using Count = std::atomic<std::uint64_t>;
+
 // Two tags, five files; `reported` pages were written when it ends.
-void write_run(const std::string &root, std::atomic<std::uint64_t> *reported) {
+void write_run(const std::string &root, Count *reported) {
     const vrn_data_writer_ptr writer = make_writer(root);
     for (std::uint64_t page = 0; page < pages_of_run; ++page) {
         write_page(writer.get(), start + page, page % 3 == 0 ? "b" : "a");
@@ -85,17 +69,29 @@ bool has_nameless_files(const std::string &dir) {
 
 TEST(DataWriterCrash, KeepsReportedPagesWhereverItIsKilled) {
     if (!has_nameless_files(TempDir().path())) GTEST_SKIP() << "no file can be made whole here";
+    constexpr int shared = MAP_SHARED | MAP_ANONYMOUS;
+    void *memory = mmap(nullptr, sizeof(Count), PROT_READ | PROT_WRITE, shared, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    auto *reported = new (memory) Count;  // goes with the process
     std::size_t calls = 0;
     for (bool is_done = false; !is_done; ++calls) {
         SCOPED_TRACE(calls);
         const TempDir dir;
-        SharedCount reported;
-        is_done = run_and_kill([&] { write_run(dir.path(), &reported.get()); }, calls);
-        ASSERT_EQ(check_data_tree(dir.path(), times_up_to(reported.get())), "");
-        write_run(dir.path(), &reported.get());
+        *reported = 0;
+        is_done = run_and_kill([&] { write_run(dir.path(), reported); }, calls);
+        ASSERT_EQ(check_data_tree(dir.path(), times_up_to(*reported)), "");
+        write_run(dir.path(), reported);
         ASSERT_EQ(check_data_tree(dir.path(), times_up_to(pages_of_run)), "");
     }
     EXPECT_GT(calls, pages_of_run * 2);  // every page is written, every second one opens a file
+}
+
+// A child that checks a writer in a folder as it likes: its text is what is wrong.
+void expect_no_fault(const std::function<std::string(const std::string &)> &check) {
+    const TempDir dir;
+    const std::string fault = run_in_child([&] { return check(dir.path()); });
+    if (fault == "skip") GTEST_SKIP() << "neither file system nor user can be had here";
+    EXPECT_EQ(fault, "");
 }
 
 // Mounts a file system of `bytes` for this process alone.
@@ -107,9 +103,7 @@ bool mount_disk(const std::string &path, std::size_t bytes) {
 }
 
 struct DiskRun {
-    vrn_data_writer_ptr writer;
-    std::uint64_t time = start;
-    std::vector<std::uint64_t> stored;
+    explicit DiskRun(const std::string &root) : writer(make_writer(root)) {}
 
     // True when the page was stored.
     bool write() {
@@ -118,13 +112,17 @@ struct DiskRun {
         if (is_stored) stored.push_back(time);
         return is_stored;
     }
+
+    CapturedLog log{4};
+    vrn_data_writer_ptr writer;
+    std::uint64_t time = start;
+    std::vector<std::uint64_t> stored;
 };
 
 std::string check_full_disk(const std::string &root, std::size_t disk_pages, std::uint64_t limit) {
     const std::size_t page_bytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     if (!mount_disk(root, disk_pages * page_bytes)) return "skip";
-    CapturedLog log(4);
-    DiskRun run{make_writer(root), start, {}};
+    DiskRun run(root);
     vrn_data_writer_set_data_size_limit(run.writer.get(), limit);
     while (run.stored.size() < 100 && run.write()) {
     }
@@ -132,7 +130,7 @@ std::string check_full_disk(const std::string &root, std::size_t disk_pages, std
         if (run.write()) return "stored on a full disk";
     // A file of two pages takes one page of the disk.
     if (run.stored.size() != 2 * disk_pages) return "stored " + std::to_string(run.stored.size());
-    if (log.take().size() != 2) return "not reported once";  // its cause and its effect
+    if (run.log.take().size() != 2) return "not reported once";  // its cause and its effect
     std::string fault = check_data_tree(root, run.stored);
     if (!fault.empty()) return fault;
 
@@ -140,40 +138,33 @@ std::string check_full_disk(const std::string &root, std::size_t disk_pages, std
     run.stored.erase(run.stored.begin(), run.stored.begin() + 2);
     if (!run.write() || !run.write()) return "not resumed";
     run.writer.reset();
-    if (!log.take().empty()) return "reported when there was room again";
+    if (!run.log.take().empty()) return "reported when there was room again";
     return check_data_tree(root, run.stored);
 }
 
 TEST(DataWriterCrash, ReportsAFullDiskOnceAndResumes) {
     for (std::size_t disk_pages = 1; disk_pages <= 6; ++disk_pages)
-        for (const std::uint64_t limit : {std::uint64_t{0}, std::uint64_t{10'000}}) {
+        for (const std::uint64_t limit : {0, 10'000}) {
             SCOPED_TRACE(disk_pages);
             SCOPED_TRACE(limit);
-            const TempDir dir;
-            const std::string fault =
-                run_in_child([&] { return check_full_disk(dir.path(), disk_pages, limit); });
-            if (fault == "skip") GTEST_SKIP() << "no file system can be mounted here";
-            ASSERT_EQ(fault, "");
+            expect_no_fault(
+                [&](const auto &dir) { return check_full_disk(dir, disk_pages, limit); });
         }
 }
 
 // A disk that holds more than the limit never fills.
 std::string check_limited_disk(const std::string &root) {
     if (!mount_disk(root, 8 * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)))) return "skip";
-    CapturedLog log(4);
-    DiskRun run{make_writer(root), start, {}};
+    DiskRun run(root);
     vrn_data_writer_set_data_size_limit(run.writer.get(), 12 * page_block_size);
     for (int page = 0; page < 100; ++page)
         if (!run.write()) return "not stored";
-    if (!log.take().empty()) return "reported a failure";
+    if (!run.log.take().empty()) return "reported a failure";
     return check_data_tree(root, {run.stored.end() - 4, run.stored.end()});
 }
 
 TEST(DataWriterCrash, KeepsWithinItsDisk) {
-    const TempDir dir;
-    const std::string fault = run_in_child([&] { return check_limited_disk(dir.path()); });
-    if (fault == "skip") GTEST_SKIP() << "no file system can be mounted here";
-    EXPECT_EQ(fault, "");
+    expect_no_fault(check_limited_disk);
 }
 
 // Folders refuse root nothing.
@@ -185,15 +176,14 @@ bool become_plain_owner(const std::string &dir) {
 
 std::string check_unwritable_folder(const std::string &root) {
     if (!become_plain_owner(root)) return "skip";
-    CapturedLog log(4);
-    DiskRun run{make_writer(root), start, {}};
+    DiskRun run(root);
     for (int stretch = 0; stretch < 2; ++stretch) {
         if (!run.write()) return "not stored";
         fs::permissions(root + "/a", fs::perms(0555));
         if (!run.write()) return "not stored in the file at hand";
         for (int page = 0; page < 5; ++page)
             if (run.write()) return "stored in an unwritable folder";
-        const Lines lines = log.take();
+        const Lines lines = run.log.take();
         if (lines.size() != 2 || !lines[0].starts_with("3 [data_file] Failed to open file ") ||
             !lines[1].starts_with("3 [data_file] Failed to create empty data file "))
             return "not reported once";
@@ -201,15 +191,12 @@ std::string check_unwritable_folder(const std::string &root) {
         if (!run.write() || !run.write()) return "not resumed";
     }
     run.writer.reset();
-    if (!log.take().empty()) return "reported when the folder was well again";
+    if (!run.log.take().empty()) return "reported when the folder was well again";
     return check_data_tree(root, run.stored);
 }
 
 TEST(DataWriterCrash, ReportsAnUnwritableFolderOnceAndResumes) {
-    const TempDir dir;
-    const std::string fault = run_in_child([&] { return check_unwritable_folder(dir.path()); });
-    if (fault == "skip") GTEST_SKIP() << "no other user can be had here";
-    EXPECT_EQ(fault, "");
+    expect_no_fault(check_unwritable_folder);
 }
 
 constexpr std::uint32_t unit = 20;  // bytes, of all block sizes below

@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
-
 #include "data/influx_fixtures.h"
 #include "data/influx_serializer.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 constexpr auto NODE = VRN_GRANULARITY_NODE;
 constexpr auto CPU = VRN_GRANULARITY_CPU;

@@ -1,14 +1,10 @@
 #include "data/influx_serializer.h"
 
-#include <gtest/gtest.h>
-
 #include "data/influx_fixtures.h"
-#include "support/captured_log.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 // Type 0 of the first schema is one byte, type 1 nothing at all, type 2 two bytes; the counters row
 // is two numbers.

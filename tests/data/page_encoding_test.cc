@@ -53,11 +53,9 @@ TEST(PageEncoding, RoundTripsEveryPayload) {
 TEST(PageEncoding, TellsTheClaimedSize) {
     const std::string not_gzip = "3 [encoded_data] Error: stream is not gzip compressed data";
     const std::string too_small = "3 [encoded_data] Error: Compressed data is too small";
+    // clang-format off
     const struct {
-        const char *name;
-        std::uint8_t encoding;
-        std::string stream;
-        std::uint64_t size;
+        const char *name; std::uint8_t encoding; std::string stream; std::uint64_t size;
         Lines lines;
     } cases[] = {
         {"gzip: empty", 'G', "", 0, {not_gzip}},
@@ -70,6 +68,7 @@ TEST(PageEncoding, TellsTheClaimedSize) {
         {"snappy: preamble above 32 bits", 'S', "\xFF\xFF\xFF\xFF\x1F", 0, {}},
         {"unknown", 'X', "\x1F\x8B\xFF\xFF\xFF\xFF", 0, {}},
     };
+    // clang-format on
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         CapturedLog log;
@@ -87,11 +86,9 @@ TEST(PageEncoding, RefusesStreamsThatDoNotFitTheirBuffer) {
     const auto real = static_cast<std::uint32_t>(payload.size());
     std::string wide_claim = snappy;
     wide_claim[1] = static_cast<char>(wide_claim[1] + 1);  // 128 more
+    // clang-format off
     const struct {
-        const char *name;
-        std::uint8_t encoding;
-        std::string stream;
-        std::size_t buffer_size;
+        const char *name; std::uint8_t encoding; std::string stream; std::size_t buffer_size;
         Lines lines;
     } cases[] = {
         {"gzip: no room", 'G', gzip, 0, zlib_failed},
@@ -105,6 +102,7 @@ TEST(PageEncoding, RefusesStreamsThatDoNotFitTheirBuffer) {
         {"snappy: nothing", 'S', "", 10, snappy_failed},
         {"unknown", 'X', gzip, payload.size(), {}},
     };
+    // clang-format on
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         CapturedLog log;
@@ -118,18 +116,14 @@ TEST(PageEncoding, RefusesStreamsThatDoNotFitTheirBuffer) {
 TEST(PageEncoding, StopsBehindTheFirstGzipMember) {
     const std::string stream =
         encode(VRN_ENCODING_GZIP, "ab") + encode(VRN_ENCODING_GZIP, "second");
-    CapturedLog log;
-    std::string decoded;
-    EXPECT_TRUE(decode(VRN_ENCODING_GZIP, stream, 6, &decoded));
-    EXPECT_EQ(decoded, std::string("ab\0\0\0\0", 6));
-
     std::string buffer = "??????";
     std::size_t decoded_size = 0;
     EXPECT_TRUE(vrn_encoded_data_decode_prefix(VRN_ENCODING_GZIP, stream.data(), stream.size(),
                                                buffer.data(), buffer.size(), &decoded_size));
     EXPECT_EQ(decoded_size, 2U);
     EXPECT_EQ(buffer, "ab????");
-    EXPECT_EQ(log.take(), Lines{});
+    EXPECT_TRUE(decode(VRN_ENCODING_GZIP, stream, 6, &buffer));
+    EXPECT_EQ(buffer, std::string("ab\0\0\0\0", 6));
 }
 
 // gzip carries a checksum and must notice; a snappy block has none, so only its size is sure.

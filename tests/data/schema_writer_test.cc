@@ -1,14 +1,11 @@
 #include "data/schema_writer.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 
 #include "data/json_template.h"
 #include "data/schema_id.h"
-#include "support/captured_log.h"
 #include "support/child_process.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -60,7 +57,7 @@ TEST(SchemaWriter, StoresDocumentsByTheDigestOfTheirCompactText) {
         std::string document;
         const char *allow_empty;
         std::string outcome;
-        std::vector<std::string> stored;
+        Lines stored;
     } cases[] = {
         {"event schema", ' ' + event + '\n', nullptr, is_event, {event}},
         {"counters schema", counters, nullptr, "true", {counters}},
@@ -113,8 +110,7 @@ TEST(SchemaWriter, PrefersTheSchemaFolder) {
     writer->onSchema("{");
     EXPECT_EQ(read_file(dir.file("a/b/" + name_of(document))), document);
     EXPECT_FALSE(fs::exists(dir.file("data")));
-    EXPECT_EQ(log.take(),
-              std::vector<std::string>{"4 [schema writer] Could not deserialize schema JSON"});
+    EXPECT_EQ(log.take(), Lines{"4 [schema writer] Could not deserialize schema JSON"});
 }
 
 TEST(SchemaWriter, TellsFailuresOncePerStretch) {

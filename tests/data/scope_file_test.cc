@@ -1,17 +1,13 @@
 #include "data/scope_file.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <stdexcept>
 
-#include "support/captured_log.h"
-#include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 std::string numbered_lines(std::size_t count) {
     std::string text;
@@ -25,25 +21,23 @@ std::string repeated(std::string_view text, std::size_t count) {
     return all;
 }
 
-// The number of entries, or the text of the exception. The log lines without "[data page filter] "
-// go to `log`; that of a success, which tells the number, is left out.
-std::string outcome(const std::string &path, Lines *log) {
-    CapturedLog lines(4);
-    std::string result;
+// The number of entries or the text of the exception, and the log lines without the filter's name;
+// that of a success is left out.
+Lines outcome(const std::string &path) {
+    CapturedLog log(4);
+    Lines outcome(1);
     try {
-        result = std::to_string(vrn_load_scope_file(path).size());
+        outcome[0] = std::to_string(vrn_load_scope_file(path).size());
     } catch (const std::runtime_error &error) {
-        result = error.what();
+        outcome[0] = error.what();
     }
-    *log = lines.take();
-    for (std::string &line : *log) line.erase(2, std::string_view("[data page filter] ").size());
-    return result;
+    for (const std::string &line : log.take())
+        outcome.push_back(line.substr(0, 2) + line.substr(std::strlen("3 [data page filter] ")));
+    return outcome;
 }
 
-void expect_refusal(const std::string &path, const std::string &text) {
-    Lines log;
-    EXPECT_EQ(outcome(path, &log), text);
-    EXPECT_EQ(log, Lines{"3 " + text});
+Lines refusal(const std::string &text) {
+    return {text, "3 " + text};
 }
 
 TEST(ScopeFile, ReadsOneEntryALine) {
@@ -78,40 +72,33 @@ TEST(ScopeFile, KeepsItsLimitsToTheByte) {
     const std::string line(1024, 'a');
     // Comments of 1 KiB fill a file to its limit in more lines than are read.
     const std::string full = repeated("#" + std::string(1022, '.') + "\n", 10240);
-    const Lines many = {
-        "4 File has more than 10000 lines, only first 10000 lines were processed: "};
+    const std::string many =
+        "4 File has more than 10000 lines, only first 10000 lines were processed: " + path;
     const struct {
         const char *name;
         std::string content;
-        std::string outcome;
-        Lines log = {};
+        Lines outcome;
     } cases[] = {
-        {"line of 1024", line, "1"},
+        {"line of 1024", line, {"1"}},
         {"line of 1025", "x\n" + line + "\r\n",
-         "Line 2 exceeds maximum length 1024 characters in file: "},
-        {"5000 names twice", numbered_lines(5000) + numbered_lines(5000), "5000"},
-        {"5001 names", numbered_lines(5001), "Too many entries in file (max 5000): "},
-        {"10000 lines", repeated("a\n", 10000), "1"},
-        {"10001 lines", repeated("a\n", 10000) + "b\n", "1", many},
-        {"10001 lines, the last one open", repeated("a\n", 10000) + "b", "1"},
-        {"10485760 bytes", full, "0", many},
+         refusal("Line 2 exceeds maximum length 1024 characters in file: " + path)},
+        {"5000 names twice", numbered_lines(5000) + numbered_lines(5000), {"5000"}},
+        {"5001 names", numbered_lines(5001),
+         refusal("Too many entries in file (max 5000): " + path)},
+        {"10001 lines", repeated("a\n", 10000) + "b\n", {"1", many}},
+        {"10001 lines, the last one open", repeated("a\n", 10000) + "b", {"1"}},
+        {"10000 lines", repeated("a\n", 9999) + "b\n", {"2"}},
+        {"10485760 bytes", full, {"0", many}},
         {"10485761 bytes", full + "#",
-         "File size 10485761 bytes exceeds maximum allowed size 10485760 bytes: "},
+         refusal("File size 10485761 bytes exceeds maximum allowed size 10485760 bytes: " + path)},
         {"NUL",
          std::string("a\0b\nc", 5),
-         "1",
-         {"4 Skipping entry with null character at line 1 in file: "}},
+         {"1", "4 Skipping entry with null character at line 1 in file: " + path}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         dir.write("scope", c.content);
-        if (c.outcome.size() > 4) {
-            expect_refusal(path, c.outcome + path);
-            continue;
-        }
-        Lines log;
-        EXPECT_EQ(outcome(path, &log), c.outcome);
-        EXPECT_EQ(log, c.log.empty() ? Lines{} : Lines{c.log[0] + path});
+        EXPECT_EQ(outcome(path), c.outcome);
     }
 }
 
@@ -121,17 +108,18 @@ TEST(ScopeFile, RefusesPaths) {
     const std::string longest = '/' + std::string(4095, 'a');
     const std::string fifo = dir.file("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    expect_refusal("a..b", "File path contains path traversal sequences: a..b");
-    expect_refusal(longest + "a",
-                   "File path too long (4097 characters, max 4096): " + longest + "a");
-    expect_refusal(control, "File path contains invalid control characters: " + control);
-    expect_refusal(dir.file("absent"), "File does not exist: " + dir.file("absent"));
-    expect_refusal(dir.path(), "Path is not a regular file: " + dir.path());
-    expect_refusal(fifo, "Path is not a regular file: " + fifo);
-    Lines log;
-    const std::string too_long_name = outcome(longest, &log);
-    EXPECT_TRUE(too_long_name.starts_with("Failed to validate file properties for " + longest));
-    EXPECT_EQ(log, Lines{"3 " + too_long_name});
+    const std::pair<std::string, std::string> cases[] = {
+        {"a..b", "File path contains path traversal sequences: "},
+        {longest + "a", "File path too long (4097 characters, max 4096): "},
+        {control, "File path contains invalid control characters: "},
+        {dir.file("absent"), "File does not exist: "},
+        {dir.path(), "Path is not a regular file: "},
+        {fifo, "Path is not a regular file: "},
+    };
+    for (const auto &[path, text] : cases) EXPECT_EQ(outcome(path), refusal(text + path));
+    const Lines too_long_name = outcome(longest);
+    EXPECT_TRUE(too_long_name[0].starts_with("Failed to validate file properties for " + longest));
+    EXPECT_EQ(too_long_name, refusal(too_long_name[0]));
 }
 
 }  // namespace

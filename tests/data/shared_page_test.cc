@@ -8,7 +8,6 @@
 
 #include <csignal>
 #include <functional>
-#include <memory>
 
 #include "support/test.h"
 
@@ -17,54 +16,16 @@ namespace {
 
 constexpr std::uint64_t page_size = 12288;  // three pages of memory
 
-// A name of this test's own; the object goes with the scope, if it is there.
-class SharedName {
-  public:
-    SharedName() : base_("vrn_test_" + std::to_string(getpid())) {}
-    ~SharedName() { shm_unlink(name().c_str()); }
-    SharedName(const SharedName &) = delete;
-    SharedName &operator=(const SharedName &) = delete;
-
-    vrn_page_memory_t memory() const {
-        vrn_page_memory_t memory = {VRN_PAGE_MEMORY_SHARED, 1, ""};
-        base_.copy(memory.name, sizeof memory.name);
-        return memory;
-    }
-    std::string name() const { return base_ + "_1"; }
-    int open() const { return shm_open(name().c_str(), O_RDWR, 0); }
-    bool exists() const { return access(("/dev/shm/" + name()).c_str(), F_OK) == 0; }
-    void resize(std::uint64_t size) const {
-        const int object = open();
-        if (ftruncate(object, static_cast<off_t>(size)) != 0) _exit(99);
-        close(object);
-    }
-
-  private:
-    std::string base_;
-};
-
-vrn_data_page_t *allocate(const SharedName &shared, std::uint64_t size = page_size) {
-    return vrn_data_page_allocate(0, size, shared.memory());
-}
-
-// Maps the object as it is, as a consumer does.
-vrn_data_page_t *attach(const SharedName &shared, std::uint64_t size = page_size) {
-    vrn_data_page_t *page = nullptr;
-    std::int32_t creator_pid = 0;
-    vrn_allocate_shared_mem(shared.name().c_str(), size, &page, &creator_pid);
-    return page;
-}
-
-// Status of a second process that does `action` and exits with its result.
-int status_of(pid_t child) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status;
-}
+// Starts a second process that does `action` and exits with 0 if that is true.
 pid_t start(const std::function<bool()> &action) {
     const pid_t child = fork();
     if (child == 0) _exit(action() ? 0 : 1);
     return child;
+}
+int status_of(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status;
 }
 bool second_process(const std::function<bool()> &action) {
     return status_of(start(action)) == 0;
@@ -76,11 +37,36 @@ std::string address_of(const void *page) {
     return CString(text).get();
 }
 
-TEST(SharedPage, IsCreatedAndEndedByItsCreator) {
-    const SharedName shared;
-    const std::string name = shared.name();
+// An object of a name of this test's own; it goes with the test, if it is there.
+class SharedPage : public ::testing::Test {
+  protected:
+    ~SharedPage() override { shm_unlink(name.c_str()); }
+
+    vrn_data_page_t *allocate(std::uint64_t size = page_size) const {
+        return vrn_data_page_allocate(0, size, memory_of(base));
+    }
+    // Maps the object as it is, as a consumer does.
+    vrn_data_page_t *attach(std::uint64_t size = page_size) const {
+        vrn_data_page_t *page = nullptr;
+        std::int32_t creator_pid = 0;
+        vrn_allocate_shared_mem(name.c_str(), size, &page, &creator_pid);
+        return page;
+    }
+    static vrn_page_memory_t memory_of(const std::string &base) {
+        vrn_page_memory_t memory = {VRN_PAGE_MEMORY_SHARED, 1, ""};
+        base.copy(memory.name, sizeof memory.name);  // a text that fills it has no terminator
+        return memory;
+    }
+    bool exists() const { return access(path.c_str(), F_OK) == 0; }
+
+    const std::string base = "vrn_test_" + std::to_string(getpid());
+    const std::string name = base + "_1";
+    const std::string path = "/dev/shm/" + name;
+};
+
+TEST_F(SharedPage, IsCreatedAndEndedByItsCreator) {
     CapturedLog log(7);
-    vrn_data_page_t *page = allocate(shared);
+    vrn_data_page_t *page = allocate();
     ASSERT_TRUE(page);
     const std::string at = address_of(page);
     EXPECT_EQ(log.take(),
@@ -92,11 +78,16 @@ TEST(SharedPage, IsCreatedAndEndedByItsCreator) {
     EXPECT_EQ(page->page_size, page_size);
     EXPECT_EQ(page->filled_bytes, 720);
     struct stat status {};
-    ASSERT_EQ(stat(("/dev/shm/" + name).c_str(), &status), 0);
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0666);  // whatever the umask
     EXPECT_EQ(status.st_size, page_size);
+    EXPECT_TRUE(second_process([&] {
+        vrn_data_page_free(page);  // of a fork: not its creator
+        return true;
+    }));
+    EXPECT_TRUE(exists());
     vrn_data_page_free(page);
-    EXPECT_FALSE(shared.exists());
+    EXPECT_FALSE(exists());
     EXPECT_EQ(log.take(), (Lines{"6 Freeing shared-memory page: " + at,
                                  "6 | unlinking shared memory: " + name + " " + at + " 12288",
                                  "6 | --> shm_unlink(" + name + ") ok",
@@ -104,9 +95,8 @@ TEST(SharedPage, IsCreatedAndEndedByItsCreator) {
                                  "6 | --> munmap (page=" + at + ", size=12288) ", "6 | ----> ok"}));
 }
 
-TEST(SharedPage, SecondProcessKeepsWhatItFindsAndLeavesTheObject) {
-    const SharedName shared;
-    const vrn_data_page_ptr page(allocate(shared));
+TEST_F(SharedPage, SecondProcessKeepsWhatItFindsAndLeavesTheObject) {
+    const vrn_data_page_ptr page(allocate());
     page->first_ts = 5;
     page->last_ts = 6;
     page->filled_bytes = 800;
@@ -114,27 +104,24 @@ TEST(SharedPage, SecondProcessKeepsWhatItFindsAndLeavesTheObject) {
     const std::int32_t creator = getpid();
     EXPECT_TRUE(second_process([&] {
         CapturedLog log;
-        const vrn_data_page_ptr other(allocate(shared));
-        const std::string at = address_of(other.get());
+        const vrn_data_page_ptr other(allocate());
         const Lines opened = {
-            "6 shared memory was opened: " + shared.name(),
-            "6 Allocating shared_page: " + shared.name() + " of size: 12288 ptr=" + at};
+            "6 shared memory was opened: " + name,
+            "6 Allocating shared_page: " + name + " of size: 12288 ptr=" + address_of(other.get())};
         return log.take() == opened && other->first_ts == 5 && other->last_ts == 0 &&
                other->filled_bytes == 720 && std::string(other->source.source) == "node1" &&
                other->creator_pid == creator;
     }));
-    EXPECT_TRUE(shared.exists());
+    EXPECT_TRUE(exists());
     EXPECT_EQ(page->filled_bytes, 720);
 }
 
-TEST(SharedPage, NameIsCutToItsField) {
-    vrn_page_memory_t memory = {VRN_PAGE_MEMORY_SHARED, 42, ""};
-    const std::string base = "vrn_test_" + std::to_string(getpid()) + std::string(60, 'n');
+TEST_F(SharedPage, NameIsCutToItsField) {
+    const std::string text = base + std::string(60, 'n');
     for (const std::size_t length : {20, 57, 58, 60}) {
         SCOPED_TRACE(length);
-        std::memset(memory.name, 0, sizeof memory.name);
-        base.copy(memory.name, length);  // 60: without a terminator
-        const std::string expected = (base.substr(0, length) + "_42").substr(0, 59);
+        const std::string expected = (text.substr(0, length) + "_1").substr(0, 59);
+        vrn_page_memory_t memory = memory_of(text.substr(0, length));
         vrn_data_page_t *page = nullptr;
         std::int32_t creator_pid = 0;
         EXPECT_EQ(vrn_allocate_shared_page(&memory, 4096, &page, &creator_pid), 0);
@@ -145,39 +132,28 @@ TEST(SharedPage, NameIsCutToItsField) {
     }
 }
 
-TEST(SharedPage, FailuresAreTold) {
-    const SharedName shared;
-    const std::string name = shared.name();
-    vrn_page_memory_t slash = shared.memory();
-    std::strcpy(slash.name, "a/b");
+TEST_F(SharedPage, FailuresAreTold) {
     const std::string invalid = "3 [data_page] Data page allocation failed: Invalid argument";
-    CapturedLog log;
-    EXPECT_EQ(vrn_data_page_allocate(0, 4096, slash), nullptr);
-    EXPECT_EQ(log.take(),
-              (Lines{"3 [vrn_allocate_shared_mem] cannot create shared memory a/b_1", invalid}));
-    EXPECT_EQ(allocate(shared, ~std::uint64_t{0}), nullptr);
-    EXPECT_EQ(log.take(), (Lines{"3 [vrn_allocate_shared_mem] Cannot ftruncate shared page " +
-                                     name + ".  Cleaning up this page",
-                                 invalid}));
-    EXPECT_FALSE(shared.exists());
-    EXPECT_EQ(attach(shared, 0), nullptr);  // nothing to map: the object stays
-    EXPECT_EQ(log.take(), Lines{"3 FAILED to allocate shared_page: " + name + " of size: 0 "});
-    EXPECT_TRUE(shared.exists());
-}
-
-TEST(SharedPage, RefusesAnObjectOfFewerBytes) {
-    const SharedName shared;
-    const vrn_data_page_ptr page(allocate(shared));
+    const std::string told = "3 [vrn_allocate_shared_mem] ";
     CapturedLog log(3);
-    EXPECT_EQ(attach(shared, page_size + 1), nullptr);
-    EXPECT_EQ(log.take(), Lines{"3 [vrn_allocate_shared_mem] shared memory " + shared.name() +
-                                " has 12288 bytes of 12289"});
-    EXPECT_TRUE(vrn_data_page_ptr(attach(shared, 4096)));
+    EXPECT_EQ(vrn_data_page_allocate(0, 4096, memory_of("a/b")), nullptr);
+    EXPECT_EQ(log.take(), (Lines{told + "cannot create shared memory a/b_1", invalid}));
+    EXPECT_EQ(allocate(~std::uint64_t{0}), nullptr);
+    EXPECT_EQ(log.take(),
+              (Lines{told + "Cannot ftruncate shared page " + name + ".  Cleaning up this page",
+                     invalid}));
+    EXPECT_FALSE(exists());
+    EXPECT_EQ(attach(0), nullptr);  // nothing to map: the object stays
+    EXPECT_EQ(log.take(), Lines{"3 FAILED to allocate shared_page: " + name + " of size: 0 "});
+    EXPECT_EQ(truncate(path.c_str(), page_size), 0);
+    EXPECT_EQ(allocate(page_size + 1), nullptr);
+    EXPECT_EQ(log.take(),
+              (Lines{told + "shared memory " + name + " has 12288 bytes of 12289", invalid}));
+    EXPECT_TRUE(vrn_data_page_ptr(attach(4096)));
 }
 
-TEST(SharedPage, SnapshotIsAPrivateCopy) {
-    const SharedName shared;
-    const vrn_data_page_ptr page(allocate(shared));
+TEST_F(SharedPage, SnapshotIsAPrivateCopy) {
+    const vrn_data_page_ptr page(allocate());
     std::memcpy(page.get() + 1, "data behind", 11);
     page->filled_bytes = 724;
     const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
@@ -188,13 +164,11 @@ TEST(SharedPage, SnapshotIsAPrivateCopy) {
     EXPECT_EQ(std::memcmp(copy.get(), &expected, sizeof expected), 0);
     // All of the page: what stands behind the data pads its last block.
     EXPECT_EQ(std::memcmp(copy.get() + 1, page.get() + 1, page_size - 720), 0);
-    page->source.source[0] = 'x';
-    EXPECT_EQ(copy->source.source[0], 0);
+    EXPECT_EQ(vrn_data_page_snapshot(&expected), nullptr);  // of no mapping
 }
 
-TEST(SharedPage, SnapshotRefusesSizesThatDontFit) {
-    const SharedName shared;
-    const vrn_data_page_ptr page(allocate(shared));
+TEST_F(SharedPage, SnapshotRefusesSizesThatDontFit) {
+    const vrn_data_page_ptr page(allocate());
     // clang-format off
     const struct { std::uint64_t page_size, filled_bytes; bool is_good; } cases[] = {
         {12288, 12288, true}, {720, 720, true}, {12289, 720, false},
@@ -209,19 +183,15 @@ TEST(SharedPage, SnapshotRefusesSizesThatDontFit) {
                                   " and filled_bytes " + std::to_string(c.filled_bytes);
         SCOPED_TRACE(sizes);
         CapturedLog log;
-        const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
-        EXPECT_EQ(copy != nullptr, c.is_good);
+        EXPECT_EQ(vrn_data_page_ptr(vrn_data_page_snapshot(page.get())) != nullptr, c.is_good);
         EXPECT_EQ(log.take(), c.is_good ? Lines{}
                                         : Lines{"3 [data_page] Shared page is refused: " + sizes +
                                                 " don't fit 12288 mapped bytes"});
     }
-    const vrn_data_page_t regular{};
-    EXPECT_EQ(vrn_data_page_snapshot(&regular), nullptr);
 }
 
-TEST(SharedPage, FreeSpaceStaysWithinTheMapping) {
-    const SharedName shared;
-    const vrn_data_page_ptr page(allocate(shared));
+TEST_F(SharedPage, FreeSpaceStaysWithinTheMapping) {
+    const vrn_data_page_ptr page(allocate());
     page->page_size = page_size + 1;
     CapturedLog log;
     void *space = page.get();
@@ -232,61 +202,52 @@ TEST(SharedPage, FreeSpaceStaysWithinTheMapping) {
     EXPECT_EQ(log.take(), Lines{"3 [data_page] Shared page of 12289 bytes has only 12288 mapped"});
 }
 
-TEST(SharedPage, ShrunkenObjectFailsTheSnapshotAlone) {
+TEST_F(SharedPage, ShrunkenObjectFailsTheSnapshotAlone) {
     for (const std::uint64_t size : {0, 700, 4096, 8192}) {
         SCOPED_TRACE(size);
-        const SharedName shared;
-        vrn_data_page_t *page = allocate(shared);
-        ASSERT_TRUE(second_process([&] {
-            shared.resize(size);
-            return true;
-        }));
+        vrn_data_page_t *page = allocate();
+        ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(size)), 0);
         CapturedLog log(3);
         EXPECT_EQ(vrn_data_page_snapshot(page), nullptr);
         EXPECT_EQ(log.take(), Lines{"3 [data_page] Shared page is refused: its 12288 mapped bytes "
                                     "are gone: Bad address"});
         vrn_data_page_free(page);
-        EXPECT_FALSE(shared.exists());
+        EXPECT_FALSE(exists());
     }
 }
 
-TEST(SharedPage, ScribbledHeaderDoesNotMisleadItsEnd) {
-    const SharedName shared;
-    vrn_data_page_t *page = allocate(shared);
+TEST_F(SharedPage, ScribbledHeaderDoesNotMisleadItsEnd) {
+    vrn_data_page_t *page = allocate();
     ASSERT_TRUE(second_process([&] {
-        const vrn_data_page_ptr other(attach(shared));
+        const vrn_data_page_ptr other(attach());
         std::memset(static_cast<void *>(other.get()), 0xFF, page_size);
         other->creator_pid = getpid();  // it did not create the object, whatever it says
         return true;
     }));
-    EXPECT_TRUE(shared.exists());
+    EXPECT_TRUE(exists());
     CapturedLog log(3);
     vrn_data_page_free(page);
     EXPECT_EQ(log.take(), Lines{});
-    EXPECT_TRUE(shared.exists());  // the header names another process as its creator
+    EXPECT_TRUE(exists());  // the header names another process as its creator
 }
 
-TEST(SharedPage, NameOfAnotherObjectIsNotUnlinked) {
-    const SharedName shared;
-    vrn_data_page_t *page = allocate(shared);
-    shm_unlink(shared.name().c_str());
-    close(shm_open(shared.name().c_str(), O_CREAT | O_RDWR, 0600));
+TEST_F(SharedPage, NameOfAnotherObjectIsNotUnlinked) {
+    vrn_data_page_t *page = allocate();
+    shm_unlink(name.c_str());
+    close(shm_open(name.c_str(), O_CREAT | O_RDWR, 0600));
     CapturedLog log;
     vrn_data_page_free(page);
-    EXPECT_TRUE(shared.exists());
-    EXPECT_EQ(log.take().at(2), "6 | --> shm_unlink(" + shared.name() + ") unsuccessful");
+    EXPECT_TRUE(exists());
+    EXPECT_EQ(log.take().at(2), "6 | --> shm_unlink(" + name + ") unsuccessful");
 }
 
-TEST(SharedPage, OutlivesItsCreator) {
-    const SharedName shared;
+TEST_F(SharedPage, OutlivesItsCreator) {
     const pid_t creator = start([&] {
-        vrn_data_page_t *page = allocate(shared);
-        page->filled_bytes = 730;
-        raise(SIGKILL);
-        return false;
+        allocate()->filled_bytes = 730;
+        return raise(SIGKILL) != 0;
     });
     EXPECT_TRUE(WIFSIGNALED(status_of(creator)));
-    vrn_data_page_ptr page(attach(shared));
+    vrn_data_page_ptr page(attach());
     ASSERT_TRUE(page);
     const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
     ASSERT_TRUE(copy);
@@ -294,31 +255,18 @@ TEST(SharedPage, OutlivesItsCreator) {
     EXPECT_EQ(copy->creator_pid, creator);
     page->creator_pid = getpid();  // as of a creator whose number this process has now
     page.reset();
-    EXPECT_TRUE(shared.exists());
+    EXPECT_TRUE(exists());
 }
 
-TEST(SharedPage, ForkedChildLeavesTheObjectToItsParent) {
-    const SharedName shared;
-    vrn_data_page_t *page = allocate(shared);
-    EXPECT_TRUE(second_process([&] {
-        vrn_data_page_free(page);
-        return true;
-    }));
-    EXPECT_TRUE(shared.exists());
-    vrn_data_page_free(page);
-    EXPECT_FALSE(shared.exists());
-}
-
-TEST(SharedPage, HasOneCreatorAmongMany) {
+TEST_F(SharedPage, HasOneCreatorAmongMany) {
     for (int round = 0; round < 20; ++round) {
-        const SharedName shared;
         std::vector<pid_t> children;
         for (int i = 0; i < 4; ++i)
             children.push_back(start([&] {
                 vrn_data_page_t *page = nullptr;
                 std::int32_t creator_pid = 0;
                 const int result =
-                    vrn_allocate_shared_mem(shared.name().c_str(), page_size, &page, &creator_pid);
+                    vrn_allocate_shared_mem(name.c_str(), page_size, &page, &creator_pid);
                 if (result != 0) _exit(2);
                 return creator_pid == getpid();
             }));
@@ -329,14 +277,14 @@ TEST(SharedPage, HasOneCreatorAmongMany) {
             creators += status == 0;
         }
         EXPECT_EQ(creators, 1);
+        shm_unlink(name.c_str());
     }
 }
 
-TEST(SharedPage, SnapshotsHoldWhileAnotherProcessScribblesAndShrinks) {
-    const SharedName shared;
-    const vrn_data_page_ptr page(allocate(shared));
+TEST_F(SharedPage, SnapshotsHoldWhileAnotherProcessScribblesAndShrinks) {
+    const vrn_data_page_ptr page(allocate());
     const pid_t vandal = start([&] {
-        const int object = shared.open();
+        const int object = shm_open(name.c_str(), O_RDWR, 0);
         for (std::uint64_t i = 0;; ++i) {
             const std::uint64_t sizes[] = {i * 7919 % 20000, i * 104729 % 20000};
             if (ftruncate(object, i * 31 % page_size) != 0) return false;

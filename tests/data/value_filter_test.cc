@@ -1,19 +1,16 @@
 #include "data/value_filter.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "support/captured_log.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
 
-using Values = std::vector<std::string>;
-
 TEST(ValueList, SplitsAtCommasAndDropsEmptyItems) {
     const struct {
         const char *text;
-        Values items;
+        Lines items;
     } cases[] = {
         {"", {}},
         {"a, b,,", {"a", "b"}},
@@ -29,9 +26,9 @@ TEST(ValueFilter, ReadsNamesPatternsAndKeywords) {
         const char *value;
         bool allow_self;
         const char *description;
-        Values matched;
-        Values refused;
-        Values log = {};
+        Lines matched;
+        Lines refused;
+        Lines log = {};
     } cases[] = {
         {"node1", false, "node1", {"node1"}, {"node10", "Node1", ""}},
         {"EMPTY", false, "EMPTY", {""}, {"EMPTY", "x"}},
@@ -52,7 +49,7 @@ TEST(ValueFilter, ReadsNamesPatternsAndKeywords) {
         SCOPED_TRACE(std::string(c.value) + (c.allow_self ? " with SELF" : ""));
         CapturedLog log;
         const vrn_value_filter_t list = vrn_value_filter_parse({c.value}, c.allow_self);
-        Values lines;
+        Lines lines;
         for (const auto &why : c.log)
             lines.push_back("4 [data page filter] Skipped value 'SELF' - " + why);
         EXPECT_EQ(log.take(), lines);
@@ -68,7 +65,7 @@ TEST(ValueFilter, SkipsSelfWithoutAHostName) {
     CapturedLog log;
     EXPECT_TRUE(vrn_value_filter_parse({"SELF"}, true).is_empty);
     EXPECT_EQ(log.take(),
-              Values{"4 [data page filter] Skipped value 'SELF' - failed to get hostname"});
+              Lines{"4 [data page filter] Skipped value 'SELF' - failed to get hostname"});
 }
 
 TEST(ValueFilter, DescribesNamesThenPrefixesThenSuffixes) {
