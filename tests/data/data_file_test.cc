@@ -30,6 +30,9 @@ constexpr std::uint64_t header_size = 256;
 const vrn_client_id_t client{.host_name = "collector", .port = 0};
 
 struct Header {
+    std::string source = "node1";
+    std::string tag = "tag";
+    std::string schema_ids = std::string(128, '\0');
     std::uint64_t file_size = 256;
     std::uint64_t first_ts = start;
     std::uint64_t last_ts = 0;
@@ -44,13 +47,12 @@ std::string header_bytes(const Header &header) {
         .u8(header.minor)
         .u16(0)
         .u64(header.file_size)
-        .field("node1", 64)
-        .field("tag", 16)
+        .field(header.source, 64)
+        .field(header.tag, 16)
         .u64(header.first_ts)
         .u64(header.last_ts)
         .u32(header.block_size)
-        .zeros(16)
-        .zeros(112)
+        .text(header.schema_ids)
         .zeros(8)
         .text("vrnf")
         .done();
@@ -123,20 +125,18 @@ TEST_F(DataFile, TellsSizeAndLastTimeWhenItIsNotKeptOpen) {
     EXPECT_EQ(write(start, start + 5, "datadata"), 8U);
     EXPECT_TRUE(rotated);
 
-    ByteBuilder header;
-    header.text("VRNF").u8(1).u8(7).u16(0).u64(256).field(std::string(63, 's'), 64);
-    header.field("0123456789abcde", 16).u64(start).u64(0).u32(4);
-    header.u8(0xC0).zeros(15).zeros(111).u8(0xE6).zeros(8).text("vrnf");
-    std::string expected = header.done() + "datadata";
-    EXPECT_EQ(read_file(dir.file("f")), expected);
+    Header header{.source = std::string(63, 's'), .tag = "0123456789abcde"};
+    header.schema_ids.front() = '\xC0';
+    header.schema_ids.back() = '\xE6';
+    EXPECT_EQ(read_file(dir.file("f")), header_bytes(header) + "datadata");
 
     vrn_data_file_set_keep_open(&file, false);
     EXPECT_EQ(write(start + 1, start + 7, "more"), 4U);
     EXPECT_FALSE(rotated);
     EXPECT_EQ(file.stream, nullptr);
-    expected.replace(8, 8, ByteBuilder().u64(268).done());
-    expected.replace(104, 8, ByteBuilder().u64(start + 7).done());
-    EXPECT_EQ(read_file(dir.file("f")), expected + "more");
+    header.file_size = 268;
+    header.last_ts = start + 7;
+    EXPECT_EQ(read_file(dir.file("f")), header_bytes(header) + "datadatamore");
 }
 
 TEST_F(DataFile, AppendsToAnExistingFile) {
@@ -268,26 +268,17 @@ TEST_F(DataFile, RefusesPathsOutsideItsRoot) {
     EXPECT_THAT(data_files_of(dir.path()), ElementsAre(dir.file("root/f")));
 }
 
-// While in scope no file of this process grows beyond `bytes`: writes come back short.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(std::uint64_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        handler_ = std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit = {bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
-    FileSizeLimit(const FileSizeLimit &) = delete;
-    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-
-  private:
-    rlimit before_{};
-    void (*handler_)(int);
-};
+// Does `action` while no file of this process grows beyond `bytes`: writes come back short.
+void with_file_limit(std::uint64_t bytes, const std::function<void()> &action) {
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit = {bytes, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    action();
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+}
 
 TEST_F(DataFile, LosesOnlyWhatItDidNotReportWhenFilesMayNotGrow) {
     file.block_size = page_block_size;
@@ -297,13 +288,12 @@ TEST_F(DataFile, LosesOnlyWhatItDidNotReportWhenFilesMayNotGrow) {
         SCOPED_TRACE(limit);
         CapturedLog log;
         std::vector<std::uint64_t> reported;
-        std::vector<std::string> lines;
-        {
-            const FileSizeLimit limited(limit);
+        Lines lines;
+        with_file_limit(limit, [&] {
             for (int page = 0; page < 6; ++page)
                 if (write(++time) != 0) reported.push_back(time);
             lines = log.take();
-        }
+        });
         // Where a file has room for a page, each failure is a stretch of its own.
         if (limit < header_size + page_block_size) {
             EXPECT_THAT(lines, SizeIs(limit < header_size ? 2 : 1));
@@ -367,10 +357,7 @@ TEST_F(DataFile, CutsOnlyItsOwnPageOffASharedFile) {
     CapturedLog log;
     SharedPath shared(dir);
     for (const std::size_t stream : {0, 2}) shared.append(stream);
-    {
-        const FileSizeLimit limited(header_size + 27);
-        shared.append(0);
-    }
+    with_file_limit(header_size + 27, [&] { shared.append(0); });
     EXPECT_EQ(shared.streams[0].path, "");
     EXPECT_EQ(read_file(shared.path).substr(header_size), shared.expected);
     EXPECT_THAT(log.take(),

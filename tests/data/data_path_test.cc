@@ -38,7 +38,9 @@ vrn_data_file_t make_stream(const Stream &stream) {
 
 TEST(DataPath, ExpandsTemplates) {
     // clang-format off
-    const struct { const char *name; Stream stream; const char *path; } cases[] = {
+    const struct {
+        const char *name; Stream stream; const char *path; Lines lines = {};
+    } cases[] = {
         {"defaults", {}, "/root/2026/1115/node1/telemetry_1794712886000000.bin"},
         {"no tag", {.tag = ""}, "/root/2026/1115/node1/1794712886000000.bin"},
         {"all variables",
@@ -63,8 +65,23 @@ TEST(DataPath, ExpandsTemplates) {
         {"a source with slashes", {.source = "/etc/x", .path_template = "{{source}}/f"},
          "/root/etc/x/f"},
         {"whole milliseconds", {.path_template = "%f", .first_ts = start + 1999}, "/root/001000"},
-        {"first hash only", {.source = "AB", .path_template = "{{hash8}}{{hash8}}"},
-         "/root/3{{hash8}}"},
+        {"first hash only", {.source = "AB", .path_template = "a{{hash8}}b{{hash8}}"},
+         "/root/a3b{{hash8}}"},
+        {"hash of a GUID", {.source = "0x1b", .path_template = "{{hash8}}"}, "/root/3"},
+        {"hash of bytes", {.source = "\xFF", .path_template = "{{hash1000}}"}, "/root/255"},
+        {"hash of nothing", {.source = "", .path_template = "{{hash8}}"}, "/root/0"},
+        {"hash by nothing", {.source = "AB", .path_template = "{{hash0}}"}, "/root/131"},
+        {"hash by less", {.source = "0xffffffffffffffff", .path_template = "{{hash-3}}"},
+         "/root/2"},
+        {"hash below zero", {.source = "0xfffffffe", .path_template = "{{hash0}}"}, "/root/-2"},
+        {"hash and more", {.source = "AB", .path_template = "{{hash8 or so}}b"}, "/root/3b"},
+        {"hash of no GUID", {.source = "0xg", .path_template = "{{hash1000}}"}, "/root/271",
+         {"3 Failed to read 0xg as guid number"}},
+        {"open hash", {.path_template = "a{{hash8"}, "/root/a{{hash8",
+         {"3 path_template expects {{hash[num]}}, missing closing braces"}},
+        {"hash without a number", {.path_template = "a{{hash}}/b"}, "/root/a{{hash}}/b",
+         {"3 path_template expects {{hash[num]}}, '[num]' - a positive integer, actually received "
+          "{{hash}}"}},
         {"last day",
          {.path_template = "{{year}}{{month}}{{day}}", .first_ts = 253'402'300'799'999'999},
          "/root/99991231"},
@@ -73,7 +90,9 @@ TEST(DataPath, ExpandsTemplates) {
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         const vrn_data_file_t file = make_stream(test.stream);
+        CapturedLog log;
         EXPECT_EQ(vrn_data_file_expand_path(&file), test.path);
+        EXPECT_EQ(log.take(), test.lines);
     }
 }
 
@@ -103,35 +122,6 @@ TEST(DataPath, FormatsWhateverASourceHolds) {
         const vrn_data_file_t file =
             make_stream({.source = source.c_str(), .path_template = "<{{source}}"});
         EXPECT_TRUE(vrn_data_file_expand_path(&file).starts_with("/root/<")) << character;
-    }
-}
-
-TEST(DataPath, ExpandsHashes) {
-    // clang-format off
-    const struct { const char *source, *text, *expanded, *line = nullptr; } cases[] = {
-        {"0x10", "a{{hash8}}b", "a0b"},
-        {"AB", "{{hash8}}", "3"},
-        {"\xFF", "{{hash1000}}", "255"},
-        {"", "{{hash8}}", "0"},
-        {"AB", "{{hash0}}", "131"},
-        {"0xffffffffffffffff", "{{hash-3}}", "2"},
-        {"0xfffffffe", "{{hash0}}", "-2"},
-        {"0xg", "{{hash1000}}", "271", "3 Failed to read 0xg as guid number"},
-        {"AB", "a{{hash8", "a{{hash8",
-         "3 path_template expects {{hash[num]}}, missing closing braces"},
-        {"AB", "a{{hash}}/b", "a{{hash}}/b", "3 path_template expects {{hash[num]}}, '[num]' - a "
-          "positive integer, actually received {{hash}}"},
-        {"AB", "{{hash8 or so}}b", "3b"},
-    };
-    // clang-format on
-    for (const auto &test : cases) {
-        SCOPED_TRACE(std::string(test.source) + " " + test.text);
-        CapturedLog log;
-        const vrn_data_file_t file = make_stream({.source = test.source});
-        std::string text = test.text;
-        vrn_expand_hash_in_template(&file, &text);
-        EXPECT_EQ(text, test.expanded);
-        EXPECT_EQ(log.take(), test.line ? Lines{test.line} : Lines{});
     }
 }
 

@@ -117,27 +117,23 @@ TEST(SchemaWriter, TellsFailuresOncePerStretch) {
     const TempDir dir;
     const std::string path = dir.file("s/" + name_of(document));
     const std::string seen = is_event;
-    const std::string no_folder = "\n4 [data] Could not create schema file '" + path +
-                                  "': Inaccessible data path " + dir.file("s");
-    const std::string no_file = "\n4 [data] Could not write schema file '" + path + "': ";
     const vrn_schema_writer_ptr writer(vrn_schema_writer_create());
     vrn_schema_writer_set_schema_dir(writer.get(), dir.file("s").c_str());
-
+    const auto fails_and_recovers = [&](const std::string &line, const std::string &obstacle) {
+        const std::string first = announce(writer.get(), document);
+        EXPECT_TRUE(first.starts_with(seen + line)) << first;
+        EXPECT_EQ(announce(writer.get(), document), seen);
+        fs::remove(obstacle);
+        EXPECT_EQ(announce(writer.get(), document), seen);
+        EXPECT_EQ(read_file(path), document);
+    };
     dir.write("s", "a file where the folder belongs");
-    EXPECT_EQ(announce(writer.get(), document), seen + no_folder);
-    EXPECT_EQ(announce(writer.get(), document), seen);
-    fs::remove(dir.file("s"));
-    EXPECT_EQ(announce(writer.get(), document), seen);
-    EXPECT_EQ(read_file(path), document);
-
+    fails_and_recovers("\n4 [data] Could not create schema file '" + path +
+                           "': Inaccessible data path " + dir.file("s"),
+                       dir.file("s"));
     fs::remove(path);
     fs::create_directories(path);
-    const std::string failed = announce(writer.get(), document);
-    EXPECT_TRUE(failed.starts_with(seen + no_file)) << failed;
-    EXPECT_EQ(announce(writer.get(), document), seen);
-    fs::remove(path);
-    EXPECT_EQ(announce(writer.get(), document), seen);
-    EXPECT_EQ(read_file(path), document);
+    fails_and_recovers("\n4 [data] Could not write schema file '" + path + "': ", path);
 }
 
 }  // namespace
