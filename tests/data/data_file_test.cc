@@ -177,6 +177,7 @@ TEST_F(DataFile, AppendsToAnExistingFile) {
         dir.write("node1/" + std::to_string(start) + ".bin", test.before);
         EXPECT_EQ(write(start, start + 5, "bbbb"), 4U);
         EXPECT_TRUE(rotated);
+        EXPECT_EQ(file.file_size, test.after.size() + 4);
         vrn_data_file_finish(&file);
         file.first_ts = 0;
         EXPECT_EQ(read_file(path(start)), test.after + "bbbb");

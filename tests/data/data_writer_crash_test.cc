@@ -4,6 +4,7 @@
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -208,6 +209,7 @@ constexpr std::uint64_t shared_size = VRN_DATA_PAGE_HEADER_SIZE + shared_area;
     constexpr std::array<std::uint64_t, 5> sizes = {shared_size, shared_size, 0, shared_size + 1,
                                                     ~std::uint64_t{0}};
     constexpr std::array<std::uint32_t, 6> block_sizes = {unit, 7 * unit, 0, unit, unit, 1U << 31};
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     const int object = shm_open(name.c_str(), O_RDWR, 0);
     for (std::uint64_t i = 0;; ++i) {
         TestPage page(shared_area, block_sizes[i % block_sizes.size()]);

@@ -179,8 +179,8 @@ TEST_F(DataWriter, KeepsAStreamPerSourceAndTag) {
 }
 
 TEST_F(DataWriter, FixesTheTemplateByTheFirstPage) {
-    vrn_data_writer_set_counters_path_template(writer.get(), "counters/{{tag}}/{{id}}");
     vrn_data_writer_set_data_path_template(writer.get(), "data/{{tag}}{{id}}");
+    vrn_data_writer_set_counters_path_template(writer.get(), "counters/{{tag}}/{{id}}");
     page.names("node1", "");
     EXPECT_TRUE(write(page));
     EXPECT_TRUE(write(page.times(start - 5, start - 5).data("CNTX")));

@@ -108,11 +108,14 @@ TEST_F(InfluxRecords, GiveEachCpuItsOwnLine) {
 }
 
 TEST_F(InfluxRecords, AreMadeForAllThatCanBeMeasured) {
+    add_group(schema_.get(), PACKAGE, 2, {});
     add_group(schema_.get(), CPU, 1, {});
-    add_group(schema_.get(), NODE, 1, {"nic_of_20_characters:x"});
+    add_group(schema_.get(), NODE, 1, {"nic_of_20_characters:x", "b:x"});
     EXPECT_EQ(lines_of(hca_bytes("nic_of_20_characters", "1") + hca_bytes("b", "1234"), {}),
-              Lines{"hca_counters,hca_name=nic_of_20_characters,node_guid=0x1111111111111111,"
-                    "system_image_guid=0x x=0i 1700000000123"});
+              (Lines{"node_counters,node_guid=0x1111111111111111,system_image_guid=0x b:x=1i "
+                     "1700000000123",
+                     "hca_counters,hca_name=nic_of_20_characters,node_guid=0x1111111111111111,"
+                     "system_image_guid=0x x=0i 1700000000123"}));
     EXPECT_EQ(all_,
               "node_counters[] cpu_counters[] hca_port_counters[nic_of_20_characters:1:] "
               "hca_port_counters[b:1:] hca_port_counters[b:2:] "

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,7 +20,10 @@ constexpr std::uint64_t page_size = 12288;  // three pages of memory
 // Starts a second process that does `action` and exits with 0 if that is true.
 pid_t start(const std::function<bool()> &action) {
     const pid_t child = fork();
-    if (child == 0) _exit(action() ? 0 : 1);
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        _exit(action() ? 0 : 1);
+    }
     return child;
 }
 int status_of(pid_t child) {
@@ -66,7 +70,9 @@ class SharedPage : public ::testing::Test {
 
 TEST_F(SharedPage, IsCreatedAndEndedByItsCreator) {
     CapturedLog log(7);
+    const mode_t mask = umask(027);
     vrn_data_page_t *page = allocate();
+    EXPECT_EQ(umask(mask), 027);
     ASSERT_TRUE(page);
     const std::string at = address_of(page);
     EXPECT_EQ(log.take(),
