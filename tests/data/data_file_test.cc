@@ -315,25 +315,22 @@ TEST_F(DataFile, LosesOnlyWhatItDidNotReportWhenFilesMayNotGrow) {
 // Streams of several block sizes on one path, as of one process.
 struct SharedPath {
     explicit SharedPath(const TempDir &dir) : path(dir.file("f")) {
-        for (std::size_t i = 0; i < streams.size(); ++i) init(i, dir);
+        for (vrn_data_file_t &stream : streams) {
+            vrn_data_file_init(&stream, &client, "node1", "tag", 1);
+            stream.root_dir = dir.path();
+            stream.path_template = "f";
+            stream.block_size = &stream == &streams[1] ? 7 : 10;
+        }
     }
-    ~SharedPath() { finish(); }
+    ~SharedPath() {
+        for (vrn_data_file_t &stream : streams) vrn_data_file_destroy(&stream);
+    }
 
-    void init(std::size_t i, const TempDir &dir) {
-        constexpr std::array<std::uint32_t, 3> block_sizes = {10, 7, 10};
-        vrn_data_file_init(&streams[i], &client, std::to_string(i), "tag", 1);
-        streams[i].root_dir = dir.path();
-        streams[i].path_template = "f";
-        streams[i].block_size = block_sizes[i];
-    }
     void append(std::size_t i) {
         const std::string page(streams[i].block_size, static_cast<char>('a' + pages++ % 26));
         ++time;
         if (vrn_data_file_write(&streams[i], time, time, page.data(), page.size(), nullptr) != 0)
             expected += page;
-    }
-    void finish() {
-        for (vrn_data_file_t &stream : streams) vrn_data_file_finish(&stream);
     }
     // What streams hold goes, and nothing else happens: no data waits in this process.
     void kill() {

@@ -2,6 +2,7 @@
 
 #include "data/influx_fixtures.h"
 #include "support/test.h"
+#include "support/test_page.h"
 
 namespace vrn::test {
 namespace {
@@ -109,12 +110,10 @@ TEST_F(InfluxPage, StaysWithinEveryShorterPage) {
 TEST_F(InfluxPage, SerializesThroughTheInterface) {
     // A row without a schema has no line.
     vrn_counters_schema_destroy(std::exchange(system_->counters_schema, nullptr));
-    const std::string bytes = page_bytes(counters_block({}) + event_block(0, 0, 1, "\1"));
-    std::vector<std::uint64_t> aligned(bytes.size() / 8 + 1);
-    bytes.copy(reinterpret_cast<char *>(aligned.data()), bytes.size());
+    TestPage page;
+    page.data(counters_block({}) + event_block(0, 0, 1, "\1"));
     const data::Serializer &serializer = serializer_;
-    const auto *page = reinterpret_cast<const vrn_data_page_t *>(aligned.data());
-    EXPECT_EQ(serializer.serialize({{"host", "h"}}, page, system_.get()), Lines{x1});
+    EXPECT_EQ(serializer.serialize({{"host", "h"}}, page.get(), system_.get()), Lines{x1});
 }
 
 // A text counter without a length takes all bytes up to a zero, so that a few counters of many

@@ -32,12 +32,6 @@ std::string read_pages(const std::string &bytes, Times *times) {
     return "";
 }
 
-std::string missing_time(const Times &times, const std::vector<std::uint64_t> &expected) {
-    for (const std::uint64_t time : expected)
-        if (!times.contains(time)) return "no page of time " + std::to_string(time);
-    return "";
-}
-
 }  // namespace
 
 std::string page_data(std::uint64_t time) {
@@ -64,7 +58,9 @@ std::string check_data_tree(const std::string &root, const std::vector<std::uint
         const std::string fault = read_pages(read_file(path), &times);
         if (!fault.empty()) return std::string(path).append(": ").append(fault);
     }
-    return missing_time(times, expected);
+    for (const std::uint64_t time : expected)
+        if (!times.contains(time)) return "no page of time " + std::to_string(time);
+    return "";
 }
 
 }  // namespace vrn::test
