@@ -102,9 +102,7 @@ TEST(PascalStrings, AreCutToTheirLimits) {
     char buffer[300];
     CapturedLog log;
     EXPECT_EQ(vrn_copy_as_pascal_string_info_buffer("abcdef", 4, buffer, 10), 5U);
-    EXPECT_EQ(std::string(buffer, 5),
-              "\x04"
-              "abcd");
+    EXPECT_EQ(std::string(buffer, 5), "\4abcd");
     EXPECT_EQ(vrn_copy_as_pascal_string_info_buffer(std::string(290, 'a').c_str(), 290, buffer,
                                                     sizeof buffer),
               256U);

@@ -167,31 +167,23 @@ TEST_F(DataWriter, DumpsPagesItCannotStore) {
     }
 }
 
-TEST_F(DataWriter, KeepsAStreamPerSourceAndTag) {
+TEST_F(DataWriter, KeepsAStreamPerSourceAndTagWhoseFirstPageFixesTheTemplate) {
+    vrn_data_writer_set_data_path_template(writer.get(), "data/{{source}}/{{tag}}{{id}}");
+    vrn_data_writer_set_counters_path_template(writer.get(), "rows/{{source}}/{{tag}}/{{id}}");
     const std::string full(64, 'n');
-    EXPECT_TRUE(write(page.names("node1", "a")));
-    EXPECT_TRUE(write(page.names("node1", "b")));
-    EXPECT_TRUE(write(page.names(full, "0123456789abcdef")));
-    const std::string id = "_" + std::to_string(start);
-    const std::string joined = full + "0123456789abcdef";
-    EXPECT_THAT(files_on_disk(),
-                ElementsAre(joined + "/0123456789abcdef" + id, "node1/a" + id, "node1/b" + id));
-}
-
-TEST_F(DataWriter, FixesTheTemplateByTheFirstPage) {
-    vrn_data_writer_set_data_path_template(writer.get(), "data/{{tag}}{{id}}");
-    vrn_data_writer_set_counters_path_template(writer.get(), "counters/{{tag}}/{{id}}");
-    page.names("node1", "");
-    EXPECT_TRUE(write(page));
-    EXPECT_TRUE(write(page.times(start - 5, start - 5).data("CNTX")));
-    page.names("node1", "b");
-    EXPECT_TRUE(write(page.times(start, start)));
-    EXPECT_TRUE(write(page.times(start - 5, start - 5).data("VRND")));
+    const std::string full_tag = "0123456789abcdef";
+    EXPECT_TRUE(write(page.names("node1", "")));
+    EXPECT_TRUE(write(page.names(full, full_tag)));
+    EXPECT_TRUE(write(page.names("node1", "b").data("CNTX")));
+    page.times(start - 5, start - 5);
+    EXPECT_TRUE(write(page.names("node1", "")));
+    EXPECT_TRUE(write(page.names("node1", "b").data("VRND")));
     const std::string id = std::to_string(start);
     const std::string before = std::to_string(start - 5);
     EXPECT_THAT(files_on_disk(),
-                ElementsAre("counters/counters/" + before, "counters/counters/" + id,
-                            "data/b_" + before, "data/b_" + id));
+                ElementsAre("data/node1/b_" + before, "data/node1/b_" + id,
+                            "rows/" + full + full_tag + "/" + full_tag + "/" + id,
+                            "rows/node1/counters/" + before, "rows/node1/counters/" + id));
 }
 
 TEST_F(DataWriter, AppliesChangesToOpenFiles) {
