@@ -7,14 +7,6 @@
 namespace vrn::test {
 namespace {
 
-TEST(DataFileHeader, NewOneHasMagicsVersionAndSize) {
-    const vrn_data_file_header_ptr header(vrn_data_file_header_create());
-    const auto expected =
-        ByteBuilder().text("VRNF").u32(1793).u64(256).pad_to(252).text("vrnf").done();
-    EXPECT_EQ(std::string(reinterpret_cast<const char *>(header.get()), 256), expected);
-    EXPECT_TRUE(vrn_data_file_header_validate(header.get()));
-}
-
 TEST(DataFileHeader, ChecksMagicVersionAndSizeOnly) {
     const auto refused = [](const std::string &shown) {
         return Lines{"3 Version of data page " + shown + " is incompatible with Varnel version " +
