@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <functional>
 
@@ -266,16 +267,16 @@ TEST_F(SharedPage, OutlivesItsCreator) {
 
 TEST_F(SharedPage, HasOneCreatorAmongMany) {
     for (int round = 0; round < 20; ++round) {
-        std::vector<pid_t> children;
-        for (int i = 0; i < 4; ++i)
-            children.push_back(start([&] {
+        std::array<pid_t, 4> children;
+        for (pid_t &child : children)
+            child = start([&] {
                 vrn_data_page_t *page = nullptr;
                 std::int32_t creator_pid = 0;
                 const int result =
                     vrn_allocate_shared_mem(name.c_str(), page_size, &page, &creator_pid);
                 if (result != 0) _exit(2);
                 return creator_pid == getpid();
-            }));
+            });
         int creators = 0;
         for (const pid_t child : children) {
             const int status = status_of(child);
