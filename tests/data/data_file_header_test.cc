@@ -48,6 +48,7 @@ TEST(DataFileHeader, PrintsAFullTextAsFarAsItReaches) {
         captured_stream([&](std::FILE *out) { vrn_data_file_header_print(out, &header); });
     EXPECT_NE(text.find(" source id            = " + std::string(240, 'x') + "\n"), text.npos);
     EXPECT_NE(text.find(" first timestamp      = 8680820740569200760\n"), text.npos);
+    EXPECT_NE(text.find(" byte order           = 120 (BE)\n"), text.npos);
 }
 
 TEST(DataFileHeader, SchemaIdTextsEndAtTheSeventh) {

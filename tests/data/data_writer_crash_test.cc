@@ -231,6 +231,10 @@ TEST(DataWriterCrash, KeepsItsTreeWholeWhileAnotherProcessSpoilsItsPages) {
     vrn_data_writer_ptr writer = make_writer(dir.path());
     vrn_data_writer_set_counters_path_template(writer.get(), "{{source}}/{{id}}.bin");
     CapturedLog log;
+    const std::string object = "/dev/shm/" + name;
+    ASSERT_EQ(truncate(object.c_str(), 0), 0);  // its bytes are gone
+    EXPECT_TRUE(vrn_data_writer_write_page(writer.get(), page.get(), nullptr));
+    ASSERT_EQ(truncate(object.c_str(), shared_size), 0);
     ::testing::internal::CaptureStdout();  // dumps of pages without a block
     const pid_t vandal = fork();
     if (vandal == 0) spoil(name);
