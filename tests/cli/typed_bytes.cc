@@ -31,48 +31,39 @@ void set_text(char (&field)[N], const std::string &text) {
     std::memcpy(field, text.data(), std::min(N, text.size()));
 }
 
-vrn_schema_id_t read_id(const std::string &hex) {
-    vrn_schema_id_t id{};
-    if (!vrn_schema_id_from_hex(hex.c_str(), &id)) throw std::runtime_error("bad id " + hex);
-    return id;
+void set_id(vrn_schema_id_t *id, const std::string &hex) {
+    if (!vrn_schema_id_from_hex(hex.c_str(), id)) throw std::runtime_error("bad id " + hex);
 }
 
 void set_event_ids(vrn_data_file_header_t *header, const std::string &list) {
     std::istringstream ids(list);
     std::size_t place = 0;
-    for (std::string hex; std::getline(ids, hex, ','); ++place)
-        header->event_schema_ids[place] = read_id(hex);
+    for (std::string hex; std::getline(ids, hex, ',');)
+        set_id(&header->event_schema_ids[place++], hex);
+}
+
+// The low bytes of `number`, as many as the field has.
+template <typename T>
+void set_number(T &field, std::uint64_t number) {
+    std::memcpy(&field, &number, sizeof field);
 }
 
 void set_header_key(vrn_data_file_header_t *header, const std::string &key,
                     const std::string &value) {
-    if (key == "magic")
-        set_text(header->magic, value);
-    else if (key == "magic_end")
-        set_text(header->magic_end, value);
-    else if (key == "version") {
-        const std::uint32_t packed = vrn_version_parse(value.c_str());
-        std::memcpy(&header->version, &packed, sizeof packed);
-    } else if (key == "file_size")
-        header->file_size = std::stoull(value);
-    else if (key == "source")
-        set_text(header->source_id, value);
-    else if (key == "tag")
-        set_text(header->source_tag, value);
-    else if (key == "first")
-        header->first_timestamp = std::stoull(value);
-    else if (key == "last")
-        header->last_timestamp = std::stoull(value);
-    else if (key == "block_size")
-        header->block_size = static_cast<std::uint32_t>(std::stoul(value));
-    else if (key == "counters")
-        header->counters_schema_id = read_id(value);
-    else if (key == "events")
-        set_event_ids(header, value);
-    else if (key == "byte_order")
-        header->byte_order = static_cast<std::uint8_t>(std::stoul(value));
-    else
-        throw std::runtime_error("unknown header key " + key);
+    if (key == "magic") return set_text(header->magic, value);
+    if (key == "magic_end") return set_text(header->magic_end, value);
+    if (key == "source") return set_text(header->source_id, value);
+    if (key == "tag") return set_text(header->source_tag, value);
+    if (key == "events") return set_event_ids(header, value);
+    if (key == "counters") return set_id(&header->counters_schema_id, value);
+    if (key == "version") return set_number(header->version, vrn_version_parse(value.c_str()));
+    const std::uint64_t number = std::stoull(value);
+    if (key == "file_size") return set_number(header->file_size, number);
+    if (key == "first") return set_number(header->first_timestamp, number);
+    if (key == "last") return set_number(header->last_timestamp, number);
+    if (key == "block_size") return set_number(header->block_size, number);
+    if (key == "byte_order") return set_number(header->byte_order, number);
+    throw std::runtime_error("unknown header key " + key);
 }
 
 std::string build_header(const Keys &keys) {
@@ -95,6 +86,8 @@ std::string rest_of(std::istringstream &words) {
     return rest;
 }
 
+void repeat(ByteBuilder &bytes, std::size_t count, const std::string &line);
+
 void add_directive(ByteBuilder &bytes, const std::string &line) {
     const auto natural = [](const std::string &word) { return std::stoull(word, nullptr, 0); };
     const auto integer = [](const std::string &word) { return std::stoll(word, nullptr, 0); };
@@ -103,44 +96,28 @@ void add_directive(ByteBuilder &bytes, const std::string &line) {
 
     std::istringstream words(line);
     std::string directive;
-    std::size_t count = 0;
     words >> directive;
-    if (directive == "header") {
-        bytes.text(build_header(read_keys(words)));
-    } else if (directive == "text") {
-        bytes.text(rest_of(words));
-    } else if (directive == "field") {
-        words >> count;
-        bytes.field(rest_of(words), count);
-    } else if (directive == "zeros") {
-        words >> count;
-        bytes.zeros(count);
-    } else if (directive == "pad") {
-        words >> count;
-        bytes.pad_to(count);
-    } else if (directive == "repeat") {
-        words >> count;
-        const std::string repeated = rest_of(words);
-        for (std::size_t i = 0; i < count; ++i) add_directive(bytes, repeated);
-    } else if (directive == "hex") {
-        add_numbers<std::uint8_t>(bytes, words, hex);
-    } else if (directive == "u8") {
-        add_numbers<std::uint8_t>(bytes, words, natural);
-    } else if (directive == "u16") {
-        add_numbers<std::uint16_t>(bytes, words, natural);
-    } else if (directive == "u32") {
-        add_numbers<std::uint32_t>(bytes, words, natural);
-    } else if (directive == "u64") {
-        add_numbers<std::uint64_t>(bytes, words, natural);
-    } else if (directive == "i64") {
-        add_numbers<std::int64_t>(bytes, words, integer);
-    } else if (directive == "f32") {
-        add_numbers<float>(bytes, words, real);
-    } else if (directive == "f64") {
-        add_numbers<double>(bytes, words, real);
-    } else {
-        throw std::runtime_error("unknown directive " + directive);
-    }
+    if (directive == "header") return void(bytes.text(build_header(read_keys(words))));
+    if (directive == "text") return void(bytes.text(rest_of(words)));
+    if (directive == "hex") return add_numbers<std::uint8_t>(bytes, words, hex);
+    if (directive == "u8") return add_numbers<std::uint8_t>(bytes, words, natural);
+    if (directive == "u16") return add_numbers<std::uint16_t>(bytes, words, natural);
+    if (directive == "u32") return add_numbers<std::uint32_t>(bytes, words, natural);
+    if (directive == "u64") return add_numbers<std::uint64_t>(bytes, words, natural);
+    if (directive == "i64") return add_numbers<std::int64_t>(bytes, words, integer);
+    if (directive == "f32") return add_numbers<float>(bytes, words, real);
+    if (directive == "f64") return add_numbers<double>(bytes, words, real);
+    std::size_t count = 0;
+    words >> count;
+    if (directive == "field") return void(bytes.field(rest_of(words), count));
+    if (directive == "zeros") return void(bytes.zeros(count));
+    if (directive == "pad") return void(bytes.pad_to(count));
+    if (directive == "repeat") return repeat(bytes, count, rest_of(words));
+    throw std::runtime_error("unknown directive " + directive);
+}
+
+void repeat(ByteBuilder &bytes, std::size_t count, const std::string &line) {
+    for (std::size_t i = 0; i < count; ++i) add_directive(bytes, line);
 }
 
 // A page whose payload is still being typed.

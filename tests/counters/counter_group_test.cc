@@ -1,22 +1,13 @@
 #include "counters/counter_group.h"
 
+#include <gmock/gmock.h>
+
 #include "counters/counter_fixtures.h"
 #include "data/schema/name_tables.h"
 #include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-// The line numbers of the messages are left to the code.
-Lines without_lines(const Lines &lines) {
-    Lines result;
-    for (std::string line : lines) {
-        const std::size_t end = line.find(" attempted");
-        const std::size_t number = line.find_last_of(' ', end - 1);
-        result.push_back(line.erase(number + 1, end - number - 1));
-    }
-    return result;
-}
 
 TEST(CounterGroup, KeepsCopiesOfAllButHidden) {
     vrn_counter_info_t counter = make_counter("n", VRN_DATA_STRING, VRN_STRING_BINARY, 4);
@@ -26,12 +17,13 @@ TEST(CounterGroup, KeepsCopiesOfAllButHidden) {
     ASSERT_TRUE(vrn_counter_group_add_counter(group.get(), &counter));
     EXPECT_STREQ(group->provider, "");
     EXPECT_EQ(group->num_counter_sets, 1U);
-    const vrn_counter_info_t *copy = group->counters[0];
-    EXPECT_STREQ(copy->name, "n");
-    EXPECT_NE(copy->name, counter.name);
-    EXPECT_EQ((std::vector<std::uint32_t>{copy->data_type, copy->string_format, copy->length,
-                                          copy->slot, copy->mandatory, copy->hidden}),
-              (std::vector<std::uint32_t>{VRN_DATA_STRING, VRN_STRING_BINARY, 4, 5, 1, 0}));
+    vrn_counter_info_t copy = *group->counters[0];
+    EXPECT_STREQ(copy.name, "n");
+    EXPECT_NE(copy.name, counter.name);
+    counter.hidden = 0;
+    counter.name = counter.description = counter.units = nullptr;
+    copy.name = copy.description = copy.units = nullptr;
+    EXPECT_EQ(std::memcmp(&copy, &counter, sizeof copy), 0);
 }
 
 TEST(CounterGroup, DestructionReportsMissingTextsAndGoesOn) {
@@ -45,31 +37,27 @@ TEST(CounterGroup, DestructionReportsMissingTextsAndGoesOn) {
     group.reset();
     vrn_free_counter_group(nullptr);
     vrn_destroy_counter_info(nullptr);
-    EXPECT_EQ(without_lines(log.take()),
-              (Lines{"4 on counter_group.cc, vrn_destroy_counter_info  attempted to free NULL ptr",
-                     "4 on counter_group.cc, vrn_free_counter_group  attempted to free NULL ptr"}));
+    const auto names = [](const std::string &function) {
+        return testing::MatchesRegex("4 on counter_group.cc, " + function +
+                                     " [0-9]+ attempted to free NULL ptr");
+    };
+    EXPECT_THAT(log.take(), testing::ElementsAre(names("vrn_destroy_counter_info"),
+                                                 names("vrn_free_counter_group")));
 }
 
 TEST(CounterGroup, GoesThroughItsHooks) {
     static int destroyed;
     destroyed = 0;
-    const vrn_provider_hooks_t hooks = {
-        .name = "hooks",
-        .create_group = nullptr,
-        .destroy_group =
-            [](vrn_counter_group_t *group) {
-                ++destroyed;
-                group->provider_hooks = nullptr;
-                vrn_free_counter_group(group);
-            },
-        .add_counter =
-            [](vrn_counter_group_t *group, const vrn_counter_info_t *counter) {
-                if (std::string(counter->name) == "bad") return false;
-                ++group->num_counters;
-                return true;
-            },
-        .collect = nullptr,
-        .collect_with = nullptr,
+    vrn_provider_hooks_t hooks = {};
+    hooks.destroy_group = [](vrn_counter_group_t *group) {
+        ++destroyed;
+        group->provider_hooks = nullptr;
+        vrn_free_counter_group(group);
+    };
+    hooks.add_counter = [](vrn_counter_group_t *group, const vrn_counter_info_t *counter) {
+        if (std::string(counter->name) == "bad") return false;
+        ++group->num_counters;
+        return true;
     };
     vrn_counter_group_ptr group(vrn_counter_group_create("g", "p"));
     group->provider_hooks = &hooks;

@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::uint32_t unknown = 0xFFFFFFFF;
 
-Bytes bytes_of(const std::string &content) {
-    return {reinterpret_cast<const std::uint8_t *>(content.data()), content.size()};
-}
-
 // The value as a test reads it: texts in quotes.
 std::string shown(const vrn_counter_info_t &counter, const std::string &row, bool convert_guids) {
     const auto value = vrn_counter_value_read(&counter, CounterRow(bytes_of(row)), convert_guids);
@@ -75,18 +71,17 @@ TEST(CounterValue, FollowsTypeFormatAndName) {
 }
 
 TEST(CounterValue, GuidWordsInDecimalAreHexWhenSwitchedOn) {
-    const std::string row = ByteBuilder().u64(5).u64(7).done();
-    const struct {
-        vrn_counter_info_t counter;
-        std::string on;
-        std::string off;
-    } cases[] = {
-        {make_counter("Guid", VRN_DATA_UINT64, 1), "'0x0000000000000005'", "5"},
+    const std::string row = ByteBuilder().u64(5).done();
+    const std::string hex = "'0x0000000000000005'";
+    // clang-format off
+    const struct { vrn_counter_info_t counter; std::string on, off; } cases[] = {
+        {make_counter("Guid", VRN_DATA_UINT64, 1), hex, "5"},
         {make_counter("Guid", VRN_DATA_UINT64, 0), "5", "5"},
-        {make_counter("port.GUID", VRN_DATA_INT64, 1), "'0x0000000000000005'", "5"},
-        {make_counter("guid", VRN_DATA_STRING, 1, 1), "'0x0000000000000005'", "'\5'"},
+        {make_counter("port.GUID", VRN_DATA_INT64, 1), hex, "5"},
+        {make_counter("guid", VRN_DATA_STRING, 1, 1), hex, "'\5'"},
         {make_counter("Guidance", VRN_DATA_UINT64, 1), "5", "5"},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.counter.name);
         EXPECT_EQ(shown(c.counter, row, true), c.on);
@@ -96,11 +91,8 @@ TEST(CounterValue, GuidWordsInDecimalAreHexWhenSwitchedOn) {
 
 TEST(CounterValue, DumpsStringsForDevelopers) {
     CapturedLog log(7);
-    EXPECT_EQ(shown(make_counter("s", VRN_DATA_STRING, 0, 4), std::string("A\0B", 3), false),
-              "'A'");
-    const Lines lines = log.take();
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_TRUE(lines[0].starts_with("7 41 00 42 ")) << lines[0];
+    shown(make_counter("s", VRN_DATA_STRING, 0, 4), std::string("A\0B", 3), false);
+    EXPECT_EQ(log.take().at(0).substr(0, 11), "7 41 00 42 ");
 }
 
 }  // namespace

@@ -54,19 +54,19 @@ TEST(CountersSchema, LaysCountersOutBackToBack) {
 }
 
 TEST(CountersSchema, AddsToItsFirstGroup) {
-    const vrn_counters_schema_ptr schema(vrn_counters_schema_create());
+    const vrn_counters_schema_ptr owner(vrn_counters_schema_create());
+    vrn_counters_schema_t *schema = owner.get();
     const vrn_counter_info_t counter = make_counter("a", 1);
     EXPECT_FALSE(vrn_counters_schema_add_counters(nullptr, &counter, 1, "g"));
-    EXPECT_FALSE(vrn_counters_schema_add_counters(schema.get(), nullptr, 1, "g"));
-    EXPECT_FALSE(vrn_counters_schema_add_counters(schema.get(), &counter, 0, "g"));
-    EXPECT_FALSE(vrn_counters_schema_add_counters(schema.get(), &counter, 1, ""));
-    EXPECT_FALSE(vrn_counters_schema_add_counters(schema.get(), &counter, 1, nullptr));
+    EXPECT_FALSE(vrn_counters_schema_add_counters(schema, nullptr, 1, "g"));
+    EXPECT_FALSE(vrn_counters_schema_add_counters(schema, &counter, 0, "g"));
+    EXPECT_FALSE(vrn_counters_schema_add_counters(schema, &counter, 1, ""));
+    EXPECT_FALSE(vrn_counters_schema_add_counters(schema, &counter, 1, nullptr));
     EXPECT_EQ(schema->num_groups, 0U);
 
-    EXPECT_TRUE(vrn_counters_schema_add_counters(schema.get(), &counter, 1, "g"));
-    vrn_counter_group_ptr second(vrn_counter_group_create("second", nullptr));
-    EXPECT_TRUE(vrn_counters_schema_add_group(schema.get(), second.release()));
-    EXPECT_TRUE(vrn_counters_schema_add_counters(schema.get(), &counter, 1, "other"));
+    EXPECT_TRUE(vrn_counters_schema_add_counters(schema, &counter, 1, "g"));
+    EXPECT_TRUE(vrn_counters_schema_add_group(schema, vrn_counter_group_create("second", nullptr)));
+    EXPECT_TRUE(vrn_counters_schema_add_counters(schema, &counter, 1, "other"));
     ASSERT_EQ(schema->num_groups, 2U);
     EXPECT_STREQ(schema->groups[0]->name, "g");
     EXPECT_EQ(schema->groups[0]->num_counters, 2U);

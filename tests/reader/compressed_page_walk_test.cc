@@ -40,13 +40,6 @@ Walk walk(const std::string &chunk) {
     return result;
 }
 
-void expect_blocks(const std::string &chunk, const Lines &blocks) {
-    const Walk result = walk(chunk);
-    EXPECT_TRUE(result.good);
-    EXPECT_EQ(result.blocks, blocks);
-    EXPECT_EQ(result.lines, none);
-}
-
 std::string gzip_page(const std::string &payload) {
     return encode_page(VRN_ENCODING_GZIP, payload);
 }
@@ -57,17 +50,6 @@ std::string snappy_page(const std::string &payload) {
 
 std::string counters_block(const std::string &values) {
     return ByteBuilder().text("VRND").u32(0).u64(1000).text(values).done();
-}
-
-const std::string corrupt_page = page_around('S', "\x05?");
-const Lines corrupt_lines = {"3 [encoded_data] snappy decompression failed"};
-
-TEST(CompressedPageWalk, HandsEveryPayloadOver) {
-    const std::string big = "VRNE" + std::string(100000, 'e');
-    for (const std::string &end : {std::string(), std::string(1, '\0'), std::string(500, '\0')}) {
-        expect_blocks(gzip_page("VRNE one") + snappy_page("VRNX two") + gzip_page(big) + end,
-                      (Lines{"VRNE one", "VRNX two", big}));
-    }
 }
 
 TEST(CompressedPageWalk, CutsCountersIntoUnits) {
@@ -90,64 +72,59 @@ TEST(CompressedPageWalk, CutsCountersIntoUnits) {
         {"nothing", "", {}},
     };
     // clang-format on
-    for (const auto &test : cases) {
-        SCOPED_TRACE(test.name);
-        expect_blocks(snappy_page(test.payload), test.blocks);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const Walk result = walk(snappy_page(c.payload));
+        EXPECT_TRUE(result.good);
+        EXPECT_EQ(result.blocks, c.blocks);
+        EXPECT_EQ(result.lines, none);
     }
 }
 
-TEST(CompressedPageWalk, EndsSilentlyWhereNoWholePageStands) {
+TEST(CompressedPageWalk, HandsPayloadsOverUpToAFailureOrToWhatIsNoWholePage) {
     const std::string page = gzip_page("VRNE one");
+    const std::string big = "VRNE" + std::string(100000, 'e');
+    const std::string pages = page + snappy_page("VRNX two") + gzip_page(big);
     std::string bad_end = page;
     bad_end.back() = 'P';
     std::string too_long = page;
     too_long[9] = '\x7F';  // data_size of 2 GiB
-    for (const std::string &rest :
-         {bad_end, too_long, std::string("VRNP"), std::string("VR"), std::string("VRNE") + page,
-          std::string("VRNP\0\0\0\0\0\0", 10), std::string("\0\0\0P", 4)}) {
-        SCOPED_TRACE(rest);
-        expect_blocks(page + rest, Lines{"VRNE one"});
-    }
-    EXPECT_TRUE(walk(bad_end + page).good);
-    EXPECT_TRUE(walk("").good);
-}
-
-TEST(CompressedPageWalk, LeavesOutAPageThatTheChunkCuts) {
-    const std::string first = gzip_page("VRNE one");
-    const std::string second = snappy_page("VRNE two");
-    for (std::size_t length = 0; length < second.size(); ++length) {
-        const Walk result = walk(first + second.substr(0, length));
-        ASSERT_TRUE(result.good) << length;
-        ASSERT_EQ(result.blocks, Lines{"VRNE one"}) << length;
-        ASSERT_EQ(result.lines, none) << length;
-    }
-}
-
-TEST(CompressedPageWalk, FailsOverAPageThatNoPaddingFollows) {
-    const std::string page = gzip_page("VRNE one");
-    std::string cut_page = page;
-    cut_page.pop_back();
-    const std::string unknown = page_around(0, "stream");
+    std::string many;
+    for (int i = 0; i < 10000; ++i) many += snappy_page("");
+    const std::string members =
+        encode(VRN_ENCODING_GZIP, "VRNE") + encode(VRN_ENCODING_GZIP, "much longer");
+    const std::string corrupt = page_around('S', "\x05?");
+    const Lines failed = {"3 [encoded_data] snappy decompression failed"};
+    const Lines one = {"VRNE one"};
+    // clang-format off
     const struct {
-        const char *name;
-        std::string chunk;
-        bool good;
-        Lines blocks;
-        Lines lines;
+        const char *name; std::string chunk; Lines blocks; bool good = true; Lines lines = {};
     } cases[] = {
-        {"at the end", page + corrupt_page, false, {"VRNE one"}, corrupt_lines},
-        {"before a page", corrupt_page + page, false, {}, corrupt_lines},
-        {"before a cut page", corrupt_page + cut_page, false, {}, corrupt_lines},
-        {"before padding", corrupt_page + std::string(9, '\0'), true, {}, corrupt_lines},
-        {"before events", corrupt_page + "VRNE", true, {}, corrupt_lines},
-        {"unknown encoding", unknown, false, {}, none},
+        {"no bytes", "", {}},
+        {"pages", pages, {"VRNE one", "VRNX two", big}},
+        {"a byte of padding", pages + std::string(1, '\0'), {"VRNE one", "VRNX two", big}},
+        {"padding", pages + std::string(500, '\0'), {"VRNE one", "VRNX two", big}},
+        {"no payloads", many, {}},
+        // The claimed size was never written, so no block sees it.
+        {"first gzip member only", page_around('G', members), {"VRNE"}},
+        {"bad end", page + bad_end + page, one}, {"too long", page + too_long, one},
+        {"magic only", page + "VRNP", one}, {"half a magic", page + "VR", one},
+        {"events", page + "VRNE" + page, one}, {"D in padding", page + std::string("\0\0\0P", 4), one},
+        {"zeros behind magic", page + std::string("VRNP\0\0\0\0\0\0", 10), one},
+        {"failure at the end", page + corrupt, one, false, failed},
+        {"failure before a page", corrupt + page, {}, false, failed},
+        {"failure before a cut page", corrupt + bad_end, {}, false, failed},
+        {"failure before padding", corrupt + std::string(9, '\0'), {}, true, failed},
+        {"failure before events", corrupt + "VRNE", {}, true, failed},
+        {"unknown encoding", page_around(0, "stream"), {}, false, {}},
     };
-    for (const auto &test : cases) {
-        SCOPED_TRACE(test.name);
-        const Walk result = walk(test.chunk);
-        EXPECT_EQ(result.good, test.good);
-        EXPECT_EQ(result.blocks, test.blocks);
-        EXPECT_EQ(result.lines, test.lines);
+    // clang-format on
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const Walk result = walk(c.chunk);
+        EXPECT_EQ(result.good, c.good);
+        EXPECT_EQ(result.blocks, c.blocks);
+        EXPECT_EQ(result.lines, c.lines);
     }
 }
 
@@ -164,17 +141,15 @@ TEST(CompressedPageWalk, StopsAtTheFirstRefusedBlock) {
     refuse_blocks_with("");
 }
 
-// What a short first member leaves of the claimed size was never written, so no block sees it.
-TEST(CompressedPageWalk, HandsOverTheFirstGzipMemberOnly) {
-    expect_blocks(page_around('G', encode(VRN_ENCODING_GZIP, "VRNE") +
-                                       encode(VRN_ENCODING_GZIP, "much longer")),
-                  Lines{"VRNE"});
-}
-
-TEST(CompressedPageWalk, TakesManyPagesWithoutPayload) {
-    std::string chunk;
-    for (int i = 0; i < 10000; ++i) chunk += snappy_page("");
-    expect_blocks(chunk, none);
+TEST(CompressedPageWalk, LeavesOutAPageThatTheChunkCuts) {
+    const std::string first = gzip_page("VRNE one");
+    const std::string second = snappy_page("VRNE two");
+    for (std::size_t length = 0; length < second.size(); ++length) {
+        const Walk result = walk(first + second.substr(0, length));
+        ASSERT_TRUE(result.good) << length;
+        ASSERT_EQ(result.blocks, Lines{"VRNE one"}) << length;
+        ASSERT_EQ(result.lines, none) << length;
+    }
 }
 
 TEST(CompressedPageWalk, SurvivesEveryHeaderSize) {

@@ -1,8 +1,6 @@
-// Reads every truncation and many damaged forms of the sample files; the sanitizers judge.
-#include <fcntl.h>
-#include <unistd.h>
-
+// Reads truncations and damaged forms of the sample files; the sanitizers judge.
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 
 #include "reader/reader.h"
@@ -14,30 +12,18 @@
 namespace vrn::test {
 namespace {
 
-// Sends standard output to the null device while in scope.
-class QuietOutput {
-  public:
-    QuietOutput() : output_(dup(STDOUT_FILENO)), errors_(dup(STDERR_FILENO)) {
-        std::fflush(stdout);
-        const int null_device = open("/dev/null", O_WRONLY);
-        dup2(null_device, STDOUT_FILENO);
-        dup2(null_device, STDERR_FILENO);
-        close(null_device);
-    }
-    ~QuietOutput() {
-        std::fflush(stdout);
-        dup2(output_, STDOUT_FILENO);
-        dup2(errors_, STDERR_FILENO);
-        close(output_);
-        close(errors_);
-    }
-    QuietOutput(const QuietOutput &) = delete;
-    QuietOutput &operator=(const QuietOutput &) = delete;
+// Runs of zeros, which are padding or empty places, are sampled.
+bool is_telling(const std::string &bytes, std::size_t place) {
+    constexpr std::size_t reach = 4;
+    const std::size_t first = place - std::min(place, reach);
+    return place % 16 == 0 || bytes.find_first_not_of('\0', first) <= place + reach;
+}
 
-  private:
-    int output_;
-    int errors_;
-};
+// Every digit; of a word or a run of signs one damaged byte is like another.
+bool begins_token(const std::string &text, std::size_t place) {
+    const auto is_word = [&text](std::size_t at) { return std::isalnum(text[at]) != 0; };
+    return std::isdigit(text[place]) || place == 0 || is_word(place) != is_word(place - 1);
+}
 
 class DamagedFiles : public testing::Test {
   protected:
@@ -47,67 +33,69 @@ class DamagedFiles : public testing::Test {
         options_.schema_path = strdup(dir_.file("schema").c_str());
         vrn_string_array_append(&options_.include_counters, "*");
         options_.timestamp_lt = UINT64_MAX;
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
     }
-    void TearDown() override { vrn_reader_options_clear(&options_); }
+    void TearDown() override {
+        std::fflush(stdout);
+        testing::internal::GetCapturedStdout();
+        testing::internal::GetCapturedStderr();
+        vrn_reader_options_clear(&options_);
+    }
 
-    bool reads(const std::string &bytes, vrn_output_format_t format) {
+    bool read_all_ways(const std::string &bytes) {
         const std::string path = dir_.write("data.bin", bytes);
-        options_.format = format;
-        return vrn_read_data_file(path.c_str(), &options_, true);
+        bool done = true;
+        for (const vrn_output_format_t format : {VRN_FORMAT_NDJSON, VRN_FORMAT_TXT}) {
+            options_.format = format;
+            done &= vrn_read_data_file(path.c_str(), &options_, true);
+        }
+        return done;
     }
 
-    void read_all_ways(const std::string &bytes) {
-        reads(bytes, VRN_FORMAT_NDJSON);
-        reads(bytes, VRN_FORMAT_TXT);
-    }
-
+    const std::string sample_ = sample_data_file();
     TempDir dir_;
     vrn_reader_options_t options_{};
 };
 
 TEST_F(DamagedFiles, WholeSampleIsRead) {
-    testing::internal::CaptureStdout();
-    const bool done = reads(sample_data_file(), VRN_FORMAT_NDJSON);
+    EXPECT_TRUE(read_all_ways(sample_));
     std::fflush(stdout);
     const std::string output = testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(done);
+    testing::internal::CaptureStdout();
     // Two events of each type, in a chunk and in a page; counters in a chunk, a page and at the
-    // end.
-    EXPECT_EQ(std::ranges::count(output, '\n'), 4 + 4 + 1 + 2 + 1);
+    // end, and as tables of nine lines.
+    EXPECT_EQ(std::ranges::count(output, '\n'), 4 + 4 + 1 + 2 + 1 + 4 * 9);
 }
 
 TEST_F(DamagedFiles, EveryTruncationIsReadSafely) {
-    const std::string sample = sample_data_file();
-    const QuietOutput quiet;
-    for (std::size_t length = 0; length < sample.size(); ++length)
-        read_all_ways(sample.substr(0, length));
+    for (std::size_t length = 0; length < sample_.size(); ++length)
+        if (is_telling(sample_, length)) read_all_ways(sample_.substr(0, length));
 }
 
 TEST_F(DamagedFiles, EveryChangedByteIsReadSafely) {
-    const std::string sample = sample_data_file();
-    const QuietOutput quiet;
-    for (std::size_t place = 0; place < sample.size(); ++place) {
-        std::string damaged = sample;
+    for (std::size_t place = 0; place < sample_.size(); ++place) {
+        if (!is_telling(sample_, place)) continue;
+        std::string damaged = sample_;
         // Each bit has its turn over the run of the loop.
         damaged[place] = static_cast<char>(damaged[place] ^ (1 << place % 8));
         read_all_ways(damaged);
     }
 }
 
-TEST_F(DamagedFiles, EveryChangedByteOfASchemaIsReadSafely) {
-    const std::string sample = sample_data_file();
-    const auto damage = [&](const char *id, const std::string &schema) {
+TEST_F(DamagedFiles, EveryChangedTokenOfASchemaIsReadSafely) {
+    const auto damage = [this](const char *id, const std::string &schema) {
         const std::string name = std::string("schema/schema_") + id + ".json";
         for (std::size_t place = 0; place < schema.size(); ++place) {
+            if (!begins_token(schema, place)) continue;
             std::string damaged = schema;
             // A digit turns numbers into other numbers and texts into other texts.
             damaged[place] = damaged[place] == '9' ? '0' : '9';
             dir_.write(name, damaged);
-            read_all_ways(sample);
+            read_all_ways(sample_);
         }
         dir_.write(name, schema);
     };
-    const QuietOutput quiet;
     damage(sample_events_id, sample_event_schema());
     damage(sample_counters_id, sample_counters_schema());
 }

@@ -1,10 +1,8 @@
 #include "reader/driver_double.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "reader/block_walk.h"
-#include "reader/reader.h"
 
 namespace vrn::test {
 namespace {
@@ -31,10 +29,4 @@ bool vrn_reader_handle_block(vrn_reader_t *reader, const void *block, std::size_
     const auto *end = reinterpret_cast<const char *>(reader->window_end) + VRN_READER_SLACK;
     blocks.push_back({{start, size}, {start + size, end}, in_compressed});
     return refused.empty() || blocks.back().bytes.find(refused) == std::string::npos;
-}
-
-bool vrn_reader_read_file_header(const char *path, const vrn_reader_options_t *,
-                                 vrn_data_file_header_t *header) {
-    const vrn::CPtr<std::FILE, std::fclose> file(std::fopen(path, "rb"));
-    return file && std::fread(header, sizeof *header, 1, file.get()) == 1;
 }

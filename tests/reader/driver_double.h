@@ -1,5 +1,5 @@
 // Stands in for the reader's driver, so that its parts are tested alone: takes note of the blocks
-// that are handed over and reads bare file headers.
+// that are handed over.
 #pragma once
 
 #include <string>

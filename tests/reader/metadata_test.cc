@@ -2,14 +2,11 @@
 
 #include <sys/stat.h>
 
-#include <functional>
-
+#include "data/json_template.h"
 #include "support/test.h"
 
 namespace vrn::test {
 namespace {
-
-using Json = CPtr<JSON_Value, json_value_free>;
 
 // A metadata document around the text of `matches_and_labels`.
 std::string document(const std::string &matches) {
@@ -34,10 +31,9 @@ std::string enriched(const std::string &document_text, const char *value_text) {
     const TempDir folder;
     folder.write("metadata_x.json", document_text);
     const vrn_metadata_ptr metadata(vrn_metadata_load(folder.path().c_str()));
-    const Json value(json_parse_string(value_text));
+    const vrn_json_value_ptr value(json_parse_string(value_text));
     EXPECT_EQ(vrn_metadata_enrich(value.get(), metadata.get()), value.get());
-    const CPtr<char, json_free_serialized_string> text(json_serialize_to_string(value.get()));
-    return text.get();
+    return vrn_json_text_ptr(json_serialize_to_string(value.get())).get();
 }
 
 TEST(Metadata, LoadsNamesAndLabels) {
@@ -97,47 +93,42 @@ TEST(Metadata, IsNotFoundUnderOtherNames) {
     EXPECT_EQ(log.take(), Lines{});
 }
 
-TEST(Metadata, RefusesDocumentsOfTheWrongShapeSilently) {
-    for (const char *text : {
-             "[]",
-             R"({"metadata_content": []})",
-             R"({"metadata_content": {"counters": {"name_match_labels": {}}}})",
-             R"({"metadata_content": {"counters": {"name_match_labels": ["a"]}}})",
-             R"({"metadata_content": {"counters": {"name_match_labels": [{}]}}})",
-             R"({"metadata_content": {"counters": {"name_match_labels": [
-                 {"matches_and_labels": {}}]}}})",
-             R"({"metadata_content": {"counters": {"name_match_labels": [
-                 {"matches_and_labels": []}]}}})",
-             R"({"metadata_content": {"counters": {"name_match_labels": [
-                 {}, {"matches_and_labels": [{"pattern_match": ["b"]}]}]}}})",
-         }) {
-        SCOPED_TRACE(text);
+TEST(Metadata, RefusesOtherDocumentsAndFiles) {
+    const auto content = [](const std::string &labels) {
+        return R"({"metadata_content": {"counters": {"name_match_labels": )" + labels + "}}}";
+    };
+    const auto refuses = [](const TempDir &folder, const Lines &log) {
+        CapturedLog captured;
+        EXPECT_EQ(vrn_metadata_load(folder.path().c_str()), nullptr);
+        EXPECT_EQ(captured.take(), log);
+    };
+    const Lines no_json = {"3 Failed to parse metadata JSON"};
+    const std::pair<std::string, Lines> cases[] = {
+        {"[]", {}},
+        {R"({"metadata_content": []})", {}},
+        {content("{}"), {}},
+        {content(R"(["a"])"), {}},
+        {content("[{}]"), {}},
+        {content(R"([{"matches_and_labels": {}}])"), {}},
+        {content(R"([{"matches_and_labels": []}])"), {}},
+        {content(R"([{}, {"matches_and_labels": [{"pattern_match": ["b"]}]}])"), {}},
+        {"", no_json},
+        {"{", no_json},
+        {std::string("\xFF\xFE\0\1", 4), no_json},
+        {std::string(100000, '['), no_json},
+        {document("[") + "{}", no_json},
+    };
+    for (const auto &[text, log] : cases) {
+        SCOPED_TRACE(text.substr(0, 100));
         const TempDir folder;
         folder.write("metadata_x.json", text);
-        CapturedLog log;
-        EXPECT_EQ(vrn_metadata_load(folder.path().c_str()), nullptr);
-        EXPECT_EQ(log.take(), Lines{});
+        refuses(folder, log);
     }
-}
-
-TEST(Metadata, RefusesWhatIsNoJson) {
-    const auto refuses = [](const char *trace, const std::function<void(const TempDir &)> &make) {
-        SCOPED_TRACE(trace);
-        const TempDir folder;
-        make(folder);
-        CapturedLog log;
-        EXPECT_EQ(vrn_metadata_load(folder.path().c_str()), nullptr);
-        EXPECT_EQ(log.take(), Lines{"3 Failed to parse metadata JSON"});
-    };
-    for (const std::string &text : {std::string(), std::string("{"), std::string("\xFF\xFE\0\1", 4),
-                                    std::string(100000, '['), document("[") + "{}"})
-        refuses("text", [&](const TempDir &dir) { dir.write("metadata_x.json", text); });
-    refuses("folder", [](const TempDir &dir) {
-        EXPECT_EQ(mkdir(dir.file("metadata_x.json").c_str(), 0777), 0);
-    });
-    refuses("pipe", [](const TempDir &dir) {
-        EXPECT_EQ(mkfifo(dir.file("metadata_x.json").c_str(), 0666), 0);
-    });
+    const TempDir of_folder, of_pipe;
+    ASSERT_EQ(mkdir(of_folder.file("metadata_x.json").c_str(), 0777), 0);
+    ASSERT_EQ(mkfifo(of_pipe.file("metadata_x.json").c_str(), 0666), 0);
+    refuses(of_folder, no_json);
+    refuses(of_pipe, no_json);
 }
 
 TEST(Metadata, EnrichesCounterSets) {
@@ -170,13 +161,12 @@ TEST(Metadata, EnrichesCounterSets) {
 }
 
 TEST(Metadata, LeavesTheValueAloneWithoutAList) {
-    const Json value(json_parse_string(R"({"groups":[{"labels":1,"counter_sets":[{"a":1}]}]})"));
+    const char *text = R"({"groups":[{"labels":1,"counter_sets":[{"a":1}]}]})";
+    const vrn_json_value_ptr value(json_parse_string(text));
     EXPECT_EQ(vrn_metadata_enrich(value.get(), nullptr), value.get());
-    const JSON_Array *groups = json_object_get_array(json_object(value.get()), "groups");
-    EXPECT_EQ(json_object_has_value(json_array_get_object(groups, 0), "labels"), 1);
+    EXPECT_EQ(vrn_json_text_ptr(json_serialize_to_string(value.get())).get(), std::string(text));
     const vrn_metadata_t none{};
     EXPECT_EQ(vrn_metadata_enrich(nullptr, &none), nullptr);
-    vrn_metadata_free(nullptr);
 }
 
 }  // namespace

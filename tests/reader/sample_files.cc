@@ -9,7 +9,7 @@
 namespace vrn::test {
 namespace {
 
-constexpr std::size_t block_size = 512;
+constexpr std::size_t block_size = 384;
 
 std::string events_block(std::uint16_t type_index) {
     ByteBuilder block;

@@ -25,19 +25,17 @@ TEST(Hexdump, PadsTheLastLine) {
 }
 
 TEST(ScaledCell, CountsThousandsAbove999) {
-    const struct {
-        int width;
-        std::int64_t value;
-        const char *expected;
-    } cases[] = {
-        {6, 999, "    999 |"},   {6, 1000, "    1 k |"}, {6, 1999999, " 1999 k |"},
+    // clang-format off
+    const struct { int width; std::int64_t value; const char *expected; } cases[] = {
+        {6, 999, "    999 |"}, {6, 1000, "    1 k |"}, {6, 1999999, " 1999 k |"},
         {6, -5000, "  -5000 |"}, {2, 12345, " 12 k |"},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(captured_stream(
-                      [&](std::FILE *stream) { vrn_print_scaled_cell(stream, c.width, c.value); }),
-                  c.expected)
-            << c.value;
+    // clang-format on
+    for (const auto &[width, value, expected] : cases)
+        EXPECT_EQ(captured_stream([=, width = width, value = value](std::FILE *stream) {
+                      vrn_print_scaled_cell(stream, width, value);
+                  }),
+                  expected);
 }
 
 TEST(ForceExit, KillsItsOwnProcess) {

@@ -60,20 +60,13 @@ TEST(ParseNumber, UnsignedWidthsHaveTheirLimits) {
 }
 
 TEST(ParseNumber, IntOfAPrefixReadsNoFurther) {
-    const struct {
-        const char *text;
-        std::size_t length;
-        std::optional<std::int32_t> expected;
-    } cases[] = {
-        {"12345", 3, 123},
-        {"12", 100, 12},
-        {"1,2", 3, std::nullopt},
-        {"7", 0, std::nullopt},
-        {"2147483647", 10, 2147483647},
-        {"2147483648", 10, std::nullopt},
-        {"-2147483648", 11, std::numeric_limits<std::int32_t>::min()},
-        {"-2147483649", 11, std::nullopt},
+    // clang-format off
+    const struct { const char *text; std::size_t length; std::optional<int> expected; } cases[] = {
+        {"12345", 3, 123}, {"12", 100, 12}, {"1,2", 3, std::nullopt}, {"7", 0, std::nullopt},
+        {"2147483647", 10, 2147483647}, {"2147483648", 10, std::nullopt},
+        {"-2147483648", 11, std::numeric_limits<int>::min()}, {"-2147483649", 11, std::nullopt},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.text);
         std::int32_t value = 123;

@@ -27,10 +27,7 @@ TEST(SourceList, DefaultIsTheOneSourceOfThisHost) {
 
 TEST(SourceSpec, RangesNameNumberedSources) {
     const std::string long_prefix(70, 'p');
-    const struct {
-        std::string text;
-        Lines names;
-    } cases[] = {
+    const std::pair<std::string, Lines> cases[] = {
         {"3", {"h_1", "h_2", "h_3"}},
         {"0x10-021", {"h_16", "h_17"}},
         {"2147483646-2147483647", {"h_2147483646", "h_2147483647"}},
@@ -39,62 +36,52 @@ TEST(SourceSpec, RangesNameNumberedSources) {
         {long_prefix + "[1-1]", {long_prefix.substr(0, 63)}},
     };
     const ScopedEnv variable("VRN_SOURCE_ID", "h");
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.text);
-        CapturedLog log;
-        const vrn_source_list_ptr list(vrn_source_list_from_spec(c.text.c_str()));
-        EXPECT_EQ(names_of(list.get()), c.names);
-        EXPECT_EQ(log.take(), Lines{});
+    CapturedLog log;
+    for (const auto &[text, names] : cases) {
+        const vrn_source_list_ptr list(vrn_source_list_from_spec(text.c_str()));
+        EXPECT_EQ(names_of(list.get()), names);
     }
+    EXPECT_EQ(log.take(), Lines{});
 }
 
 TEST(SourceSpec, RefusesOtherTexts) {
     const ScopedEnv variable("VRN_SOURCE_ID", "h");
+    CapturedLog log;
     for (const char *text :
          {"5-2", "-3", "3-", "0", "abc", "", "-", "-5", "1-2-3", "3 ", "2147483648", "a-b[1-3]",
           "node[1-3", "node1-3]", "node[3]", "node[-1-3]", "node[1-]", "node]1-3[", "node[]1-3"}) {
-        SCOPED_TRACE(text);
-        CapturedLog log;
         EXPECT_EQ(vrn_source_list_from_spec(text), nullptr);
         EXPECT_EQ(log.take(), Lines{std::string("3 [source] Invalid source format: ") + text});
     }
-    CapturedLog log;
     EXPECT_EQ(vrn_source_list_from_spec("1-2147483647"), nullptr);
     EXPECT_EQ(log.take(), Lines{"3 [source] More than 65534 sources specified"});
 }
 
 TEST(SourceSpec, FilesNameSourcesByTheirKind) {
     const std::string long_name(70, 'n');
-    // clang-format off
-    const struct { const char *name; std::string content; Lines names; } cases[] = {
-        {"text", "node1\nnode2\r\n\n\r\n node 3\nnode1", {"node1", "node2", " node 3", "node1"}},
-        {"text of long names", long_name + "\n", {long_name.substr(0, 63)}},
-        {"empty", "", {}},
-        {"text with parentheses", "a (b)\n", {"a (b)"}},
-        {"fabscan", "# nodes (head)\nH-0002c9 (host1 HCA-1) 4x\nS-0003 (switch1)\n\nH-1 no name\n"
-          "H-2 )back(\nH-3 (open\nH-4 (host1 HCA-1)\n",
-         {"head", "host1 HCA-1", "switch1", "host1 HCA-1"}},
-        {"fabscan of long names", "S-1 (" + long_name + ")", {long_name.substr(0, 63)}},
-        {"long lines", std::string(1023, 'x') + "(\nH-)", {}},
+    const std::string cut = long_name.substr(0, 63);
+    const std::pair<std::string, Lines> cases[] = {
+        {"node1\nnode2\r\n\n\r\n node 3\nnode1", {"node1", "node2", " node 3", "node1"}},
+        {long_name + "\n", {cut}},
+        {"", {}},
+        {"a (b)\n", {"a (b)"}},
+        {"# nodes (head)\nH-0002c9 (host1 HCA-1) 4x\n\nH-1 no name\nH-2 )back(\nH-3 (open\nH-4 (a)",
+         {"head", "host1 HCA-1", "a"}},
+        {"S-1 (" + long_name + ")", {cut}},
+        {std::string(1023, 'x') + "(\nH-)", {}},  // a line is read in pieces
     };
-    // clang-format on
     const TempDir dir;
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        CapturedLog log;
-        const std::string path = dir.write("spec", c.content);
+    CapturedLog log;
+    for (const auto &[content, names] : cases) {
+        SCOPED_TRACE(content);
+        const std::string path = dir.write("spec", content);
         const vrn_source_list_ptr list(vrn_source_list_from_spec(path.c_str()));
-        EXPECT_EQ(names_of(list.get()), c.names);
-        EXPECT_EQ(log.take(), Lines{});
+        EXPECT_EQ(names_of(list.get()), names);
     }
-}
-
-TEST(SourceSpec, RefusesWhatIsNoRegularFile) {
-    const TempDir dir;
+    EXPECT_EQ(log.take(), Lines{});
     const std::string pipe = dir.file("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     for (const std::string &path : {dir.path(), pipe}) {
-        CapturedLog log;
         EXPECT_EQ(vrn_source_list_from_spec(path.c_str()), nullptr);
         EXPECT_EQ(log.take(), Lines{"3 [source] Failed to open text file: " + path});
     }

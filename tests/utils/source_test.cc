@@ -2,19 +2,13 @@
 
 #include <unistd.h>
 
+#include "support/page_blocks.h"
 #include "support/test.h"
 #include "utils/client_id.h"
 #include "utils/host_name.h"
 
 namespace vrn::test {
 namespace {
-
-vrn_source_t source_of(const std::string &name, const std::string &tag) {
-    vrn_source_t source{};
-    name.copy(source.source, sizeof source.source);
-    tag.copy(source.tag, sizeof source.tag);
-    return source;
-}
 
 TEST(HostName, IsCutAtADotUnlessTheEnvironmentSetsIt) {
     char name[64];
@@ -44,9 +38,6 @@ TEST(ClientId, NamesTheHostWhateverTheSourceId) {
     vrn_client_id_copy(&copy, client.get());
     const vrn_client_id_t expected = {"host1", 0};
     EXPECT_EQ(std::memcmp(&copy, &expected, sizeof expected), 0);
-}
-
-TEST(ClientId, PrintsItsLayout) {
     testing::internal::CaptureStdout();
     vrn_client_id_print_fields();
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
@@ -58,19 +49,14 @@ TEST(ClientId, PrintsItsLayout) {
 
 TEST(Source, IdIsTheArgumentThenTheVariableThenTheHost) {
     const std::string long_name(70, 'n');
-    const struct {
-        const char *argument;
-        const char *variable;
-        std::string expected;
-    } cases[] = {
-        {"given", "set", "given"},
-        {"", "set", ""},
-        {nullptr, "set", "set"},
-        {nullptr, "", ""},
-        {nullptr, nullptr, "host.domain"},
-        {long_name.c_str(), nullptr, long_name.substr(0, 63)},
-        {nullptr, long_name.c_str(), long_name.substr(0, 63)},
+    const std::string cut = long_name.substr(0, 63);
+    // clang-format off
+    const struct { const char *argument, *variable; std::string expected; } cases[] = {
+        {"given", "set", "given"}, {"", "set", ""}, {nullptr, "set", "set"}, {nullptr, "", ""},
+        {nullptr, nullptr, "host.domain"}, {long_name.c_str(), nullptr, cut},
+        {nullptr, long_name.c_str(), cut},
     };
+    // clang-format on
     const ScopedEnv host("VRN_HOST_NAME", "host.domain");
     for (const auto &c : cases) {
         SCOPED_TRACE(c.expected);
@@ -78,7 +64,7 @@ TEST(Source, IdIsTheArgumentThenTheVariableThenTheHost) {
         char id[64];
         std::memset(id, 'x', sizeof id);
         ASSERT_TRUE(vrn_source_get_id(id, c.argument));
-        const vrn_source_t expected = source_of(c.expected, "");
+        const vrn_source_t expected = make_source(c.expected, "");
         EXPECT_EQ(std::memcmp(id, expected.source, sizeof id), 0);
     }
 }
@@ -89,7 +75,7 @@ TEST(Source, IsMadeOfTextsThatLeaveATerminator) {
     ASSERT_TRUE(source);
     vrn_source_t copy;
     vrn_source_copy(&copy, source.get());
-    const vrn_source_t expected = source_of(std::string(63, 'n'), std::string(15, 't'));
+    const vrn_source_t expected = make_source(std::string(63, 'n'), std::string(15, 't'));
     EXPECT_EQ(std::memcmp(&copy, &expected, sizeof expected), 0);
 
     const ScopedEnv variable("VRN_SOURCE_ID", "node1");
@@ -101,19 +87,17 @@ TEST(Source, IsMadeOfTextsThatLeaveATerminator) {
 
 TEST(Source, ComparesNamesThenTags) {
     const std::string full(64, 'n');
-    const struct {
-        vrn_source_t a;
-        vrn_source_t b;
-        int sign;
-    } cases[] = {
-        {source_of("a", "t"), source_of("a", "t"), 0},
-        {source_of("a", "z"), source_of("b", "a"), -1},
-        {source_of("a", ""), source_of("a", "u"), -1},
-        {source_of("\xC3", ""), source_of("a", ""), 1},  // as unsigned bytes
-        {source_of(full, std::string(16, 't')), source_of(full, std::string(16, 't')), 0},
-        {source_of(full, "a"), source_of(full, "b"), -1},
-        {source_of(full, "a"), source_of(full, ""), 1},
+    // clang-format off
+    const struct { vrn_source_t a, b; int sign; } cases[] = {
+        {make_source("a", "t"), make_source("a", "t"), 0},
+        {make_source("a", "z"), make_source("b", "a"), -1},
+        {make_source("a", ""), make_source("a", "u"), -1},
+        {make_source("\xC3", ""), make_source("a", ""), 1},  // as unsigned bytes
+        {make_source(full, std::string(16, 't')), make_source(full, std::string(16, 't')), 0},
+        {make_source(full, "a"), make_source(full, "b"), -1},
+        {make_source(full, "a"), make_source(full, ""), 1},
     };
+    // clang-format on
     for (const auto &c : cases) {
         const int result = vrn_source_compare(&c.a, &c.b);
         EXPECT_EQ((result > 0) - (result < 0), c.sign) << c.a.source << " " << c.b.source;
@@ -121,13 +105,13 @@ TEST(Source, ComparesNamesThenTags) {
 }
 
 TEST(Source, TextNeedsRoomForItsTerminator) {
-    const vrn_source_t full = source_of(std::string(64, 'n'), std::string(16, 't'));
+    const vrn_source_t full = make_source(std::string(64, 'n'), std::string(16, 't'));
     EXPECT_EQ(CString(vrn_source_name_dup(&full)).get(), std::string(64, 'n'));
     char whole[82];
     ASSERT_TRUE(vrn_source_to_string(&full, whole, sizeof whole));
     EXPECT_EQ(whole, std::string(64, 'n') + ":" + std::string(16, 't'));
 
-    const vrn_source_t source = source_of("node1", "tag");
+    const vrn_source_t source = make_source("node1", "tag");
     char text[10] = "";
     CapturedLog log(7);
     EXPECT_FALSE(vrn_source_to_string(&source, text, 9));

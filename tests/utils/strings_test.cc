@@ -1,6 +1,5 @@
 #include "utils/strings.h"
 
-#include "support/string_lists.h"
 #include "support/test.h"
 
 namespace vrn::test {
@@ -25,24 +24,20 @@ TEST(Strings, TrimWorksInPlace) {
 
 TEST(Strings, UuidNeedsExactlySixteenBytes) {
     const std::string all = "00112233-4455-6677-8899-aAbBcCdDeEfF";
-    const struct {
-        const char *name;
-        std::string text;
-        bool expected;
-    } cases[] = {
-        {"usual form", all, true},
-        {"dashes anywhere", "-0-0112233445566778899aabbccddeeff--", true},
-        {"single digit left over", all + "1", true},
-        {"seventeen bytes", all + "11", false},
-        {"fifteen bytes", all.substr(0, all.size() - 2), false},
-        {"no digit", "g" + all.substr(1), false},
-        {"empty", "", false},
+    const std::pair<std::string, bool> cases[] = {
+        {all, true},
+        {"-0-0112233445566778899aabbccddeeff--", true},
+        {all + "1", true},  // a single digit left over
+        {all + "11", false},
+        {all.substr(0, all.size() - 2), false},
+        {"g" + all.substr(1), false},
+        {"", false},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto &[text, expected] : cases) {
+        SCOPED_TRACE(text);
         std::vector<std::uint8_t> bytes(17);
-        EXPECT_EQ(vrn_parse_uuid(c.text.c_str(), bytes.data()), c.expected);
-        if (!c.expected) continue;
+        EXPECT_EQ(vrn_parse_uuid(text.c_str(), bytes.data()), expected);
+        if (!expected) continue;
         for (int i = 0; i < 16; ++i) EXPECT_EQ(bytes[i], i * 0x11);
     }
     EXPECT_FALSE(vrn_parse_uuid(nullptr, nullptr));
@@ -57,17 +52,15 @@ TEST(Strings, TokensJoinWithCommas) {
 }
 
 TEST(Strings, OccurrencesMayOverlap) {
+    // clang-format off
     const struct {
-        const char *text;
-        const char *needle;
-        std::size_t index;
-        bool expected;
-        std::size_t position;
+        const char *text, *needle; std::size_t index; bool expected; std::size_t position;
     } cases[] = {
-        {"aaa", "aa", 0, true, 0},  {"aaa", "aa", 1, true, 1}, {"aaa", "aa", 2, false, 77},
-        {"", "", 0, false, 77},     {"ab", "", 1, true, 1},    {"ab", "bc", 0, false, 77},
+        {"aaa", "aa", 0, true, 0}, {"aaa", "aa", 1, true, 1}, {"aaa", "aa", 2, false, 77},
+        {"", "", 0, false, 77}, {"ab", "", 1, true, 1}, {"ab", "bc", 0, false, 77},
         {"a/b/c", "/", 1, true, 3},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(std::string(c.text) + " " + c.needle);
         std::size_t position = 77;

@@ -25,66 +25,49 @@ TEST(CounterSet, PatternsAreExactOrAnchored) {
 }
 
 TEST(CounterSet, LinesSplitAtTheFirstEqualsSign) {
-    const struct {
-        const char *line;
-        const char *pattern;  // null: the line is skipped
-        const char *alias;
-        const char *warning;
-    } cases[] = {
-        {"total = ^port_rcv", "^port_rcv", "total", nullptr},
-        {"a=b=c", "b=c", "a", nullptr},
-        {"=x", "x", "", nullptr},
-        {" x\t\r", "x", "", nullptr},
-        {"a==", "=", "a", nullptr},
-        {" = ", nullptr, nullptr, "="},
-        {"# a=b", nullptr, nullptr, nullptr},
+    const std::string no_pattern = " — missing field name or pattern after '='";
+    // clang-format off
+    const struct { const char *line, *entry; std::string warning; } cases[] = {
+        {"total = ^port_rcv", "[^port_rcv], alias: [total]", ""}, {"a=b=c", "[b=c], alias: [a]", ""},
+        {"=x", "[x], alias: []", ""}, {" x\t\r", "[x], alias: []", ""}, {"a==", "[=], alias: [a]", ""},
+        {" = ", nullptr, "=" + no_pattern}, {"# a=b", nullptr, ""},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.line);
         CapturedLog log;
         ProviderCounterSet set;
-        EXPECT_EQ(set.loadFromLines(Lines{c.line}), c.pattern != nullptr);
-        Lines expected;
-        if (c.warning)
-            expected.push_back(std::string("4 [loadFromLines] Invalid line: ") + c.warning +
-                               " — missing field name or pattern after '='");
-        EXPECT_EQ(log.take(), expected);
+        EXPECT_EQ(set.loadFromLines(Lines{c.line}), c.entry != nullptr);
         set.printConfiguration();
-        expected = {
-            "6 [printConfiguration] '' configuration:",
-            std::string("6 [printConfiguration] Initialized: ") + (c.pattern ? "yes" : "no")};
-        if (c.pattern)
-            expected.push_back(std::string("6 [printConfiguration] Counter pattern: [") +
-                               c.pattern + "], alias: [" + c.alias + "]");
+        Lines expected = {"6 [printConfiguration] '' configuration:"};
+        if (!c.warning.empty())
+            expected.insert(expected.begin(), "4 [loadFromLines] Invalid line: " + c.warning);
+        expected.push_back(std::string("6 [printConfiguration] Initialized: ") +
+                           (c.entry ? "yes" : "no"));
+        if (c.entry)
+            expected.push_back(std::string("6 [printConfiguration] Counter pattern: ") + c.entry);
         EXPECT_EQ(log.take(), expected);
     }
 }
 
 TEST(CounterSet, SmallestPatternGivesTheAlias) {
-    ProviderCounterSet set;
+    ProviderCounterSet set, empty;
     ASSERT_TRUE(set.loadFromLines(Lines{"exact=abc", "old=^a", "prefix=^a", "plain"}));
-    const struct {
-        const char *counter;
-        const char *alias;
-        const char *log;
-    } cases[] = {
-        {"abc", "prefix",
-         "7 [getCounterAlias] Counter 'abc' matches pattern '^a', return alias 'prefix'"},
-        {"plain", "",
-         "7 [getCounterAlias] Counter 'plain' matches pattern 'plain', return alias ''"},
-        {"b", "", "7 [getCounterAlias] Counter 'b' not found in any pattern, return empty string"},
-        {"", "", "7 [getCounterAlias] Empty counter name, return empty string"},
+    const std::string nothing = ", return empty string";
+    // clang-format off
+    const struct { ProviderCounterSet &set; const char *counter, *alias; std::string log; } cases[] = {
+        {set, "abc", "prefix", "Counter 'abc' matches pattern '^a', return alias 'prefix'"},
+        {set, "plain", "", "Counter 'plain' matches pattern 'plain', return alias ''"},
+        {set, "b", "", "Counter 'b' not found in any pattern" + nothing},
+        {set, "", "", "Empty counter name" + nothing},
+        {empty, "a", "", "No counter patterns defined in counter_pattern_to_alias_" + nothing},
     };
+    // clang-format on
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.counter);
         CapturedLog log(7);
-        EXPECT_EQ(set.getCounterAlias(c.counter), c.alias);
-        EXPECT_EQ(log.take(), Lines{c.log});
+        EXPECT_EQ(c.set.getCounterAlias(c.counter), c.alias);
+        EXPECT_EQ(log.take(), Lines{"7 [getCounterAlias] " + c.log});
     }
-    CapturedLog log(7);
-    EXPECT_EQ(ProviderCounterSet().getCounterAlias("a"), "");
-    EXPECT_EQ(log.take(), Lines{"7 [getCounterAlias] No counter patterns defined in "
-                                "counter_pattern_to_alias_, return empty string"});
 }
 
 TEST(CounterSet, KeepsTheTagsAskedFor) {
@@ -105,24 +88,24 @@ TEST(CounterSet, LoadsAFileThroughTheFlatEntries) {
     const TempDir dir;
     const std::string path = dir.write("net.cset", "#c\n\na=^x\n");
     CapturedLog log(7);
-    const vrn_provider_counter_set_ptr set(vrn_provider_counter_set_create());
-    EXPECT_TRUE(vrn_provider_counter_set_init_from_file(set.get(), path.c_str()));
-    EXPECT_EQ(log.take(),
-              (Lines{"7 [loadFromFile] loading cset file " + path, "7 [loadFromFile] #c",
-                     "7 [loadFromFile] ", "7 [loadFromFile] a=^x",
-                     "7 [loadFromFile] -----------------------",
-                     "7 [loadFromLines] Loading cset file from lines...",
-                     "7 [loadFromLines] Trimmed line: 'a=^x'",
-                     "7 [loadFromLines] Parsed: counter_pattern='^x', alias='a'",
-                     "7 [loadFromLines] Add mapping: counter_pattern=^x -> alias=a "
-                     "(counter_pattern_to_alias_)"}));
-    EXPECT_TRUE(vrn_provider_counter_set_should_include_counter(set.get(), "xy"));
-    EXPECT_FALSE(vrn_provider_counter_set_should_include_counter(set.get(), "y"));
-    EXPECT_STREQ(CString(vrn_provider_counter_set_get_counter_alias(set.get(), "xy")).get(), "a");
-    EXPECT_STREQ(CString(vrn_provider_counter_set_get_name(set.get())).get(), "net");
+    const vrn_provider_counter_set_ptr owner(vrn_provider_counter_set_create());
+    vrn_provider_counter_set_t *set = owner.get();
+    EXPECT_TRUE(vrn_provider_counter_set_init_from_file(set, path.c_str()));
+    const std::string file = "7 [loadFromFile] ", lines = "7 [loadFromLines] ";
+    EXPECT_EQ(
+        log.take(),
+        (Lines{file + "loading cset file " + path, file + "#c", file, file + "a=^x",
+               file + "-----------------------", lines + "Loading cset file from lines...",
+               lines + "Trimmed line: 'a=^x'", lines + "Parsed: counter_pattern='^x', alias='a'",
+               lines + "Add mapping: counter_pattern=^x -> alias=a "
+                       "(counter_pattern_to_alias_)"}));
+    EXPECT_TRUE(vrn_provider_counter_set_should_include_counter(set, "xy"));
+    EXPECT_FALSE(vrn_provider_counter_set_should_include_counter(set, "y"));
+    EXPECT_STREQ(CString(vrn_provider_counter_set_get_counter_alias(set, "xy")).get(), "a");
+    EXPECT_STREQ(CString(vrn_provider_counter_set_get_name(set)).get(), "net");
     // A failed load of another file leaves the entries alone.
-    EXPECT_FALSE(vrn_provider_counter_set_init_from_file(set.get(), dir.file("none").c_str()));
-    EXPECT_TRUE(vrn_provider_counter_set_is_initialized(set.get()));
+    EXPECT_FALSE(vrn_provider_counter_set_init_from_file(set, dir.file("none").c_str()));
+    EXPECT_TRUE(vrn_provider_counter_set_is_initialized(set));
 }
 
 TEST(CounterSet, FlatEntriesNameTheArgumentThatIsMissing) {

@@ -71,10 +71,10 @@ TEST(FieldSet, EmptyTypeNameSkipsTheSections) {
     EXPECT_TRUE(set.is_type_of_interest(""));
     EXPECT_TRUE(set.should_include_field("any", "y"));
     EXPECT_FALSE(set.should_include_field("", "y"));
-    ASSERT_TRUE(set.loadFromLines(Lines{"[default]"}));
-    EXPECT_TRUE(set.should_include_field("any", "y"));
-    ASSERT_TRUE(set.loadFromLines(Lines{"[a]"}));
-    EXPECT_FALSE(set.should_include_field("any", "y"));
+    for (const char *head : {"[default]", "[a]"}) {
+        ASSERT_TRUE(set.loadFromLines(Lines{head}));
+        EXPECT_EQ(set.should_include_field("any", "y"), head == std::string("[default]"));
+    }
 }
 
 TEST(FieldSet, CutsLongPatternsAndTakesAnyBytes) {
@@ -107,38 +107,34 @@ TEST(FieldSet, LoadsAFile) {
     EXPECT_TRUE(vrn_provider_field_set_is_initialized(set.get()));
     EXPECT_STREQ(CString(vrn_provider_field_set_get_name(set.get())).get(), "my.port");
     vrn_provider_field_set_print_configuration(set.get());
+    const std::string file = "7 [loadFromFile] ", printed = "6 [printConfiguration] ";
     EXPECT_EQ(log.take(),
-              (Lines{"7 [loadFromFile] loading fset file " + path, "7 [loadFromFile] # all",
-                     "7 [loadFromFile] [a]\r", "7 [loadFromFile] x",
-                     "7 [loadFromFile] -----------------------",
-                     "6 [printConfiguration] 'my.port' configuration:",
-                     "6 [printConfiguration]  Initialized: yes",
-                     "6 [printConfiguration]  Type pattern: [a]", "6 [printConfiguration]    x"}));
+              (Lines{file + "loading fset file " + path, file + "# all", file + "[a]\r", file + "x",
+                     file + "-----------------------",
+                     printed + "'my.port' configuration:", printed + " Initialized: yes",
+                     printed + " Type pattern: [a]", printed + "   x"}));
 }
 
 TEST(FieldSet, RefusesFilesWithoutPatterns) {
     const TempDir dir;
+    const std::string file = "[loadFromFile] ";
     const std::string comments = dir.write("comments.fset", "# [a]\n\n# x\n");
     const std::string fields = dir.write("fields.fset", "x\ny\n");
-    const struct {
-        std::string path;
-        std::string log;
-    } cases[] = {
-        {"", "3 [loadFromFile] empty filename"},
-        {dir.file("none"), "3 [loadFromFile] file " + dir.file("none") + " does not exist"},
-        {comments, "4 [loadFromFile] no patterns found in " + comments},
-        {fields, "4 [loadFromFile] no patterns found in " + fields},
-        {dir.path(), "4 [loadFromFile] no patterns found in " + dir.path()},
+    const std::string none = dir.file("none");
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "3 " + file + "empty filename"},
+        {none, "3 " + file + "file " + none + " does not exist"},
+        {comments, "4 " + file + "no patterns found in " + comments},
+        {fields, "4 " + file + "no patterns found in " + fields},
+        {dir.path(), "4 " + file + "no patterns found in " + dir.path()},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.path);
-        CapturedLog log;
-        const vrn_provider_field_set_ptr set(vrn_provider_field_set_create());
-        EXPECT_FALSE(vrn_provider_field_set_init_from_file(set.get(), c.path.c_str()));
-        EXPECT_FALSE(vrn_provider_field_set_is_initialized(set.get()));
-        EXPECT_EQ(log.take(), Lines{c.log});
-    }
     CapturedLog log;
+    for (const auto &[path, line] : cases) {
+        ProviderFieldSet set;
+        EXPECT_FALSE(set.loadFromFile(path.c_str()));
+        EXPECT_FALSE(set.is_initialized());
+        EXPECT_EQ(log.take(), Lines{line});
+    }
     EXPECT_FALSE(ProviderFieldSet().loadFromFile(nullptr));
     EXPECT_EQ(log.take(), Lines{"3 ProviderFieldSet: missing filename parameter"});
 }

@@ -95,27 +95,28 @@ TEST_F(SchemaJson, RefusesToWriteWhatJsonCannotHold) {
 }
 
 TEST_F(SchemaJson, ReadsFieldsOfEitherForm) {
-    const std::string written =
-        R"({"field_name":"f","description":"","type_name":"int","counting_mode":"RUNNING_SUM",)"
-        R"("offset":1,"type_size":2,"index":0})";
-    const std::pair<const char *, std::string> cases[] = {
-        {"no index", R"("counting_mode":"RUNNING_SUM")"},
-        {"older name", R"("counting_mode":"ABSOLUTE_MONOTONIC","index":0)"},
-        {"index as text", R"("counting_mode":"RUNNING_SUM","index":"7")"},
-        {"length 0, more keys", R"("counting_mode":"RUNNING_SUM","array_length":0,"x":[])"},
-        {"fractions", R"("counting_mode":"RUNNING_SUM","array_length":1.9,"index":0.9)"},
+    const std::string mode = R"("counting_mode":"RUNNING_SUM")";
+    const std::string cases[] = {
+        mode,
+        R"("counting_mode":"ABSOLUTE_MONOTONIC","index":0)",  // its older name
+        mode + R"(,"index":"7")",
+        mode + R"(,"array_length":0,"x":[])",
+        mode + R"(,"array_length":1.9,"index":0.9)",
     };
-    for (const auto &[name, more] : cases) {
-        SCOPED_TRACE(name);
-        const vrn_field_definition_ptr field(
+    const auto read = [](const std::string &more) {
+        return vrn_field_definition_ptr(
             vrn_field_definition_from_json(parse(field_with(more)).get()));
+    };
+    for (const std::string &more : cases) {
+        SCOPED_TRACE(more);
+        const vrn_field_definition_ptr field = read(more);
         ASSERT_NE(field, nullptr);
-        EXPECT_EQ(text_of(vrn_field_definition_to_json(field.get())), written);
-        EXPECT_EQ(log_.take(), Lines{});
+        EXPECT_EQ(text_of(vrn_field_definition_to_json(field.get())),
+                  R"({"field_name":"f","description":"","type_name":"int",)" + mode +
+                      R"(,"offset":1,"type_size":2,"index":0})");
     }
-    const vrn_field_definition_ptr unknown(
-        vrn_field_definition_from_json(parse(field_with(R"("counting_mode":"x")")).get()));
-    EXPECT_EQ(unknown->counting_mode, VRN_NAME_UNKNOWN);
+    EXPECT_EQ(read(R"("counting_mode":"x")")->counting_mode, VRN_NAME_UNKNOWN);
+    EXPECT_EQ(log_.take(), Lines{});
 }
 
 TEST_F(SchemaJson, AppliesTheVersionRule) {
@@ -130,46 +131,38 @@ TEST_F(SchemaJson, AppliesTheVersionRule) {
 }
 
 TEST_F(SchemaJson, RefusesBadDocuments) {
-    const std::string not_ours = R"({"vrn_version":"1.5.0","provider_version":"1.0","types":[]})";
-    EXPECT_EQ(read_schema(not_ours), nullptr);
+    EXPECT_EQ(read_schema(R"({"vrn_version":"1.5.0","provider_version":"1.0","types":[]})"),
+              nullptr);
     EXPECT_EQ(log_.take(), Lines{"6 Not an event schema"});
 
-    const std::string past_u64 = "is not within 0 to 18446744073709551615";
-    const std::string past_u16 = "is not within 0 to 65535";
+    const auto range_error = [](const char *number, const char *key, const char *limit) {
+        return Lines{std::string("3 JSON number ") + number + " of '" + key +
+                     "' is not within 0 to " + limit};
+    };
+    const char *const u64_limit = "18446744073709551615";
     std::string many_fields = "u 4";
     for (int i = 0; i < 65536; ++i) many_fields += " 0";
-    struct Case {
-        const char *name;
-        std::string type;
-        Lines log;
-    };
-    const Case cases[] = {
-        {"no size",
-         R"(u "4")",
+    const std::pair<std::string, Lines> cases[] = {
+        {R"(u "4")",
          {R"(3 Type definition JSON does not match schema '{"name" : "", "size" : 0, )"
           R"("fields" : []}')"}},
-        {"size 0", "u 0.9 f:int@0,4", {}},
-        {"negative size", "u -1 f:int@0,4", {"3 JSON number -1 of 'size' " + past_u64}},
-        {"no field",
-         "u 4 {}",
-         {"3 Field definition JSON does not match schema with or without 'index'."}},
-        {"offset", "u 4 f:int@1e300,4", {"3 JSON number 1e+300 of 'offset' " + past_u64}},
-        {"length", "u 4 f:int@0,4x65536", {"3 JSON number 65536 of 'array_length' " + past_u16}},
-        {"index",
-         "u 4 " + field_with(R"("counting_mode":"","index":-1)"),
-         {"3 JSON number -1 of 'index' " + past_u16}},
-        {"fields", many_fields, {"3 Type 'u' has too many fields: 65536"}},
+        {"u 0.9 f:int@0,4", {}},
+        {"u -1 f:int@0,4", range_error("-1", "size", u64_limit)},
+        {"u 4 {}", {"3 Field definition JSON does not match schema with or without 'index'."}},
+        {"u 4 f:int@1e300,4", range_error("1e+300", "offset", u64_limit)},
+        {"u 4 f:int@0,4x65536", range_error("65536", "array_length", "65535")},
+        {"u 4 " + field_with(R"("counting_mode":"","index":-1)"),
+         range_error("-1", "index", "65535")},
+        {many_fields, {"3 Type 'u' has too many fields: 65536"}},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(read_schema(schema_text(int_type + c.type)), nullptr);
-        Lines log = c.log;
+    for (const auto &[type, lines] : cases) {
+        SCOPED_TRACE(type.substr(0, 80));
+        EXPECT_EQ(read_schema(schema_text(int_type + type)), nullptr);
+        Lines log = lines;
         log.emplace_back("3 Failed to deserialize type #1 from JSON array");
         EXPECT_EQ(log_.take(), log);
     }
-}
 
-TEST_F(SchemaJson, RefusesMoreTypesThanThereArePlaces) {
     std::string types;
     for (std::size_t i = 0; i < VRN_MAX_TYPES; ++i) types += int_type;
     EXPECT_NE(read_schema(schema_text(types)), nullptr);

@@ -63,16 +63,13 @@ TEST_F(Schema, PacksTheFieldsOfANewType) {
               VRN_SCHEMA_OK);
     ASSERT_EQ(add("outer", {info("s", "short"), info("in", "inner", 2)}), VRN_SCHEMA_OK);
     EXPECT_EQ(index_, 1);
-    const vrn_type_definition_t *inner = schema_->types[0];
-    EXPECT_EQ(inner->size, 11U);
-    EXPECT_EQ(inner->fields[1]->offset, 3U);
-    EXPECT_EQ(inner->fields[1]->array_length, 0);
-    EXPECT_EQ(inner->fields[2]->offset, 3U);
-    const vrn_type_definition_t *outer = schema_->types[1];
-    EXPECT_EQ(outer->size, 24U);
-    EXPECT_EQ(outer->fields[1]->offset, 2U);
-    EXPECT_EQ(outer->fields[1]->type_size, 11U);
-    EXPECT_EQ(outer->fields[1]->type, inner);
+    const vrn_type_definition_t &inner = *schema_->types[0], &outer = *schema_->types[1];
+    EXPECT_EQ((std::vector<std::uint64_t>{inner.size, inner.fields[1]->offset,
+                                          inner.fields[1]->array_length, inner.fields[2]->offset,
+                                          outer.size, outer.fields[1]->offset,
+                                          outer.fields[1]->type_size}),
+              (std::vector<std::uint64_t>{11, 3, 0, 3, 24, 2, 11}));
+    EXPECT_EQ(outer.fields[1]->type, &inner);
     EXPECT_EQ(log_.take(), Lines{});
 }
 

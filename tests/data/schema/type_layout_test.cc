@@ -38,16 +38,12 @@ std::string chain(int count, const std::string &size, const std::string &fields,
 }
 
 TEST_F(TypeLayout, LinksTypesThatLieWithinTheirRecords) {
-    const std::pair<const char *, std::string> cases[] = {
-        {"scalar to the last byte", "t 8 a:int@4,4"},
-        {"array to the last byte", "t 12 a:int@0,4x3"},
-        {"elements on one place", "t 4 a:int@0,0x320"},
-        {"text ignores the element size", "t 9 a:char@1,99999x8"},
-        {"later type", "t 4 a:u@0,4;u 4 a:int@0,4"},
-        {"deepest nesting", chain(254, "4", "f:%@0,0", "f:int@0,4")},
-    };
-    for (const auto &[name, notation] : cases) {
-        SCOPED_TRACE(name);
+    for (const std::string &notation :
+         {std::string("t 8 a:int@4,4"), std::string("t 12 a:int@0,4x3"),
+          std::string("t 4 a:int@0,0x320"),     // all elements in one place
+          std::string("t 9 a:char@1,99999x8"),  // a text ignores the size of its elements
+          std::string("t 4 a:u@0,4;u 4 a:int@0,4"), chain(254, "4", "f:%@0,0", "f:int@0,4")}) {
+        SCOPED_TRACE(notation);
         const vrn_schema_ptr schema = read(notation);
         EXPECT_TRUE(vrn_schema_link_types(schema.get()));
         for (std::size_t i = 0; i < schema->num_types; ++i)
@@ -59,37 +55,33 @@ TEST_F(TypeLayout, LinksTypesThatLieWithinTheirRecords) {
 TEST_F(TypeLayout, RefusesTypesThatCannotBeDecodedSafely) {
     const std::string outside = "Field 't.a' of schema 'p' does not lie within the ";
     const std::string itself = "' of schema 'p' contains itself";
-    struct Case {
-        const char *name;
-        std::string notation;
-        std::string log;
+    const auto too_many = [](const char *type, const char *limit) {
+        return std::string("Type '") + type + "' of schema 'p' expands to more than " + limit +
+               " values";
     };
-    const Case cases[] = {
-        {"unknown type", "t 8 a:none@4,4", "Definition of type none not found within the schema p"},
-        {"declared too small", "t 3 a:int@0,1", outside + "3 bytes of its type"},
-        {"offset near 2^64", "t 8 a:int@18446744073709549568,4", outside + "8 bytes of its type"},
-        {"wrapping stride", "t 8 a:int@0,9223372036854775808x3", outside + "8 bytes of its type"},
-        {"text too long", "t 8 a:char@1,0x8", outside + "8 bytes of its type"},
-        {"composites too long", "u 4 a:int@0,4;t 7 a:u@0,2x3", outside + "7 bytes of its type"},
-        {"contains itself", "t 4 a:t@0,4", "Type 't" + itself},
-        {"hides what it is made of", "int 4 a:int@0,4", "Type 'int" + itself},
-        {"ring", chain(3, "4", "f:%@0,4", "f:t0@0,4"), "Type 't0" + itself},
-        {"too many values", "t 8 a:long@0,0x380 b:long@0,0x10",
-         "Type 't' of schema 'p' expands to more than 384 values"},
-        {"values that multiply", chain(20, "4", "f:%@0,0x4", "f:int@0,4"),
-         "Type 't14' of schema 'p' expands to more than 320 values"},
-        {"long names that repeat",
-         "u 1 " + std::string(20'000, 'x') + ":bool@0,1;t 65535 a:u@0,1x65535",
+    const std::pair<std::string, std::string> cases[] = {
+        {"t 8 a:none@4,4", "Definition of type none not found within the schema p"},
+        {"t 3 a:int@0,1", outside + "3 bytes of its type"},
+        {"t 8 a:int@18446744073709549568,4", outside + "8 bytes of its type"},
+        {"t 8 a:int@0,9223372036854775808x3", outside + "8 bytes of its type"},
+        {"t 8 a:char@1,0x8", outside + "8 bytes of its type"},
+        {"u 4 a:int@0,4;t 7 a:u@0,2x3", outside + "7 bytes of its type"},
+        {"t 4 a:t@0,4", "Type 't" + itself},
+        {"int 4 a:int@0,4", "Type 'int" + itself},
+        {chain(3, "4", "f:%@0,4", "f:t0@0,4"), "Type 't0" + itself},
+        {"t 8 a:long@0,0x380 b:long@0,0x10", too_many("t", "384")},
+        {chain(20, "4", "f:%@0,0x4", "f:int@0,4"), too_many("t14", "320")},
+        {"u 1 " + std::string(20'000, 'x') + ":bool@0,1;t 65535 a:u@0,1x65535",
          "Type 't' of schema 'p' expands to more than 83885824 bytes of names"},
         // Walked as a tree this would not end; without saturation 2^64 values would be none.
-        {"values that wrap", chain(64, "1e18", "a:%@0,0 b:%@0,0", "a:int@0,4x2"),
-         "Type 't0' of schema 'p' expands to more than 16000000000000000256 values"},
+        {chain(64, "1e18", "a:%@0,0 b:%@0,0", "a:int@0,4x2"),
+         too_many("t0", "16000000000000000256")},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        const vrn_schema_ptr schema = read(c.notation);
+    for (const auto &[notation, line] : cases) {
+        SCOPED_TRACE(notation);
+        const vrn_schema_ptr schema = read(notation);
         EXPECT_FALSE(vrn_schema_link_types(schema.get()));
-        EXPECT_EQ(log_.take(), Lines{"3 " + c.log});
+        EXPECT_EQ(log_.take(), Lines{"3 " + line});
         EXPECT_EQ(schema->types[schema->num_types - 1]->fields[0]->type, nullptr);
     }
 }

@@ -10,12 +10,12 @@ namespace {
 
 class TypeSystemJson : public testing::Test {
   protected:
-    static vrn_type_system_ptr read(const std::string &text) {
-        return vrn_type_system_ptr(vrn_type_system_from_string(text.c_str()));
-    }
-
     CapturedLog log_;
 };
+
+vrn_type_system_ptr read(const std::string &text) {
+    return vrn_type_system_ptr(vrn_type_system_from_string(text.c_str()));
+}
 
 std::string system_text(const std::string &more, const std::string &version = "1.5.0") {
     return R"({"version":")" + version + "\"" + more + "}";
@@ -79,25 +79,26 @@ TEST_F(TypeSystemJson, ReadsDocumentsOfEveryForm) {
 }
 
 TEST_F(TypeSystemJson, RefusesBadDocuments) {
-    const auto refuses = [this](const std::string &text, const std::string &last_line) {
+    const std::string failed = "[ts] Failed to deserialize: ";
+    const std::pair<std::string, std::string> cases[] = {
+        {"{", "Failed parsing schema JSON string"},
+        {"[]", failed + "schema is not a JSON object"},
+        {schema_text(int_type), failed + "missing Varnel schema version"},
+        {system_text(""),
+         "[schema writer] schema was not recognized as either type system or counters schema"},
+        {system_text(R"(,"counters_schema":null,"schemas":[])"),
+         failed + "unable to decode counters schema"},
+        {system_text(R"(,"counter_groups":[1])"),
+         failed + "unable to decode JSON as counters schema"},
+        {system_text(schemas_text({schema_text("t 4")})), failed + "unable to decode type schema"},
+        {system_text(schemas_text({schema_text("t 4 a:x@0,4")})),
+         failed + "unable to adjust type fields of schema p"},
+    };
+    for (const auto &[text, last_line] : cases) {
         SCOPED_TRACE(text);
         EXPECT_EQ(read(text), nullptr);
         EXPECT_EQ(log_.take().back(), "3 " + last_line);
-    };
-    const std::string failed = "[ts] Failed to deserialize: ";
-    refuses("{", "Failed parsing schema JSON string");
-    refuses("[]", failed + "schema is not a JSON object");
-    refuses(schema_text(int_type), failed + "missing Varnel schema version");
-    refuses(system_text(""),
-            "[schema writer] schema was not recognized as either type system or counters schema");
-    refuses(system_text(R"(,"counters_schema":null,"schemas":[])"),
-            failed + "unable to decode counters schema");
-    refuses(system_text(R"(,"counter_groups":[1])"),
-            failed + "unable to decode JSON as counters schema");
-    refuses(system_text(schemas_text({schema_text("t 4")})),
-            failed + "unable to decode type schema");
-    refuses(system_text(schemas_text({schema_text("t 4 a:x@0,4")})),
-            failed + "unable to adjust type fields of schema p");
+    }
 }
 
 TEST_F(TypeSystemJson, WritesNothingWithoutTheCountersSchema) {
