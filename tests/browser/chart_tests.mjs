@@ -1,6 +1,6 @@
 // What the chart page shows. Each test gets a fresh browser page and the host.
 import assert from 'node:assert/strict';
-import { NO_DATA, chartState, open, optionsOf, selectMetrics, selectedOf } from './page_steps.mjs';
+import { NO_DATA, chartState, on, optionsOf, selectMetrics, selectedOf } from './page_steps.mjs';
 
 async function moveToChart(page) {
     const canvas = page.locator('#metricsChart');
@@ -40,8 +40,7 @@ function boxOf(page, selector) {
 }
 
 export const chartTests = {
-    async 'starts without a chart'(page, host) {
-        await open(page, host, 'usual');
+    'starts without a chart': on('usual', [], async (page) => {
         assert.equal(await page.textContent('#chartMessage'), NO_DATA);
         assert.deepEqual(await optionsOf(page, '#metricSelect'), [
             'clock_offset',
@@ -52,11 +51,9 @@ export const chartTests = {
         assert.match(statistics, /^Metrics Cache StatusMetrics3Series7Points stored4200Memory/);
         const [metrics, labels] = [await boxOf(page, '#metricSelect'), await boxOf(page, '#labelSelect')];
         assert.deepEqual([metrics.y, metrics.height], [labels.y, labels.height]);
-    },
+    }),
 
-    async 'shows the chosen metrics'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'temperature');
+    'shows the chosen metrics': on('usual', ['temperature'], async (page) => {
         let state = await chartState(page);
         assert.equal(state.title, 'temperature');
         assert.equal(state.valueTitle, 'Value');
@@ -74,22 +71,18 @@ export const chartTests = {
         ]);
         const info = await page.textContent('#chartInformation');
         assert.match(info, /Series3Points426 of 1800 shown \(76\.3% saved\)Detail for zoom1278/);
-    },
+    }),
 
-    async 'filters by the chosen labels'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'temperature');
+    'filters by the chosen labels': on('usual', ['temperature'], async (page) => {
         assert.deepEqual(await optionsOf(page, '#labelSelect'), ['sensor=inlet', 'sensor=outlet']);
         await page.selectOption('#labelSelect', ['sensor=outlet']);
         assert.deepEqual((await chartState(page)).labels, ['sensor=outlet']);
         await selectMetrics(page, 'clock_offset', 'temperature');
         assert.deepEqual(await selectedOf(page, '#labelSelect'), ['sensor=outlet']);
         assert.deepEqual((await chartState(page)).labels, ['temperature: sensor=outlet']);
-    },
+    }),
 
-    async 'shows rates'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'received_bytes');
+    'shows rates': on('usual', ['received_bytes'], async (page) => {
         await page.check('#showRateCheckbox');
         const { title, valueTitle, labels, counts } = await chartState(page);
         assert.equal(title, 'received_bytes - Rate View');
@@ -102,10 +95,9 @@ export const chartTests = {
             return data.reduce((sum, point) => sum + point.y, 0) / data.length;
         });
         assertClose(rate, 1e6, 1e4);
-    },
+    }),
 
-    async 'zooms with the wheel, down to a limit, and back'(page, host) {
-        await open(page, host, 'usual');
+    'zooms with the wheel, down to a limit, and back': on('usual', [], async (page) => {
         const place = await boxOf(page, '.chart-container');
         await selectMetrics(page, 'temperature');
         assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
@@ -125,11 +117,9 @@ export const chartTests = {
         const reset = await chartState(page);
         assert.deepEqual({ min: reset.min, max: reset.max }, full);
         assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
-    },
+    }),
 
-    async 'pans with shift-drag and right-drag, inside the data'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'temperature');
+    'pans with shift-drag and right-drag, inside the data': on('usual', ['temperature'], async (page) => {
         await zoomIn(page, 8);
         const before = await chartState(page);
         await page.keyboard.down('Shift');
@@ -146,11 +136,9 @@ export const chartTests = {
         for (let i = 0; i < 8; i++) await drag(page, 600, 'right');
         const end = await chartState(page);
         assertClose(end.min, end.full.min, 1);
-    },
+    }),
 
-    async 'keeps the zoom when only the rate mode changes'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'temperature');
+    'keeps the zoom when only the rate mode changes': on('usual', ['temperature'], async (page) => {
         await zoomIn(page, 5);
         const before = await chartState(page);
         await page.check('#showRateCheckbox');
@@ -158,10 +146,9 @@ export const chartTests = {
         assert.deepEqual([after.min, after.max], [before.min, before.max]);
         await selectMetrics(page, 'clock_offset');
         assert.equal(await page.textContent('#zoomInfo'), 'No zoom (full view)');
-    },
+    }),
 
-    async 'clears and fills the selection'(page, host) {
-        await open(page, host, 'usual');
+    'clears and fills the selection': on('usual', [], async (page) => {
         await page.click('text=Select All Metrics');
         assert.equal((await chartState(page)).labels.length, 7);
         await page.check('#showRateCheckbox');
@@ -171,38 +158,26 @@ export const chartTests = {
         await page.click('text=Clear All');
         assert.equal(await page.isChecked('#showRateCheckbox'), false);
         assert.equal(await page.textContent('#chartMessage'), NO_DATA);
-    },
+    }),
 
-    async 'shows an empty store'(page, host) {
-        await open(page, host, 'empty');
-        await page.click('text=Select All Metrics');
-        assert.equal(await page.textContent('#chartMessage'), NO_DATA);
-        await page.click('text=Reset Zoom');
-    },
-
-    async 'shows what was recorded from a machine'(page, host) {
-        await open(page, host, 'recorded');
+    'shows what was recorded from a machine': on('recorded', [], async (page) => {
         const names = await optionsOf(page, '#metricSelect');
         assert.ok(names.includes('cpu_user') && names.includes('mem_free'));
         await page.click('text=Select All Metrics');
         const { labels, counts } = await chartState(page);
         assert.ok(labels.length >= names.length && counts.every((count) => count > 1));
-    },
+    }),
 
-    async 'shows a single point in the span of an hour'(page, host) {
-        await open(page, host, 'point');
-        await selectMetrics(page, 'uptime');
+    'shows a single point in the span of an hour': on('point', ['uptime'], async (page) => {
         const { min, max, counts } = await chartState(page);
         assert.deepEqual([max - min, counts], [3600000, [1]]);
         assert.equal(await page.textContent('#zoomInfo'), 'Single data point (no zoom available)');
         assert.match(await page.textContent('#chartInformation'), /Detail for zoom1 pointPoint limit/);
         await page.check('#showRateCheckbox');
         assert.equal(await page.textContent('#chartMessage'), NO_DATA);
-    },
+    }),
 
-    async 'shows 200 series'(page, host) {
-        await open(page, host, 'many');
-        await selectMetrics(page, 'link_load');
+    'shows 200 series': on('many', ['link_load'], async (page) => {
         const { labels } = await chartState(page);
         assert.deepEqual(labels, Array.from({ length: 200 }, (_, i) => `link=${i}`));
         assert.equal(await page.getAttribute('#labelSelect', 'size'), '20');
@@ -226,10 +201,9 @@ export const chartTests = {
         assert.deepEqual(entries, [...labels.slice(0, shown), `… and ${200 - shown} more`]);
         await page.mouse.click(last.x, last.y); // stands for no series
         assert.equal(await page.evaluate(() => chart.getVisibleDatasetCount()), 200);
-    },
+    }),
 
-    async 'shows odd characters as they are'(page, host) {
-        await open(page, host, 'odd');
+    'shows odd characters as they are': on('odd', [], async (page) => {
         const name = 'odd "metric"  <b>&amp;\t% ,\r\n☃';
         const label = 'path=/a b?c=d&e;f#g%20 "h" <i>${j}</i> `k` {{l}} °C 漢字 🚀';
         assert.deepEqual(await optionsOf(page, '#metricSelect'), [name]);
@@ -248,18 +222,14 @@ export const chartTests = {
         }));
         assert.ok(entry.endsWith('…') && label.startsWith(entry.slice(0, -1)));
         assert.ok(lines.length > 1 && lines.join('').startsWith(`${label}: `));
-    },
+    }),
 
-    async 'leaves gaps where values are no numbers'(page, host) {
-        await open(page, host, 'gaps');
-        await selectMetrics(page, 'gaps');
+    'leaves gaps where values are no numbers': on('gaps', ['gaps'], async (page) => {
         const { min, max } = await page.evaluate(() => chart.options.scales.y);
         assert.ok(min > -100 && max < 700);
-    },
+    }),
 
-    async 'marks round times, as the length of the axis asks for'(page, host) {
-        await open(page, host, 'old');
-        await selectMetrics(page, 'temperature');
+    'marks round times, as the length of the axis asks for': on('old', ['temperature'], async (page) => {
         const second = 1000;
         const hour = 3600 * second;
         const day = 24 * hour;
@@ -287,10 +257,12 @@ export const chartTests = {
                 for (const tick of ticks) assert.match(tick, expected);
             }
         }
-    },
+    }),
 
-    async 'formats sizes and ticks'(page, host) {
-        await open(page, host, 'empty');
+    'shows an empty store, and formats sizes and ticks': on('empty', [], async (page) => {
+        await page.click('text=Select All Metrics');
+        assert.equal(await page.textContent('#chartMessage'), NO_DATA);
+        await page.click('text=Reset Zoom');
         const sizes = await page.evaluate(() => [0, 1023, 1024, 1536, 5e13].map(formatBytes));
         assert.deepEqual(sizes, ['0 B', '1023 B', '1 KB', '1.5 KB', '45.47 TB']);
         const ticks = await page.evaluate(() =>
@@ -301,10 +273,9 @@ export const chartTests = {
         const expected = ['0', '~0', '2.5P', '-1.5K', '123', '12.3', '1.23', '0.123', '50.0m'];
         assert.deepEqual(ticks, [...expected, '20.0μ', '3.21e-8']);
         assert.equal(await page.evaluate(() => getYAxisTickFormatter(true)(0)), '0/s');
-    },
+    }),
 
-    async 'leaves room around values'(page, host) {
-        await open(page, host, 'empty');
+    'leaves room around values': on('empty', [], async (page) => {
         const ranges = await page.evaluate(() =>
             [[], [1e-7], [50, 50], [-5], [0, 100], [NaN, 10, 20], [1000, 1001]].map((values) => {
                 const { min, max } = calculateAxisRange(values);
@@ -320,5 +291,5 @@ export const chartTests = {
             [9.5, 20.5],
             [998.999, 1002.001],
         ]);
-    },
+    }),
 };

@@ -1,14 +1,6 @@
 // What the chart page does with its host and across reloads.
 import assert from 'node:assert/strict';
-import {
-    NO_DATA,
-    chartState,
-    open,
-    optionsOf,
-    pageIsReady,
-    selectMetrics,
-    selectedOf,
-} from './page_steps.mjs';
+import { NO_DATA, chartState, on, optionsOf, pageIsReady, selectedOf } from './page_steps.mjs';
 
 // Answers the next dialog and returns its text.
 async function dialogOf(page, action, accept = true) {
@@ -26,9 +18,7 @@ async function clickCSVEntry(page, entry) {
 }
 
 export const hostTests = {
-    async 'refreshes on demand'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'temperature');
+    'refreshes on demand': on('usual', ['temperature'], async (page, host) => {
         const reloaded = page.waitForEvent('load');
         await page.click('text=Refresh Data');
         assert.equal(await page.textContent('#autoRefreshStatus'), '🔄 Refreshing...');
@@ -39,24 +29,22 @@ export const hostTests = {
         assert.match(requests[2], /^GET .*\?refresh=\d+&bust=[0-9a-z]+&force=1$/);
         assert.equal(page.url(), host.url);
         assert.equal((await chartState(page)).title, 'temperature');
-    },
+    }),
 
-    async 'refreshes at an interval'(page, host) {
-        await open(page, host, 'usual');
+    'refreshes at an interval': on('usual', [], async (page) => {
         const reloaded = page.waitForEvent('load');
         await page.selectOption('#autoRefreshSelect', '5');
         assert.equal(await page.textContent('#autoRefreshStatus'), 'Next refresh in 5s');
-        await page.waitForFunction(() => document.getElementById('autoRefreshStatus').textContent === 'Next refresh in 3s');
+        await page.waitForSelector('#autoRefreshStatus:text-is("Next refresh in 3s")');
         await reloaded;
         await pageIsReady(page);
         assert.equal(await page.inputValue('#autoRefreshSelect'), '5');
         assert.match(await page.textContent('#autoRefreshStatus'), /^Next refresh in /);
         await page.selectOption('#autoRefreshSelect', '0');
         assert.equal(await page.textContent('#autoRefreshStatus'), '');
-    },
+    }),
 
-    async 'exports all metrics as CSV'(page, host) {
-        await open(page, host, 'usual');
+    'exports all metrics as CSV': on('usual', [], async (page, host) => {
         const download = page.waitForEvent('download');
         await clickCSVEntry(page, 'All Metrics');
         assert.match(
@@ -66,10 +54,9 @@ export const hostTests = {
         const [request] = host.requestsOf('/rta/metrics/dump/csv');
         assert.match(request, /\?t=\d{13}&type=all$/);
         assert.equal(await page.isVisible('#csvDropdown'), false);
-    },
+    }),
 
-    async 'exports the selected metrics as CSV'(page, host) {
-        await open(page, host, 'odd');
+    'exports the selected metrics as CSV': on('odd', [], async (page, host) => {
         const [name] = await optionsOf(page, '#metricSelect');
         await page.click('text=Select All Metrics');
         const download = page.waitForEvent('download');
@@ -78,25 +65,18 @@ export const hostTests = {
         const [request] = host.requestsOf('/rta/metrics/dump/csv');
         assert.match(request, /\?t=\d+&type=selected&metrics=/);
         assert.ok(request.endsWith(`&metrics=${encodeURIComponent(name)}`));
-    },
+    }),
 
-    async 'refuses to export no metric'(page, host) {
-        await open(page, host, 'usual');
+    'refuses to export no metric, and tells when an export fails': on('usual', [], async (page, host) => {
         const text = await dialogOf(page, () => clickCSVEntry(page, 'Selected Metrics'));
         assert.equal(text, 'Please select at least one metric to export.');
         assert.deepEqual(host.requestsOf('/rta/metrics/dump/csv'), []);
-    },
-
-    async 'tells when the export fails'(page, host) {
-        await open(page, host, 'usual');
         host.csvStatus = 500;
-        const text = await dialogOf(page, () => clickCSVEntry(page, 'All Metrics'));
-        assert.equal(text, 'Failed to export CSV data. Please try again.');
-    },
+        const failure = await dialogOf(page, () => clickCSVEntry(page, 'All Metrics'));
+        assert.equal(failure, 'Failed to export CSV data. Please try again.');
+    }),
 
-    async 'clears the cache'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'temperature');
+    'clears the cache': on('usual', ['temperature'], async (page, host) => {
         const reloaded = page.waitForEvent('load');
         await dialogOf(page, () => page.click('text=Clear Cache'));
         await page.waitForSelector('#cacheClearStatus.success');
@@ -108,11 +88,11 @@ export const hostTests = {
         assert.match(host.requestsOf('/rta/metrics/dump').at(-1), /\?cleared=1&/);
         assert.equal(page.url(), host.url);
         assert.match(await page.textContent('#cacheStatistics'), /Metrics0Series0/);
-    },
+    }),
 
-    async 'tells when clearing fails, and keeps the data'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'temperature');
+    'keeps the data without consent, or when clearing fails': on('usual', ['temperature'], async (page, host) => {
+        await dialogOf(page, () => page.click('text=Clear Cache'), false);
+        assert.deepEqual(host.requestsOf('/rta/metrics/clear'), []);
         host.clearStatus = 500;
         const reloaded = page.waitForEvent('load');
         await dialogOf(page, () => page.click('text=Clear Cache'));
@@ -121,17 +101,9 @@ export const hostTests = {
         await reloaded;
         await pageIsReady(page);
         assert.equal((await chartState(page)).title, 'temperature');
-    },
+    }),
 
-    async 'clears nothing without consent'(page, host) {
-        await open(page, host, 'usual');
-        await dialogOf(page, () => page.click('text=Clear Cache'), false);
-        assert.deepEqual(host.requestsOf('/rta/metrics/clear'), []);
-    },
-
-    async 'restores selections after a reload'(page, host) {
-        await open(page, host, 'usual');
-        await selectMetrics(page, 'received_bytes', 'temperature');
+    'restores selections after a reload': on('usual', ['received_bytes', 'temperature'], async (page) => {
         await page.selectOption('#labelSelect', ['sensor=inlet']);
         await page.check('#showRateCheckbox');
         const before = await chartState(page);
@@ -147,5 +119,5 @@ export const hostTests = {
             'metricsChart_selectedMetrics',
             'metricsChart_showRate',
         ]);
-    },
+    }),
 };

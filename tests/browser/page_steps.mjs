@@ -3,7 +3,7 @@
 export const NO_DATA = 'No data available for selected metrics and labels.';
 
 // Opens the named page and waits until it has restored its state.
-export async function open(page, host, name) {
+async function open(page, host, name) {
     host.reset(name);
     await page.goto(host.url);
     await pageIsReady(page);
@@ -17,6 +17,15 @@ export async function pageIsReady(page) {
 
 export async function selectMetrics(page, ...names) {
     await page.selectOption('#metricSelect', names.map((label) => ({ label })));
+}
+
+// A test of the named page, on which these metrics are selected.
+export function on(name, metrics, run) {
+    return async (page, host) => {
+        await open(page, host, name);
+        if (metrics.length > 0) await selectMetrics(page, ...metrics);
+        await run(page, host);
+    };
 }
 
 export function chartState(page) {

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <ctime>
-#include <optional>
 
 #include "counters/counter_fixtures.h"
 #include "support/test.h"
@@ -17,26 +16,15 @@ const std::string table_start = "Data collected at 2026-06-21 00:00:00.123\n";
 
 class CounterData : public testing::Test {
   protected:
-    CounterData() {
-        zone_.emplace("TZ", "UTC");
-        tzset();
-    }
-    ~CounterData() override {
-        zone_.reset();
-        tzset();
-    }
-
-    static std::string compact(JSON_Value *raw) {
-        const vrn_json_value_ptr value(raw);
-        const vrn_json_text_ptr text(json_serialize_to_string(value.get()));
-        return text ? text.get() : "null";
-    }
+    CounterData() { tzset(); }
 
     // Both take a copy of exactly the row's bytes, so that a sanitizer sees any read beyond.
     static std::string json_of(const std::string &row, const vrn_counters_schema_t *schema,
                                bool microseconds = false) {
         const std::vector<std::uint8_t> exact(row.begin(), row.end());
-        return compact(vrn_counters_row_to_json(timestamp, exact, schema, microseconds));
+        const vrn_json_value_ptr value(
+            vrn_counters_row_to_json(timestamp, exact, schema, microseconds));
+        return vrn_json_text_ptr(json_serialize_to_string(value.get())).get();
     }
     static std::string table_of(const std::string &row, const vrn_counters_schema_t *schema) {
         const std::vector<std::uint8_t> exact(row.begin(), row.end());
@@ -46,7 +34,7 @@ class CounterData : public testing::Test {
     }
 
   private:
-    std::optional<ScopedEnv> zone_;
+    const ScopedEnv zone_{"TZ", "UTC"};
 };
 
 TEST_F(CounterData, JsonHasOneObjectForEachCounterSet) {

@@ -81,9 +81,12 @@ TEST(CountersSchema, CountsAndFindsCounters) {
     EXPECT_EQ(vrn_counters_schema_find_counter(schema.get(), "c"), nullptr);
     EXPECT_EQ(vrn_counters_schema_number_of_counters(schema.get()), 2U);
     schema->groups[0]->num_counter_sets = 3;
+    vrn_counter_group_t *other = vrn_counter_group_create("of one set", nullptr);
+    EXPECT_TRUE(vrn_counters_schema_add_group(schema.get(), other));
+    EXPECT_TRUE(vrn_counter_group_add_counter(other, schema->groups[0]->counters[0]));
     CapturedLog log;
     EXPECT_EQ(vrn_counters_schema_number_of_counters(schema.get()), 0U);
-    EXPECT_EQ(vrn_counters_schema_number_of_values(schema.get()), 6U);
+    EXPECT_EQ(vrn_counters_schema_number_of_values(schema.get()), 7U);
     EXPECT_EQ(log.take(), Lines{"3 [vrn_counters_schema_number_of_counters] num_counter_sets "
                                 "should be 1, not 3"});
 }

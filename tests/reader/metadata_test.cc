@@ -27,54 +27,37 @@ Lines texts_of(const vrn_metadata_t &metadata) {
     return texts;
 }
 
-std::string enriched(const std::string &document_text, const char *value_text) {
-    const TempDir folder;
-    folder.write("metadata_x.json", document_text);
-    const vrn_metadata_ptr metadata(vrn_metadata_load(folder.path().c_str()));
-    const vrn_json_value_ptr value(json_parse_string(value_text));
-    EXPECT_EQ(vrn_metadata_enrich(value.get(), metadata.get()), value.get());
-    return vrn_json_text_ptr(json_serialize_to_string(value.get())).get();
-}
-
 TEST(Metadata, LoadsNamesAndLabels) {
-    const struct {
-        const char *name;
-        std::string document;
-        Lines entries;
-    } cases[] = {
-        {"prefix rule",
-         document(R"([{"pattern_match": ["0012_port_rcv", "other"]}, {"pattern_match": ["12_"]},
+    const std::pair<std::string, Lines> cases[] = {
+        {document(R"([{"pattern_match": ["0012_port_rcv", "other"]}, {"pattern_match": ["12_"]},
                       {"pattern_match": ["port_0012_rcv"]}, {"pattern_match": ["12port"]},
                       {"pattern_match": ["12"]}, {"pattern_match": ["_12"]}])"),
          {"0012_port_rcv/port_rcv", "12_/", "port_0012_rcv/port_0012_rcv", "12port/12port", "12/12",
           "_12/_12"}},
-        {"labels in file order",
-         document(R"([{"pattern_match": ["a"], "labels": {"z": "1", "b": 2, "a": null, "": ""}}])"),
+        {document(R"([{"pattern_match": ["a"], "labels": {"z": "1", "b": 2, "a": null, "": ""}}])"),
          {"a/a z=1 b= a= ="}},
-        {"missing and odd parts",
-         document(
+        // Missing and odd parts.
+        {document(
              R"([{}, {"pattern_match": []}, {"pattern_match": [1, "a"]}, {"pattern_match": "a"},
                       {"pattern_match": ["a"], "labels": []},
                       {"pattern_match": ["b"], "labels": {}}, 7, null, "text", []])"),
          {"/", "/", "/", "/", "a/a", "b/b", "/", "/", "/", "/"}},
-        {"only the first of name_match_labels",
-         R"({"metadata_content": {"counters": {"name_match_labels": [
+        {R"({"metadata_content": {"counters": {"name_match_labels": [
              {"matches_and_labels": [{"pattern_match": ["a"]}]},
              {"matches_and_labels": [{"pattern_match": ["b"]}]}]}}})",
-         {"a/a"}},
+         {"a/a"}},  // the first of name_match_labels only
     };
-    for (const auto &test : cases) {
-        SCOPED_TRACE(test.name);
+    for (const auto &[text, entries] : cases) {
+        SCOPED_TRACE(text);
         const TempDir folder;
-        const std::string path = folder.write("metadata_x.json", test.document);
+        const std::string path = folder.write("metadata_x.json", text);
         CapturedLog log(7);
         const vrn_metadata_ptr metadata(vrn_metadata_load(folder.path().c_str()));
         ASSERT_NE(metadata, nullptr);
-        EXPECT_EQ(texts_of(*metadata), test.entries);
-        EXPECT_EQ(log.take(),
-                  (Lines{"7 Loading metadata from " + path,
-                         "6 Loaded metadata with " + std::to_string(test.entries.size()) +
-                             " entries from schema dir"}));
+        EXPECT_EQ(texts_of(*metadata), entries);
+        EXPECT_EQ(log.take(), (Lines{"7 Loading metadata from " + path,
+                                     "6 Loaded metadata with " + std::to_string(entries.size()) +
+                                         " entries from schema dir"}));
     }
 }
 
@@ -132,41 +115,35 @@ TEST(Metadata, RefusesOtherDocumentsAndFiles) {
 }
 
 TEST(Metadata, EnrichesCounterSets) {
-    const std::string matches = document(
-        R"([{"pattern_match": ["0012_port_rcv"], "labels": {"unit": "pkts", "kind": "rx"}},
+    const TempDir folder;
+    folder.write(
+        "metadata_x.json",
+        document(
+            R"([{"pattern_match": ["0012_port_rcv"], "labels": {"unit": "pkts", "kind": "rx"}},
             {"pattern_match": ["0012_port_rcv"], "labels": {"unit": "lost"}},
-            {"pattern_match": ["7_plain"]}, {"labels": {"a": "b"}}])");
-    const struct {
-        const char *name;
-        const char *value;
-        const char *expected;
-    } cases[] = {
-        {"listed and unlisted counters",
-         R"({"timestamp":1,"groups":[{"name":"g","labels":["l"],"counter_sets":[{"0012_port_rcv":5,"other":7,"7_plain":{"a":[1]}}]}]})",
+            {"pattern_match": ["7_plain"]}, {"labels": {"a": "b"}}])"));
+    const vrn_metadata_ptr metadata(vrn_metadata_load(folder.path().c_str()));
+    const std::string other_types =
+        R"({"groups":[1,{"counter_sets":[1,null,[2]]},{"labels":1,"counter_sets":{}}]})";
+    const std::pair<std::string, std::string> cases[] = {
+        {R"({"timestamp":1,"groups":[{"name":"g","labels":["l"],"counter_sets":[{"0012_port_rcv":5,"other":7,"7_plain":{"a":[1]}}]}]})",
          R"({"timestamp":1,"groups":[{"name":"g","counter_sets":[[{"port_rcv":[5,{"unit":"pkts","kind":"rx"}]},{"other":[7,{}]},{"plain":[{"a":[1]},{}]}]]}]})"},
-        {"unlisted names keep their prefix", R"({"groups":[{"counter_sets":[{"1_x":"t"},{}]}]})",
+        // Unlisted names keep their prefix.
+        {R"({"groups":[{"counter_sets":[{"1_x":"t"},{}]}]})",
          R"({"groups":[{"counter_sets":[[{"1_x":["t",{}]}],[]]}]})"},
-        {"sets and groups of other types stay",
-         R"({"groups":[1,{"counter_sets":[1,null,[2]]},{"labels":1,"counter_sets":{}}]})",
-         R"({"groups":[1,{"counter_sets":[1,null,[2]]},{"labels":1,"counter_sets":{}}]})"},
-        {"a counter without a name", R"({"groups":[{"counter_sets":[{"":1}]}]})",
+        {R"({"groups":[{"counter_sets":[{"":1}]}]})",
          R"({"groups":[{"counter_sets":[[{"":[1,{"a":"b"}]}]]}]})"},
-        {"no groups", R"({"timestamp":1})", R"({"timestamp":1})"},
-        {"no object", "[1]", "[1]"},
+        {other_types, other_types},
+        {R"({"timestamp":1})", R"({"timestamp":1})"},
+        {"[1]", "[1]"},
     };
-    for (const auto &test : cases) {
-        SCOPED_TRACE(test.name);
-        EXPECT_EQ(enriched(matches, test.value), test.expected);
+    for (const auto &[before, after] : cases) {
+        const vrn_json_value_ptr value(json_parse_string(before.c_str()));
+        EXPECT_EQ(vrn_metadata_enrich(value.get(), metadata.get()), value.get());
+        EXPECT_EQ(vrn_json_text_ptr(json_serialize_to_string(value.get())).get(), after);
+        EXPECT_EQ(vrn_metadata_enrich(value.get(), nullptr), value.get());
     }
-}
-
-TEST(Metadata, LeavesTheValueAloneWithoutAList) {
-    const char *text = R"({"groups":[{"labels":1,"counter_sets":[{"a":1}]}]})";
-    const vrn_json_value_ptr value(json_parse_string(text));
-    EXPECT_EQ(vrn_metadata_enrich(value.get(), nullptr), value.get());
-    EXPECT_EQ(vrn_json_text_ptr(json_serialize_to_string(value.get())).get(), std::string(text));
-    const vrn_metadata_t none{};
-    EXPECT_EQ(vrn_metadata_enrich(nullptr, &none), nullptr);
+    EXPECT_EQ(vrn_metadata_enrich(nullptr, metadata.get()), nullptr);
 }
 
 }  // namespace

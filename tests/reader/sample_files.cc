@@ -24,29 +24,18 @@ std::string events_block(std::uint16_t type_index) {
 }
 
 std::string counters_block() {
-    return ByteBuilder()
-        .text("VRND")
-        .u32(0)
-        .u64(1700000000000000)
-        .u64(5)
-        .f64(1.25)
-        .field("text", 8)
-        .u64(1)
-        .u64(2)
-        .done();
+    ByteBuilder block;
+    block.text("VRND").u32(0).u64(1700000000000000);
+    block.u64(5).f64(1.25).field("text", 8).u64(1).u64(2);
+    return block.done();
 }
 
 std::string schemas_block() {
     vrn_schema_id_t id{};
     vrn_schema_id_from_hex(sample_events_id, &id);
-    return ByteBuilder()
-        .text("VRNS")
-        .u16(256)
-        .u16(1)
-        .zeros(8)
-        .raw(&id, sizeof id)
-        .pad_to(256)
-        .done();
+    ByteBuilder block;
+    block.text("VRNS").u16(256).u16(1).zeros(8).raw(&id, sizeof id);
+    return block.pad_to(256).done();
 }
 
 std::string chunk(const std::string &blocks) {

@@ -23,6 +23,13 @@ __attribute__((format(printf, 2, 3))) void collect(std::int32_t level, const cha
     lines.push_back(std::to_string(level) + " " + (text ? text.get() : ""));
 }
 
+void set_variable(const char *name, const char *value) {
+    if (value)
+        setenv(name, value, 1);
+    else
+        unsetenv(name);
+}
+
 }  // namespace
 
 CapturedLog::CapturedLog(std::uint32_t level) {
@@ -40,20 +47,12 @@ std::vector<std::string> CapturedLog::take() {
 }
 
 ScopedEnv::ScopedEnv(const char *name, const char *value) : name_(name) {
-    const char *before = std::getenv(name);
-    was_set_ = before != nullptr;
-    if (before) before_ = before;
-    if (value)
-        setenv(name, value, 1);
-    else
-        unsetenv(name);
+    if (const char *before = std::getenv(name)) before_ = before;
+    set_variable(name, value);
 }
 
 ScopedEnv::~ScopedEnv() {
-    if (was_set_)
-        setenv(name_.c_str(), before_.c_str(), 1);
-    else
-        unsetenv(name_.c_str());
+    set_variable(name_.c_str(), before_ ? before_->c_str() : nullptr);
 }
 
 }  // namespace vrn::test

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,7 @@ class ScopedEnv {
 
   private:
     std::string name_;
-    std::string before_;
-    bool was_set_;
+    std::optional<std::string> before_;
 };
 
 }  // namespace vrn::test

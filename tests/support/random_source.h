@@ -37,30 +37,12 @@ class RandomSource {
 
     // Short texts that meet each rule for names and strings.
     std::string text() {
-        static const std::vector<std::string> pieces = {"a",
-                                                        "b",
-                                                        "guid",
-                                                        "GUID",
-                                                        "Guid",
-                                                        "_",
-                                                        "x1",
-                                                        "\"",
-                                                        "\\",
-                                                        "/",
-                                                        "\n",
-                                                        "\t",
-                                                        "\x01",
-                                                        "\x1f",
-                                                        "\x7f",
-                                                        "\xc3\xa4",
-                                                        "\xff",
-                                                        "\xc3",
-                                                        "ab",
-                                                        " ",
-                                                        "\xe2\x82",
-                                                        "\xed\xa0\x80",
-                                                        "\xf0\x9f\x98\x80",
-                                                        "a_name_of_more_than_thirty_two_bytes"};
+        // clang-format off
+        static const std::vector<std::string> pieces = {
+            "a", "b", "guid", "GUID", "Guid", "_", "x1", "\"", "\\", "/", "\n", "\t", "\x01", "\x1f",
+            "\x7f", "\xc3\xa4", "\xff", "\xc3", "ab", " ", "\xe2\x82", "\xed\xa0\x80",
+            "\xf0\x9f\x98\x80", "a_name_of_more_than_thirty_two_bytes"};
+        // clang-format on
         std::string all;
         for (std::size_t count = below(4); count > 0; --count) all += pieces[below(pieces.size())];
         return all;

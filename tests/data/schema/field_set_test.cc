@@ -80,10 +80,12 @@ TEST(FieldSet, EmptyTypeNameSkipsTheSections) {
 TEST(FieldSet, CutsLongPatternsAndTakesAnyBytes) {
     const std::string long_name(127, 'f');
     ProviderFieldSet set;
-    ASSERT_TRUE(set.loadFromLines(
-        Lines{"[a]", long_name + "ggg", std::string("\0x", 2), std::string(1 << 20, '\xFF')}));
+    const std::string any_bytes(1 << 20, '\xFF');
+    ASSERT_TRUE(set.loadFromLines(Lines{"[a]", long_name + "ggg", any_bytes}));
     EXPECT_TRUE(set.should_include_field("a", long_name.c_str()));
+    EXPECT_FALSE(set.should_include_field("a", "other"));
     // An embedded NUL ends the pattern, which is then empty and fits all.
+    ASSERT_TRUE(set.loadFromLines(Lines{"[a]", std::string("\0x", 2)}));
     EXPECT_TRUE(set.should_include_field("a", "other"));
 }
 

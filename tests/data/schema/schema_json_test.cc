@@ -67,20 +67,15 @@ class SchemaJson : public testing::Test {
 TEST_F(SchemaJson, WritesAllKeysInOrderAndHashesTheirPrettyText) {
     const vrn_schema_ptr schema = make_schema(builtin_.get());
     EXPECT_EQ(text_of(vrn_schema_to_json(schema.get())), written_schema);
-    vrn_schema_refresh_digest(schema.get());
-    EXPECT_STREQ(schema->md5_digest_hex, schema_hex);
-}
-
-TEST_F(SchemaJson, ReadsBackWhatItWrites) {
     const TempDir dir;
-    const vrn_schema_ptr schema(vrn_schema_load_from_file(
+    const vrn_schema_ptr read(vrn_schema_load_from_file(
         dir.write("schema.json", written_schema).c_str(), builtin_.get()));
-    ASSERT_NE(schema, nullptr);
-    EXPECT_STREQ(schema->md5_digest_hex, schema_hex);
-    EXPECT_EQ(schema->types[1]->fields[1]->type, schema->types[0]);
-    const vrn_json_text_ptr type(vrn_schema_type_to_string(schema.get(), "int", false));
+    ASSERT_NE(read, nullptr);
+    EXPECT_STREQ(read->md5_digest_hex, schema_hex);
+    EXPECT_EQ(read->types[1]->fields[1]->type, read->types[0]);
+    const vrn_json_text_ptr type(vrn_schema_type_to_string(read.get(), "int", false));
     EXPECT_STREQ(type.get(), R"({"name":"int","size":4,"fields":[]})");
-    EXPECT_EQ(vrn_schema_type_to_string(schema.get(), "none", true), nullptr);
+    EXPECT_EQ(vrn_schema_type_to_string(read.get(), "none", true), nullptr);
     EXPECT_EQ(log_.take(), Lines{});
 }
 

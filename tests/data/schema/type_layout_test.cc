@@ -39,7 +39,8 @@ std::string chain(int count, const std::string &size, const std::string &fields,
 
 TEST_F(TypeLayout, LinksTypesThatLieWithinTheirRecords) {
     for (const std::string &notation :
-         {std::string("t 8 a:int@4,4"), std::string("t 12 a:int@0,4x3"),
+         {std::string("t 8 a:long@0,0x380 b:long@0,0x4"), std::string("t 8 a:int@4,4"),
+          std::string("t 12 a:int@0,4x3"),
           std::string("t 4 a:int@0,0x320"),     // all elements in one place
           std::string("t 9 a:char@1,99999x8"),  // a text ignores the size of its elements
           std::string("t 4 a:u@0,4;u 4 a:int@0,4"), chain(254, "4", "f:%@0,0", "f:int@0,4")}) {
@@ -69,10 +70,11 @@ TEST_F(TypeLayout, RefusesTypesThatCannotBeDecodedSafely) {
         {"t 4 a:t@0,4", "Type 't" + itself},
         {"int 4 a:int@0,4", "Type 'int" + itself},
         {chain(3, "4", "f:%@0,4", "f:t0@0,4"), "Type 't0" + itself},
-        {"t 8 a:long@0,0x380 b:long@0,0x10", too_many("t", "384")},
+        {"t 8 a:long@0,0x380 b:long@0,0x5", too_many("t", "384")},
         {chain(20, "4", "f:%@0,0x4", "f:int@0,4"), too_many("t14", "320")},
         {"u 1 " + std::string(20'000, 'x') + ":bool@0,1;t 65535 a:u@0,1x65535",
          "Type 't' of schema 'p' expands to more than 83885824 bytes of names"},
+        {chain(64, "1e18", "a:%@0,0x2", "a:int@0,4x2"), too_many("t0", "16000000000000000256")},
         // Walked as a tree this would not end; without saturation 2^64 values would be none.
         {chain(64, "1e18", "a:%@0,0 b:%@0,0", "a:int@0,4x2"),
          too_many("t0", "16000000000000000256")},

@@ -112,11 +112,10 @@ TEST_F(TypeSystemLoad, DecodesNothingByMergedSchemasThatCannotBeLinked) {
 }
 
 TEST_F(TypeSystemLoad, RefusesTextsOfNeitherKind) {
-    EXPECT_EQ(merge("nonsense"), VRN_TYPE_SYSTEM_FAILED);
-    EXPECT_EQ(log_.take(), Lines{"3 Failed to read schemas as JSON"});
-    EXPECT_EQ(merge("{}"), VRN_TYPE_SYSTEM_FAILED);
+    for (const char *text : {"nonsense", "{}"}) EXPECT_EQ(merge(text), VRN_TYPE_SYSTEM_FAILED);
     const Lines log = log_.take();
-    EXPECT_EQ(log.front(), "6 Not an event schema");
+    EXPECT_EQ(log.at(0), "3 Failed to read schemas as JSON");
+    EXPECT_EQ(log.at(1), "6 Not an event schema");
     EXPECT_EQ(log.back(), "3 Failed to convert schema from JSON to internal memory representation");
     EXPECT_EQ(index_, 99);
 }
