@@ -123,22 +123,15 @@ TEST(HcaSysfs, TellsPortsWithoutSmi) {
     sysfs.write("nic4_0" + file, "0\n");
     const std::string empty = sysfs.write("empty" + file, "");
     sysfs.write("closed/ports/1/beside", "");
-    make_socket(sysfs.file("closed" + file));
-    const struct {
-        std::string device;
-        int expected;
-        Lines lines = {};
-    } cases[] = {
-        {"nic0", 1},
-        {"nic1", 0},
-        {"nic4_0", 0},
-        {"none", 0},
-        {std::string(2000, 'n'), 0},
+    const std::string closed = sysfs.file("closed" + file);
+    make_socket(closed);
+    // clang-format off
+    const struct { std::string device; int expected; Lines lines = {}; } cases[] = {
+        {"nic0", 1}, {"nic1", 0}, {"nic4_0", 0}, {"none", 0}, {std::string(2000, 'n'), 0},
         {"empty", -1, {"3 Failed to read has_smi file: " + empty + " with empty:1"}},
-        {"closed",
-         -1,
-         {"3 Failed to open has_smi file: " + sysfs.file("closed" + file) + " with closed:1"}},
+        {"closed", -1, {"3 Failed to open has_smi file: " + closed + " with closed:1"}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.device);
         CapturedLog log;

@@ -74,12 +74,10 @@ TEST(CounterSet, KeepsTheTagsAskedFor) {
     const Lines lines = {
         "#unit= old", "# unit = no", "#unit= bytes ", "#units=many", "#uni t=x", "# scope=a=b",
         "x"};
-    const Lines tags = {"unit", "scope", "uni"};
     ProviderCounterSet set;
-    EXPECT_TRUE(set.loadFromLines(lines, tags));
-    const std::unordered_map<std::string, std::string> expected = {{"unit", "bytes"},
-                                                                   {"scope", "a=b"}};
-    EXPECT_EQ(set.user_tags(), expected);
+    EXPECT_TRUE(set.loadFromLines(lines, Lines{"unit", "scope", "uni"}));
+    EXPECT_EQ(set.user_tags(),
+              (std::unordered_map<std::string, std::string>{{"unit", "bytes"}, {"scope", "a=b"}}));
     EXPECT_TRUE(set.loadFromLines(lines));
     EXPECT_TRUE(set.user_tags().empty());
 }

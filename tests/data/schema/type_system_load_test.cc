@@ -83,7 +83,6 @@ TEST_F(TypeSystemLoad, MergesCountersSchemasOverTheOldOne) {
     const std::string both =
         R"({"version":"1.5.0","counter_groups":[],)" + schema_text(int_type).substr(1);
     for (const std::string &text : {std::string(counters_text), both}) {
-        SCOPED_TRACE(text);
         CapturedLog log(7);
         ts_->counters_schema->size = 77;
         index_ = 99;
