@@ -222,7 +222,7 @@ void write_metrics(const std::string &path) {
     std::ofstream file = create(path);
     const vrn_data_file_header_t header = make_header(room);
     write_record(file, &header, sizeof header);
-    std::mt19937_64 random(3);
+    std::mt19937_64 random(4);
     for (std::uint32_t number = 0; number < metrics_blocks; ++number) {
         builder.clear_records();
         for (int i = 0; i < records; ++i) {
