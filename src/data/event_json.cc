@@ -1,6 +1,5 @@
 #include "data/event_json.h"
 
-#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,9 +58,7 @@ class TreeSink {
     }
 
     static std::uint64_t load_word(const void *data, unsigned spare_bits) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, data, sizeof word - spare_bits / 8);
-        return word;
+        return vrn::load_word_exactly(data, spare_bits);
     }
 
   private:

@@ -21,6 +21,21 @@
 
 namespace vrn {
 
+// For sinks of records without slack: reads the bytes of an integer alone. By fixed sizes, since a
+// copy of a size found at run time costs a call.
+inline std::uint64_t load_word_exactly(const void *data, unsigned spare_bits) {
+    switch (spare_bits) {
+        case 0:
+            return load_le<std::uint64_t>(data);
+        case 32:
+            return load_le<std::uint32_t>(data);
+        case 48:
+            return load_le<std::uint16_t>(data);
+        default:
+            return load_le<std::uint8_t>(data);
+    }
+}
+
 // One built-in value of the given form. Integers are cut from a word, whatever their width: of its
 // bits `spare_bits` lie above the value. Tests in the order of what records are full of.
 template <typename Sink>

@@ -4,7 +4,9 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
+#include "data/event_walk.h"
 #include "data/influx_serializer.h"
 #include "data/influx_text.h"
 #include "data/printable.h"
@@ -33,6 +35,20 @@ class FieldWriter {
         }
     }
 
+    // A value, see walk_value().
+    template <typename T>
+    bool number(T value) {
+        if constexpr (std::is_integral_v<T>)
+            influx_write_integer(&text_, value);
+        else
+            text_.fixed(value);
+        return true;
+    }
+    bool hex(std::uint64_t value) { return number(value); }
+    static std::uint64_t load_word(const void *data, unsigned spare_bits) {
+        return load_word_exactly(data, spare_bits);
+    }
+
   private:
     void add_field(const vrn_type_field_definition_t &field, const std::uint8_t *data) {
         const vrn_type_definition_t &type = *field.type;
@@ -40,7 +56,7 @@ class FieldWriter {
             return is_character(type) ? add_string(field, data) : add_array(field, data);
         if (type.builtin_id == VRN_BUILTIN_NONE) return add_structure(field, data);
         add_key(field.field_name);
-        add_scalar(type.builtin_id, data);
+        add_scalar(field, data);
     }
 
     void add_key(std::string_view name) {
@@ -87,48 +103,11 @@ class FieldWriter {
         prefix_.resize(outer_size);
     }
 
-    void add_integer(std::uint64_t value) { influx_write_integer(&text_, value); }
-    void add_integer(std::int64_t value) { influx_write_integer(&text_, value); }
-
-    // Nothing for an id outside the table.
-    void add_scalar(std::uint32_t builtin_id, const std::uint8_t *data) {
-        switch (builtin_id) {
-            case VRN_BUILTIN_BOOL:
-                return text_.append((*data & 1) != 0 ? "true" : "false");
-            case VRN_BUILTIN_CHAR:
-            case VRN_BUILTIN_UCHAR:
-            case VRN_BUILTIN_UINT8:
-                return add_integer(std::uint64_t{*data});
-            case VRN_BUILTIN_INT8:
-                return add_integer(std::int64_t{load_le<std::int8_t>(data)});
-            case VRN_BUILTIN_SHORT:
-            case VRN_BUILTIN_INT16:
-                return add_integer(std::int64_t{load_le<std::int16_t>(data)});
-            case VRN_BUILTIN_USHORT:
-            case VRN_BUILTIN_UINT16:
-                return add_integer(std::uint64_t{load_le<std::uint16_t>(data)});
-            case VRN_BUILTIN_INT:
-            case VRN_BUILTIN_INT32:
-                return add_integer(std::int64_t{load_le<std::int32_t>(data)});
-            case VRN_BUILTIN_UINT:
-            case VRN_BUILTIN_UINT32:
-                return add_integer(std::uint64_t{load_le<std::uint32_t>(data)});
-            case VRN_BUILTIN_LONG:
-            case VRN_BUILTIN_LONGLONG:
-            case VRN_BUILTIN_INT64:
-                return add_integer(load_le<std::int64_t>(data));
-            case VRN_BUILTIN_ULONG:
-            case VRN_BUILTIN_ULONGLONG:
-            case VRN_BUILTIN_UINT64:
-            case VRN_BUILTIN_TIMESTAMP:
-                return add_integer(load_le<std::uint64_t>(data));
-            case VRN_BUILTIN_FLOAT:
-                return text_.fixed(static_cast<double>(load_le<float>(data)));
-            case VRN_BUILTIN_DOUBLE:
-                return text_.fixed(load_le<double>(data));
-            default:
-                return;
-        }
+    // Nothing for an id outside the table. Names that tell of GUIDs mean nothing here.
+    void add_scalar(const vrn_type_field_definition_t &field, const std::uint8_t *data) {
+        const std::uint32_t id = field.type->builtin_id;
+        if (id == VRN_BUILTIN_BOOL) return text_.append((*data & 1) != 0 ? "true" : "false");
+        walk_value(vrn_builtin_value_form(id, false), field.spare_bits, data, *this);
     }
 
     TextBuffer &text_;
