@@ -72,8 +72,13 @@ vrn::Bytes stream_of(const void *header) {
     return {as_bytes(header) + fixed.header_size, fixed.data_size};
 }
 
-bool size_is_claimed_one(const void *header, std::size_t buffer_size) {
-    if (vrn_compressed_page_uncompressed_size(header) == buffer_size) return true;
+std::uint64_t room_for(std::uint64_t claimed, const void *header) {
+    const Header fixed = vrn_compressed_page_header_load(header);
+    return std::min(claimed, vrn_encoded_data_max_decoded_size(fixed.encoding, fixed.data_size));
+}
+
+bool check_buffer_size(std::uint64_t expected, std::size_t buffer_size) {
+    if (buffer_size == expected) return true;
     VRN_LOG(VRN_LOG_ERROR, "invalid buffer size to uncompress vrnp data");
     return false;
 }
@@ -167,8 +172,13 @@ std::uint64_t vrn_compressed_page_uncompressed_size(const void *header) {
                                               stream.data(), stream.size());
 }
 
+std::uint64_t vrn_compressed_page_decoded_room(const void *header) {
+    return room_for(vrn_compressed_page_uncompressed_size(header), header);
+}
+
 bool vrn_compressed_page_decode(const void *header, void *buffer, std::size_t buffer_size) {
-    if (!size_is_claimed_one(header, buffer_size)) return false;
+    if (!check_buffer_size(vrn_compressed_page_uncompressed_size(header), buffer_size))
+        return false;
     const vrn::Bytes stream = stream_of(header);
     return vrn_encoded_data_decode(vrn_compressed_page_header_load(header).encoding, stream.data(),
                                    stream.size(), buffer, buffer_size);
@@ -176,7 +186,7 @@ bool vrn_compressed_page_decode(const void *header, void *buffer, std::size_t bu
 
 bool vrn_compressed_page_decode_prefix(const void *header, void *buffer, std::size_t buffer_size,
                                        std::size_t *decoded_size) {
-    if (!size_is_claimed_one(header, buffer_size)) return false;
+    if (!check_buffer_size(vrn_compressed_page_decoded_room(header), buffer_size)) return false;
     const vrn::Bytes stream = stream_of(header);
     return vrn_encoded_data_decode_prefix(vrn_compressed_page_header_load(header).encoding,
                                           stream.data(), stream.size(), buffer, buffer_size,
@@ -190,16 +200,17 @@ void *vrn_compressed_page_decode_alloc(const void *header, std::uint64_t *uncomp
     }
     const std::uint64_t claimed = vrn_compressed_page_uncompressed_size(header);
     *uncompressed_size = claimed;
-    // Never cleared: a claim costs no memory until bytes are decoded into it.
-    vrn::CPtr<void, std::free> block(std::malloc(std::max<std::uint64_t>(claimed, 1)));
+    const std::uint64_t room = room_for(claimed, header);
+    // Large blocks come cleared from the system, so that what is not decoded takes no memory.
+    vrn::CPtr<void, std::free> block(std::calloc(std::max<std::uint64_t>(room, 1), 1));
     if (!block) {
-        VRN_LOG(VRN_LOG_ERROR, "Failed to allocate data block of size %lu: %s", claimed,
+        VRN_LOG(VRN_LOG_ERROR, "Failed to allocate data block of size %lu: %s", room,
                 std::strerror(errno));
         return nullptr;
     }
     std::size_t decoded_size = 0;
-    if (!vrn_compressed_page_decode_prefix(header, block.get(), claimed, &decoded_size))
+    if (!vrn_compressed_page_decode_prefix(header, block.get(), room, &decoded_size))
         return nullptr;
-    *uncompressed_size = decoded_size;
+    *uncompressed_size = room;
     return block.release();  // to the caller
 }

@@ -72,18 +72,25 @@ std::size_t vrn_embed_vrnp_header_into_buffer(const void *header, const vrn_sour
 // Bytes that the stream behind `header` claims to decode to; 0 means unknown.
 std::uint64_t vrn_compressed_page_uncompressed_size(const void *header);
 
+// Bytes of room that the decoding takes: the claimed size, or the most that a stream of this length
+// can decode to when that is less. With it, a false claim costs no memory and fails as it would
+// with all the room it asks for.
+std::uint64_t vrn_compressed_page_decoded_room(const void *header);
+
 // Decodes the stream into a buffer of exactly the uncompressed size. False after a line, or
 // without one when the encoding is unknown.
 [[nodiscard]] bool vrn_compressed_page_decode(const void *header, void *buffer,
                                               std::size_t buffer_size);
 
-// The same, with bytes behind the decoded ones left as they are; see
-// vrn_encoded_data_decode_prefix.
+// The same into a buffer of exactly vrn_compressed_page_decoded_room, with bytes after the decoded
+// ones left as they are; see vrn_encoded_data_decode_prefix.
 [[nodiscard]] bool vrn_compressed_page_decode_prefix(const void *header, void *buffer,
                                                      std::size_t buffer_size,
                                                      std::size_t *decoded_size);
 
 // Decodes the stream into a new block that ends with free(). Null on failure. `uncompressed_size`
-// receives the claimed size first, and the bytes decoded when a gzip member ends before it.
+// receives the claimed size, also on failure. What a gzip member leaves of it is zero. Of a claim
+// that no stream of this length can meet, a block has vrn_compressed_page_decoded_room bytes, which
+// are its size then.
 [[nodiscard]] void *vrn_compressed_page_decode_alloc(const void *header,
                                                      std::uint64_t *uncompressed_size);

@@ -15,6 +15,12 @@ namespace {
 // 15 bits of window plus 16: gzip framing only.
 constexpr int gzip_window_bits = 31;
 
+// The densest deflate stream repeats 258 bytes by two bits: one of a length and one of a distance.
+constexpr std::uint64_t deflate_max_ratio = 258 * 8 / 2;
+// No element of a snappy block gives more per byte than a copy with an offset of 16 bits.
+constexpr std::uint64_t snappy_max_copy = 64;
+constexpr std::uint64_t snappy_copy_size = 3;
+
 std::uint64_t gzip_uncompressed_size(const std::uint8_t *data, std::size_t size) {
     if (size < 2 || data[0] != 0x1F || data[1] != 0x8B) {
         VRN_LOG(VRN_LOG_ERROR, "[encoded_data] Error: stream is not gzip compressed data");
@@ -87,6 +93,17 @@ std::uint64_t vrn_encoded_data_uncompressed_size(vrn_page_encoding_t encoding, c
             return gzip_uncompressed_size(static_cast<const std::uint8_t *>(data), size);
         case VRN_ENCODING_SNAPPY:
             return snappy_claimed_size(data, size);
+        default:
+            return 0;
+    }
+}
+
+std::uint64_t vrn_encoded_data_max_decoded_size(vrn_page_encoding_t encoding, std::size_t size) {
+    switch (encoding) {
+        case VRN_ENCODING_GZIP:
+            return size * deflate_max_ratio;
+        case VRN_ENCODING_SNAPPY:
+            return size * snappy_max_copy / snappy_copy_size;
         default:
             return 0;
     }

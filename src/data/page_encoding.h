@@ -17,6 +17,10 @@ enum vrn_page_encoding_t : std::uint8_t {
 std::uint64_t vrn_encoded_data_uncompressed_size(vrn_page_encoding_t encoding, const void *data,
                                                  std::size_t size);
 
+// The most bytes that a stream of `size` bytes can decode to, whatever it claims. 0 if the encoding
+// is unknown.
+std::uint64_t vrn_encoded_data_max_decoded_size(vrn_page_encoding_t encoding, std::size_t size);
+
 // Decodes the `size` bytes of stream at `data` into the `buffer_size` bytes at `buffer`, which may
 // be null when `buffer_size` is 0. Of a gzip stream only the first member is read; a buffer it does
 // not fill is zeroed behind it. False after one line if the stream is corrupt or does not fit;

@@ -25,7 +25,7 @@ bool is_page(Bytes rest) {
     return rest.size() >= VRN_MAGIC_SIZE && vrn_block_type_of(rest.data()) == VRN_PAGE_BLOCK;
 }
 
-// Room for what the page claims to hold. Not cleared, so that a false claim takes no memory.
+// Not cleared, so that room which the page does not fill takes no memory.
 bool make_room(vrn_page_buffer_t *buffer, std::size_t size) {
     if (buffer->bytes && size <= buffer->size) return true;
     std::free(std::exchange(buffer->bytes, nullptr));
@@ -37,12 +37,11 @@ bool make_room(vrn_page_buffer_t *buffer, std::size_t size) {
     return false;
 }
 
-// Decodes a page to the start of a buffer that has room for `claimed` bytes. What it decoded to has
-// VRN_READER_SLACK zeros behind it.
-bool decode(const void *header, std::size_t claimed, const vrn_page_buffer_t &buffer,
-            Bytes *payload) {
+// Decodes a page to the start of a buffer of `room` bytes, as many as the page needs at most. What
+// it decoded to has VRN_READER_SLACK zeros behind it.
+bool decode(const void *header, std::size_t room, const vrn_page_buffer_t &buffer, Bytes *payload) {
     std::size_t size = 0;
-    if (!vrn_compressed_page_decode_prefix(header, buffer.bytes, claimed, &size)) return false;
+    if (!vrn_compressed_page_decode_prefix(header, buffer.bytes, room, &size)) return false;
     std::memset(buffer.bytes + size, 0, VRN_READER_SLACK);
     *payload = {buffer.bytes, size};
     return true;
@@ -84,10 +83,10 @@ bool export_page(const vrn_reader_t *reader, const void *header, Bytes payload,
 }
 
 // `page` is kept from one exported payload to the next.
-bool process_page(vrn_reader_t *reader, const void *header, std::size_t claimed,
+bool process_page(vrn_reader_t *reader, const void *header, std::size_t room,
                   vrn_data_page_ptr *page) {
     Bytes payload;
-    if (!decode(header, claimed, reader->page, &payload)) return false;
+    if (!decode(header, room, reader->page, &payload)) return false;
     if (reader->options->format == VRN_FORMAT_BIN)
         return export_page(reader, header, payload, page);
     return read_payload(reader, payload);
@@ -105,9 +104,9 @@ bool vrn_reader_walk_compressed_pages(vrn_reader_t *reader, const void *chunk, s
         const std::size_t page_size = vrn_compressed_page_whole_size(rest);
         if (page_size == 0) return true;
         const std::uint8_t *header = rest.data() + VRN_MAGIC_SIZE;
-        const std::size_t claimed = vrn_compressed_page_uncompressed_size(header);
-        if (!make_room(&reader->page, claimed)) return false;
-        good = process_page(reader, header, claimed, &page);
+        const std::size_t room = vrn_compressed_page_decoded_room(header);
+        if (!make_room(&reader->page, room)) return false;
+        good = process_page(reader, header, room, &page);
         rest = rest.subspan(page_size);
     }
     return good;

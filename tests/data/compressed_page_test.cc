@@ -128,7 +128,46 @@ TEST(CompressedPage, DecodesIntoABufferOfItsSizeOnly) {
     }
 }
 
+TEST(CompressedPage, NeedsNoMoreRoomThanItsStreamCanFill) {
+    const std::string zeros(3000000, '\0');
+    const std::string gzip = encode(VRN_ENCODING_GZIP, zeros);
+    const std::string snappy = encode(VRN_ENCODING_SNAPPY, zeros);
+    // A literal of one byte, then copies of 64.
+    const std::string dense = "\x81\x01" + std::string("\0x\xFE\1\0\xFE\1\0", 8);
+    // clang-format off
+    const struct {
+        const char *name; std::uint8_t encoding; std::string stream; std::uint64_t room;
+    } cases[] = {
+        {"dense gzip", 'G', gzip, zeros.size()},
+        {"snappy", 'S', snappy, zeros.size()},
+        {"dense snappy", 'S', dense, 129},
+        {"gzip: false claim", 'G', "\x1F\x8B\xFF\xFF\xFF\xFF", 6 * 1032},
+        {"snappy: false claim", 'S', "\xFF\xFF\xFF\xFF\x0F", 5 * 64 / 3},
+        {"unknown", 'X', gzip, 0},
+    };
+    // clang-format on
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.name);
+        const std::string block = page_around(test.encoding, test.stream);
+        const char *header = block.data() + VRN_MAGIC_SIZE;
+        EXPECT_EQ(vrn_compressed_page_decoded_room(header), test.room);
+        std::vector<char> buffer(test.room);
+        std::size_t size = 0;
+        const bool is_honest = test.room == vrn_compressed_page_uncompressed_size(header);
+        CapturedLog log;
+        EXPECT_EQ(vrn_compressed_page_decode_prefix(header, buffer.data(), buffer.size(), &size),
+                  is_honest && test.encoding != 'X');
+        EXPECT_EQ(size, is_honest ? test.room : 0);
+    }
+}
+
 TEST(CompressedPage, DecodesIntoANewBlock) {
+    const std::string member = encode(VRN_ENCODING_GZIP, "ab");
+    const std::string false_claim = "\xFF\xFF\xFF\xFF";
+    const std::string false_member = member + false_claim;
+    const std::string rest(false_member.size() * 1032 - 2, '\0');
+    const std::string false_size = member.substr(0, member.size() - 4) + false_claim;
+    const std::string cut_member = member.substr(0, 12) + false_claim;
     const std::string not_gzip = "3 [encoded_data] Error: stream is not gzip compressed data";
     // clang-format off
     const struct {
@@ -138,8 +177,14 @@ TEST(CompressedPage, DecodesIntoANewBlock) {
         {"snappy", encode_page(VRN_ENCODING_SNAPPY, "payload"), "payload", 7, {}},
         {"empty", encode_page(VRN_ENCODING_GZIP, ""), "", 0, {}},
         {"first member shorter than claimed",
-         page_around('G', encode(VRN_ENCODING_GZIP, "ab") + encode(VRN_ENCODING_GZIP, "cde")), "ab",
-         2, {}},
+         page_around('G', encode(VRN_ENCODING_GZIP, "ab") + encode(VRN_ENCODING_GZIP, "cde")),
+         std::string("ab\0", 3), 3, {}},
+        {"first member before an impossible claim", page_around('G', false_member), "ab" + rest,
+         2 + rest.size(), {}},
+        {"member with an impossible claim", page_around('G', false_size), "null", 4294967295,
+         {"3 [encoded_data] zlib error while decompressing"}},
+        {"cut member with an impossible claim", page_around('G', cut_member), "null", 4294967295,
+         {"3 [encoded_data] zlib decompression failed"}},
         {"no gzip", page_around('G', "nothing"), "null", 0,
          {not_gzip, not_gzip, "3 [encoded_data] zlib error while decompressing"}},
         {"unknown encoding", page_around(0, "nothing"), "null", 0, {}},
