@@ -1,7 +1,8 @@
 #include "data/schema_writer.h"
 
 #include <boost/filesystem.hpp>
-#include <fstream>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 
@@ -11,6 +12,7 @@
 #include "data/version.h"
 #include "utils/env.h"
 #include "utils/log.h"
+#include "utils/replace_file.h"
 #include "utils/run_guarded.h"
 #include "utils/string_template.h"
 #include "utils/throw_error.h"
@@ -38,14 +40,6 @@ void check_version(const char *version) {
 
 bool has_counter_groups(const JSON_Object *counters_schema) {
     return json_array_get_count(json_object_get_array(counters_schema, "counter_groups")) != 0;
-}
-
-void write_file(const std::string &path, const char *text) {
-    std::ofstream file;
-    file.exceptions(std::ios::failbit | std::ios::badbit);
-    file.open(path, std::ios::binary | std::ios::trunc);
-    file << text;
-    file.close();
 }
 
 }  // namespace
@@ -114,13 +108,9 @@ bool SchemaWriter::store(const std::string &path, const char *text) {
         warn("create", path, error.what());
         return false;
     }
-    try {
-        write_file(path, text);
-    } catch (const std::ios_base::failure &error) {
-        warn("write", path, error.what());
-        return false;
-    }
-    return true;
+    if (vrn::replace_file(path, text) == vrn::ReplacedFile::done) return true;
+    warn("write", path, std::strerror(errno));
+    return false;
 }
 
 void SchemaWriter::warn(const char *what, const std::string &path, const char *reason) {

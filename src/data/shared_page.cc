@@ -18,29 +18,15 @@
 #include <utility>
 
 #include "utils/byte_reader.h"
+#include "utils/descriptor.h"
 #include "utils/guarded_copy.h"
 #include "utils/log.h"
 
 namespace {
 
+using vrn::Descriptor;
+
 constexpr mode_t object_mode = 0666;
-
-class Descriptor {
-  public:
-    Descriptor() = default;
-    explicit Descriptor(int file) : file_(file) {}
-    ~Descriptor() {
-        if (is_open()) close(file_);
-    }
-    Descriptor(Descriptor &&other) noexcept : file_(std::exchange(other.file_, -1)) {}
-    Descriptor &operator=(Descriptor &&) = delete;
-
-    bool is_open() const { return file_ >= 0; }
-    int get() const { return file_; }
-
-  private:
-    int file_ = -1;
-};
 
 // Tells one shared-memory object from all others that exist, whatever their names.
 struct ObjectIdentity {

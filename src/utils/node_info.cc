@@ -3,15 +3,14 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "utils/env.h"
 #include "utils/log.h"
+#include "utils/replace_file.h"
 
 namespace {
-
-using File = vrn::CPtr<std::FILE, std::fclose>;
 
 // Makes the document of the page's HCAs, of which `digest` is the digest.
 bool make_document(vrn_nodeinfo_t *state, const vrn_data_page_t *page, const std::uint8_t *digest) {
@@ -41,25 +40,25 @@ std::string choose_path(const vrn_nodeinfo_t *state) {
     return state->dir + "/nodeinfo." + std::to_string(state->timestamp) + ".json";
 }
 
-File open_file(const std::string &path) {
+vrn::ReplacedFile replace(const std::string &path, std::string_view content) {
     constexpr std::size_t max_path_size = 1000;  // with its terminator
-    if (path.size() < max_path_size) return File(std::fopen(path.c_str(), "wb"));
+    if (path.size() < max_path_size) return vrn::replace_file(path, content);
     errno = ENAMETOOLONG;
-    return nullptr;
+    return vrn::ReplacedFile::not_opened;
 }
 
 void write_file(const vrn_nodeinfo_t *state, const std::string &path) {
-    const File file = open_file(path);
-    if (!file) {
-        VRN_LOG(VRN_LOG_ERROR, "[nodeinfo_file] Failed to open file %s for writing: %s",
-                path.c_str(), std::strerror(errno));
-        return;
+    switch (replace(path, {state->json.get(), state->json_size})) {
+        case vrn::ReplacedFile::done:
+            return;
+        case vrn::ReplacedFile::not_opened:
+            VRN_LOG(VRN_LOG_ERROR, "[nodeinfo_file] Failed to open file %s for writing: %s",
+                    path.c_str(), std::strerror(errno));
+            return;
+        case vrn::ReplacedFile::not_written:
+            VRN_LOG(VRN_LOG_ERROR, "[nodeinfo_file] Failed to write data to file %s: %s",
+                    path.c_str(), std::strerror(errno));
     }
-    // Flushed, for a full disk tells no earlier.
-    if (std::fwrite(state->json.get(), state->json_size, 1, file.get()) != 1 ||
-        std::fflush(file.get()) != 0)
-        VRN_LOG(VRN_LOG_ERROR, "[nodeinfo_file] Failed to write data to file %s: %s", path.c_str(),
-                std::strerror(errno));
 }
 
 }  // namespace

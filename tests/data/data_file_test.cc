@@ -1,16 +1,15 @@
 #include "data/data_file.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <array>
 #include <boost/filesystem.hpp>
 #include <cmath>
-#include <csignal>
 #include <functional>
 #include <stdexcept>
 
 #include "support/data_tree.h"
+#include "support/file_limit.h"
 #include "support/test.h"
 
 namespace vrn::test {
@@ -267,18 +266,6 @@ TEST_F(DataFile, RefusesPathsOutsideItsRoot) {
     file.source = "link/..";
     EXPECT_EQ(write(start + 1, start + 1, "data"), 4U);
     EXPECT_THAT(data_files_of(dir.path()), ElementsAre(dir.file("root/f")));
-}
-
-// Does `action` while no file of this process grows beyond `bytes`: writes come back short.
-void with_file_limit(std::uint64_t bytes, const std::function<void()> &action) {
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit = {bytes, before.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &limit);
-    action();
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
 }
 
 TEST_F(DataFile, LosesOnlyWhatItDidNotReportWhenFilesMayNotGrow) {

@@ -5,6 +5,7 @@
 #include "data/json_template.h"
 #include "data/schema_id.h"
 #include "support/child_process.h"
+#include "support/file_limit.h"
 #include "support/test.h"
 
 namespace vrn::test {
@@ -134,6 +135,24 @@ TEST(SchemaWriter, TellsFailuresOncePerStretch) {
     fs::remove(path);
     fs::create_directories(path);
     fails_and_recovers("\n4 [data] Could not write schema file '" + path + "': ", path);
+}
+
+TEST(SchemaWriter, KeepsWhatIsStoredWhenTheDiskIsFull) {
+    const TempDir dir;
+    const vrn_schema_writer_ptr writer(vrn_schema_writer_create());
+    vrn_schema_writer_set_schema_dir(writer.get(), dir.path().c_str());
+    const std::string path = dir.file(name_of(document));
+    const std::string full =
+        is_event + ("\n4 [data] Could not write schema file '" + path) + "': File too large";
+    for (const std::string &content : {std::string(document), std::string("damaged")}) {
+        dir.write(name_of(document), content);
+        std::string outcome;
+        with_file_limit(0, [&] { outcome = announce(writer.get(), document); });
+        EXPECT_EQ(outcome, content == document ? is_event : full);
+        EXPECT_EQ(read_file(path), content);
+    }
+    EXPECT_EQ(announce(writer.get(), document), is_event);
+    EXPECT_EQ(read_file(path), document);
 }
 
 }  // namespace
