@@ -17,10 +17,10 @@
 #include <vector>
 
 #include "median.h"
-#include "metrics/chart_page.h"
+#include "metrics/chart/chart_page.h"
 #include "metrics/cntx_builder.h"
-#include "metrics/metrics_feed.h"
-#include "metrics/typed_metrics_data.h"
+#include "metrics/store/metrics_feed.h"
+#include "metrics/store/typed_metrics_data.h"
 #include "utils/byte_reader.h"
 #include "utils/log.h"
 

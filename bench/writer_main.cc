@@ -14,7 +14,7 @@
 
 #include "child_run.h"
 #include "data/block.h"
-#include "data/data_writer.h"
+#include "data/writer/data_writer.h"
 #include "median.h"
 #include "utils/log.h"
 

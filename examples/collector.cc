@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "data/json_template.h"
 #include "data/schema/schema_json.h"
-#include "data/schema_writer.h"
+#include "data/text/json_template.h"
 #include "data/time.h"
+#include "data/writer/schema_writer.h"
 #include "fan_page.h"
 
 namespace {

@@ -1,8 +1,8 @@
 // host PAGE DIR TAGS: stores the shared page of a collector below DIR when its tag is one of TAGS.
 #include <cstdlib>
 
-#include "data/data_writer.h"
 #include "data/shared_page.h"
+#include "data/writer/data_writer.h"
 #include "sensor.h"
 #include "utils/log.h"
 

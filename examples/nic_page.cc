@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "data/block.h"
-#include "data/schema/name_tables.h"
+#include "data/selection/name_tables.h"
 #include "fan_page.h"
 
 namespace {

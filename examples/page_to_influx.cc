@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "data/influx_serializer.h"
+#include "data/serial/influx_serializer.h"
 #include "fan_page.h"
 #include "nic_page.h"
 

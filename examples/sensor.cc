@@ -1,7 +1,7 @@
 #include "sensor.h"
 
-#include "data/schema/name_tables.h"
 #include "data/schema/schema_registration.h"
+#include "data/selection/name_tables.h"
 #include "data/version.h"
 
 const vrn_schema_t *add_fan_schema(vrn_type_system_t *types) {

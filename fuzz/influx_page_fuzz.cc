@@ -1,7 +1,7 @@
 // Input: the bytes of a data page, header included. Its lines are made by a schema with nested,
 // array and text fields and by counters of all granularities and types.
-#include "data/influx_fixtures.h"
-#include "data/influx_serializer.h"
+#include "data/serial/influx_fixtures.h"
+#include "data/serial/influx_serializer.h"
 
 namespace {
 

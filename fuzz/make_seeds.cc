@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string>
 
-#include "data/influx_fixtures.h"
+#include "data/serial/influx_fixtures.h"
 #include "metrics/cntx_builder.h"
 #include "reader/sample_files.h"
 

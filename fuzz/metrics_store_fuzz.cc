@@ -1,9 +1,9 @@
 // Input: a range of CNTX blocks, stored under both policies, then read in every way.
 #include <string>
 
-#include "metrics/histogram_store.h"
-#include "metrics/metrics_feed.h"
 #include "metrics/metrics_parser.h"
+#include "metrics/store/histogram_store.h"
+#include "metrics/store/metrics_feed.h"
 
 namespace {
 

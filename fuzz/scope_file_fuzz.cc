@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <string>
 
-#include "data/data_page_filter.h"
+#include "data/writer/data_page_filter.h"
 #include "memory_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "data/schema/provider_counter_set.h"
-#include "data/schema/provider_field_set.h"
+#include "data/selection/provider_counter_set.h"
+#include "data/selection/provider_field_set.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const char *data, std::size_t size) {
     std::vector<std::string> lines;

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "data/event_json.h"
-#include "data/json_template.h"
 #include "data/schema/type_system_json.h"
 #include "data/schema/type_system_load.h"
+#include "data/serial/event_json.h"
+#include "data/text/json_template.h"
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include "counters/counter_row.h"
 #include "counters/counter_value.h"
 #include "counters/counters_row_walk.h"
-#include "data/guid_switch.h"
-#include "data/json_write.h"
-#include "data/schema/name_tables.h"
-#include "data/value_format.h"
+#include "data/selection/name_tables.h"
+#include "data/text/guid_switch.h"
+#include "data/text/json_write.h"
+#include "data/text/value_format.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "data/schema/name_tables.h"
+#include "data/selection/name_tables.h"
 #include "utils/log.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "data/schema/name_tables.h"
-#include "data/value_format.h"
+#include "data/selection/name_tables.h"
+#include "data/text/value_format.h"
 #include "utils/log.h"
 
 namespace {

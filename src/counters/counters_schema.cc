@@ -5,7 +5,7 @@
 #include <cstring>
 #include <span>
 
-#include "data/schema/name_tables.h"
+#include "data/selection/name_tables.h"
 #include "utils/log.h"
 
 namespace {

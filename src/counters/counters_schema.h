@@ -8,8 +8,8 @@
 #include <cstdio>
 
 #include "counters/counter_group.h"
-#include "data/schema/provider_counter_set.h"
 #include "data/schema_id.h"
+#include "data/selection/provider_counter_set.h"
 #include "utils/c_ptr.h"
 
 struct vrn_counters_schema_t {

@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "counters/counters_schema.h"
-#include "data/json_file.h"
-#include "data/json_number.h"
-#include "data/json_write.h"
-#include "data/schema/name_tables.h"
+#include "data/selection/name_tables.h"
+#include "data/text/json_file.h"
+#include "data/text/json_number.h"
+#include "data/text/json_write.h"
 #include "data/version.h"
 #include "utils/log.h"
 

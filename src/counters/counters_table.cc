@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "data/schema/name_tables.h"
-#include "data/value_text.h"
+#include "data/selection/name_tables.h"
+#include "data/text/value_text.h"
 
 namespace vrn {
 namespace {

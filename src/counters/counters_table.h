@@ -7,8 +7,8 @@
 
 #include "counters/counter_row.h"
 #include "counters/counters_schema.h"
-#include "data/local_time_text.h"
-#include "data/text_buffer.h"
+#include "data/text/local_time_text.h"
+#include "data/text/text_buffer.h"
 #include "utils/byte_reader.h"
 
 namespace vrn {

@@ -7,8 +7,8 @@
 
 #include "counters/counter_value.h"
 #include "counters/counters_schema.h"
-#include "data/json_text.h"
-#include "data/local_time_text.h"
+#include "data/text/json_text.h"
+#include "data/text/local_time_text.h"
 #include "utils/byte_reader.h"
 
 namespace vrn {

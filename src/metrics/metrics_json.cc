@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "data/value_format.h"
+#include "data/text/value_format.h"
 #include "metrics/metrics_walk.h"
 #include "metrics/record_check.h"
 #include "utils/c_ptr.h"

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "data/json_text.h"
-#include "data/local_time_text.h"
+#include "data/text/json_text.h"
+#include "data/text/local_time_text.h"
 #include "metrics/cntx_block_view.h"
 #include "metrics/metrics_walk.h"
 #include "metrics/record_view.h"

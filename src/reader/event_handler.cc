@@ -4,9 +4,9 @@
 #include <cstdio>
 
 #include "data/block.h"
-#include "data/event_text.h"
-#include "data/influx_event.h"
-#include "data/schema/name_filter.h"
+#include "data/selection/name_filter.h"
+#include "data/serial/event_text.h"
+#include "data/serial/influx_event.h"
 #include "reader/record_text.h"
 #include "reader/schema_load.h"
 #include "utils/byte_reader.h"

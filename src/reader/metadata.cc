@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "data/json_file.h"
+#include "data/text/json_file.h"
 #include "utils/log.h"
 #include "utils/string_template.h"
 

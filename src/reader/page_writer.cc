@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "data/compressed_page.h"
-#include "data/data_writer.h"
+#include "data/writer/data_writer.h"
 #include "utils/log.h"
 
 vrn_data_page_t *vrn_reader_page_prepare(vrn_data_page_t *page, std::size_t size) {

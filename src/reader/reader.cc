@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "data/data_writer.h"
+#include "data/writer/data_writer.h"
 #include "metrics/metrics_text.h"
 #include "reader/block_walk.h"
 #include "reader/file_entry.h"

@@ -4,9 +4,9 @@
 #include <cstring>
 #include <utility>
 
-#include "data/schema/provider_counter_set.h"
-#include "data/schema/provider_field_set.h"
 #include "data/schema/type_system_load.h"
+#include "data/selection/provider_counter_set.h"
+#include "data/selection/provider_field_set.h"
 #include "utils/log.h"
 #include "utils/string_template.h"
 

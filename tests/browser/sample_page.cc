@@ -8,7 +8,7 @@
 #include <numbers>
 #include <string>
 
-#include "metrics/chart_page.h"
+#include "metrics/chart/chart_page.h"
 
 namespace vrn::metrics {
 namespace {

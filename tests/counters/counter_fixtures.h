@@ -5,7 +5,7 @@
 #include <string>
 
 #include "counters/counters_schema.h"
-#include "data/json_template.h"
+#include "data/text/json_template.h"
 #include "utils/c_ptr.h"
 
 namespace vrn::test {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "counters/counter_fixtures.h"
-#include "data/schema/name_tables.h"
+#include "data/selection/name_tables.h"
 #include "support/test.h"
 
 namespace vrn::test {

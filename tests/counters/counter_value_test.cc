@@ -1,7 +1,7 @@
 #include "counters/counter_value.h"
 
 #include "counters/counter_fixtures.h"
-#include "data/schema/name_tables.h"
+#include "data/selection/name_tables.h"
 #include "support/test.h"
 
 namespace vrn::test {

@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-#include "data/json_template.h"
+#include "data/text/json_template.h"
 #include "support/test.h"
 
 namespace vrn::test {

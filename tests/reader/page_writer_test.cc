@@ -1,6 +1,6 @@
 #include "reader/page_writer.h"
 
-#include "data/data_writer.h"
+#include "data/writer/data_writer.h"
 #include "support/page_blocks.h"
 #include "support/test.h"
 

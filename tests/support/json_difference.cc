@@ -2,8 +2,8 @@
 
 #include "counters/counter_data.h"
 #include "counters/counters_text.h"
-#include "data/event_json.h"
-#include "data/event_text.h"
+#include "data/serial/event_json.h"
+#include "data/serial/event_text.h"
 #include "support/printed_difference.h"
 #include "support/random_rows.h"
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "data/json_text.h"
+#include "data/text/json_text.h"
 #include "utils/c_ptr.h"
 
 namespace vrn::test {

@@ -10,9 +10,9 @@
 
 #include "counters/counters_schema.h"
 #include "data/schema/builtin_types.h"
-#include "data/schema/name_tables.h"
 #include "data/schema/schema_registration.h"
 #include "data/schema/type_system.h"
+#include "data/selection/name_tables.h"
 #include "support/random_source.h"
 
 namespace vrn::test {

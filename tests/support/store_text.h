@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "metrics/typed_metrics_data.h"
+#include "metrics/store/typed_metrics_data.h"
 #include "support/test.h"
 
 namespace vrn::metrics {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "metrics/chart_page.h"
+#include "metrics/chart/chart_page.h"
 #include "utils/log.h"
 #include "utils/parse_number.h"
 #include "vrn_chart/metrics_input.h"

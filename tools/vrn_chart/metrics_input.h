@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "metrics/typed_metrics_data.h"
+#include "metrics/store/typed_metrics_data.h"
 
 namespace vrn::chart {
 

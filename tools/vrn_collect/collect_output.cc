@@ -6,8 +6,8 @@
 #include <stdexcept>
 
 #include "data/block.h"
-#include "data/json_template.h"
 #include "data/schema/schema_json.h"
+#include "data/text/json_template.h"
 #include "vrn_collect/event_records.h"
 #include "vrn_collect/source_names.h"
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "data/data_writer.h"
-#include "data/schema_writer.h"
+#include "data/writer/data_writer.h"
+#include "data/writer/schema_writer.h"
 #include "vrn_collect/collect_options.h"
 #include "vrn_collect/counters_record.h"
 #include "vrn_collect/metrics_record.h"

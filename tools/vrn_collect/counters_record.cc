@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "data/block.h"
-#include "data/schema/name_tables.h"
+#include "data/selection/name_tables.h"
 
 namespace vrn::collect {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "data/block.h"
 #include "data/magic.h"
-#include "data/schema/name_tables.h"
 #include "data/schema/schema_registration.h"
+#include "data/selection/name_tables.h"
 #include "data/version.h"
 
 namespace vrn::collect {

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "data/data_page.h"
-#include "data/data_writer.h"
 #include "data/page_encoding.h"
+#include "data/writer/data_writer.h"
 
 namespace vrn::collect {
 

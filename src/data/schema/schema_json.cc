@@ -4,11 +4,11 @@
 #include <cstring>
 #include <utility>
 
-#include "data/json_file.h"
-#include "data/json_template.h"
-#include "data/json_write.h"
 #include "data/schema/type_json.h"
 #include "data/schema/type_layout.h"
+#include "data/text/json_file.h"
+#include "data/text/json_template.h"
+#include "data/text/json_write.h"
 #include "data/version.h"
 #include "utils/log.h"
 

@@ -3,8 +3,8 @@
 
 #include <parson.h>
 
-#include "data/schema/provider_field_set.h"
 #include "data/schema/schema.h"
+#include "data/selection/provider_field_set.h"
 
 // New value that the caller frees with json_value_free; built-in types are not written. Null for a
 // schema without types or with something that JSON can't hold.

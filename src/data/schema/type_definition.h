@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "data/json_name.h"
 #include "data/schema/builtin_types.h"
+#include "data/text/json_name.h"
 #include "utils/c_ptr.h"
 
 struct vrn_type_definition_t;

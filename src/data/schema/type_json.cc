@@ -5,10 +5,10 @@
 #include <limits>
 #include <utility>
 
-#include "data/json_number.h"
-#include "data/json_template.h"
-#include "data/json_write.h"
-#include "data/schema/name_tables.h"
+#include "data/selection/name_tables.h"
+#include "data/text/json_number.h"
+#include "data/text/json_template.h"
+#include "data/text/json_write.h"
 #include "utils/log.h"
 
 namespace {

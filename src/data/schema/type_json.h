@@ -3,8 +3,8 @@
 
 #include <parson.h>
 
-#include "data/schema/provider_field_set.h"
 #include "data/schema/type_definition.h"
+#include "data/selection/provider_field_set.h"
 
 // New values that the caller frees with json_value_free. Null when a text of the field is null or
 // not valid UTF-8, or its counting mode has no name.

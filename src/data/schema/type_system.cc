@@ -7,9 +7,9 @@
 #include <span>
 #include <utility>
 
-#include "data/json_template.h"
 #include "data/schema/schema_json.h"
 #include "data/schema/type_layout.h"
+#include "data/text/json_template.h"
 #include "data/version.h"
 #include "utils/log.h"
 

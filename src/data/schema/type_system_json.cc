@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "data/json_template.h"
-#include "data/json_write.h"
 #include "data/schema/schema_json.h"
+#include "data/text/json_template.h"
+#include "data/text/json_write.h"
 #include "data/version.h"
 #include "utils/log.h"
 

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "data/json_file.h"
-#include "data/json_template.h"
 #include "data/schema/schema_json.h"
+#include "data/text/json_file.h"
+#include "data/text/json_template.h"
 #include "utils/log.h"
 
 namespace {

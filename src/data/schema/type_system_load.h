@@ -1,8 +1,8 @@
 // Loading schema documents into a running type system.
 #pragma once
 
-#include "data/schema/provider_field_set.h"
 #include "data/schema/type_system.h"
+#include "data/selection/provider_field_set.h"
 
 // Appends the schema in the file at `path`, with the types and fields that `field_set` chooses
 // (null: all), and returns it, borrowed. Its digest stays zero: the file's name is trusted.

@@ -1,9 +1,9 @@
 #include "data/schema/schema_json.h"
 
-#include "data/json_template.h"
 #include "data/schema/schema_registration.h"
 #include "data/schema/schema_text.h"
 #include "data/schema/type_json.h"
+#include "data/text/json_template.h"
 #include "support/test.h"
 #include "utils/name_table.h"
 

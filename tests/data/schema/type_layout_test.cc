@@ -1,8 +1,8 @@
 #include "data/schema/type_layout.h"
 
-#include "data/json_template.h"
 #include "data/schema/schema_json.h"
 #include "data/schema/schema_text.h"
+#include "data/text/json_template.h"
 #include "support/test.h"
 
 namespace vrn::test {

@@ -1,7 +1,7 @@
 #include "data/schema/type_system_load.h"
 
-#include "data/event_json.h"
 #include "data/schema/schema_text.h"
+#include "data/serial/event_json.h"
 #include "support/test.h"
 
 namespace vrn::test {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "data/json_template.h"
 #include "data/schema/schema_json.h"
 #include "data/schema/schema_registration.h"
+#include "data/text/json_template.h"
 #include "support/test.h"
 
 namespace vrn::test {

@@ -1,0 +1,114 @@
+#include "data/selection/name_filter.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "utils/log.h"
+#include "utils/name_table.h"
+
+namespace {
+
+bool wildcard_fits(const char *pattern, const char *text) {
+    return fnmatch(pattern, text, FNM_CASEFOLD) == 0;
+}
+
+bool match_any_wildcard(const char *text, const vrn_string_array_t *patterns) {
+    for (const char *item : vrn_string_array_items(patterns)) {
+        if (wildcard_fits(item, text)) return true;
+        char *raw = nullptr;
+        if (asprintf(&raw, "%s.*", item) < 0) {
+            VRN_LOG(VRN_LOG_ERROR, "Error: unable to allocate memory for wildcard string search");
+            return false;
+        }
+        const vrn::CString with_tail(raw);
+        if (wildcard_fits(with_tail.get(), text)) return true;
+    }
+    return false;
+}
+
+void sort_names(vrn_string_array_t *names) {
+    std::ranges::sort(names->strings, names->strings + names->count, {},
+                      [](const char *name) { return std::string_view(name); });
+}
+
+bool merge_mandatory(vrn_string_array_t **names, const vrn_string_array_t *mandatory) {
+    if (!vrn_string_array_extend(names, mandatory)) {
+        VRN_LOG(VRN_LOG_ERROR, "could not join mandatory counters properly to names array");
+        return false;
+    }
+    sort_names(*names);
+    if (!vrn_string_array_remove_duplicates(names, true)) {
+        VRN_LOG(VRN_LOG_ERROR, "could not remove duplicates from string array");
+        return false;
+    }
+    return true;
+}
+
+vrn_string_array_t *include_and_exclude(const vrn_string_array_t *names,
+                                        const vrn_string_array_t *include,
+                                        const vrn_string_array_t *exclude, std::uint32_t mode) {
+    const vrn_string_array_ptr included(vrn_string_array_filter(names, include, mode, true));
+    return included ? vrn_string_array_filter(included.get(), exclude, mode, false) : nullptr;
+}
+
+}  // namespace
+
+const char *vrn_filter_match_mode_name(std::uint32_t mode) {
+    return vrn_match_type_name(mode);
+}
+
+std::uint32_t vrn_filter_match_mode_from_name(const char *name) {
+    return vrn_match_type_from_name(name);
+}
+
+bool vrn_string_array_match(const char *text, const vrn_string_array_t *patterns,
+                            std::uint32_t mode) {
+    const auto items = vrn_string_array_items(patterns);
+    switch (mode) {
+        case VRN_MATCH_EXACT:
+            return std::ranges::any_of(
+                items, [text](const char *item) { return std::strcmp(text, item) == 0; });
+        case VRN_MATCH_WILDCARD:
+            return match_any_wildcard(text, patterns);
+        case VRN_MATCH_CONTAINS:
+            return std::ranges::any_of(
+                items, [text](const char *item) { return std::strstr(text, item) != nullptr; });
+        default:
+            return false;
+    }
+}
+
+vrn_string_array_t *vrn_string_array_filter(const vrn_string_array_t *names,
+                                            const vrn_string_array_t *patterns, std::uint32_t mode,
+                                            bool want) {
+    vrn_string_array_t *kept = vrn_string_array_create();
+    if (!kept) return nullptr;
+    for (const char *name : vrn_string_array_items(names)) {
+        if (vrn_string_array_match(name, patterns, mode) != want) continue;
+        if (!vrn_string_array_append(&kept, name)) {
+            vrn_string_array_free(kept);
+            return nullptr;
+        }
+    }
+    return kept;
+}
+
+vrn_string_array_t *vrn_match_counter_names(const vrn_string_array_t *names,
+                                            const vrn_string_array_t *include,
+                                            const vrn_string_array_t *exclude,
+                                            const vrn_string_array_t *mandatory,
+                                            std::uint32_t mode) {
+    vrn_string_array_t *kept = include_and_exclude(names, include, exclude, mode);
+    const bool has_mandatory = !vrn_string_array_items(mandatory).empty();
+    if (!kept || (has_mandatory && !merge_mandatory(&kept, mandatory))) {
+        VRN_LOG(VRN_LOG_ERROR, "failed to match counter names");
+        vrn_string_array_free(kept);
+        return nullptr;
+    }
+    if (!has_mandatory) sort_names(kept);
+    return kept;
+}

@@ -1,0 +1,137 @@
+#include "data/serial/event_json.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "data/serial/event_walk.h"
+#include "data/text/guid_switch.h"
+#include "data/text/json_write.h"
+#include "data/text/value_format.h"
+
+namespace {
+
+GuidSwitch guid_switch;
+
+vrn_json_value_ptr hex_value(std::uint64_t number) {
+    const vrn::CString text(vrn_format_guid_string(number));
+    return vrn_json_value_ptr(text ? json_value_init_string(text.get()) : nullptr);
+}
+
+// See event_walk.h.
+class TreeSink {
+  public:
+    // The value that was walked, once all is closed.
+    JSON_Value *release() { return result_.release(); }
+
+    bool begin_object(const vrn_type_definition_t &) {
+        return open(vrn_json_value_ptr(json_value_init_object()));
+    }
+    bool end_object() { return close(); }
+    void begin_array() { open(vrn_json_value_ptr(json_value_init_array())); }
+    bool end_array() { return close(); }
+    void element() {}
+    void key(const vrn_type_field_definition_t &field) { open_.back().key = field.field_name; }
+
+    template <typename T>
+    bool number(T value) {
+        return take(vrn_json_value_ptr(json_value_init_number(static_cast<double>(value))));
+    }
+    bool hex(std::uint64_t value) { return take(hex_value(value)); }
+    bool string(std::string_view text) {
+        return take(vrn_json_value_ptr(json_value_init_string(std::string(text).c_str())));
+    }
+    // When false, the field takes the normal route.
+    bool guid_word(const vrn_type_field_definition_t &field, std::uint64_t value) {
+        const vrn::CString text(vrn_format_guid_string(value));
+        if (!text) {
+            VRN_LOG(VRN_LOG_ERROR, "Failed to convert field %s to a hex string", field.field_name);
+            return false;
+        }
+        vrn_json_value_ptr json(json_value_init_string(text.get()));
+        if (!json) {
+            VRN_LOG(VRN_LOG_ERROR, "Failed to serialize field %s to a hex string",
+                    field.field_name);
+            return false;
+        }
+        return take(std::move(json));
+    }
+
+    static std::uint64_t load_word(const void *data, unsigned spare_bits) {
+        return vrn::load_word_exactly(data, spare_bits);
+    }
+
+  private:
+    // An object or array that is being filled, and the key of the next member.
+    struct Open {
+        vrn_json_value_ptr value;
+        const char *key = nullptr;
+    };
+
+    bool open(vrn_json_value_ptr value) {
+        open_.push_back({std::move(value)});
+        return open_.back().value != nullptr;
+    }
+
+    bool close() {
+        vrn_json_value_ptr value = std::move(open_.back().value);
+        open_.pop_back();
+        return take(std::move(value));
+    }
+
+    bool take(vrn_json_value_ptr value) {
+        if (open_.empty()) {
+            result_ = std::move(value);
+            return result_ != nullptr;
+        }
+        const Open &outer = open_.back();
+        JSON_Object *object = json_value_get_object(outer.value.get());
+        if (object) return vrn_json_set(object, outer.key, std::move(value));
+        return vrn_json_append(json_value_get_array(outer.value.get()), std::move(value));
+    }
+
+    std::vector<Open> open_;
+    vrn_json_value_ptr result_;
+};
+
+// What `walk`, given an EventWalk, makes; null when it fails.
+template <typename Walk>
+JSON_Value *walked_value(Walk walk) {
+    TreeSink sink;
+    return walk(vrn::EventWalk(sink, vrn_event_converts_guids())) ? sink.release() : nullptr;
+}
+
+}  // namespace
+
+bool vrn_event_converts_guids() {
+    return guid_switch.is_on();
+}
+
+JSON_Value *vrn_event_to_json(const vrn_type_definition_t *type, const void *record) {
+    return walked_value([&](auto walk) { return walk.record(*type, record); });
+}
+
+JSON_Value *vrn_event_field_value_to_json(const vrn_type_field_definition_t *field,
+                                          const void *data) {
+    if (!field->type) return nullptr;  // never resolved
+    return walked_value([&](auto walk) { return walk.value(*field, data); });
+}
+
+JSON_Value *vrn_event_field_element_to_json(const vrn_type_field_definition_t *field,
+                                            const void *data) {
+    if (!field->type) return nullptr;
+    return walked_value([&](auto walk) { return walk.element(*field, data); });
+}
+
+JSON_Value *vrn_event_field_array_to_json(const vrn_type_field_definition_t *field,
+                                          const void *data) {
+    if (!field->type) return nullptr;
+    return walked_value([&](auto walk) { return walk.array(*field, data); });
+}
+
+JSON_Value *vrn_scalar_to_json(std::uint32_t builtin_id, const void *data, const char *field_name) {
+    const auto form = vrn_builtin_value_form(builtin_id, vrn_name_contains_guid(field_name));
+    TreeSink sink;
+    return vrn::walk_value(form, vrn_builtin_spare_bits(builtin_id), data, sink) ? sink.release()
+                                                                                 : nullptr;
+}

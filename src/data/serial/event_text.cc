@@ -1,0 +1,73 @@
+#include "data/serial/event_text.h"
+
+#include <new>
+
+#include "data/serial/event_json.h"
+#include "data/serial/event_walk.h"
+
+namespace {
+
+// See event_walk.h.
+class TextSink {
+  public:
+    explicit TextSink(vrn::JsonText &text) : text_(text) {}
+
+    // A member that is set twice keeps its first place and its last value: a matter for a tree.
+    bool needs_tree() const { return needs_tree_; }
+
+    bool begin_object(const vrn_type_definition_t &type) {
+        needs_tree_ = needs_tree_ || type.has_repeated_names;
+        text_.begin_object();
+        return !needs_tree_;
+    }
+    bool end_object() {
+        text_.end_object();
+        return true;
+    }
+    void begin_array() { text_.begin_array(); }
+    bool end_array() {
+        text_.end_array();
+        return true;
+    }
+    void element() { text_.element(); }
+    void key(const vrn_type_field_definition_t &field) { text_.key(field.json_name); }
+
+    template <typename T>
+    bool number(T value) {
+        return text_.number(value);
+    }
+    bool hex(std::uint64_t value) {
+        text_.hex(value);
+        return true;
+    }
+    bool string(std::string_view text) { return text_.string(text); }
+    bool guid_word(const vrn_type_field_definition_t &, std::uint64_t value) { return hex(value); }
+    static std::uint64_t load_word(const void *data, unsigned) {
+        return vrn::load_le<std::uint64_t>(data);  // at the cost of slack behind records
+    }
+
+  private:
+    vrn::JsonText &text_;
+    bool needs_tree_ = false;
+};
+
+bool write_tree(const vrn_type_definition_t *type, const void *record, vrn::JsonText *text) {
+    const vrn::CPtr<JSON_Value, json_value_free> value(vrn_event_to_json(type, record));
+    return value && text->tree(value.get());
+}
+
+}  // namespace
+
+bool vrn_event_write_json(const vrn_type_definition_t *type, const void *record,
+                          vrn::JsonText *text) {
+    const vrn::JsonText::Mark start = text->mark();
+    try {
+        TextSink sink(*text);
+        if (vrn::EventWalk(sink, vrn_event_converts_guids()).record(*type, record)) return true;
+        text->rewind(start);
+        return sink.needs_tree() && write_tree(type, record, text);
+    } catch (const std::bad_alloc &) {
+        text->rewind(start);
+        return false;
+    }
+}

@@ -1,0 +1,160 @@
+#include "data/serial/influx_serializer.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "counters/counter_row.h"
+#include "data/block.h"
+#include "data/serial/influx_event.h"
+#include "data/serial/influx_text.h"
+#include "utils/log.h"
+
+namespace vrn::data {
+
+namespace {
+
+const vrn_type_definition_t *find_type(const vrn_type_system_t *system,
+                                       const vrn_event_header_t &header) {
+    const vrn_schema_t *schema =
+        header.schema_index < system->num_schemas ? system->schemas[header.schema_index] : nullptr;
+    // Lookups use the low 8 bits; the field is 16 bits wide on disk.
+    const auto type_index = static_cast<std::uint8_t>(header.type_index);
+    return schema && type_index < schema->num_types ? schema->types[type_index] : nullptr;
+}
+
+// Walks the blocks of one page. What lies beyond its bytes reads as zeros.
+class PageWalk {
+  public:
+    PageWalk(const InfluxSerializer &serializer, const Tags &tags, Bytes page,
+             const vrn_type_system_t *type_system)
+        : serializer_(serializer),
+          tags_(tags),
+          page_(page),
+          row_(page),
+          header_(row_.read<vrn_data_page_t>(0)),
+          end_(std::min<std::uint64_t>({header_.filled_bytes, header_.page_size, page.size()})),
+          type_system_(type_system),
+          room_(influx_text_limit(page.size())) {}
+
+    std::vector<std::string> lines() && {
+        std::uint64_t offset = VRN_DATA_PAGE_HEADER_SIZE;
+        while (offset < end_ && !is_full_) {
+            const std::uint64_t advance = handle_block(offset);
+            if (advance == 0) break;  // nothing tells where the next block begins
+            offset += advance;
+        }
+        return std::move(lines_);
+    }
+
+  private:
+    // Bytes that the block takes; 0 when that can't be told.
+    std::uint64_t handle_block(std::uint64_t offset) {
+        const auto header = row_.read<vrn_block_header_t>(offset);
+        switch (vrn_block_type_of(&header)) {
+            case VRN_COUNTERS_BLOCK:
+                return handle_counters(offset);
+            case VRN_EVENTS_BLOCK:
+                return handle_events(offset);
+            case VRN_SCHEMAS_BLOCK:
+                return row_.read<vrn_schemas_block_t>(offset).size;
+            default:
+                return 1;  // padding
+        }
+    }
+
+    std::uint64_t handle_counters(std::uint64_t offset) {
+        const vrn_counters_schema_t *schema = type_system_->counters_schema;
+        if (!schema) return sizeof(vrn_data_block_t);
+        if (!counters_lines_) counters_lines_ = prepare_lines(schema);
+        for (const InfluxCountersLine &line : *counters_lines_) {
+            line.write(page_.subspan(offset), room_, &text_);
+            if (!take_line()) break;
+        }
+        return sizeof(vrn_data_block_t) + std::uint64_t{schema->size};
+    }
+
+    std::vector<InfluxCountersLine> prepare_lines(const vrn_counters_schema_t *schema) const {
+        std::vector<InfluxCountersLine> lines;
+        for (const auto &record : serializer_.counters_records(tags_, header_, schema))
+            if (!record.fields.empty()) lines.push_back(serializer_.prepare_line(record));
+        return lines;
+    }
+
+    std::uint64_t handle_events(std::uint64_t offset) {
+        const auto header = row_.read<vrn_event_header_t>(offset);
+        const vrn_type_definition_t *type = find_type(type_system_, header);
+        if (!type) return 0;
+        const std::string start = serializer_.line_start(type->name, tags_);
+        std::uint64_t place = offset + sizeof header;
+        for (std::uint8_t i = 0; i < header.num_events; ++i) {
+            if (place > end_ || type->size > end_ - place) break;
+            if (!influx_write_event_line(start, type, page_.data() + place, header.timestamp, room_,
+                                         &text_))
+                return refuse_lines();
+            if (!take_line()) break;
+            place += type->size;
+        }
+        return place - offset;
+    }
+
+    // Ends the walk.
+    std::uint64_t refuse_lines() {
+        VRN_LOG(VRN_LOG_ERROR, "Lines of a data page of %zu bytes take too much memory",
+                page_.size());
+        is_full_ = true;
+        return 0;
+    }
+
+    // Moves the text to the lines. False when there is no room for it.
+    bool take_line() {
+        const std::string_view line = text_.view();
+        if (line.size() > room_) return refuse_lines() != 0;
+        room_ -= line.size();
+        lines_.emplace_back(line);
+        text_.clear();
+        return true;
+    }
+
+    const InfluxSerializer &serializer_;
+    const Tags &tags_;
+    Bytes page_;
+    CounterRow row_;
+    vrn_data_page_t header_;
+    std::uint64_t end_;
+    const vrn_type_system_t *type_system_;
+    std::uint64_t room_;  // bytes of text left
+    bool is_full_ = false;
+    // The same for all rows of a page; made at the first one.
+    std::optional<std::vector<InfluxCountersLine>> counters_lines_;
+    TextBuffer text_;  // of the line being made
+    std::vector<std::string> lines_;
+};
+
+}  // namespace
+
+InfluxSerializer::InfluxSerializer()
+    : measurement_escapes_{" ", "=", ","}, tag_escapes_{" ", ","}, string_value_escapes_{"\""} {}
+
+std::vector<std::string> InfluxSerializer::serialize(const Tags &tags, const vrn_data_page_t *page,
+                                                     const vrn_type_system_t *type_system) const {
+    return serialize_bytes(tags, {reinterpret_cast<const std::uint8_t *>(page), page->page_size},
+                           type_system);
+}
+
+std::vector<std::string> InfluxSerializer::serialize_bytes(
+    const Tags &tags, Bytes page, const vrn_type_system_t *type_system) const {
+    return PageWalk(*this, tags, page, type_system).lines();
+}
+
+std::string InfluxSerializer::line_start(std::string_view measurement, const Tags &tags) const {
+    std::string start = influx_escape(measurement, measurement_escapes_);
+    for (const auto &[key, value] : tags)
+        start.append(1, ',')
+            .append(influx_escape(key, tag_escapes_))
+            .append(1, '=')
+            .append(influx_escape(value, tag_escapes_));
+    return start;
+}
+
+}  // namespace vrn::data

@@ -1,0 +1,40 @@
+#include "data/text/json_name.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+#include "data/text/json_text.h"
+#include "data/text/value_format.h"
+
+namespace {
+
+bool set_key(vrn_json_name_t *name, const char *text) {
+    vrn::JsonText key(vrn::JsonLayout::compact);
+    key.append(",");
+    key.escaped(text);
+    key.append(":");
+    name->key_size = key.view().size();
+    const std::size_t steps = name->key_size / VRN_JSON_KEY_STEP + 2;
+    name->key = static_cast<char *>(std::calloc(steps, VRN_JSON_KEY_STEP));
+    if (name->key) std::ranges::copy(key.view(), name->key);
+    return name->key != nullptr;
+}
+
+}  // namespace
+
+bool vrn_json_name_init(vrn_json_name_t *name, const char *text) {
+    *name = {};
+    name->is_guid_word = vrn_name_is_guid_word(text);
+    name->contains_guid = vrn_name_contains_guid(text);
+    try {
+        return set_key(name, text);
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+}
+
+void vrn_json_name_clear(vrn_json_name_t *name) {
+    std::free(name->key);
+    *name = {};
+}

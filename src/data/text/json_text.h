@@ -1,0 +1,155 @@
+// JSON text, written from front to back. The bytes are those that parson prints for the same
+// values.
+#pragma once
+
+#include <parson.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "data/text/digits.h"
+#include "data/text/json_name.h"
+#include "data/text/text_buffer.h"
+
+namespace vrn {
+
+enum class JsonLayout { compact, pretty };
+
+// Functions throw std::bad_alloc when the buffer can't grow.
+class JsonText : public TextBuffer {
+  public:
+    explicit JsonText(JsonLayout layout);
+
+    void clear() { rewind({}); }
+
+    // A place to come back to, when what was begun there has no text.
+    struct Mark {
+        std::size_t size = 0;
+        std::size_t level = 0;
+        std::size_t is_empty = 1;
+    };
+    Mark mark() const { return {size(), level_, is_empty_}; }
+    void rewind(const Mark &mark);
+
+    void begin_object() { open('{'); }
+    void end_object() { close('}'); }
+    void begin_array() { open('['); }
+    void end_array() { close(']'); }
+
+    // Between the elements of an array, also before the first.
+    void element() { advance_to(write_separator(reserve(separator_size_))); }
+    // Key of the next value of an object.
+    void key(const vrn_json_name_t &name) {
+        char *out = reserve(separator_size_ + name.key_size);
+        std::size_t comma = is_empty_;
+        if (pretty_) {
+            out = write_separator(out);
+            comma = 1;
+        }
+        out = copy_in_steps(out, name.key + comma, name.key_size - comma);
+        is_empty_ = 0;
+        *out = ' ';
+        advance_to(out + colon_gap_);
+    }
+    void key(std::string_view name);
+    // What stands before the value of any member of this level but the first, and its use for many
+    // objects of that level. Keys are copied in steps, so `key_slack` bytes behind one are read.
+    static constexpr std::size_t key_slack = VRN_JSON_KEY_STEP;
+    std::string prepare_key(std::string_view name) const;
+    void prepared_key(const char *key, std::size_t size) {
+        advance_to(write_prepared(reserve(size), key, size));
+    }
+    // The key and its value.
+    void prepared_integer(const char *key, std::size_t size, std::uint64_t value) {
+        char *out = write_prepared(reserve(size + max_number_size), key, size);
+        advance_to(value <= exact_limit ? write_digits(out, value)
+                                        : write_number(out, static_cast<double>(value)));
+    }
+    void prepared_integer(const char *key, std::size_t size, std::int64_t value) {
+        if (value >= 0) return prepared_integer(key, size, static_cast<std::uint64_t>(value));
+        prepared_key(key, size);
+        signed_integer(value);
+    }
+
+    // False, with nothing written, for a NaN or an infinity.
+    bool number(double value);
+    bool number(float value) { return number(static_cast<double>(value)); }
+    // Any integer, printed as the double nearest to it.
+    template <typename T>
+    requires std::is_integral_v<T>
+    bool number(T value) {
+        if constexpr (std::is_signed_v<T>) {
+            return signed_integer(value);
+        } else {
+            return integer(value);
+        }
+    }
+    // "0x" and 16 digits, in quotes.
+    void hex(std::uint64_t value);
+    // False, with nothing written, when `text` isn't UTF-8.
+    bool string(std::string_view text);
+
+    // A string that isn't checked to be UTF-8, as the names of members.
+    void escaped(std::string_view text);
+    // A whole parson value; false when parson can't print it.
+    bool tree(const JSON_Value *value);
+
+  private:
+    // Copies are made in whole steps; what is copied must be readable so far behind its end.
+    static constexpr std::size_t step = VRN_JSON_KEY_STEP;
+    static_assert(step <= slack);
+    // Sign, 17 digits, point, exponent of a number: 24 bytes at most.
+    static constexpr std::size_t max_number_size = 32;
+    // Up to here all integers are doubles.
+    static constexpr std::uint64_t exact_limit = std::uint64_t{1} << 53;
+
+    static char *copy_in_steps(char *out, const char *from, std::size_t size) {
+        std::memcpy(out, from, step);
+        for (std::size_t done = step; done < size; done += step)
+            std::memcpy(out + done, from + done, step);
+        return out + size;
+    }
+    // What stands before a member or element: a comma, except before the first, and a line break.
+    char *write_separator(char *out) {
+        out = copy_in_steps(out, &separator_[is_empty_], separator_size_ - is_empty_);
+        is_empty_ = 0;
+        return out;
+    }
+    char *write_prepared(char *out, const char *key, std::size_t size) {
+        out = copy_in_steps(out, key + is_empty_, size - is_empty_);
+        is_empty_ = 0;
+        return out;
+    }
+    // A finite number; max_number_size bytes at most.
+    static char *write_number(char *out, double value);
+    void set_level(std::size_t level);
+    void open(char bracket);
+    void close(char bracket);
+    bool integer(std::uint64_t value) {
+        if (value > exact_limit) return number(static_cast<double>(value));
+        advance_to(write_digits(reserve(max_number_size), value));
+        return true;
+    }
+    bool signed_integer(std::int64_t value) {
+        if (value >= 0) return integer(static_cast<std::uint64_t>(value));
+        const std::uint64_t magnitude = -static_cast<std::uint64_t>(value);
+        if (magnitude > exact_limit) return number(static_cast<double>(value));
+        char *out = reserve(max_number_size);
+        *out++ = '-';
+        advance_to(write_digits(out, magnitude));
+        return true;
+    }
+
+    bool pretty_;
+    std::size_t colon_gap_;     // blanks behind a colon
+    std::size_t is_empty_ = 1;  // 1 when nothing stands in the innermost object or array yet
+    std::size_t level_ = 0;
+    std::string separator_;  // a comma, a line break and the blanks of the deepest level so far
+    std::size_t separator_size_ = 1;  // of this level
+};
+
+}  // namespace vrn

@@ -1,0 +1,325 @@
+#include "data/writer/data_writer.h"
+
+#include <algorithm>
+#include <boost/filesystem.hpp>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "data/block.h"
+#include "data/shared_page.h"
+#include "data/writer/data_file_io.h"
+#include "data/writer/data_writer_limit.h"
+#include "utils/hexdump.h"
+#include "utils/log.h"
+#include "utils/run_guarded.h"
+
+bool vrn_data_writer_enabled = true;
+
+namespace {
+
+using Key = std::pair<std::string, std::string>;
+
+void apply_settings(const vrn_data_writer_t *writer, vrn_data_file_t *file) {
+    vrn_data_file_set_path_template(file, file->is_not_counters != 0
+                                              ? writer->data_path_template
+                                              : writer->counters_path_template);
+    vrn_data_file_set_max_age(file, writer->file_age_limit);
+    vrn_data_file_set_max_size(file, writer->file_size_limit);
+    vrn_data_file_set_root_dir(file, writer->data_dir);
+    vrn_data_file_set_keep_open(file, writer->keep_files_open);
+    vrn_data_file_set_tag_in_path(file, writer->tag_in_path);
+}
+
+template <typename Value>
+void change_setting(vrn_data_writer_t *writer, Value *setting, Value value) {
+    if (*setting == value) return;
+    *setting = std::move(value);
+    for (auto &[key, file] : writer->files) apply_settings(writer, &file);
+}
+
+bool change_number(vrn_data_writer_t *writer, std::uint64_t *setting, std::uint64_t value) {
+    return vrn::run_guarded([&] { change_setting(writer, setting, value); });
+}
+
+bool change_text(vrn_data_writer_t *writer, std::string *setting, const char *text) {
+    if (!text) return false;
+    return vrn::run_guarded([&] { change_setting(writer, setting, std::string(text)); });
+}
+
+std::string text_or_empty(const char *text) {
+    return text ? text : "";
+}
+
+bool is_version_known(std::uint32_t version) {
+    constexpr std::uint32_t major = 1;
+    constexpr std::uint32_t min_minor = 7;
+    return (version & 0xFF) == major && (version >> 8 & 0xFF) >= min_minor;
+}
+
+vrn::Bytes data_area(const vrn_data_page_t *page) {
+    return {reinterpret_cast<const std::uint8_t *>(page) + VRN_DATA_PAGE_HEADER_SIZE,
+            page->page_size - VRN_DATA_PAGE_HEADER_SIZE};
+}
+
+std::uint32_t block_size_of(const vrn_data_page_t *page) {
+    if (page->block_size != 0) return page->block_size;
+    return static_cast<std::uint32_t>(page->page_size - VRN_DATA_PAGE_HEADER_SIZE);
+}
+
+// False, after a line, for sizes that a page made here does not have.
+bool check_sizes(const vrn_data_page_t *page) {
+    if (page->filled_bytes < VRN_DATA_PAGE_HEADER_SIZE || page->filled_bytes > page->page_size) {
+        VRN_LOG(VRN_LOG_ERROR, "[data_writer] Data page of %lu bytes has %lu filled. Skipping.",
+                page->page_size, page->filled_bytes);
+        return false;
+    }
+    const std::uint32_t block_size = block_size_of(page);
+    if (block_size == 0 || block_size > data_area(page).size()) {
+        VRN_LOG(VRN_LOG_ERROR,
+                "[data_writer] Data page of %lu bytes has a block size of %u. Skipping.",
+                page->page_size, block_size);
+        return false;
+    }
+    return true;
+}
+
+// A source that fills its field runs on into the tag; the tag ends with its field.
+Key key_of(const vrn_data_page_t *page) {
+    const auto *names = reinterpret_cast<const char *>(&page->source);
+    return {std::string(names, strnlen(names, sizeof page->source)),
+            std::string(vrn::field_text(page->source.tag))};
+}
+
+vrn_block_type_t first_block_type(const vrn_data_page_t *page) {
+    std::uint8_t magic[sizeof(vrn_block_header_t)] = {};
+    const vrn::Bytes area = data_area(page);
+    std::memcpy(magic, area.data(), std::min(sizeof magic, area.size()));
+    return vrn_block_type_of(magic);
+}
+
+vrn_data_file_t *file_of(vrn_data_writer_t *writer, const vrn_data_page_t *page,
+                         vrn_block_type_t kind) {
+    const auto [place, is_new] = writer->files.try_emplace(key_of(page));
+    vrn_data_file_t *file = &place->second;
+    if (!is_new) return file;
+    const auto &[source, tag] = place->first;
+    vrn_data_file_init(file, &writer->client_id, source, tag, kind == VRN_COUNTERS_BLOCK ? 0 : 1);
+    apply_settings(writer, file);
+    return file;
+}
+
+void refuse_unknown(const vrn_data_page_t *page, vrn_block_type_t kind) {
+    VRN_LOG(VRN_LOG_WARNING, "[data_writer] Unrecognized type of data page. Cannot save to file.");
+    VRN_LOG(VRN_LOG_WARNING, "[data_writer] type: %d ", static_cast<int>(kind));
+    std::uint8_t head[1024] = {};
+    std::memcpy(head, page, std::min<std::uint64_t>(sizeof head, page->page_size));
+    vrn_hexdump(head, sizeof head, stdout);
+}
+
+// Tells the stream the schemas that the first block names. False, after lines, for a kind that is
+// not stored.
+bool note_schemas(vrn_data_file_t *file, const vrn_data_page_t *page, vrn_block_type_t kind) {
+    switch (kind) {
+        case VRN_SCHEMAS_BLOCK:
+            vrn_data_file_set_event_schema_ids(file, data_area(page));
+            return true;
+        case VRN_COUNTERS_BLOCK:
+            vrn_data_file_set_counters_schema_id(file, &page->schema_id);
+            return true;
+        case VRN_EVENTS_BLOCK:
+            VRN_LOG(VRN_LOG_WARNING,
+                    "[data_writer] First data block is VRNE. No schema ids could be extracted.");
+            return true;
+        case VRN_PAGE_BLOCK:
+            VRN_LOG(VRN_LOG_DEBUG, "[data_writer] First data block is VRNP.");
+            return true;
+        case VRN_CNTX_BLOCK:
+            VRN_LOG(VRN_LOG_DEBUG, "[data_writer] First data block is CNTX.");
+            return true;
+        default:
+            refuse_unknown(page, kind);
+            return false;
+    }
+}
+
+// Bytes of the whole blocks that hold the page's data, counted in 32 bits.
+std::uint64_t size_in_blocks(const vrn_data_page_t *page, std::uint32_t block_size) {
+    const std::uint64_t last_byte = page->filled_bytes - VRN_DATA_PAGE_HEADER_SIZE - 1;
+    const std::uint32_t reach = static_cast<std::uint32_t>(last_byte) + block_size;
+    return static_cast<std::uint64_t>(reach / block_size) * block_size;
+}
+
+// Writes whole blocks; zeros stand in for what the page does not reach.
+std::uint64_t write_blocks(vrn_data_file_t *file, const vrn_data_page_t *page, bool *rotated) {
+    const vrn::Bytes area = data_area(page);
+    const std::uint64_t size = size_in_blocks(page, block_size_of(page));
+    const std::uint64_t first_ts = vrn_data_page_get_first_ts(page);
+    if (size <= area.size())
+        return vrn_data_file_write(file, first_ts, page->last_ts, area.data(), size, rotated);
+    std::vector<std::uint8_t> padded(area.begin(), area.end());
+    padded.resize(size);
+    return vrn_data_file_write(file, first_ts, page->last_ts, padded.data(), size, rotated);
+}
+
+// A process has far fewer handles than a stream of pages may name sources. A file without its
+// handle opens it again by its next page.
+void bound_open_streams(vrn_data_writer_t *writer, bool was_open, const vrn_data_file_t *file) {
+    constexpr std::uint32_t max_open_streams = 256;
+    if (was_open || !file->stream || ++writer->open_streams < max_open_streams) return;
+    for (auto &[key, other] : writer->files) other.stream.reset();
+    writer->open_streams = 0;
+}
+
+void update_nodeinfo(vrn_data_writer_t *writer, const vrn_data_file_t *file,
+                     const vrn_data_page_t *page) {
+    const std::string dir = boost::filesystem::path(file->path).parent_path().string();
+    vrn_nodeinfo_update(&writer->nodeinfo[dir], dir.c_str(), page);
+}
+
+void note_written(vrn_data_writer_t *writer, const vrn_data_file_t *file, bool rotated, bool was_ok,
+                  std::uint64_t bytes) {
+    if (rotated && !file->path.empty())
+        vrn_data_writer_note_file(writer, file->path);
+    else if (rotated && was_ok)  // told once per stretch of failures
+        VRN_LOG(VRN_LOG_ERROR, "[data_writer] Failed to get file path after rotation");
+    vrn_data_writer_note_bytes(writer, bytes);
+}
+
+void store_blocks(vrn_data_writer_t *writer, vrn_data_file_t *file, const vrn_data_page_t *page) {
+    vrn_data_file_set_block_size(file, block_size_of(page));
+    const bool was_ok = file->last_write_ok;
+    const bool was_open = file->stream != nullptr;
+    bool rotated = false;
+    const std::uint64_t bytes = write_blocks(file, page, &rotated);
+    bound_open_streams(writer, was_open, file);
+    if (writer->data_size_limit != 0) note_written(writer, file, rotated, was_ok, bytes);
+    if (writer->write_nodeinfo && !file->path.empty()) update_nodeinfo(writer, file, page);
+}
+
+// `page` is private memory.
+void store_page(vrn_data_writer_t *writer, const vrn_data_page_t *page) {
+    if (!is_version_known(page->version)) {
+        VRN_LOG(VRN_LOG_WARNING, "[data_writer] Received incompatible data page. Skipping.");
+        return;
+    }
+    if (page->filled_bytes == VRN_DATA_PAGE_HEADER_SIZE) {
+        VRN_LOG(VRN_LOG_DEBUG, "[data_writer] Received empty data page. Skipping.");
+        return;
+    }
+    if (!check_sizes(page)) return;
+    if (!vrn_data_page_filter_accepts_page(writer->page_filter, *page)) return;
+    const vrn_block_type_t kind = first_block_type(page);
+    vrn_data_file_t *file = file_of(writer, page, kind);
+    if (note_schemas(file, page, kind)) store_blocks(writer, file, page);
+}
+
+}  // namespace
+
+vrn_data_writer_t *vrn_data_writer_create(const vrn_client_id_t *client_id) {
+    vrn_data_writer_t *writer = nullptr;
+    vrn::run_guarded([&] {
+        auto made = std::make_unique<vrn_data_writer_t>();
+        made->client_id = *client_id;
+        writer = made.release();  // to the caller
+    });
+    return writer;
+}
+
+void vrn_data_writer_destroy(vrn_data_writer_t *writer) {
+    const std::unique_ptr<vrn_data_writer_t> owner(writer);
+    if (!writer) return;
+    for (auto &entry : writer->files)
+        vrn::run_guarded([&] { vrn_data_file_destroy(&entry.second); });
+}
+
+bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {
+    return change_text(writer, &writer->data_dir, dir);
+}
+
+bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const char *text) {
+    if (!text) return false;
+    return vrn::run_guarded([&] {
+        std::string new_text = text;
+        if (writer->counters_path_template == new_text) return;
+        if (writer->data_path_template.empty()) writer->data_path_template = new_text;
+        writer->tag_in_path = new_text.find("/{{tag}}/") != std::string::npos;
+        change_setting(writer, &writer->counters_path_template, std::move(new_text));
+    });
+}
+
+bool vrn_data_writer_set_data_path_template(vrn_data_writer_t *writer, const char *text) {
+    return change_text(writer, &writer->data_path_template, text);
+}
+
+bool vrn_data_writer_set_file_size_limit(vrn_data_writer_t *writer, std::uint64_t bytes) {
+    return change_number(writer, &writer->file_size_limit, bytes);
+}
+
+bool vrn_data_writer_set_file_age_limit(vrn_data_writer_t *writer, std::uint64_t microseconds) {
+    return change_number(writer, &writer->file_age_limit, microseconds);
+}
+
+bool vrn_data_writer_set_data_size_limit(vrn_data_writer_t *writer, std::uint64_t bytes) {
+    if (writer->file_size_limit > bytes - 1) {  // 0 wraps: no limit always passes
+        VRN_LOG(VRN_LOG_ERROR, "[data_writer] data size limit must be larger than file size limit");
+        return false;
+    }
+    writer->data_size_limit = bytes;
+    return true;
+}
+
+bool vrn_data_writer_set_keep_files_open(vrn_data_writer_t *writer, bool keep_open) {
+    writer->keep_files_open = keep_open;
+    return true;
+}
+
+bool vrn_data_writer_set_write_nodeinfo(vrn_data_writer_t *writer, bool write_nodeinfo) {
+    writer->write_nodeinfo = write_nodeinfo;
+    return true;
+}
+
+bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allowed_tags,
+                                     const char *excluded_tags, const char *allowed_scopes,
+                                     const char *excluded_scopes, const char *allowed_scope_file,
+                                     const char *excluded_scope_file) {
+    return vrn::run_guarded([&] {
+        vrn_data_page_filter_t filter;
+        vrn_data_page_filter_init(&filter, text_or_empty(allowed_tags),
+                                  text_or_empty(excluded_tags), text_or_empty(allowed_scopes),
+                                  text_or_empty(excluded_scopes), text_or_empty(allowed_scope_file),
+                                  text_or_empty(excluded_scope_file), "[data_writer] ");
+        writer->page_filter = std::move(filter);
+        vrn_data_page_filter_print_config(writer->page_filter);
+    });
+}
+
+bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t *page,
+                                const void * /*unused*/) {
+    if (!vrn_data_writer_enabled) return true;
+    return vrn::run_guarded([&] {
+        if (!vrn_data_page_is_shared(page)) return store_page(writer, page);
+        const vrn_data_page_ptr snapshot(vrn_data_page_snapshot(page));
+        if (snapshot) store_page(writer, snapshot.get());
+    });
+}
+
+std::uint64_t vrn_data_writer_get_first_timestamp(const vrn_data_writer_t *writer,
+                                                  const vrn_data_page_t *page) {
+    const auto place = writer->files.find(key_of(page));
+    if (place == writer->files.end()) {
+        VRN_LOG(VRN_LOG_ERROR, "could not find the source of the page!\n");
+        return 0;
+    }
+    const vrn_data_file_t &file = place->second;
+    if (file.path.empty()) {
+        VRN_LOG(VRN_LOG_ERROR, "[data_writer] Failed to get file path for timestamp query");
+        return 0;
+    }
+    boost::system::error_code ignored;
+    if (boost::filesystem::exists(file.path, ignored)) return file.first_ts;
+    VRN_LOG(VRN_LOG_DEBUG, "[data_writer] File path does not exist: %s, returning 0",
+            file.path.c_str());
+    return 0;
+}

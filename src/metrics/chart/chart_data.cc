@@ -1,0 +1,106 @@
+#include "metrics/chart/chart_data.h"
+
+#include <numeric>
+#include <type_traits>
+#include <variant>
+
+namespace vrn::metrics {
+namespace {
+
+using vrn::data::metrics::SymbolTable;
+
+constexpr char visual_style[] =
+    "  borderColor: getNextColor(),\n"
+    "  backgroundColor: getNextColor().replace('1)', '0.1)'),\n"
+    "  fill: false,\n"
+    "  tension: 0.1,\n"
+    "  pointRadius: 3,\n"
+    "  pointHoverRadius: 6,\n"
+    "  pointHitRadius: 10,\n"
+    "  pointStyle: 'circle',\n"
+    "  pointBackgroundColor: 'rgba(255,255,255,0.8)',\n"
+    "  pointBorderWidth: 2,\n"
+    "  pointHoverBorderWidth: 3\n";
+
+// One dataset of one of the two objects of the page.
+struct Dataset {
+    const char *object;
+    std::uint64_t target;  // points
+    const char *data_end;  // behind the last point
+};
+
+constexpr Dataset detailed_dataset = {"originalMetricsData", ORIGINAL_DATA_POINTS, "]\n"};
+constexpr Dataset visual_dataset = {"metricsData", VISUAL_DATA_POINTS, "],\n"};
+
+std::string label_pair_text(const MetricsCatalog &catalog, std::uint64_t name,
+                            std::uint64_t value) {
+    try {
+        return catalog.symbols().lookup(name) + "=" + catalog.symbols().lookup(value);
+    } catch (const SymbolTable::SymbolNotFoundError &) {
+        return "unknown_label=unknown_value";
+    }
+}
+
+template <typename T>
+void write_dataset(std::ostream &out, const Dataset &dataset, std::uint64_t metric_id,
+                   const std::string &label_text, const std::vector<std::uint64_t> &timestamps,
+                   const std::vector<T> &values) {
+    const char *object = dataset.object;
+    out << "if (!" << object << "[" << metric_id << "]) " << object << "[" << metric_id
+        << "] = [];\n"
+        << object << "[" << metric_id << "].push({\n"
+        << "  label: '" << label_text << "',\n"
+        << "  originalDataPointsCount: " << values.size() << ",\n"
+        << "  data: [";
+    const char *separator = "";
+    for (const std::size_t i : thin_indices(values.size(), dataset.target)) {
+        constexpr std::uint64_t microseconds_per_ms = 1000;
+        out << separator << "{x: " << timestamps[i] / microseconds_per_ms << ", y: " << values[i]
+            << "}";
+        separator = ", ";
+    }
+    out << dataset.data_end;
+}
+
+}  // namespace
+
+std::vector<std::size_t> thin_indices(std::size_t count, std::size_t target) {
+    std::vector<std::size_t> indices;
+    if (count <= target) {
+        indices.resize(count);
+        std::iota(indices.begin(), indices.end(), std::size_t{0});
+        return indices;
+    }
+    indices.push_back(0);
+    for (std::size_t i = 1; i + 2 <= target; ++i) {
+        const double step = static_cast<double>(count - 1) / static_cast<double>(target - 1);
+        indices.push_back(static_cast<std::size_t>(static_cast<double>(i) * step));
+    }
+    indices.push_back(count - 1);
+    return indices;
+}
+
+std::string chart_label_text(const MetricsCatalog &catalog, const LabelIds &labels) {
+    std::string text;
+    for (const auto &[name, value] : labels) {
+        if (!text.empty()) text += ", ";
+        text += label_pair_text(catalog, name, value);
+    }
+    return text;
+}
+
+void write_chart_datasets(std::ostream &out, std::uint64_t metric_id, const std::string &label_text,
+                          const Samples &samples) {
+    const auto write = [&]<typename T>(const std::vector<T> &values) {
+        if constexpr (std::is_arithmetic_v<T>) {
+            const auto &timestamps = samples.timestamps;
+            write_dataset(out, detailed_dataset, metric_id, label_text, timestamps, values);
+            out << "});\n";
+            write_dataset(out, visual_dataset, metric_id, label_text, timestamps, values);
+            out << visual_style << "});\n";
+        }
+    };
+    std::visit(write, samples.values);
+}
+
+}  // namespace vrn::metrics

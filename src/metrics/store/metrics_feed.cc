@@ -1,0 +1,227 @@
+#include "metrics/store/metrics_feed.h"
+
+#include <bit>
+#include <stdexcept>
+#include <utility>
+
+#include "metrics/metrics_parser.h"
+#include "metrics/record_section.h"
+#include "metrics/section_mark.h"
+#include "metrics/store/histogram_store.h"
+#include "utils/log.h"
+
+namespace vrn::metrics {
+namespace {
+
+using vrn::data::metrics::Bit64Tag;
+using vrn::data::metrics::UInt64Tag;
+
+constexpr std::size_t block_header_size = 8;
+
+// Each record, as small as 17 bytes, gets a copy of all constant labels, so a small block could ask
+// for any amount of memory. Real ones stay far below these bounds.
+constexpr std::size_t free_labels = 100'000;
+constexpr std::size_t labels_per_byte = 4;
+
+template <typename T, typename Store>
+void push_sample(StoredValue<T> value, const SampleContext &sample, const MetricFilter *filter,
+                 Store *store) {
+    auto &series = store->template get_series<T>(sample.key.metric_id, sample.key.label_set);
+    if (sample.metric_type != METRIC_TYPE_UNKNOWN) series.metric_type = sample.metric_type;
+    const std::uint64_t size = series.values.size();
+    // A double that is no number equals nothing, so it is always stored.
+    if (filter && filter->skip_unchanged() && size > 0 && series.values[size - 1] == value) return;
+    series.push(sample.timestamp, value);
+}
+
+// Throws what the store throws.
+template <typename Store>
+bool push_typed(std::uint32_t value_type, std::uint64_t value, const SampleContext &sample,
+                const MetricFilter *filter, Store *store) {
+    const char *const name = sample.name.c_str();
+    switch (static_cast<ValueType>(value_type)) {
+        case ValueType::float64: {
+            const auto number = std::bit_cast<double>(value);
+            VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Storing double metric %s: %f", name,
+                    number);
+            push_sample<double>(number, sample, filter, store);
+            return true;
+        }
+        case ValueType::bits64:
+            VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Storing bit64 metric %s: 0x%lx", name,
+                    value);
+            push_sample<Bit64Tag>(value, sample, filter, store);
+            return true;
+        case ValueType::int64: {
+            const auto number = std::bit_cast<long>(value);
+            VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Storing int64 metric %s: %ld", name,
+                    number);
+            push_sample<long>(number, sample, filter, store);
+            return true;
+        }
+        case ValueType::string:
+            VRN_LOG(VRN_LOG_WARNING,
+                    "[vrn metrics parser] String value type in numeric metrics path for metric %s",
+                    name);
+            return false;
+        case ValueType::uint64:
+            break;
+        default:
+            VRN_LOG(VRN_LOG_WARNING,
+                    "[vrn metrics parser] Unknown/unsupported value type %u for metric %s, falling "
+                    "back to UInt64",
+                    value_type, name);
+    }
+    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Storing uint64 metric %s: %lu", name, value);
+    push_sample<UInt64Tag>(value, sample, filter, store);
+    return true;
+}
+
+// The records of one block on their way into a store.
+template <typename Store>
+class BlockFeed {
+  public:
+    BlockFeed(const CntxBlockTables &tables, std::size_t block_size, const MetricFilter *filter,
+              Store *store)
+        : tables_(tables),
+          filter_(filter),
+          store_(store),
+          labels_left_(free_labels + block_size * labels_per_byte) {}
+
+    void store_histograms() {
+        for (const auto &[id, histogram] : tables_.histograms.histograms) {
+            Histogram labelled = histogram;
+            labelled.label_set_id = intern_labels(histogram.label_set_id, histogram.label_values);
+            store_histogram(labelled, store_);
+        }
+    }
+
+    // Stores the record that starts `data` and returns the bytes it takes.
+    std::uint64_t store_record(Bytes data, const RecordSection &section) {
+        StoreRecord record;
+        VrnMetricsParser::decode_record_header(data, &record);
+        std::uint64_t label_set_id = 0;
+        const std::uint64_t size = parse_labels_block(
+            labels_data_of(data, section),
+            RECORD_HEADER_SIZE + record.samples.samples.size() * sizeof(MetricSample),
+            &label_set_id, &labels_, "unknown");
+        const std::uint64_t label_set =
+            intern_labels(label_set_id, decode_label_values(labels_, tables_.label_values));
+        for (const MetricSample sample : record.samples.samples)
+            store_sample_of(record, label_set, sample);
+        return size;
+    }
+
+  private:
+    std::uint64_t intern_labels(std::uint64_t label_set_id,
+                                const std::vector<std::string> &values) {
+        const std::size_t count = tables_.constant_labels.size() + values.size();
+        if (count > labels_left_) throw std::runtime_error("too many labels in the block");
+        labels_left_ -= count;
+        return store_->intern_labels(resolve_labels(tables_, label_set_id, values));
+    }
+
+    void store_sample_of(const StoreRecord &record, std::uint64_t label_set, MetricSample sample) {
+        const std::uint64_t sample_id = sample.sample_id;
+        const std::uint64_t value = sample.sample_value;
+        if (sample_id >= tables_.metric_names.size()) {
+            VRN_LOG(VRN_LOG_ERROR,
+                    "[vrn metrics parser] invalid metric id: %lu, total metric names size: %zu",
+                    sample_id, tables_.metric_names.size());
+            throw std::runtime_error("invalid metric id");
+        }
+        const std::string &name = tables_.metric_names[sample_id];
+        const std::uint64_t metric_id = store_->intern(name);
+        if (filter_ && !store_->is_in_tables(metric_id) && !filter_->passes(name)) return;
+        const SampleContext context = {.name = name,
+                                       .key = {metric_id, label_set},
+                                       .metric_type = record.metric_type,
+                                       .timestamp = record.timestamp};
+        if (!store_sample(record.value_type, value, context, filter_, store_))
+            VRN_LOG(VRN_LOG_WARNING,
+                    "[vrn metrics parser] Could not store metric %s (id=%lu, value=%lu) - "
+                    "continuing with next metrics",
+                    name.c_str(), sample_id, value);
+        VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] metric id: %lu, ts: %lu, name: %s, value: %lu",
+                sample_id, record.timestamp, name.c_str(), value);
+    }
+
+    const CntxBlockTables &tables_;
+    const MetricFilter *filter_;
+    Store *store_;
+    std::size_t labels_left_;
+    std::vector<EncodedLabel> labels_;  // of one record; kept for its memory
+};
+
+}  // namespace
+
+template <typename Store>
+bool store_sample(std::uint32_t value_type, std::uint64_t value, const SampleContext &sample,
+                  const MetricFilter *filter, Store *store) {
+    try {
+        return push_typed(value_type, value, sample, filter, store);
+    } catch (const StoreFull &) {
+        throw;
+    } catch (const std::exception &error) {
+        VRN_LOG(VRN_LOG_ERROR,
+                "[vrn metrics parser] Failed to store typed value for metric %s (type=%u, "
+                "value=%lu): %s",
+                sample.name.c_str(), value_type, value, error.what());
+    } catch (...) {
+        VRN_LOG(VRN_LOG_ERROR,
+                "[vrn metrics parser] Unknown exception while storing typed value for metric %s "
+                "(type=%u, value=%lu)",
+                sample.name.c_str(), value_type, value);
+    }
+    return false;
+}
+
+template <typename Store>
+void parse_cntx_block_into_store(Bytes block, const MetricFilter *filter, Store *store) {
+    const CntxBlockTables tables = CntxBlockTables::parse(block);
+    BlockFeed feed(tables, block.size(), filter, store);
+    feed.store_histograms();
+    const RecordSection section = find_record_section(block, TRAILER);
+    walk_records(section, [&](Bytes data) { return feed.store_record(data, section); });
+}
+
+template <typename Store>
+Bytes VrnMetricsParser::parse_cntx_blocks_into_store(Bytes range, const MetricFilter *filter,
+                                                     Store *store) {
+    std::size_t blocks = 0;
+    Bytes rest = range;
+    for (Bytes hit = find_mark(rest, "CNTX"); hit.size() >= block_header_size;
+         hit = find_mark(rest, "CNTX")) {
+        const auto total_size = load_le<std::uint32_t>(hit.data() + MARK_SIZE);
+        if (total_size == 0) {  // would be found again and again
+            VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Invalid block size %u in CNTX block",
+                    total_size);
+            rest = hit.subspan(block_header_size);
+            continue;
+        }
+        const std::size_t size = std::min<std::size_t>(total_size, hit.size());
+        rest = hit.subspan(size);
+        try {
+            parse_cntx_block_into_store(hit.first(size), filter, store);
+            ++blocks;
+        } catch (const std::exception &error) {
+            VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Could not parse CNTX block %zu: %s",
+                    blocks + 1, error.what());
+        }
+    }
+    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Processed %zu CNTX blocks", blocks);
+    return rest;
+}
+
+template bool store_sample(std::uint32_t, std::uint64_t, const SampleContext &,
+                           const MetricFilter *, MetricsHistory *);
+template bool store_sample(std::uint32_t, std::uint64_t, const SampleContext &,
+                           const MetricFilter *, MetricsCurrent *);
+template void parse_cntx_block_into_store(Bytes, const MetricFilter *, MetricsHistory *);
+template void parse_cntx_block_into_store(Bytes, const MetricFilter *, MetricsCurrent *);
+template Bytes VrnMetricsParser::parse_cntx_blocks_into_store(Bytes, const MetricFilter *,
+                                                              MetricsHistory *);
+template Bytes VrnMetricsParser::parse_cntx_blocks_into_store(Bytes, const MetricFilter *,
+                                                              MetricsCurrent *);
+
+}  // namespace vrn::metrics

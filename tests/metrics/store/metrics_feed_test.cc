@@ -1,0 +1,300 @@
+#include "metrics/store/metrics_feed.h"
+
+#include <bit>
+#include <cmath>
+
+#include "metrics/metrics_parser.h"
+#include "support/store_text.h"
+#include "support/stream_blocks.h"
+
+namespace vrn::test {
+namespace {
+
+using data::metrics::UInt64Tag;
+using metrics::CntxBuilder;
+using metrics::MetricFilter;
+using metrics::MetricsCurrent;
+using metrics::MetricsHistory;
+using metrics::ValueType;
+using metrics::VrnMetricsParser;
+
+const std::string warning = "4 [vrn metrics parser] ";
+const std::string error = "3 [vrn metrics parser] ";
+
+// Feeds `bytes` and returns how many of them are left.
+template <typename Store>
+std::size_t feed(const std::string &bytes, Store *store, const MetricFilter *filter = nullptr) {
+    return VrnMetricsParser::parse_cntx_blocks_into_store(ExactBytes(bytes), filter, store).size();
+}
+
+// A block of the metrics m0 to m2 and one record.
+std::string block_of(const metrics::CntxRecord &record) {
+    CntxBuilder builder;
+    builder.add_label_set({"cpu"});
+    for (const char *name : {"m0", "m1", "m2"}) builder.add_metric(name);
+    builder.add_record(record);
+    return builder.build();
+}
+
+// The lines of a sample of sample_stream(), whose metric has another type before.
+const Lines mismatch = {
+    error +
+        "Failed to store typed value for metric idle (type=2, value=11): "
+        "Type mismatch for metric 'idle'",
+    warning + "Could not store metric idle (id=1, value=11) - continuing with next metrics"};
+
+TEST(MetricsFeed, StoresTheSamplesOfAllBlocks) {
+    const std::string block = sample_stream().build();
+    const std::string again = with_bytes(block, "CNTD", 8 + 2, std::string("\x88\x13", 2));
+    CapturedLog log;
+    MetricsHistory history;
+    history.set_default_capacity(10);
+    EXPECT_EQ(feed("noise" + block + "noise" + again + "end", &history), 3u);
+    EXPECT_EQ(log.take(), (Lines{mismatch[0], mismatch[1], mismatch[0], mismatch[1]}));
+    EXPECT_EQ(shown(history), (Lines{"busy{cpu=cpu0|host=n1|mode=user} C 1000=7 5000=7",
+                                     "busy{host=n1} C 3000=13 3000=13",
+                                     "idle{cpu=cpu0|host=n1|mode=user} C 1000=9 5000=9"}));
+    MetricsCurrent current;
+    feed(block + again, &current);
+    EXPECT_EQ(shown(current),
+              (Lines{"busy{cpu=cpu0|host=n1|mode=user} C 5000=7", "busy{host=n1} C 3000=13",
+                     "idle{cpu=cpu0|host=n1|mode=user} C 5000=9"}));
+}
+
+TEST(MetricsFeed, ReadsValuesByTheirType) {
+    const std::string refused = "String value type in numeric metrics path for metric m0";
+    const std::string lost =
+        "Could not store metric m0 (id=0, value=7) - continuing with next metrics";
+    const std::string fallback = " for metric m0, falling back to UInt64";
+    const struct {
+        std::uint8_t value_type;
+        std::uint64_t value;
+        ValueType type;
+        Lines stored;
+        Lines lines;
+    } cases[] = {
+        {1, ~0ull, ValueType::uint64, {"m0{} G 5=18446744073709551615"}, {}},
+        {2, std::bit_cast<std::uint64_t>(-0.25), ValueType::float64, {"m0{} G 5=-0.25"}, {}},
+        {3, 0xf0, ValueType::bits64, {"m0{} G 5=240"}, {}},
+        {4, ~0ull, ValueType::int64, {"m0{} G 5=-1"}, {}},
+        {5, 7, ValueType::unknown, {}, {warning + refused, warning + lost}},
+        {6,
+         7,
+         ValueType::uint64,
+         {"m0{} G 5=7"},
+         {warning + "Unknown/unsupported value type 6" + fallback}},
+    };
+    for (const auto &[value_type, value, type, stored, lines] : cases) {
+        SCOPED_TRACE(+value_type);
+        CapturedLog log;
+        MetricsCurrent store;
+        feed(block_of({.timestamp = 5,
+                       .metric_type = 'G',
+                       .value_type = value_type,
+                       .samples = {{0, value}}}),
+             &store);
+        EXPECT_EQ(store.metric_type("m0"), type);
+        EXPECT_EQ(shown(store), stored);
+        EXPECT_EQ(log.take(), lines);
+    }
+}
+
+TEST(MetricsFeed, GivesUpABlockAtItsFault) {
+    const std::string block = sample_stream().build();
+    const std::string records = block.substr(block.find("CNTD"));
+    const std::string given_up = warning + "Could not parse CNTX block 1: ";
+    const Lines no_records = {error + "Invalid binary data format: Missing 'CNTD' magic number",
+                              given_up + "Missing 'CNTD' magic number in the binary data"};
+    const struct {
+        const char *name;
+        std::string block;
+        Lines lines;
+        std::size_t series;  // that were stored before the fault
+    } cases[] = {
+        {"no records", without(block, "CNTD", records.size()), no_records, 0},
+        {"half a trailer",
+         with_bytes(block, "cntdcntx", 4, "x"),
+         {given_up + "Invalid magic numbers in the binary data"},
+         0},
+        {"type H", with_bytes(block, "CNTD", 8 + 10, "H"), {given_up + "invalid metric type"}, 0},
+        {"sample id",
+         with_bytes(block, "CNTD", 8 + 14 + 10, std::string("\2\0", 2)),
+         {error + "invalid metric id: 2, total metric names size: 2",
+          given_up + "invalid metric id"},
+         1},
+        {"no metric names",
+         without(block, "CNTI", 18),
+         {error + "invalid metric id: 0, total metric names size: 0",
+          given_up + "invalid metric id"},
+         0},
+        {"size 0", with_total_size(block, 0), {warning + "Invalid block size 0 in CNTX block"}, 0},
+        {"size 4", with_total_size(block, 4), no_records, 0},
+        {"size behind the end", with_total_size(block, 0xffffffff), mismatch, 3},
+        {"header cut", "CNTX123", {}, 0},
+    };
+    for (const auto &[name, bytes, lines, series] : cases) {
+        SCOPED_TRACE(name);
+        CapturedLog log;
+        MetricsHistory store;
+        feed(bytes, &store);
+        EXPECT_EQ(log.take(), lines);
+        EXPECT_EQ(store.series_keys().size(), series);
+    }
+}
+
+TEST(MetricsFeed, GoesOnBehindABadBlock) {
+    const std::string good = block_of({.timestamp = 5, .samples = {{0, 1}}});
+    const std::string bad = with_bytes(good, "CNTD", 8 + 10, "x");
+    CapturedLog log(7);
+    MetricsHistory store;
+    EXPECT_EQ(feed(good + bad + bad + with_total_size("CNTX....", 0) + good + "CNTX", &store), 4u);
+    Lines kept = log.take();
+    std::erase_if(kept, [](const auto &line) { return line.find("CNTX block") == line.npos; });
+    EXPECT_EQ(kept, (Lines{warning + "Could not parse CNTX block 2: invalid metric type",
+                           warning + "Could not parse CNTX block 2: invalid metric type",
+                           warning + "Invalid block size 0 in CNTX block",
+                           "7 [vrn metrics parser] Processed 2 CNTX blocks"}));
+}
+
+TEST(MetricsFeed, TakesEveryShorterRange) {
+    const std::string block = sample_stream().build();
+    for (std::size_t size = 0; size < block.size(); ++size) {
+        SCOPED_TRACE(size);
+        CapturedLog log;
+        MetricsHistory store;
+        feed(block.substr(0, size), &store);
+        EXPECT_EQ(store.series_keys().size(), 0u);
+        feed(with_total_size(block.substr(0, std::max<std::size_t>(size, 8)) + "cntdcntx", 9999),
+             &store);
+        EXPECT_LE(store.series_keys().size(), 3u);
+    }
+}
+
+TEST(MetricsFeed, ReportsOddRecords) {
+    CapturedLog log;
+    MetricsHistory store;
+    feed(block_of({.timestamp = 0, .samples = {{0, 1}}}), &store);
+    feed(block_of({.timestamp = 1}), &store);
+    EXPECT_EQ(log.take(), (Lines{error + "invalid timestamp in the metrics batch",
+                                 warning + "no samples in the metrics batch"}));
+    EXPECT_EQ(shown(store), Lines{"m0{} C 0=1"});
+}
+
+TEST(MetricsFeed, ShowsTheWalkAtDebugLevel) {
+    const std::string block = block_of({.timestamp = 5, .value_type = 3, .samples = {{0, 255}}});
+    CapturedLog log(7);
+    MetricsHistory store;
+    feed(block, &store);
+    Lines lines = log.take();
+    std::erase_if(lines, [](const auto &line) { return line.find("labels block") != line.npos; });
+    const std::string p = "7 [vrn metrics parser] ";
+    EXPECT_EQ(lines, (Lines{p + "data_len = 43", p + "End of data at 31", p + "blocksize= 39",
+                            p + "offset=4 end=31", p + "Storing bit64 metric m0: 0xff",
+                            p + "metric id: 0, ts: 5, name: m0, value: 255",
+                            p + "Processed 1 CNTX blocks"}));
+}
+
+TEST(MetricsFeed, AFilterChoosesNewMetrics) {
+    MetricFilter filter;
+    filter.add_name("m1");
+    MetricsHistory store;
+    store.get_series<UInt64Tag>(store.intern("m2"), 7);
+    CapturedLog log;
+    feed(block_of({.timestamp = 5, .samples = {{0, 1}, {1, 2}, {2, 3}}}), &store, &filter);
+    EXPECT_EQ(log.take(), Lines{});
+    EXPECT_EQ(shown(store), (Lines{"m1{} C 5=2", "m2{} C 5=3", "m2{} G"}));
+}
+
+TEST(MetricsFeed, AFilterLeavesStoredMetricsAloneWhateverTheirName) {
+    CntxBuilder builder;
+    builder.add_metric(MetricsHistory::RESERVED_NAME);
+    builder.add_record({.timestamp = 5, .samples = {{0, 7}}});
+    const MetricFilter nothing_new;
+    MetricsHistory store;
+    store.set_default_capacity(2);
+    feed(builder.build(), &store);
+    feed(builder.build(), &store, &nothing_new);
+    EXPECT_EQ(shown(store), Lines{MetricsHistory::RESERVED_NAME + std::string("{} C 5=7 5=7")});
+}
+
+TEST(MetricsFeed, EndsAtANewSeriesOfAFullStore) {
+    const std::string two = block_of({.timestamp = 5, .samples = {{0, 1}, {1, 2}}});
+    const std::string three = block_of({.timestamp = 6, .samples = {{0, 3}, {2, 4}, {1, 5}}});
+    MetricsHistory store;
+    store.set_default_capacity(1000);
+    store.set_max_series_bytes(2 * 16'000);
+    CapturedLog log;
+    feed(two, &store);
+    EXPECT_THROW(feed(three + two, &store), metrics::StoreFull);
+    EXPECT_EQ(shown(store), (Lines{"m0{} C 5=1 6=3", "m1{} C 5=2"}));
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST(MetricsFeed, UnchangedValuesAreSkippedWhenAsked) {
+    const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+    const struct {
+        std::uint32_t value_type;
+        std::vector<std::uint64_t> values;
+        std::size_t stored;
+    } cases[] = {
+        {1, {5, 5, 6, 5}, 3},
+        {4, {~0ull, ~0ull, 1}, 2},
+        {3, {bits(0.0), bits(-0.0)}, 2},
+        {2, {bits(0.0), bits(-0.0), bits(1.5), bits(1.5)}, 2},
+        {2, {bits(NAN), bits(NAN), bits(NAN)}, 3},
+    };
+    MetricFilter filter;
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.value_type);
+        const auto count = [&](const MetricFilter *used, auto store) {
+            const std::string name = "m";
+            const metrics::SeriesKey key = {store.intern(name), 0};
+            store.set_default_capacity(9);
+            for (const std::uint64_t value : c.values)
+                EXPECT_TRUE(store_sample(c.value_type, value, {name, key, 'U', 1}, used, &store));
+            EXPECT_TRUE(shown(store)[0].starts_with("m{} G 1="));  // "U" leaves the type
+            return store.count_samples(key, 0, 0);
+        };
+        filter.set_skip_unchanged(true);
+        EXPECT_EQ(count(&filter, MetricsHistory()), c.stored);
+        EXPECT_EQ(count(&filter, MetricsCurrent()), 1u);
+        EXPECT_EQ(count(nullptr, MetricsHistory()), c.values.size());
+        filter.set_skip_unchanged(false);
+        EXPECT_EQ(count(&filter, MetricsHistory()), c.values.size());
+    }
+}
+
+TEST(MetricsFeed, StoresHistogramsUnderTheirLabels) {
+    CntxBuilder builder;
+    builder.add_label_set({"disk"});
+    builder.add_constant_label("host", "n1");
+    const metrics::Histogram histogram = {
+        .buckets = {{1, 2}, {2, 3}}, .count = 4, .name = "lat", .timestamp = 9};
+    builder.add_histogram(histogram, {.labels = {builder.label_by_id("sda")}});
+    builder.add_histogram(histogram, {.labels = {CntxBuilder::label_by_text("sdb")}});
+    CapturedLog log;
+    MetricsCurrent store;
+    feed(builder.build(), &store);
+    EXPECT_EQ(log.take(), Lines{});
+    EXPECT_EQ(shown(store),
+              (Lines{"lat{disk=sda|host=n1} G 9=2/4", "lat{disk=sdb|host=n1} G 9=2/4"}));
+    EXPECT_EQ(store.metric_type("lat"), ValueType::histogram);
+}
+
+TEST(MetricsFeed, BoundsTheLabelsOfABlock) {
+    CntxBuilder builder;
+    for (int i = 0; i < 3000; ++i) builder.add_constant_label(std::to_string(i), "");
+    for (int i = 0; i < 10; ++i) builder.add_record({.timestamp = 1});
+    CapturedLog log(3);
+    MetricsHistory store;
+    feed(builder.build(), &store);
+    EXPECT_EQ(log.take(), Lines{});
+    for (int i = 0; i < 90; ++i) builder.add_record({.timestamp = 1});
+    CapturedLog warnings(4);
+    feed(builder.build(), &store);
+    EXPECT_EQ(warnings.take().back(),
+              warning + "Could not parse CNTX block 1: too many labels in the block");
+}
+
+}  // namespace
+}  // namespace vrn::test
