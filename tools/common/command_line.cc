@@ -1,0 +1,143 @@
+#include "common/command_line.h"
+
+#include <getopt.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "utils/parse_number.h"
+
+namespace vrn::tool {
+namespace {
+
+constexpr std::size_t help_width = 80;
+
+// getopt's codes of rows start above those of letters.
+constexpr int first_row_code = 256;
+
+const Option &help_row() {
+    static const Option row = {"help", 'h', nullptr, "Print this message.", {}};
+    return row;
+}
+
+std::vector<const Option *> list_rows(const CommandLine &line) {
+    std::vector<const Option *> rows;
+    for (const Option &row : line.options) rows.push_back(&row);
+    rows.push_back(&help_row());
+    return rows;
+}
+
+std::string left_column(const Option &row) {
+    std::string text = row.letter ? std::string("  -") + row.letter + ", --" : "      --";
+    text += row.name;
+    if (row.argument) text += std::string(" ") + row.argument;
+    return text + "  ";
+}
+
+std::string wrapped_row(const Option &row, std::size_t indent) {
+    std::string text = left_column(row);
+    text.resize(indent, ' ');
+    std::size_t column = indent;
+    std::istringstream words(row.help);
+    for (std::string word; words >> word;) {
+        if (column > indent && column + 1 + word.size() > help_width) {
+            text += "\n" + std::string(indent, ' ');
+            column = indent;
+        }
+        if (column > indent) word = " " + word;
+        text += word;
+        column += word.size();
+    }
+    return text + "\n";
+}
+
+std::string letters_of(const std::vector<const Option *> &rows) {
+    std::string letters = ":";  // a missing value is told from an unknown option
+    for (const Option *row : rows) {
+        if (!row->letter) continue;
+        letters += row->letter;
+        if (row->argument) letters += ':';
+    }
+    return letters;
+}
+
+std::vector<option> long_options_of(const std::vector<const Option *> &rows) {
+    std::vector<option> options;
+    int code = first_row_code;
+    for (const Option *row : rows)
+        options.push_back(
+            {row->name, row->argument ? required_argument : no_argument, nullptr, code++});
+    options.push_back({});
+    return options;
+}
+
+// Null for a code of getopt that is none of a row.
+const Option *row_of(const std::vector<const Option *> &rows, int code) {
+    if (code >= first_row_code) return rows[static_cast<std::size_t>(code - first_row_code)];
+    const auto found = std::ranges::find_if(rows, [&](const Option *row) {
+        return row->letter && row->letter == static_cast<char>(code);
+    });
+    return found == rows.end() ? nullptr : *found;
+}
+
+// `code` is what getopt returned: ':' when a value is missing, otherwise '?'.
+[[noreturn]] void refuse_option(const std::vector<const Option *> &rows, int code, char **argv) {
+    if (const Option *row = row_of(rows, optopt))
+        throw UsageError(std::string("--") + row->name +
+                         (code == ':' ? " needs a value" : " takes no value"));
+    if (optopt != 0) throw UsageError(std::string("unknown option -") + static_cast<char>(optopt));
+    throw UsageError(std::string("unknown option ") + argv[optind - 1]);
+}
+
+void take_value(const Option &row) {
+    try {
+        row.take(optarg);
+    } catch (const BadValue &error) {
+        throw UsageError(std::string("--") + row.name + " takes " + error.what() + ", not '" +
+                         optarg + "'");
+    }
+}
+
+}  // namespace
+
+std::string help_text(const CommandLine &line) {
+    const std::vector<const Option *> rows = list_rows(line);
+    std::size_t indent = 0;
+    for (const Option *row : rows) indent = std::max(indent, left_column(*row).size());
+    std::string text = std::string("Usage: ") + line.program + " [options]";
+    if (line.operands) text += std::string(" ") + line.operands;
+    text += std::string("\n") + line.about;
+    for (const Option *row : rows) text += wrapped_row(*row, indent);
+    return text + line.notes;
+}
+
+std::optional<std::vector<std::string>> parse_command_line(const CommandLine &line, int argc,
+                                                           char **argv) {
+    const std::vector<const Option *> rows = list_rows(line);
+    const std::string letters = letters_of(rows);
+    const std::vector<option> long_options = long_options_of(rows);
+    opterr = 0;
+    optind = 0;  // glibc starts anew, whatever was parsed before
+    int code = 0;
+    while ((code = getopt_long(argc, argv, letters.c_str(), long_options.data(), nullptr)) != -1) {
+        if (code == '?' || code == ':') refuse_option(rows, code, argv);
+        const Option *row = row_of(rows, code);
+        if (row == &help_row()) return std::nullopt;
+        take_value(*row);
+    }
+    std::vector<std::string> operands(argv + optind, argv + argc);
+    if (!line.operands && !operands.empty())
+        throw UsageError("'" + operands.front() + "' is one argument too many");
+    return operands;
+}
+
+std::uint64_t number_value(const char *text, std::uint64_t min, std::uint64_t max) {
+    std::uint64_t number = 0;
+    // The parser takes signs and blanks before a number, and wraps negative ones.
+    const bool has_digit_first = *text >= '0' && *text <= '9';
+    if (has_digit_first && vrn_parse_u64(text, &number) && number >= min && number <= max)
+        return number;
+    throw BadValue("a number from " + std::to_string(min) + " to " + std::to_string(max));
+}
+
+}  // namespace vrn::tool

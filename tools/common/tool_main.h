@@ -1,0 +1,28 @@
+// What all tools do around their work.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/command_line.h"
+
+namespace vrn::tool {
+
+inline constexpr int usage_status = 64;  // wrong usage; nothing was done
+
+// Runs `work` with the operands of the command line, or prints the help. Returns the exit status:
+// 0, 1 when `work` returns false or throws or standard output can't take what was printed, and
+// usage_status after a UsageError, also of `work`. What is thrown is told in a line.
+int run_tool(const CommandLine &line, int argc, char **argv,
+             const std::function<bool(const std::vector<std::string> &operands)> &work);
+
+// Writes "PROGRAM: text" to standard error as shown_text has it.
+void print_error(const char *program, std::string_view text);
+
+// Starts the log on standard error at `level`, with its lines as shown_text has them.
+void start_log(std::uint32_t level);
+
+}  // namespace vrn::tool
