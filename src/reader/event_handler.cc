@@ -20,14 +20,6 @@ const std::uint8_t *bytes_at(const void *block, std::size_t offset) {
     return static_cast<const std::uint8_t *>(block) + offset;
 }
 
-const vrn_type_definition_t *find_type(const vrn_type_system_t *system, std::uint8_t schema_index,
-                                       std::uint8_t type_index) {
-    const vrn_schema_t *schema =
-        schema_index < system->num_schemas ? system->schemas[schema_index] : nullptr;
-    if (!schema || type_index >= schema->num_types) return nullptr;
-    return schema->types[type_index];
-}
-
 bool matches(const vrn_reader_options_t *options, const vrn_type_definition_t *type) {
     return vrn_string_array_match(type->name, options->include_counters, VRN_MATCH_WILDCARD) &&
            !vrn_string_array_match(type->name, options->exclude_counters, VRN_MATCH_WILDCARD);
@@ -139,12 +131,11 @@ std::size_t vrn_reader_handle_events_block(vrn_reader_t *reader, const void *blo
         vrn_reader_flush_text(reader);
         vrn_event_header_print(stdout, &header);
     }
-    // Lookups use the low 8 bits; the field is 16 bits wide on disk.
-    const auto type_index = static_cast<std::uint8_t>(header.type_index);
     const vrn_type_definition_t *type =
-        find_type(reader->type_system, header.schema_index, type_index);
+        vrn_type_system_find_type(reader->type_system, header.schema_index, header.type_index);
     if (!type) {
-        VRN_LOG(VRN_LOG_ERROR, "Type definition %u:%u not found", header.schema_index, type_index);
+        VRN_LOG(VRN_LOG_ERROR, "Type definition %u:%u not found", header.schema_index,
+                header.type_index & 0xFFU);
         return 0;
     }
     if (header.num_events == 0 || remaining < event_header_size ||

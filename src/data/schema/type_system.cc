@@ -71,6 +71,15 @@ vrn_schema_t *vrn_type_system_append(vrn_type_system_t *ts, vrn_schema_ptr schem
     return ts->schemas[ts->num_schemas++] = schema.release();  // to the system
 }
 
+const vrn_type_definition_t *vrn_type_system_find_type(const vrn_type_system_t *ts,
+                                                       std::uint8_t schema_index,
+                                                       std::uint16_t type_index) {
+    const vrn_schema_t *schema =
+        schema_index < ts->num_schemas ? ts->schemas[schema_index] : nullptr;
+    const auto index = static_cast<std::uint8_t>(type_index);
+    return schema && index < schema->num_types ? schema->types[index] : nullptr;
+}
+
 std::uint8_t vrn_type_system_remove_last_schema(vrn_type_system_t *ts) {
     if (ts->num_schemas == 0) return 0;
     vrn_schema_t *&last = ts->schemas[ts->num_schemas - 1];

@@ -32,6 +32,12 @@ vrn_schema_t *vrn_type_system_add_new_schema(vrn_type_system_t *ts, const char *
 vrn_schema_t *vrn_type_system_append(vrn_type_system_t *ts, vrn_schema_ptr schema,
                                      std::uint8_t *out_index);
 
+// Type of the rows of an event block; null when the system has none. Of the type index only the low
+// 8 bits count, although the field is 16 bits wide on disk.
+const vrn_type_definition_t *vrn_type_system_find_type(const vrn_type_system_t *ts,
+                                                       std::uint8_t schema_index,
+                                                       std::uint16_t type_index);
+
 // Destroys the last schema and returns the new count; 0 when there is none.
 std::uint8_t vrn_type_system_remove_last_schema(vrn_type_system_t *ts);
 

@@ -14,15 +14,6 @@ namespace vrn::data {
 
 namespace {
 
-const vrn_type_definition_t *find_type(const vrn_type_system_t *system,
-                                       const vrn_event_header_t &header) {
-    const vrn_schema_t *schema =
-        header.schema_index < system->num_schemas ? system->schemas[header.schema_index] : nullptr;
-    // Lookups use the low 8 bits; the field is 16 bits wide on disk.
-    const auto type_index = static_cast<std::uint8_t>(header.type_index);
-    return schema && type_index < schema->num_types ? schema->types[type_index] : nullptr;
-}
-
 // Walks the blocks of one page. What lies beyond its bytes reads as zeros.
 class PageWalk {
   public:
@@ -83,7 +74,8 @@ class PageWalk {
 
     std::uint64_t handle_events(std::uint64_t offset) {
         const auto header = row_.read<vrn_event_header_t>(offset);
-        const vrn_type_definition_t *type = find_type(type_system_, header);
+        const vrn_type_definition_t *type =
+            vrn_type_system_find_type(type_system_, header.schema_index, header.type_index);
         if (!type) return 0;
         const std::string start = serializer_.line_start(type->name, tags_);
         std::uint64_t place = offset + sizeof header;
