@@ -187,7 +187,7 @@ void note_written(vrn_data_writer_t *writer, const vrn_data_file_t *file, bool r
     vrn_data_writer_note_bytes(writer, bytes);
 }
 
-void store_blocks(vrn_data_writer_t *writer, vrn_data_file_t *file, const vrn_data_page_t *page) {
+bool store_blocks(vrn_data_writer_t *writer, vrn_data_file_t *file, const vrn_data_page_t *page) {
     vrn_data_file_set_block_size(file, block_size_of(page));
     const bool was_ok = file->last_write_ok;
     const bool was_open = file->stream != nullptr;
@@ -196,23 +196,24 @@ void store_blocks(vrn_data_writer_t *writer, vrn_data_file_t *file, const vrn_da
     bound_open_streams(writer, was_open, file);
     if (writer->data_size_limit != 0) note_written(writer, file, rotated, was_ok, bytes);
     if (writer->write_nodeinfo && !file->path.empty()) update_nodeinfo(writer, file, page);
+    return bytes != 0;
 }
 
-// `page` is private memory.
-void store_page(vrn_data_writer_t *writer, const vrn_data_page_t *page) {
+// `page` is private memory. False for a page that is lost.
+bool store_page(vrn_data_writer_t *writer, const vrn_data_page_t *page) {
     if (!is_version_known(page->version)) {
         VRN_LOG(VRN_LOG_WARNING, "[data_writer] Received incompatible data page. Skipping.");
-        return;
+        return false;
     }
     if (page->filled_bytes == VRN_DATA_PAGE_HEADER_SIZE) {
         VRN_LOG(VRN_LOG_DEBUG, "[data_writer] Received empty data page. Skipping.");
-        return;
+        return true;
     }
-    if (!check_sizes(page)) return;
-    if (!vrn_data_page_filter_accepts_page(writer->page_filter, *page)) return;
+    if (!check_sizes(page)) return false;
+    if (!vrn_data_page_filter_accepts_page(writer->page_filter, *page)) return true;
     const vrn_block_type_t kind = first_block_type(page);
     vrn_data_file_t *file = file_of(writer, page, kind);
-    if (note_schemas(file, page, kind)) store_blocks(writer, file, page);
+    return note_schemas(file, page, kind) && store_blocks(writer, file, page);
 }
 
 }  // namespace
@@ -298,11 +299,21 @@ bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allo
 bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t *page,
                                 const void * /*unused*/) {
     if (!vrn_data_writer_enabled) return true;
-    return vrn::run_guarded([&] {
-        if (!vrn_data_page_is_shared(page)) return store_page(writer, page);
+    bool is_safe = false;
+    const bool is_done = vrn::run_guarded([&] {
+        if (!vrn_data_page_is_shared(page)) {
+            is_safe = store_page(writer, page);
+            return;
+        }
         const vrn_data_page_ptr snapshot(vrn_data_page_snapshot(page));
-        if (snapshot) store_page(writer, snapshot.get());
+        is_safe = snapshot && store_page(writer, snapshot.get());
     });
+    if (!is_safe) ++writer->lost_pages;
+    return is_done;
+}
+
+std::uint64_t vrn_data_writer_get_lost_pages(const vrn_data_writer_t *writer) {
+    return writer->lost_pages;
 }
 
 std::uint64_t vrn_data_writer_get_first_timestamp(const vrn_data_writer_t *writer,

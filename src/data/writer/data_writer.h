@@ -41,6 +41,7 @@ struct vrn_data_writer_t {
     bool tag_in_path = false;                        // `counters_path_template` holds "/{{tag}}/"
     std::map<std::string, vrn_nodeinfo_t> nodeinfo;  // by folder
     vrn_data_page_filter_t page_filter;
+    std::uint64_t lost_pages = 0;    // see vrn_data_writer_get_lost_pages
     std::uint32_t open_streams = 0;  // at most this many files hold an open handle
 };
 
@@ -81,6 +82,10 @@ bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allo
 // data, then zeros, pads the last one. True also when the page was not stored.
 bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t *page,
                                 const void *unused);
+
+// Pages so far that should have been stored and were not. Those that are empty or that the filter
+// keeps out don't count.
+std::uint64_t vrn_data_writer_get_lost_pages(const vrn_data_writer_t *writer);
 
 // First timestamp of the file that the stream of `page` writes to at present, or 0. Reads the page
 // in place: of a shared page, pass its snapshot.

@@ -20,6 +20,9 @@ class SchemaWriter {
     // A text that is no JSON document only gives a warning.
     void onSchema(const std::string &text);
 
+    // False when the file of the last schema could not be written.
+    bool is_stored() const { return last_write_ok_; }
+
     // Takes the place of the default folder, "schema" in the data folder; empty: the default.
     void set_schema_dir(const std::string &dir) { schema_dir_ = dir; }
     void set_data_dir(const std::string &dir) { data_dir_ = dir; }

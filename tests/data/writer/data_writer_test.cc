@@ -109,8 +109,11 @@ TEST_F(DataWriter, SkipsPages) {
         CapturedLog log(7);
         TestPage changed = page;
         test.change(changed.head());
+        const std::uint64_t lost_before = vrn_data_writer_get_lost_pages(writer.get());
         EXPECT_TRUE(write(changed));
         EXPECT_EQ(writer_lines(&log), test.lines);
+        const bool is_lost = !test.lines.empty() && test.name != std::string("empty");
+        EXPECT_EQ(vrn_data_writer_get_lost_pages(writer.get()) - lost_before, is_lost);
         EXPECT_EQ(fs::exists(dir.file("node1")), test.lines.empty());
         fs::remove_all(dir.file("node1"));
     }
@@ -228,9 +231,19 @@ TEST_F(DataWriter, TellsThatAChangeFailed) {
     }
 }
 
+TEST_F(DataWriter, CountsPagesThatNoFileTakes) {
+    dir.write("node1", "in place of a folder");
+    const CapturedLog log;
+    EXPECT_TRUE(write(page));
+    EXPECT_TRUE(write(page.times(start + 1, start + 1)));
+    EXPECT_TRUE(write(page.names("node2", "")));
+    EXPECT_EQ(vrn_data_writer_get_lost_pages(writer.get()), 2U);
+}
+
 TEST_F(DataWriter, LosesOnlyThePageOfARefusedTime) {
     EXPECT_TRUE(write(page));
     EXPECT_FALSE(write(page.times(UINT64_MAX, UINT64_MAX)));
+    EXPECT_EQ(vrn_data_writer_get_lost_pages(writer.get()), 1U);
     EXPECT_TRUE(write(page.times(start + 1, start + 1)));
     writer.reset();
     EXPECT_THAT(files_on_disk(), SizeIs(2));
@@ -260,6 +273,7 @@ TEST_F(DataWriter, Filters) {
     for (const char *source : {"node1", "bad"})
         for (const char *tag : {"good1", "other"}) EXPECT_TRUE(write(page.names(source, tag)));
     EXPECT_THAT(files_on_disk(), ElementsAre("node1/good1_" + std::to_string(start)));
+    EXPECT_EQ(vrn_data_writer_get_lost_pages(writer.get()), 0U);
 }
 
 TEST_F(DataWriter, TellsTheFirstTimeOfAFile) {
