@@ -34,7 +34,7 @@ constexpr option long_options[] = {
 };
 
 constexpr std::uint32_t max_samples = 1'000'000;
-constexpr std::uint64_t max_series_bytes = std::uint64_t{1} << 30;
+constexpr std::uint64_t max_store_bytes = std::uint64_t{1} << 30;
 
 struct ChartOptions {
     std::string output;  // empty: standard output
@@ -93,7 +93,7 @@ bool write_page(const ChartOptions &options, const metrics::MetricsHistory &stor
 bool show_metrics(const ChartOptions &options) {
     metrics::MetricsHistory store;
     store.set_default_capacity(options.samples);
-    store.set_max_series_bytes(max_series_bytes);
+    store.set_max_bytes(max_store_bytes);
     bool read_all = true;
     for (const std::string &path : options.files) read_all &= read_metrics(path, &store);
     return write_page(options, store) && read_all;

@@ -12,6 +12,10 @@ namespace {
 
 using vrn::data::metrics::SymbolTable;
 
+// Bytes of memory that a label set and each of its labels take in the maps.
+constexpr std::uint64_t label_set_size = 200;
+constexpr std::uint64_t label_size = 48;
+
 std::size_t hash_of(const LabelIds &labels) {
     std::size_t hash = 0;
     for (const auto &[name, value] : labels) {
@@ -69,9 +73,21 @@ std::uint64_t MetricsCatalog::intern_labels(const LabelMap &labels) {
 // The labels are moved into the table. NOLINTNEXTLINE(performance-unnecessary-value-param)
 std::uint64_t MetricsCatalog::register_label_set(LabelIds labels) {
     const std::uint64_t hash = hash_of(labels);
-    if (!label_sets_.try_emplace(hash, std::move(labels)).second) return hash;
+    if (label_sets_.contains(hash)) return hash;
+    require_room();
+    used_bytes_ += label_set_size + label_size * labels.size();
+    label_sets_.emplace(hash, std::move(labels));
     label_set_index_.insert(hash, next_label_set_number_++);
     return hash;
+}
+
+void MetricsCatalog::add_label_uses(std::uint64_t label_set, std::uint64_t count) {
+    const auto found = label_sets_.find(label_set);
+    if (found == label_sets_.end() || count == 0) return;
+    for (const auto &[name, value] : found->second) {
+        symbols_.add_uses(name, count);
+        symbols_.add_uses(value, count);
+    }
 }
 
 void MetricsCatalog::release_labels(const LabelIds &labels) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <set>
 #include <string>
@@ -28,6 +29,10 @@ struct SeriesKey {
     bool operator==(const SeriesKey &) const = default;
 };
 
+// Thrown by a store with a bound instead of making one more series or label set. No std::exception:
+// a feed, which goes on after those, ends here.
+struct StoreFull {};
+
 // No lock: the owner serializes writes against reads.
 class MetricsCatalog {
   public:
@@ -47,7 +52,11 @@ class MetricsCatalog {
     // value. Sets are told apart by the iteration order of their ids, too.
     std::uint64_t intern_labels(const LabelMap &labels);
 
-    // The same for names and values that are ids already; adds no use.
+    // As if the set of this hash had been interned `count` times more. Unknown sets are ignored.
+    void add_label_uses(std::uint64_t label_set, std::uint64_t count);
+
+    // Registers a set of names and values that are ids already; adds no use. Throws StoreFull, as
+    // intern_labels() does.
     std::uint64_t register_label_set(LabelIds labels);
 
     // Ends one use of every name and value.
@@ -99,6 +108,10 @@ class MetricsCatalog {
     // At least 1.
     std::uint64_t capacity_of(std::uint64_t metric_id) const;
 
+    // Nothing is added once series, with full buffers, and label sets take about this many bytes.
+    // Input that isn't trusted can ask for any number of them; at the start there is no bound.
+    void set_max_bytes(std::uint64_t bytes) { max_bytes_ = bytes; }
+
     // Shows the name of a metric, and each label of a set, at information level.
     void print_metric_name(std::uint64_t metric_id) const;
     void print_labels(const LabelIds &labels) const;
@@ -108,6 +121,11 @@ class MetricsCatalog {
 
     // Throws std::runtime_error when the metric has another type; enters it when it has none.
     void require_type(std::uint64_t metric_id, ValueType type);
+
+    // Throws StoreFull.
+    void require_room() const {
+        if (used_bytes_ >= max_bytes_) throw StoreFull();
+    }
 
     // Estimate in bytes, from counts.
     std::size_t catalog_footprint() const;
@@ -122,6 +140,8 @@ class MetricsCatalog {
     ReverseIndex label_set_index_;
     std::uint32_t next_label_set_number_ = 10000;
     std::unique_ptr<FootprintLogger> footprint_logger_;
+    std::uint64_t used_bytes_ = 0;  // by series and label sets
+    std::uint64_t max_bytes_ = std::numeric_limits<std::uint64_t>::max();
 };
 
 }  // namespace vrn::metrics

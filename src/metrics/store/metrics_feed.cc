@@ -2,6 +2,8 @@
 
 #include <bit>
 #include <stdexcept>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "metrics/metrics_parser.h"
@@ -18,10 +20,11 @@ using vrn::data::metrics::UInt64Tag;
 
 constexpr std::size_t block_header_size = 8;
 
-// Each record, as small as 17 bytes, gets a copy of all constant labels, so a small block could ask
-// for any amount of memory. Real ones stay far below these bounds.
+// Each label set of a block gets all constant labels, so a small block could ask for any amount of
+// time and memory. Label sets are resolved once a block, and these bounds leave 272 labels to each
+// record even if all are of the smallest size, 17 bytes, and no two have the same label set.
 constexpr std::size_t free_labels = 100'000;
-constexpr std::size_t labels_per_byte = 4;
+constexpr std::size_t labels_per_byte = 16;
 
 template <typename T, typename Store>
 void push_sample(StoredValue<T> value, const SampleContext &sample, const MetricFilter *filter,
@@ -88,11 +91,23 @@ class BlockFeed {
           store_(store),
           labels_left_(free_labels + block_size * labels_per_byte) {}
 
+    BlockFeed(const BlockFeed &) = delete;
+    BlockFeed &operator=(const BlockFeed &) = delete;
+
+    // Each record counts as a use of its labels; those of repeated label sets are added here.
+    ~BlockFeed() {
+        for (const auto &[labels_block, set] : label_sets_)
+            store_->add_label_uses(set.hash, set.repeats);
+    }
+
+    // In the order of their sections, from which they have the ids 0, 1, 2, ...: a series takes its
+    // samples in the order of their times.
     void store_histograms() {
-        for (const auto &[id, histogram] : tables_.histograms.histograms) {
-            Histogram labelled = histogram;
-            labelled.label_set_id = intern_labels(histogram.label_set_id, histogram.label_values);
-            store_histogram(labelled, store_);
+        const auto &histograms = tables_.histograms.histograms;
+        for (std::uint64_t id = 0; id < histograms.size(); ++id) {
+            Histogram histogram = histograms.at(id);
+            histogram.label_set_id = intern_labels(histogram.label_set_id, histogram.label_values);
+            store_histogram(histogram, store_);
         }
     }
 
@@ -100,19 +115,37 @@ class BlockFeed {
     std::uint64_t store_record(Bytes data, const RecordSection &section) {
         StoreRecord record;
         VrnMetricsParser::decode_record_header(data, &record);
+        const std::size_t labels_offset =
+            RECORD_HEADER_SIZE + record.samples.samples.size() * sizeof(MetricSample);
         std::uint64_t label_set_id = 0;
-        const std::uint64_t size = parse_labels_block(
-            labels_data_of(data, section),
-            RECORD_HEADER_SIZE + record.samples.samples.size() * sizeof(MetricSample),
-            &label_set_id, &labels_, "unknown");
+        const std::uint64_t size = parse_labels_block(labels_data_of(data, section), labels_offset,
+                                                      &label_set_id, &labels_, "unknown");
         const std::uint64_t label_set =
-            intern_labels(label_set_id, decode_label_values(labels_, tables_.label_values));
+            label_set_of(data.subspan(labels_offset, size - labels_offset), label_set_id);
         for (const MetricSample sample : record.samples.samples)
             store_sample_of(record, label_set, sample);
         return size;
     }
 
   private:
+    struct LabelSet {
+        std::uint64_t hash = 0;
+        std::uint64_t repeats = 0;  // records after the first one
+    };
+
+    // The label set of the record whose labels block is `labels_block`, which holds `labels_`.
+    std::uint64_t label_set_of(Bytes labels_block, std::uint64_t label_set_id) {
+        const auto [entry, is_new] = label_sets_.try_emplace(
+            {reinterpret_cast<const char *>(labels_block.data()), labels_block.size()});
+        LabelSet &set = entry->second;
+        if (is_new)
+            set.hash =
+                intern_labels(label_set_id, decode_label_values(labels_, tables_.label_values));
+        else
+            ++set.repeats;
+        return set.hash;
+    }
+
     std::uint64_t intern_labels(std::uint64_t label_set_id,
                                 const std::vector<std::string> &values) {
         const std::size_t count = tables_.constant_labels.size() + values.size();
@@ -151,6 +184,7 @@ class BlockFeed {
     Store *store_;
     std::size_t labels_left_;
     std::vector<EncodedLabel> labels_;  // of one record; kept for its memory
+    std::unordered_map<std::string_view, LabelSet> label_sets_;  // by labels block
 };
 
 }  // namespace

@@ -46,6 +46,11 @@ std::optional<std::uint64_t> SymbolTable::find(const std::string &name) const {
     return found->second;
 }
 
+void SymbolTable::add_uses(std::uint64_t key, std::uint64_t count) {
+    const auto uses = use_counts_.find(key);
+    if (uses != use_counts_.end()) uses->second += count;
+}
+
 void SymbolTable::release(std::uint64_t key) {
     const auto uses = use_counts_.find(key);
     if (uses == use_counts_.end() || --uses->second > 0) return;

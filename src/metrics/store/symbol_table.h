@@ -30,6 +30,9 @@ class SymbolTable {
     // Id of a name that the table holds; adds no use.
     std::optional<std::uint64_t> find(const std::string &name) const;
 
+    // Adds uses to a name that the table holds. Unknown keys are ignored.
+    void add_uses(std::uint64_t key, std::uint64_t count);
+
     // Ends one use; a name without uses leaves the table. Unknown keys are ignored.
     void release(std::uint64_t key);
 

@@ -145,17 +145,18 @@ template <typename M, typename L, template <typename> class Buffer, typename... 
 bool TypedMetricsData<M, L, Buffer, Ts...>::next_label_set(
     std::uint64_t consumer_id, std::uint64_t metric_id, std::uint64_t *index,
     std::uint32_t *label_set_number, LabelIds *labels, bool unread_only) const {
-    std::uint64_t position = 0;
+    std::uint64_t first = 0;  // index of the table's first series: a metric may stand in several
     return any_table([&](auto &table) {
-        const auto metric = table.metrics.find(metric_id);
-        if (metric == table.metrics.end()) return false;
-        for (auto &[label_set, series] : metric->second) {
-            if (position++ < *index) continue;
-            ++*index;
+        const auto metric = table.series_in_order.find(metric_id);
+        if (metric == table.series_in_order.end()) return false;
+        const auto &entries = metric->second;
+        while (*index - first < entries.size()) {
+            auto &[label_set, series] = *entries[(*index)++ - first];
             if (unread_only && !series.has_unread(consumer_id)) continue;
             *label_set_number = this->label_set_number(label_set);
             return find_label_set(label_set, labels);
         }
+        first += entries.size();
         return false;
     });
 }

@@ -3,7 +3,6 @@
 
 #include <concepts>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -19,10 +18,6 @@
 
 namespace vrn::metrics {
 
-// Thrown by a store with a bound instead of making one more series. No std::exception: a feed,
-// which goes on behind those, ends here.
-struct StoreFull {};
-
 // The series of one value type, by metric id and label set hash.
 template <typename T, template <typename> class Buffer>
 struct TypedTable {
@@ -37,8 +32,21 @@ struct TypedTable {
         return series == metric->second.end() ? nullptr : &series->second;
     }
 
+    // A series that the table doesn't hold yet; `capacity` in samples.
+    Series &add(const SeriesKey &key, std::uint64_t capacity) {
+        auto &order = series_in_order[key.metric_id];
+        // Room first, so that no series stands in one of the two only when memory runs out.
+        if (order.size() == order.capacity()) order.reserve(2 * order.size() + 1);
+        auto &entry = *metrics[key.metric_id].try_emplace(key.label_set, capacity).first;
+        order.push_back(&entry);
+        return entry.second;
+    }
+
     const vrn::data::metrics::SymbolTable *symbols;  // of the store that owns the table
     std::unordered_map<std::uint64_t, SeriesByLabels> metrics;
+    // The entries of each metric, oldest first: one finds its place again when others were added.
+    std::unordered_map<std::uint64_t, std::vector<typename SeriesByLabels::value_type *>>
+        series_in_order;
 };
 
 // Keeps, for every metric and every set of labels, a bounded span of (timestamp, value) pairs of
@@ -77,10 +85,6 @@ class TypedMetricsData : public MetricsCatalog {
         return any_table([&](const auto &table) { return table.metrics.contains(metric_id); });
     }
 
-    // No series is made once all series take this many bytes, with full buffers. Input that isn't
-    // trusted can ask for any number of series; at the start there is no bound.
-    void set_max_series_bytes(std::uint64_t bytes) { max_series_bytes_ = bytes; }
-
     // The series, created with what it needs when it is missing. Throws std::runtime_error when the
     // metric is of another type, SymbolNotFoundError when it has no name, either; StoreFull.
     template <typename T>
@@ -88,11 +92,10 @@ class TypedMetricsData : public MetricsCatalog {
         Table<T> &table = get_table<T>();
         require_type(metric_id, ValueTraits<T>::code);
         if (Series<T> *known = table.find({metric_id, label_set})) return *known;
-        if (series_bytes_ >= max_series_bytes_) throw StoreFull();
-        Series<T> &series =
-            table.metrics[metric_id].try_emplace(label_set, capacity_of(metric_id)).first->second;
+        require_room();
+        Series<T> &series = table.add({metric_id, label_set}, capacity_of(metric_id));
         constexpr std::size_t sample_size = sizeof(std::uint64_t) + sizeof(StoredValue<T>);
-        series_bytes_ += sizeof series + sample_size * series.values.capacity();
+        used_bytes_ += sizeof series + sample_size * series.values.capacity();
         return series;
     }
 
@@ -112,7 +115,8 @@ class TypedMetricsData : public MetricsCatalog {
     Table<T> &get_table() {
         auto &table = std::get<std::unique_ptr<Table<T>>>(tables_);
         if (!table)
-            table = std::make_unique<Table<T>>(Table<T>{.symbols = &symbols_, .metrics = {}});
+            table = std::make_unique<Table<T>>(
+                Table<T>{.symbols = &symbols_, .metrics = {}, .series_in_order = {}});
         return *table;
     }
 
@@ -158,9 +162,10 @@ class TypedMetricsData : public MetricsCatalog {
         return 0;
     }
 
-    // Iterator over the label sets of a metric: `index`, 0 at the start, moves behind the series
-    // that the outputs tell of. With `unread_only`, series that the consumer has read are passed
-    // over. False at the end. Throws std::runtime_error for a label set that isn't registered.
+    // Iterator over the label sets of a metric in the order of their series' creation: `index`, 0
+    // at the start, moves past the series that the outputs tell of. With `unread_only`, series that
+    // the consumer has read are passed over. False at the end. Throws std::runtime_error for a
+    // label set that isn't registered.
     bool next_label_set(std::uint64_t consumer_id, std::uint64_t metric_id, std::uint64_t *index,
                         std::uint32_t *label_set_number, LabelIds *labels, bool unread_only) const;
 
@@ -180,8 +185,6 @@ class TypedMetricsData : public MetricsCatalog {
     bool visit_series(const SeriesKey &key, Visit visit) const;
 
     std::tuple<std::unique_ptr<Table<Ts>>...> tables_;
-    std::uint64_t series_bytes_ = 0;
-    std::uint64_t max_series_bytes_ = std::numeric_limits<std::uint64_t>::max();
 };
 
 // A store of either policy.

@@ -222,7 +222,7 @@ TEST(MetricsFeed, EndsAtANewSeriesOfAFullStore) {
     const std::string three = block_of({.timestamp = 6, .samples = {{0, 3}, {2, 4}, {1, 5}}});
     MetricsHistory store;
     store.set_default_capacity(1000);
-    store.set_max_series_bytes(2 * 16'000);
+    store.set_max_bytes(2 * 16'000);
     CapturedLog log;
     feed(two, &store);
     EXPECT_THROW(feed(three + two, &store), metrics::StoreFull);
@@ -281,19 +281,69 @@ TEST(MetricsFeed, StoresHistogramsUnderTheirLabels) {
     EXPECT_EQ(store.metric_type("lat"), ValueType::histogram);
 }
 
-TEST(MetricsFeed, BoundsTheLabelsOfABlock) {
+TEST(MetricsFeed, TakesTheHistogramsOfASeriesInTheirOrder) {
     CntxBuilder builder;
-    for (int i = 0; i < 3000; ++i) builder.add_constant_label(std::to_string(i), "");
-    for (int i = 0; i < 10; ++i) builder.add_record({.timestamp = 1});
+    builder.add_label_set({"disk"});
+    std::string expected = "lat{disk=sda} G";
+    for (std::uint64_t time = 1; time <= 20; ++time) {
+        builder.add_histogram({.name = "lat", .timestamp = time},
+                              {.labels = {builder.label_by_id("sda")}});
+        expected += " " + std::to_string(time) + "=0/0";
+    }
+    MetricsHistory history;
+    history.set_default_capacity(20);
+    feed(builder.build(), &history);
+    EXPECT_EQ(shown(history), Lines{expected});
+    MetricsCurrent current;
+    feed(builder.build(), &current);
+    EXPECT_EQ(shown(current), Lines{"lat{disk=sda} G 20=0/0"});
+}
+
+// `records` records of as many label sets, or of one, with constant labels.
+std::string labelled_block(int constant_labels, int records, bool one_set) {
+    CntxBuilder builder;
+    builder.add_label_set({"a", "b"});
+    for (int i = 0; i < constant_labels; ++i) builder.add_constant_label(std::to_string(i), "");
+    std::vector<metrics::EncodedLabel> ids;
+    for (int i = 0; i < 100; ++i) ids.push_back(builder.label_by_id(std::to_string(i)));
+    for (int i = 0; i < records; ++i) {
+        const int set = one_set ? 0 : i;
+        builder.add_record({.timestamp = 1,
+                            .encoding = metrics::LabelEncoding::ids,
+                            .labels = {ids[set % 100], ids[set / 100]}});
+    }
+    return builder.build();
+}
+
+TEST(MetricsFeed, BoundsTheWorkOfLabelsNotTheirNumber) {
     CapturedLog log(3);
-    MetricsHistory store;
-    feed(builder.build(), &store);
-    EXPECT_EQ(log.take(), Lines{});
-    for (int i = 0; i < 90; ++i) builder.add_record({.timestamp = 1});
+    for (const auto &[block, label_sets] : {std::pair(labelled_block(3000, 1000, true), 1),
+                                            {labelled_block(250, 2000, false), 2000}}) {
+        MetricsCurrent store;
+        feed(block, &store);
+        EXPECT_EQ(store.label_sets().size(), static_cast<std::size_t>(label_sets));
+        EXPECT_EQ(log.take(), Lines{});
+    }
     CapturedLog warnings(4);
-    feed(builder.build(), &store);
+    MetricsCurrent store;
+    const std::string hostile = labelled_block(3000, 1000, false);
+    feed(hostile, &store);
+    EXPECT_EQ(store.label_sets().size(), (100'000 + 16 * hostile.size()) / 3002);
     EXPECT_EQ(warnings.take().back(),
               warning + "Could not parse CNTX block 1: too many labels in the block");
+
+    store.set_max_bytes(1);
+    EXPECT_THROW(feed(labelled_block(1, 1, true), &store), metrics::StoreFull);
+}
+
+TEST(MetricsFeed, EachRecordIsAUseOfItsLabels) {
+    MetricsCurrent store;
+    feed(labelled_block(0, 3, true), &store);
+    const metrics::LabelIds labels = store.label_sets().begin()->second;
+    for (int i = 0; i < 2; ++i) store.release_labels(labels);
+    EXPECT_EQ(store.label_text(store.label_sets().begin()->first), "a=0|b=0");
+    store.release_labels(labels);
+    EXPECT_FALSE(store.symbols().find("a"));
 }
 
 }  // namespace
