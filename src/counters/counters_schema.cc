@@ -68,6 +68,16 @@ void vrn_counters_schema_destroy(vrn_counters_schema_t *schema) {
     std::free(schema);
 }
 
+bool vrn_counters_schema_has_all_texts(const vrn_counters_schema_t *schema) {
+    if (!schema) return true;
+    for (const vrn_counter_group_t *group : groups_of(schema)) {
+        if (!group->name || !group->provider) return false;
+        for (const vrn_counter_info_t *counter : counters_of(group))
+            if (!counter->name || !counter->description || !counter->units) return false;
+    }
+    return true;
+}
+
 bool vrn_counters_schema_add_group(vrn_counters_schema_t *schema, vrn_counter_group_t *group) {
     const std::size_t count = static_cast<std::size_t>(schema->num_groups) + 1;
     void *larger = std::realloc(schema->groups, count * sizeof(void *));

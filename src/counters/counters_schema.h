@@ -24,6 +24,10 @@ vrn_counters_schema_t *vrn_counters_schema_create();
 void vrn_counters_schema_destroy(vrn_counters_schema_t *schema);  // accepts null
 using vrn_counters_schema_ptr = vrn::CPtr<vrn_counters_schema_t, vrn_counters_schema_destroy>;
 
+// False when names or other texts of its groups and counters are missing, of which the schema's end
+// then tells in the log. Accepts null.
+bool vrn_counters_schema_has_all_texts(const vrn_counters_schema_t *schema);
+
 // Takes over `group` on success. False after an error line when out of memory.
 bool vrn_counters_schema_add_group(vrn_counters_schema_t *schema, vrn_counter_group_t *group);
 

@@ -15,7 +15,7 @@
 namespace {
 
 // Bytes that classify a block.
-constexpr int magic_size = 4;
+constexpr std::size_t magic_size = 4;
 
 bool is_out_of_date_range(const vrn_reader_t *reader) {
     const vrn_data_file_header_t &header = reader->header;
@@ -26,35 +26,15 @@ bool is_out_of_date_range(const vrn_reader_t *reader) {
            header.first_timestamp > upper && header.last_timestamp > upper;
 }
 
-bool is_cut(const vrn_reader_t *reader) {
-    int error = Z_OK;
-    gzerror(reader->file, &error);
-    return error == Z_BUF_ERROR;  // the gzip stream stops in its middle
-}
-
-enum class ChunkRead { got, end, failed };
-
-ChunkRead fail_read(const vrn_reader_t *reader) {
+bool fail_read(const vrn_reader_t *reader) {
     VRN_LOG(VRN_LOG_ERROR, "Failed to read data file %s: %s", reader->file_name,
-            vrn_reader_error_text(reader));
-    return ChunkRead::failed;
+            reader->file->error_text());
+    return false;
 }
 
-// Reads the next chunk, up to `block_size` bytes, to `chunk`.
-ChunkRead read_chunk(const vrn_reader_t *reader, void *chunk, std::size_t *size) {
-    const std::uint32_t block_size = reader->header.block_size;
-    errno = 0;
-    const int count = gzread(reader->file, chunk, block_size);
-    const bool at_end = gzeof(reader->file);
-    if (count < 0 || (count == 0 && at_end && is_cut(reader))) return fail_read(reader);
-    if (count == 0 && at_end) return ChunkRead::end;
-    if (count < magic_size) {
-        VRN_LOG(VRN_LOG_ERROR, "No data block header read from the file %s", reader->file_name);
-        return ChunkRead::failed;
-    }
-    *size = static_cast<std::size_t>(count);
-    if (*size < block_size && (!at_end || is_cut(reader))) return fail_read(reader);
-    return ChunkRead::got;
+bool fail_short(const vrn_reader_t *reader) {
+    VRN_LOG(VRN_LOG_ERROR, "No data block header read from the file %s", reader->file_name);
+    return false;
 }
 
 bool handle_chunk(vrn_reader_t *reader, const void *chunk, std::size_t size) {
@@ -94,13 +74,27 @@ bool refuse_unknown(const void *block, vrn_block_type_t kind, bool in_compressed
     return false;
 }
 
+// What came before a gzip stream's fault is walked before the fault is told. What came of a plain
+// file's chunk before a failed read is not.
+bool end_failed_file(vrn_reader_t *reader, const void *chunk, std::size_t size) {
+    if (reader->file->is_compressed() && size >= magic_size) handle_chunk(reader, chunk, size);
+    return fail_read(reader);
+}
+
 bool read_chunks(vrn_reader_t *reader, void *chunk) {
+    const std::uint32_t block_size = reader->header.block_size;
     for (;;) {
-        std::size_t size = 0;
-        const ChunkRead read = read_chunk(reader, chunk, &size);
-        if (read != ChunkRead::got) return read == ChunkRead::end;
-        reader->window_end = static_cast<const std::uint8_t *>(chunk) + reader->header.block_size;
+        const std::size_t size = reader->file->read(chunk, block_size);
+        const vrn::ByteSource::State state = reader->file->state();
+        reader->window_end = static_cast<const std::uint8_t *>(chunk) + block_size;
+        if (state == vrn::ByteSource::State::failed) return end_failed_file(reader, chunk, size);
+        if (state == vrn::ByteSource::State::cut_short)
+            VRN_LOG(VRN_LOG_WARNING, "Data file %s is cut short: its gzip stream has no end",
+                    reader->file_name);
+        if (size == 0) return true;
+        if (size < magic_size) return fail_short(reader);
         if (!handle_chunk(reader, chunk, size)) return false;
+        if (state != vrn::ByteSource::State::open) return true;
     }
 }
 

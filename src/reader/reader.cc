@@ -18,17 +18,12 @@
 
 namespace {
 
-// Bytes of a gzip stream that are read at once. Chunks of more than twice as much are read straight
-// into their place.
-constexpr unsigned input_window = 16384;
 constexpr std::uint32_t min_block_size = 16;
 constexpr std::uint32_t block_size_limit = 125829120;  // one above the highest that passes
 
 // Reads the header into the context. False when the file holds fewer bytes.
 bool read_header_bytes(vrn_reader_t *reader) {
-    errno = 0;
-    return gzread(reader->file, &reader->header, sizeof reader->header) ==
-           static_cast<int>(sizeof reader->header);
+    return reader->file->read(&reader->header, sizeof reader->header) == sizeof reader->header;
 }
 
 bool check_block_size(const vrn_reader_t *reader) {
@@ -42,8 +37,7 @@ bool check_block_size(const vrn_reader_t *reader) {
 
 bool open_records(vrn_reader_t *reader) {
     if (!read_header_bytes(reader)) {
-        vrn_reader_fail(reader, "Failed reading data file header: %s",
-                        vrn_reader_error_text(reader));
+        vrn_reader_fail(reader, "Failed reading data file header: %s", reader->file->error_text());
         return false;
     }
     // Printed before the check, so that a bad header is still shown.
@@ -146,12 +140,11 @@ vrn_reader_t *vrn_reader_create(const char *path, const vrn_reader_options_t *op
     reader->options = options;
     reader->file_name = path;
     errno = 0;
-    reader->file = gzopen(path, "rb");
+    reader->file = vrn::ByteSource::open_path(path).release();  // to the context
     if (!reader->file) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to open data file %s: %s", path, std::strerror(errno));
         return nullptr;
     }
-    gzbuffer(reader->file, input_window);
     if (options->format == VRN_FORMAT_BIN && !open_data_writer(reader.get())) return nullptr;
     return reader.release();  // to the caller
 }
@@ -167,7 +160,7 @@ void vrn_reader_destroy(vrn_reader_t *reader) {
     delete reader->metrics_text;
     vrn_type_system_destroy(reader->type_system);
     vrn_metadata_free(reader->metadata);
-    if (reader->file) gzclose(reader->file);
+    delete reader->file;
     delete reader->text;
     std::free(reader);
 }
@@ -214,17 +207,4 @@ void vrn_reader_fail(const vrn_reader_t *reader, const char *format, ...) {
     va_end(arguments);
     std::fputc('\n', stderr);
     std::fflush(stderr);
-}
-
-const char *vrn_reader_error_text(const vrn_reader_t *reader) {
-    const int error = errno;
-    int stream_error = Z_OK;
-    const char *text = gzerror(reader->file, &stream_error);
-    // A fault of the gzip stream itself sets no errno; its text begins with the path.
-    if (error != 0 || stream_error == Z_OK || stream_error == Z_STREAM_END)
-        return std::strerror(error);
-    const std::size_t path_length = std::strlen(reader->file_name);
-    const bool has_path = std::strncmp(text, reader->file_name, path_length) == 0 &&
-                          std::strncmp(text + path_length, ": ", 2) == 0;
-    return has_path ? text + path_length + 2 : text;
 }

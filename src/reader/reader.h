@@ -2,7 +2,6 @@
 #pragma once
 
 #include <parson.h>
-#include <zlib.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +15,7 @@
 #include "data/text/text_buffer.h"
 #include "reader/metadata.h"
 #include "reader/reader_options.h"
+#include "scan/byte_source.h"
 #include "utils/byte_reader.h"
 #include "utils/client_id.h"
 
@@ -36,8 +36,9 @@ struct vrn_loaded_schemas_t {
     vrn_schema_id_t event_ids[VRN_SCHEMAS_BLOCK_MAX_IDS];  // in the order of the schema indexes
     std::size_t num_event_ids;
     vrn_schema_id_t counters_id;
-    bool is_whole;   // false before a load and after one that failed
-    bool was_quiet;  // the load showed no message
+    // The load was whole and neither it nor the end of what it made shows a message: a run that
+    // keeps it looks like one that loads anew. False before a load.
+    bool may_be_kept;
     // By schema and type index.
     vrn_type_selection_t selection[VRN_SCHEMAS_BLOCK_MAX_IDS][VRN_MAX_TYPES];
 };
@@ -51,8 +52,8 @@ struct vrn_page_buffer_t {
 // Created and destroyed per file; what a run keeps for its next file is taken out before.
 struct vrn_reader_t {
     const vrn_reader_options_t *options;  // borrowed
-    gzFile file;
-    const char *file_name;  // borrowed
+    vrn::ByteSource *file;                // owned
+    const char *file_name;                // borrowed
     vrn_data_file_header_t header;
     vrn_type_system_t *type_system;  // owned; rebuilt by every schema load
     std::uint32_t records_out;       // decides the separator before a JSON record
@@ -90,9 +91,6 @@ bool vrn_reader_read_file_header(const char *path, const vrn_reader_options_t *o
 // "Failed processing file NAME: " and the message on standard error, whatever the log level.
 void vrn_reader_fail(const vrn_reader_t *reader, const char *format, ...)
     __attribute__((format(printf, 2, 3)));
-
-// Text of the last failure to read the file: of errno, or of the gzip stream when errno is 0.
-const char *vrn_reader_error_text(const vrn_reader_t *reader);
 
 // Walks the chunks of the file. False fails the file, after a line.
 bool vrn_reader_read_blocks(vrn_reader_t *reader);

@@ -15,12 +15,11 @@ void vrn_reader_take_over(vrn_reader_t *reader, vrn_reader_kept_t *kept) {
 
 void vrn_reader_leave_behind(vrn_reader_t *reader, vrn_reader_kept_t *kept) {
     vrn_reader_flush_text(reader);
-    kept->type_system.reset(std::exchange(reader->type_system, nullptr));
-    // What a load has to tell is told for each file.
-    if (reader->loaded.was_quiet) kept->loaded = reader->loaded;
-    reader->loaded = {};
     kept->text.reset(std::exchange(reader->text, nullptr));
+    kept->page = std::exchange(reader->page, {});
+    if (!reader->loaded.may_be_kept) return;
+    kept->type_system.reset(std::exchange(reader->type_system, nullptr));
+    kept->loaded = std::exchange(reader->loaded, {});
     kept->counters_text.reset(std::exchange(reader->counters_text, nullptr));
     kept->counters_table.reset(std::exchange(reader->counters_table, nullptr));
-    kept->page = std::exchange(reader->page, {});
 }

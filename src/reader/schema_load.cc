@@ -8,6 +8,7 @@
 #include "data/selection/provider_counter_set.h"
 #include "data/selection/provider_field_set.h"
 #include "utils/log.h"
+#include "utils/log_capture.h"
 #include "utils/string_template.h"
 
 namespace {
@@ -106,11 +107,15 @@ bool renew_type_system(vrn_reader_t *reader) {
     return false;
 }
 
-bool load_named(vrn_reader_t *reader, const vrn_loaded_schemas_t &named) {
+void drop_loaded(vrn_reader_t *reader) {
     // Prepared for the old schema.
     delete std::exchange(reader->counters_text, nullptr);
     delete std::exchange(reader->counters_table, nullptr);
     vrn_type_system_destroy(std::exchange(reader->type_system, nullptr));
+    reader->loaded = {};
+}
+
+bool load_named(vrn_reader_t *reader, const vrn_loaded_schemas_t &named) {
     Filters filters;
     if (!load_filters(reader->options, &filters)) return false;
     if (!renew_type_system(reader)) return false;
@@ -120,7 +125,7 @@ bool load_named(vrn_reader_t *reader, const vrn_loaded_schemas_t &named) {
 }
 
 bool is_loaded(const vrn_loaded_schemas_t &loaded, const vrn_loaded_schemas_t &named) {
-    return loaded.is_whole && loaded.num_event_ids == named.num_event_ids &&
+    return loaded.may_be_kept && loaded.num_event_ids == named.num_event_ids &&
            std::memcmp(loaded.event_ids, named.event_ids, sizeof named.event_ids) == 0 &&
            vrn_schema_id_compare(&loaded.counters_id, &named.counters_id) == 0;
 }
@@ -136,10 +141,17 @@ bool vrn_reader_load_type_system(vrn_reader_t *reader, const vrn_schema_id_t *id
     // Nothing else of a file decides what is loaded: files and schemas blocks that name the same
     // schemas over and over cost one load.
     if (is_loaded(reader->loaded, named)) return true;
-    reader->loaded = {};
-    const std::uint64_t shown_before = vrn_log_shown;
-    named.is_whole = load_named(reader, named);
-    named.was_quiet = vrn_log_shown == shown_before;
+    drop_loaded(reader);
+    bool done = false;
+    std::vector<vrn::LogLine> lines;
+    {
+        vrn::LogCapture log;
+        done = load_named(reader, named);
+        lines = log.take();
+    }
+    named.may_be_kept = done && lines.empty() &&
+                        vrn_counters_schema_has_all_texts(reader->type_system->counters_schema);
     reader->loaded = named;
-    return named.is_whole;
+    vrn::log_again(lines);
+    return done;
 }

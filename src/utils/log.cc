@@ -8,6 +8,7 @@
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <utility>
 
 #include "utils/env.h"
 
@@ -17,11 +18,11 @@ std::FILE *vrn_log_stream = nullptr;
 vrn_log_callback_t vrn_log_callback = nullptr;
 pthread_mutex_t *vrn_log_mutex = nullptr;
 bool vrn_log_registered = false;
-std::atomic<std::uint64_t> vrn_log_shown = 0;
 
 namespace {
 
 pthread_mutex_t static_mutex;
+thread_local vrn_log_callback_t thread_taker = nullptr;
 
 void destroy_mutex_at_exit() {
     if (vrn_log_registered || !vrn_log_mutex) return;
@@ -112,23 +113,24 @@ class LogLock {
 void vrn_log(std::uint32_t level, const char *format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
+    vrn_vlog(level, format, arguments);
+    va_end(arguments);
+}
+
+void vrn_vlog(std::uint32_t level, const char *format, std::va_list arguments) {
     if (vrn_log_kind == VRN_LOG_KIND_SYSLOG) {
         vsyslog(static_cast<int>(level), format, arguments);
-        va_end(arguments);
         return;
     }
     if (!vrn_log_stream) vrn_init_stderr_logger(vrn_log_level);
     // Still null when the state of another module was imported without a stream.
     std::FILE *stream = vrn_log_stream ? vrn_log_stream : stderr;
-    {
-        LogLock lock;
-        write_time_prefix(stream);
-        std::fputs(level_tag(level), stream);
-        std::vfprintf(stream, format, arguments);
-        std::fputc('\n', stream);
-        std::fflush(stream);
-    }
-    va_end(arguments);
+    LogLock lock;
+    write_time_prefix(stream);
+    std::fputs(level_tag(level), stream);
+    std::vfprintf(stream, format, arguments);
+    std::fputc('\n', stream);
+    std::fflush(stream);
 }
 
 void vrn_log_init_from_env() {
@@ -202,6 +204,14 @@ void vrn_log_register_callback(vrn_log_callback_t callback, std::uint32_t level)
 
 vrn_log_callback_t vrn_log_get_callback() {
     return vrn_log_callback;
+}
+
+vrn_log_callback_t vrn_log_set_thread_taker(vrn_log_callback_t taker) {
+    return std::exchange(thread_taker, taker);
+}
+
+vrn_log_callback_t vrn_log_taker_of_thread() {
+    return thread_taker ? thread_taker : vrn_log_get_callback();
 }
 
 vrn_log_state_t *vrn_log_export_state() {

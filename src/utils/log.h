@@ -4,7 +4,7 @@
 
 #include <pthread.h>
 
-#include <atomic>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -41,23 +41,23 @@ extern std::FILE *vrn_log_stream;
 extern vrn_log_callback_t vrn_log_callback;
 extern pthread_mutex_t *vrn_log_mutex;
 extern bool vrn_log_registered;
-extern std::atomic<std::uint64_t> vrn_log_shown;  // messages so far, of the levels shown
 
 // The only way to log. The arguments are not evaluated when the message is not printed.
-#define VRN_LOG(level, ...)                                                  \
-    do {                                                                     \
-        if (vrn_log_level == VRN_LOG_UNINITIALIZED) vrn_log_init_from_env(); \
-        if (vrn_log_level >= static_cast<std::uint32_t>(level)) {            \
-            vrn_log_shown.fetch_add(1, std::memory_order_relaxed);           \
-            if (vrn_log_callback_t vrn_log_sink = vrn_log_get_callback())    \
-                vrn_log_sink(static_cast<std::int32_t>(level), __VA_ARGS__); \
-            else                                                             \
-                vrn_log(static_cast<std::uint32_t>(level), __VA_ARGS__);     \
-        }                                                                    \
+#define VRN_LOG(level, ...)                                                   \
+    do {                                                                      \
+        if (vrn_log_level == VRN_LOG_UNINITIALIZED) vrn_log_init_from_env();  \
+        if (vrn_log_level >= static_cast<std::uint32_t>(level)) {             \
+            if (vrn_log_callback_t vrn_log_taker = vrn_log_taker_of_thread()) \
+                vrn_log_taker(static_cast<std::int32_t>(level), __VA_ARGS__); \
+            else                                                              \
+                vrn_log(static_cast<std::uint32_t>(level), __VA_ARGS__);      \
+        }                                                                     \
     } while (0)
 
 // Writes one message to the built-in sink; VRN_LOG is the caller.
 void vrn_log(std::uint32_t level, const char *format, ...) __attribute__((format(printf, 2, 3)));
+void vrn_vlog(std::uint32_t level, const char *format, std::va_list arguments)
+    __attribute__((format(printf, 2, 0)));
 
 // Starts the standard error sink at the level of VRN_API_LOG_LEVEL; unset or unparsable is 0.
 void vrn_log_init_from_env();
@@ -76,6 +76,12 @@ std::uint32_t vrn_log_set_level(std::uint32_t level);
 
 void vrn_log_register_callback(vrn_log_callback_t callback, std::uint32_t level);
 vrn_log_callback_t vrn_log_get_callback();
+
+// Gives the messages of the calling thread to `taker` and to no sink, until the next call; null
+// ends that. Returns the taker before. vrn::LogCapture is the convenient form.
+vrn_log_callback_t vrn_log_set_thread_taker(vrn_log_callback_t taker);
+// The thread's taker or else the registered callback; null when the built-in sink takes messages.
+vrn_log_callback_t vrn_log_taker_of_thread();
 
 // The caller ends the snapshot with free(); null when out of memory.
 vrn_log_state_t *vrn_log_export_state();

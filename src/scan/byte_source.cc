@@ -1,0 +1,204 @@
+#include "scan/byte_source.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace vrn {
+
+namespace {
+
+// 15 bits of window plus 16: gzip framing only.
+constexpr int gzip_window_bits = 31;
+constexpr std::uint8_t gzip_magic[] = {0x1F, 0x8B};
+
+bool begins_gzip(Bytes input) {
+    return input.size() >= sizeof gzip_magic &&
+           std::memcmp(input.data(), gzip_magic, sizeof gzip_magic) == 0;
+}
+
+uInt to_zlib_size(std::size_t size) {
+    return static_cast<uInt>(std::min<std::size_t>(size, std::numeric_limits<uInt>::max()));
+}
+
+}  // namespace
+
+std::unique_ptr<ByteSource> ByteSource::open_path(const char *path) {
+    std::unique_ptr<ByteSource> source(new (std::nothrow) ByteSource);
+    if (!source) return nullptr;
+    source->descriptor_ = open(path, O_RDONLY | O_CLOEXEC);
+    if (source->descriptor_ < 0) return nullptr;
+    source->owns_descriptor_ = true;
+    return source;
+}
+
+std::unique_ptr<ByteSource> ByteSource::open_descriptor(int descriptor) {
+    std::unique_ptr<ByteSource> source(new (std::nothrow) ByteSource);
+    if (source) source->descriptor_ = descriptor;
+    return source;
+}
+
+std::unique_ptr<ByteSource> ByteSource::open_memory(Bytes bytes) {
+    std::unique_ptr<ByteSource> source(new (std::nothrow) ByteSource);
+    if (!source) return nullptr;
+    source->input_ = bytes;
+    source->input_ended_ = true;
+    return source;
+}
+
+ByteSource::~ByteSource() {
+    if (form_ == Form::gzip) inflateEnd(&stream_);
+    if (owns_descriptor_) close(descriptor_);
+}
+
+std::size_t ByteSource::read(void *to, std::size_t size) {
+    auto *place = static_cast<std::uint8_t *>(to);
+    std::size_t left = size;
+    while (left > 0) {
+        if (!ready_.empty()) {
+            const std::size_t count = std::min(left, ready_.size());
+            std::memcpy(place, ready_.data(), count);
+            ready_ = ready_.subspan(count);
+            place += count;
+            left -= count;
+        } else if (state_ != State::open) {
+            given_ = state_;
+            break;
+        } else if (left >= buffer_size) {
+            const std::size_t count = produce(place, left);
+            place += count;
+            left -= count;
+        } else {
+            ready_ = {made_, produce(made_, buffer_size)};
+        }
+    }
+    position_ += size - left;
+    return size - left;
+}
+
+const char *ByteSource::error_text() const {
+    return stream_text_ && error_number_ == 0 ? stream_text_ : std::strerror(error_number_);
+}
+
+// Up to `size` bytes; none when the file ends here, which sets the state.
+std::size_t ByteSource::produce(std::uint8_t *to, std::size_t size) {
+    if (form_ == Form::unknown && !find_form()) return 0;
+    return form_ == Form::gzip ? inflate_to(to, size) : copy_to(to, size);
+}
+
+bool ByteSource::find_form() {
+    refill_input();
+    if (begins_gzip(input_)) return begin_gzip();
+    form_ = Form::plain;
+    return true;
+}
+
+bool ByteSource::begin_gzip() {
+    errno = 0;
+    if (inflateInit2(&stream_, gzip_window_bits) != Z_OK) {
+        fail("out of memory");
+        return false;
+    }
+    form_ = Form::gzip;
+    is_in_member_ = true;
+    return true;
+}
+
+std::size_t ByteSource::copy_to(std::uint8_t *to, std::size_t size) {
+    if (input_.empty()) {
+        const std::size_t count = load(to, size);
+        if (count == 0) end_input(State::ended);
+        return count;
+    }
+    const std::size_t count = std::min(size, input_.size());
+    std::memcpy(to, input_.data(), count);
+    input_ = input_.subspan(count);
+    return count;
+}
+
+std::size_t ByteSource::inflate_to(std::uint8_t *to, std::size_t size) {
+    std::size_t got = 0;
+    while (got < size && state_ == State::open) {
+        if (!is_in_member_) {
+            begin_next_member();
+            continue;
+        }
+        if (input_.empty()) refill_input();
+        if (input_.empty()) {
+            stream_text_ = "unexpected end of file";
+            end_input(State::cut_short);
+            break;
+        }
+        got += inflate_some(to + got, size - got);
+    }
+    return got;
+}
+
+void ByteSource::begin_next_member() {
+    if (input_.size() < sizeof gzip_magic) refill_input();
+    if (!begins_gzip(input_)) {
+        end_input(State::ended);
+        return;
+    }
+    inflateReset(&stream_);
+    is_in_member_ = true;
+}
+
+std::size_t ByteSource::inflate_some(std::uint8_t *to, std::size_t size) {
+    const uInt offered = to_zlib_size(input_.size());
+    const uInt room = to_zlib_size(size);
+    stream_.next_in = const_cast<Bytef *>(input_.data());
+    stream_.avail_in = offered;
+    stream_.next_out = to;
+    stream_.avail_out = room;
+    errno = 0;
+    const int result = inflate(&stream_, Z_NO_FLUSH);
+    input_ = input_.subspan(offered - stream_.avail_in);
+    if (result == Z_STREAM_END) is_in_member_ = false;
+    if (result == Z_MEM_ERROR) fail("out of memory");
+    if (result == Z_DATA_ERROR) fail(stream_.msg ? stream_.msg : "compressed data error");
+    if (result == Z_STREAM_ERROR || result == Z_NEED_DICT)
+        fail("internal error: inflate stream corrupt");
+    return room - stream_.avail_out;
+}
+
+// Raw bytes that are left stay in front.
+void ByteSource::refill_input() {
+    if (input_ended_) return;
+    if (!input_.empty()) std::memmove(raw_, input_.data(), input_.size());
+    input_ = {raw_, input_.size() + load(raw_ + input_.size(), buffer_size - input_.size())};
+}
+
+// Reads until `size` bytes are there, the input ends or reading fails, which counts when the bytes
+// before it are used up.
+std::size_t ByteSource::load(std::uint8_t *to, std::size_t size) {
+    std::size_t got = 0;
+    while (got < size && !input_ended_) {
+        const ssize_t count = ::read(descriptor_, to + got, size - got);
+        if (count > 0) got += static_cast<std::size_t>(count);
+        if (count == 0) input_ended_ = true;
+        if (count >= 0 || errno == EINTR) continue;
+        error_number_ = errno;
+        input_ended_ = true;
+    }
+    return got;
+}
+
+// No raw bytes are left: the file is at its end unless it was reading that failed.
+void ByteSource::end_input(State state) {
+    state_ = error_number_ == 0 ? state : State::failed;
+}
+
+// `stream_text` is shown where errno says nothing.
+void ByteSource::fail(const char *stream_text) {
+    error_number_ = errno;
+    stream_text_ = stream_text;
+    state_ = State::failed;
+}
+
+}  // namespace vrn

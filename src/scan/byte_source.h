@@ -1,0 +1,86 @@
+// The bytes of a data file: plain, or compressed with gzip, whatever the file's name says.
+#pragma once
+
+#include <zlib.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "utils/byte_reader.h"
+
+namespace vrn {
+
+// Reads a file from its start to its end and decompresses it when it begins like a gzip stream.
+// Members that follow each other read as one; bytes after a member that begin no other are
+// ignored. A file of one byte is plain.
+class ByteSource {
+  public:
+    enum class State : std::uint8_t {
+        open,       // more may come
+        ended,      // the last byte was given
+        cut_short,  // the same, and the gzip stream has no end
+        failed,     // error_text() says why
+    };
+
+    // Null when memory runs out or the file can't be opened; errno tells. A folder opens, and fails
+    // when it is read.
+    static std::unique_ptr<ByteSource> open_path(const char *path);
+    // Reads from where `descriptor` stands; it is borrowed and stays open.
+    static std::unique_ptr<ByteSource> open_descriptor(int descriptor);
+    // `bytes` are borrowed and must outlive the source.
+    static std::unique_ptr<ByteSource> open_memory(Bytes bytes);
+
+    ~ByteSource();
+    ByteSource(const ByteSource &) = delete;
+    ByteSource &operator=(const ByteSource &) = delete;
+
+    // Fills `to` with the next bytes and returns their number, which is below `size` only when the
+    // file ends or fails behind them: what came before a fault is never lost.
+    std::size_t read(void *to, std::size_t size);
+
+    // Not `open` only after a read that gave less than it was asked for.
+    State state() const { return given_; }
+    bool is_compressed() const { return form_ == Form::gzip; }
+    // Bytes given so far.
+    std::uint64_t position() const { return position_; }
+    // Why reading failed or, of a stream that is cut short, what zlib says to it; the text of errno
+    // 0 otherwise. Valid until the source ends.
+    const char *error_text() const;
+
+  private:
+    enum class Form : std::uint8_t { unknown, plain, gzip };
+    static constexpr std::size_t buffer_size = 32768;
+
+    ByteSource() = default;
+
+    std::size_t produce(std::uint8_t *to, std::size_t size);
+    bool find_form();
+    bool begin_gzip();
+    std::size_t copy_to(std::uint8_t *to, std::size_t size);
+    std::size_t inflate_to(std::uint8_t *to, std::size_t size);
+    void begin_next_member();
+    std::size_t inflate_some(std::uint8_t *to, std::size_t size);
+    void refill_input();
+    std::size_t load(std::uint8_t *to, std::size_t size);
+    void end_input(State state);
+    void fail(const char *stream_text);
+
+    int descriptor_ = -1;  // -1: all input is in `input_`
+    bool owns_descriptor_ = false;
+    bool input_ended_ = false;
+    Form form_ = Form::unknown;
+    State state_ = State::open;  // of what was made; `ready_` may still hold bytes of it
+    State given_ = State::open;  // of what was given
+    bool is_in_member_ = false;
+    int error_number_ = 0;
+    const char *stream_text_ = nullptr;  // zlib's words
+    std::uint64_t position_ = 0;
+    Bytes input_;  // raw bytes that were read and not used yet
+    Bytes ready_;  // bytes that were made and not given yet
+    z_stream stream_{};
+    std::uint8_t raw_[buffer_size];
+    std::uint8_t made_[buffer_size];
+};
+
+}  // namespace vrn
