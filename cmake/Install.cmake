@@ -3,6 +3,9 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+include(InstallHeaders)
+include(PublicHeaders)
+
 set(VRN_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/vrn)
 set(VRN_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/vrn)
 
@@ -10,14 +13,11 @@ set(VRN_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/vrn)
 function(vrn_install_libraries interface)
     foreach(target ${interface} ${ARGN})
         target_include_directories(${target} INTERFACE
-            $<INSTALL_INTERFACE:${VRN_INSTALL_INCLUDEDIR}>)
+            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     endforeach()
     install(TARGETS ${interface} ${ARGN} EXPORT vrnTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-    install(DIRECTORY ${CMAKE_SOURCE_DIR}/src/ DESTINATION ${VRN_INSTALL_INCLUDEDIR}
-        FILES_MATCHING PATTERN "*.h" PATTERN "reader" EXCLUDE)
-    install(FILES ${CMAKE_BINARY_DIR}/src/generated/vrn_version.h
-        DESTINATION ${VRN_INSTALL_INCLUDEDIR})
+    vrn_install_headers(${VRN_INSTALL_INCLUDEDIR} ${VRN_PUBLIC_HEADERS})
     install(EXPORT vrnTargets NAMESPACE vrn:: DESTINATION ${VRN_INSTALL_CMAKEDIR})
 
     list(TRANSFORM ARGN PREPEND "-l" OUTPUT_VARIABLE VRN_PC_LIBS)

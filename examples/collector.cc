@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "data/schema/schema_json.h"
-#include "data/text/json_template.h"
-#include "data/time.h"
-#include "data/writer/schema_writer.h"
+#include <vrn/data/schema/schema_json.h>
+#include <vrn/data/text/json_template.h>
+#include <vrn/data/time.h>
+#include <vrn/data/writer/schema_writer.h>
 #include "fan_page.h"
 
 namespace {

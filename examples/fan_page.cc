@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "data/block.h"
-#include "data/magic.h"
+#include <vrn/data/block.h>
+#include <vrn/data/magic.h>
 
 void put_bytes(vrn_data_page_t *page, const void *bytes, std::size_t size) {
     void *space = nullptr;

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "data/data_page.h"
+#include <vrn/data/data_page.h>
 #include "sensor.h"
 
 // Adds `size` bytes to the page, if it has room for them.

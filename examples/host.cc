@@ -1,10 +1,10 @@
 // host PAGE DIR TAGS: stores the shared page of a collector below DIR when its tag is one of TAGS.
 #include <cstdlib>
 
-#include "data/shared_page.h"
-#include "data/writer/data_writer.h"
+#include <vrn/data/shared_page.h>
+#include <vrn/data/writer/data_writer.h>
+#include <vrn/utils/log.h>
 #include "sensor.h"
-#include "utils/log.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "data/block.h"
-#include "data/selection/name_tables.h"
+#include <vrn/data/block.h>
+#include <vrn/data/selection/name_tables.h>
 #include "fan_page.h"
 
 namespace {

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "data/data_page.h"
-#include "data/schema/type_system.h"
+#include <vrn/data/data_page.h>
+#include <vrn/data/schema/type_system.h>
 
 // Describes the counters in the counters schema of `types`. False after an error line.
 bool add_nic_schema(vrn_type_system_t *types);

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "data/serial/influx_serializer.h"
+#include <vrn/data/serial/influx_serializer.h>
 #include "fan_page.h"
 #include "nic_page.h"
 

@@ -1,8 +1,8 @@
 #include "sensor.h"
 
-#include "data/schema/schema_registration.h"
-#include "data/selection/name_tables.h"
-#include "data/version.h"
+#include <vrn/data/schema/schema_registration.h>
+#include <vrn/data/selection/name_tables.h>
+#include <vrn/data/version.h>
 
 const vrn_schema_t *add_fan_schema(vrn_type_system_t *types) {
     vrn_schema_t *schema =

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "data/schema/schema.h"
-#include "data/schema/type_system.h"
+#include <vrn/data/schema/schema.h>
+#include <vrn/data/schema/type_system.h>
 
 inline constexpr std::uint32_t chunk_size = 4096;
 

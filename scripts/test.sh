@@ -12,7 +12,7 @@ sources() { git ls-files -- '*.cc' '*.h' | grep -v '\.h\.in$'; }
 echo "== formatting"
 sources | xargs clang-format --dry-run --Werror
 
-echo "== lint of the chart page's scripts"
+echo "== lint of the chart page's scripts and of node scripts"
 npm run --silent lint
 
 echo "== build"

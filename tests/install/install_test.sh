@@ -7,8 +7,14 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
 cmake --install "$build" --prefix "$prefix" >/dev/null
-cp -r "$source/examples" "$work/examples"
 
+# Each public header is enough by itself, and names no file that isn't installed.
+(cd "$prefix/include" && find vrn -name '*.h' ! -name parson.h) |
+    xargs -P "$(nproc)" -I{} sh -c 'echo "#include <{}>" |
+        ${CXX:-c++} -std=c++20 -fsyntax-only -Wall -Wextra -I"$0" -I"$0/vrn/third_party" -x c++ -' \
+        "$prefix/include"
+
+cp -r "$source/examples" "$work/examples"
 cmake -S "$work/examples" -B "$work/package" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$work/package" >/dev/null
