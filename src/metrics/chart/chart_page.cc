@@ -4,12 +4,12 @@
 #include <array>
 #include <exception>
 #include <string>
-#include <string_view>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "metrics/chart/chart_data.h"
+#include "metrics/chart/page_text.h"
 #include "utils/log.h"
 
 namespace vrn::metrics {
@@ -85,27 +85,10 @@ std::vector<MetricOption> metric_options(const MetricsCatalog &catalog,
     return options;
 }
 
-std::string html_escape(std::string_view text) {
-    std::string escaped;
-    for (const char c : text) {
-        if (c == '&')
-            escaped += "&amp;";
-        else if (c == '<')
-            escaped += "&lt;";
-        else if (c == '>')
-            escaped += "&gt;";
-        else if (c == '\r')
-            escaped += "&#13;";  // browsers read a plain one as a newline
-        else
-            escaped += c;
-    }
-    return escaped;
-}
-
 void write_selectors(std::ostream &out, const std::vector<MetricOption> &options) {
     out << metric_selector_begin;
     for (const MetricOption &option : options) {
-        out << "<option value=\"" << option.metric_id << "\">" << html_escape(option.name)
+        out << "<option value=\"" << option.metric_id << "\">" << markup_text(option.name)
             << "</option>\n";
     }
     out << label_selector;

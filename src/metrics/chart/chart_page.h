@@ -17,9 +17,10 @@ namespace vrn::metrics {
 // data: what can't be shown is left out, after an error line where it is a metric without a name or
 // a histogram. Failures of the stream stay in its state. `argument` isn't used.
 //
-// Label texts stand in JavaScript strings as they are: one with a quote, a backslash or a newline
-// makes a page whose scripts don't run. Labels from sources that aren't trusted can run scripts in
-// the browser of whoever opens the page.
+// Label texts stand in JavaScript strings as the store has them: one with a quote, a backslash or a
+// newline makes a page whose scripts don't run, or runs scripts of its own. A host whose labels
+// come from others keeps them in the form that the page takes, by set_label_form(script_text) of
+// its store (metrics/chart/page_text.h).
 template <typename Store>
 void write_chart_page(std::ostream &out, const Store &store, std::uint64_t argument,
                       const ChartScripts &scripts = chart_scripts);

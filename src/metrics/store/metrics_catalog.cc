@@ -64,8 +64,8 @@ std::vector<std::uint64_t> MetricsCatalog::intern(const std::vector<std::string>
 std::uint64_t MetricsCatalog::intern_labels(const LabelMap &labels) {
     LabelIds ids;
     for (const auto &[name, value] : labels) {
-        const std::uint64_t value_id = intern(value);
-        ids[intern(name)] = value_id;
+        const std::uint64_t value_id = intern_label(value);
+        ids[intern_label(name)] = value_id;
     }
     return register_label_set(std::move(ids));
 }

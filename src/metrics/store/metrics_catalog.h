@@ -8,6 +8,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -51,6 +52,10 @@ class MetricsCatalog {
     // Registers the set of these labels; returns its hash. Each call adds one use of every name and
     // value. Sets are told apart by the iteration order of their ids, too.
     std::uint64_t intern_labels(const LabelMap &labels);
+
+    // From now on intern_labels() keeps names and values in the form that `form` gives them, which
+    // differs for texts that differ. At the start they stay as they are.
+    void set_label_form(std::string (*form)(std::string_view text)) { label_form_ = form; }
 
     // As if the set of this hash had been interned `count` times more. Unknown sets are ignored.
     void add_label_uses(std::uint64_t label_set, std::uint64_t count);
@@ -142,6 +147,13 @@ class MetricsCatalog {
     std::unique_ptr<FootprintLogger> footprint_logger_;
     std::uint64_t used_bytes_ = 0;  // by series and label sets
     std::uint64_t max_bytes_ = std::numeric_limits<std::uint64_t>::max();
+
+  private:
+    std::uint64_t intern_label(const std::string &text) {
+        return label_form_ ? intern(label_form_(text)) : intern(text);
+    }
+
+    std::string (*label_form_)(std::string_view text) = nullptr;
 };
 
 }  // namespace vrn::metrics

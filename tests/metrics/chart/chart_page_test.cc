@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "metrics/chart/chart_data.h"
+#include "metrics/chart/page_text.h"
 #include "support/test.h"
 
 namespace vrn::test {
@@ -76,11 +77,13 @@ TEST(ChartPage, IsTheGoldenPage) {
     EXPECT_EQ(log.take(), Lines{});
 }
 
-TEST(ChartPage, KeepsReturnsInNames) {
+TEST(ChartPage, TakesLabelsInTheFormOfTheStore) {
     MetricsHistory store;
-    store.set_default_capacity(1);
-    series<long>(store, "a \r\nb").push(1'000, 1);
-    EXPECT_NE(page_of(store).find(">a &#13;\nb</option>"), std::string::npos);
+    store.set_label_form(script_text);
+    series<long>(store, "it's", {{"it's", "</script>"}}).push(1'000, 1);
+    const std::string page = page_of(store);
+    EXPECT_THAT(page, HasSubstr("  label: 'it\\u0027s=\\u003c/script>',\n"));
+    EXPECT_THAT(page, HasSubstr(">it's</option>"));
 }
 
 TEST(ChartPage, LeavesOutWhatItCanNotShow) {
