@@ -1,6 +1,8 @@
 #include "metrics/store/histogram_store.h"
 
 #include <algorithm>
+#include <iterator>
+#include <stdexcept>
 #include <utility>
 
 #include "metrics/store/histogram_names.h"
@@ -17,68 +19,29 @@ struct HistogramSamples {
     std::vector<HistogramBuckets> values;
 };
 
+constexpr DerivativeType all_kinds[] = {DerivativeType::bucket, DerivativeType::sum,
+                                        DerivativeType::count};
+
 // The derivatives that a name asks for.
 std::vector<DerivativeType> kinds_of(const std::string &name) {
     if (is_derivative_name(name)) return {get_derivative_type(name)};
-    return {DerivativeType::bucket, DerivativeType::sum, DerivativeType::count};
+    return {std::begin(all_kinds), std::end(all_kinds)};
 }
 
-// Fills a store with the series derived from histograms of one base name.
+// Pushes what is derived from histograms of one base name into a store.
 template <typename Store>
-class Derivation {
+class DerivedSeries {
   public:
-    Derivation(const Store &source, std::string base, const std::vector<DerivativeType> &kinds,
-               Store *derived)
-        : source_(source),
-          base_(std::move(base)),
-          kinds_(kinds),
-          derived_(derived),
-          le_(derived->intern("le")),
-          overflow_(derived->intern("+Inf")) {}
+    DerivedSeries(std::string base, Store *store)
+        : base_(std::move(base)),
+          store_(store),
+          le_(store->intern("le")),
+          overflow_(store->intern("+Inf")) {}
 
-    void derive(std::uint64_t t0, std::uint64_t t1) {
-        const auto *table = source_.template find_table<HistogramBuckets>();
-        if (!table) return;
-        for (const auto &[metric_id, series_by_labels] : table->metrics) {
-            if (strip_derivative_suffix(source_.symbols().lookup(metric_id)) != base_) continue;
-            for (const auto &[label_set, series] : series_by_labels) {
-                const LabelIds labels = translate_labels(label_set);
-                HistogramSamples samples;
-                series.copy(series.range(t0, t1), &samples.timestamps, &samples.values);
-                if (samples.timestamps.empty()) continue;
-                for (const DerivativeType kind : kinds_) derive_kind(kind, labels, samples);
-            }
-        }
-    }
-
-  private:
-    // The labels of a set of the source, with the ids of the derived store.
-    LabelIds translate_labels(std::uint64_t label_set) {
-        LabelIds source_labels;
-        LabelIds labels;
-        if (!source_.find_label_set(label_set, &source_labels))
-            VRN_LOG(VRN_LOG_DEBUG, "[vrn typed metrics data] No labels found for label_set_id: %lu",
-                    label_set);
-        for (const auto &[name_id, value_id] : source_labels) {
-            try {
-                const std::string &name = source_.symbols().lookup(name_id);
-                const std::string &value = source_.symbols().lookup(value_id);
-                const std::uint64_t derived_name = derived_->intern(name);
-                labels[derived_name] = derived_->intern(value);
-                VRN_LOG(VRN_LOG_DEBUG, "[vrn typed metrics data] Translated label: %s=%s",
-                        name.c_str(), value.c_str());
-            } catch (const SymbolTable::SymbolNotFoundError &error) {
-                VRN_LOG(VRN_LOG_WARNING,
-                        "[vrn typed metrics data] Could not translate histogram label: %s",
-                        error.what());
-            }
-        }
-        return labels;
-    }
-
-    void derive_kind(DerivativeType kind, const LabelIds &labels, const HistogramSamples &samples) {
+    // The ids of `labels` are those of the store. There are samples.
+    void push(DerivativeType kind, const LabelIds &labels, const HistogramSamples &samples) {
         const std::string name = get_derivative_name(base_, kind);
-        const std::uint64_t metric_id = derived_->intern(name);
+        const std::uint64_t metric_id = store_->intern(name);
         VRN_LOG(VRN_LOG_DEBUG,
                 "[vrn typed metrics data] Generating histogram derivative: %s (type: %u)",
                 name.c_str(), static_cast<std::uint32_t>(kind));
@@ -94,11 +57,12 @@ class Derivation {
                 name.c_str());
     }
 
+  private:
     template <typename T>
     void push_all(std::uint64_t metric_id, const LabelIds &labels, const HistogramSamples &samples,
                   StoredValue<T> HistogramBuckets::*value) {
         auto &series =
-            derived_->template get_series<T>(metric_id, derived_->register_label_set(labels));
+            store_->template get_series<T>(metric_id, store_->register_label_set(labels));
         for (std::size_t i = 0; i < samples.values.size(); ++i)
             series.push(samples.timestamps[i], samples.values[i].*value);
     }
@@ -109,7 +73,7 @@ class Derivation {
         std::vector<typename Store::template Series<UInt64Tag> *> series;
         for (const Bucket &bucket : samples.values.front().buckets)
             series.push_back(&bucket_series(
-                metric_id, labels, derived_->intern(format_bucket_bound(bucket.upper_bound))));
+                metric_id, labels, store_->intern(format_bucket_bound(bucket.upper_bound))));
         auto &overflow_series = bucket_series(metric_id, labels, overflow_);
         for (std::size_t i = 0; i < samples.values.size(); ++i) {
             const HistogramBuckets &value = samples.values[i];
@@ -122,22 +86,84 @@ class Derivation {
 
     auto &bucket_series(std::uint64_t metric_id, LabelIds labels, std::uint64_t bound) {
         labels[le_] = bound;
-        return derived_->template get_series<UInt64Tag>(
-            metric_id, derived_->register_label_set(std::move(labels)));
+        return store_->template get_series<UInt64Tag>(
+            metric_id, store_->register_label_set(std::move(labels)));
     }
 
-    const Store &source_;
     std::string base_;
-    const std::vector<DerivativeType> &kinds_;
-    Store *derived_;
+    Store *store_;
     std::uint64_t le_;
     std::uint64_t overflow_;
 };
+
+// The labels of a set of `source` with the ids that they have in `derived`.
+template <typename Store>
+LabelIds translate_labels(const Store &source, std::uint64_t label_set, Store *derived) {
+    LabelIds source_labels;
+    LabelIds labels;
+    if (!source.find_label_set(label_set, &source_labels))
+        VRN_LOG(VRN_LOG_DEBUG, "[vrn typed metrics data] No labels found for label_set_id: %lu",
+                label_set);
+    for (const auto &[name_id, value_id] : source_labels) {
+        try {
+            const std::string &name = source.symbols().lookup(name_id);
+            const std::string &value = source.symbols().lookup(value_id);
+            const std::uint64_t derived_name = derived->intern(name);
+            labels[derived_name] = derived->intern(value);
+            VRN_LOG(VRN_LOG_DEBUG, "[vrn typed metrics data] Translated label: %s=%s", name.c_str(),
+                    value.c_str());
+        } catch (const SymbolTable::SymbolNotFoundError &error) {
+            VRN_LOG(VRN_LOG_WARNING,
+                    "[vrn typed metrics data] Could not translate histogram label: %s",
+                    error.what());
+        }
+    }
+    return labels;
+}
+
+// Derives from all histograms of `source` with this base name.
+template <typename Store>
+void derive(const Store &source, const std::string &base, const std::vector<DerivativeType> &kinds,
+            std::uint64_t t0, std::uint64_t t1, Store *derived) {
+    DerivedSeries<Store> derived_series(base, derived);
+    const auto *table = source.template find_table<HistogramBuckets>();
+    if (!table) return;
+    for (const auto &[metric_id, series_by_labels] : table->metrics) {
+        if (strip_derivative_suffix(source.symbols().lookup(metric_id)) != base) continue;
+        for (const auto &[label_set, series] : series_by_labels) {
+            const LabelIds labels = translate_labels(source, label_set, derived);
+            HistogramSamples samples;
+            series.copy(series.range(t0, t1), &samples.timestamps, &samples.values);
+            if (samples.timestamps.empty()) continue;
+            for (const DerivativeType kind : kinds) derived_series.push(kind, labels, samples);
+        }
+    }
+}
+
+// The others are stored where one can't be, which is when its name is that of another metric.
+template <typename Store>
+void store_derived(const Histogram &histogram, Store *store) {
+    LabelIds labels;
+    store->find_label_set(histogram.label_set_id, &labels);
+    const HistogramSamples samples = {{histogram.timestamp},
+                                      {{histogram.buckets, histogram.sum, histogram.count}}};
+    DerivedSeries<Store> derived_series(strip_derivative_suffix(histogram.name), store);
+    for (const DerivativeType kind : all_kinds) {
+        try {
+            derived_series.push(kind, labels, samples);
+        } catch (const std::runtime_error &error) {
+            VRN_LOG(VRN_LOG_ERROR,
+                    "[vrn typed metrics data] Failed to derive from histogram %s: %s",
+                    histogram.name.c_str(), error.what());
+        }
+    }
+}
 
 }  // namespace
 
 template <typename Store>
 void store_histogram(const Histogram &histogram, Store *store) {
+    if (store->derives_histograms()) return store_derived(histogram, store);
     const std::uint64_t metric_id = store->intern(histogram.name);
     store->template get_series<HistogramBuckets>(metric_id, histogram.label_set_id)
         .push(histogram.timestamp, {histogram.buckets, histogram.sum, histogram.count});
@@ -166,7 +192,7 @@ void generate_histogram_derivative(std::unique_ptr<Store> *derived, const Store 
                                    const std::string &name, std::uint64_t t0, std::uint64_t t1) {
     *derived = std::make_unique<Store>(source.metric_capacities());
     const std::vector<DerivativeType> kinds = kinds_of(name);
-    Derivation<Store>(source, strip_derivative_suffix(name), kinds, derived->get()).derive(t0, t1);
+    derive(source, strip_derivative_suffix(name), kinds, t0, t1, derived->get());
     VRN_LOG(VRN_LOG_DEBUG,
             "[vrn typed metrics data] Generated histogram derivative data for: '%s' with %zu "
             "derivatives",

@@ -103,6 +103,11 @@ class MetricsCatalog {
     bool register_types() const { return register_types_; }
     void set_register_types(bool register_types) { register_types_ = register_types; }
 
+    // Whether histograms are stored as the plain series derived from them, which is what charts
+    // show; not set at the start.
+    bool derives_histograms() const { return derives_histograms_; }
+    void set_derives_histograms(bool derives) { derives_histograms_ = derives; }
+
     // Samples in the buffers of new series.
     std::uint64_t default_capacity() const { return default_capacity_; }
     void set_default_capacity(std::uint64_t capacity) { default_capacity_ = capacity; }
@@ -154,6 +159,7 @@ class MetricsCatalog {
     }
 
     std::string (*label_form_)(std::string_view text) = nullptr;
+    bool derives_histograms_ = false;
 };
 
 }  // namespace vrn::metrics

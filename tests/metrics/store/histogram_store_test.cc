@@ -88,6 +88,25 @@ TEST(HistogramStore, DerivesPlainSeries) {
               (Lines{inf + " 4=5", half + " 4=4", count + " 4=5", sum + " 4=2.5"}));
 }
 
+TEST(HistogramStore, AStoreMayTakeThemAsTheirDerivedSeries) {
+    MetricsHistory derived;
+    derived.set_default_capacity(10);
+    derived.set_derives_histograms(true);
+    const std::uint64_t a = derived.intern_labels({{"port", "1"}});
+    derived.get_series<data::metrics::UInt64Tag>(derived.intern("odd_sum"), a).push(1, 1);
+    CapturedLog log;
+    fill(&derived);
+    store(&derived, 5, {}, a, "odd");
+    const std::string two = "lat_bucket{disk=sda|le=2.000000} G";
+    EXPECT_EQ(shown(derived),
+              (Lines{inf + " 1=4 2=6 3=9 4=5", half + " 1=1 2=2 3=3 4=4", one + " 1=3 2=5 3=7",
+                     two + " 3=8", count + " 1=4 2=6 3=9 4=5", sum + " 1=2 2=3 3=4.5 4=2.5",
+                     "odd_bucket{le=+Inf|port=1} G 5=0", "odd_count{port=1} G 5=0",
+                     "odd_sum{port=1} G 1=1"}));
+    EXPECT_EQ(log.take(), Lines{"3 [vrn typed metrics data] Failed to derive from histogram odd: "
+                                "Type mismatch for metric 'odd_sum'"});
+}
+
 TEST(HistogramStore, BoundsOfOneTextShareASeries) {
     MetricsHistory source(roomy);
     source.set_default_capacity(10);
