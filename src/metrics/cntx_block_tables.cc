@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "metrics/metrics_parser.h"
+#include "metrics/table_sections.h"
 
 namespace vrn::metrics {
 
@@ -14,7 +15,8 @@ CntxBlockTables CntxBlockTables::parse(Bytes block) {
         tables.label_set_hashes[id] = boost::hash_range(names.begin(), names.end());
     rest = VrnMetricsParser::parse_label_values_section(rest, &tables.label_values);
     rest = VrnMetricsParser::parse_metric_names_section(rest, &tables.metric_names);
-    VrnMetricsParser::parse_histogram_sections(rest, tables.label_values, &tables.histograms);
+    tables.has_all_histograms =
+        read_histogram_sections(&rest, tables.label_values, &tables.histograms);
     tables.constant_labels = VrnMetricsParser::parse_constant_labels(block);
     return tables;
 }

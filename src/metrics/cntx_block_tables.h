@@ -22,6 +22,7 @@ struct CntxBlockTables {
     std::vector<std::string> label_values;
     std::vector<std::string> metric_names;
     HistogramSet histograms;
+    bool has_all_histograms = true;  // false: those from a malformed section on are missing
     LabelMap constant_labels;
 
     // Reads the tables of the block that fills `block`. Throws std::runtime_error when a section

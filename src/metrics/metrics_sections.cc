@@ -74,6 +74,17 @@ Bytes read_string_section(Bytes range, std::string_view prefix, std::string_view
     return hit.last(reader.remaining());
 }
 
+bool read_histogram_sections(Bytes *range, const std::vector<std::string> &label_values,
+                             HistogramSet *histograms) {
+    try {
+        *range = histograms->parse_sections(*range, label_values);
+        return true;
+    } catch (const std::exception &error) {
+        VRN_LOG(VRN_LOG_ERROR, "[vrn metrics parser] Error parsing histograms: %s", error.what());
+        return false;
+    }
+}
+
 std::uint32_t VrnMetricsParser::find_cntx_total_size(Bytes range) {
     const Bytes hit = find_mark(range, "CNTX");
     if (hit.empty()) {
@@ -129,12 +140,9 @@ LabelMap VrnMetricsParser::parse_constant_labels(Bytes range) {
 Bytes VrnMetricsParser::parse_histogram_sections(Bytes range,
                                                  const std::vector<std::string> &label_values,
                                                  HistogramSet *histograms) {
-    try {
-        return histograms->parse_sections(range, label_values);
-    } catch (const std::exception &error) {
-        VRN_LOG(VRN_LOG_ERROR, "[vrn metrics parser] Error parsing histograms: %s", error.what());
-        return range;
-    }
+    Bytes rest = range;
+    read_histogram_sections(&rest, label_values, histograms);
+    return rest;
 }
 
 }  // namespace vrn::metrics

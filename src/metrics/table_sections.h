@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "metrics/histogram_set.h"
 #include "utils/byte_reader.h"
 
 namespace vrn::metrics {
@@ -27,5 +28,11 @@ bool read_string(ByteReader &reader, std::string_view *string);
 // As VrnMetricsParser::parse_string_section(); `strings` are views into the range.
 Bytes read_string_section(Bytes range, std::string_view prefix, std::string_view suffix,
                           std::vector<std::string_view> *strings);
+
+// Adds the histograms of all "HIST" sections of `range`, which becomes the bytes after the last
+// one. False after an error line for a malformed section, with `range` as it was; the histograms
+// before it stay.
+bool read_histogram_sections(Bytes *range, const std::vector<std::string> &label_values,
+                             HistogramSet *histograms);
 
 }  // namespace vrn::metrics

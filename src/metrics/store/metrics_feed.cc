@@ -187,6 +187,17 @@ class BlockFeed {
     std::unordered_map<std::string_view, LabelSet> label_sets_;  // by labels block
 };
 
+// False when a histogram was lost.
+template <typename Store>
+bool feed_block(Bytes block, const MetricFilter *filter, Store *store) {
+    const CntxBlockTables tables = CntxBlockTables::parse(block);
+    BlockFeed feed(tables, block.size(), filter, store);
+    feed.store_histograms();
+    const RecordSection section = find_record_section(block, TRAILER);
+    walk_records(section, [&](Bytes data) { return feed.store_record(data, section); });
+    return tables.has_all_histograms;
+}
+
 }  // namespace
 
 template <typename Store>
@@ -212,39 +223,45 @@ bool store_sample(std::uint32_t value_type, std::uint64_t value, const SampleCon
 
 template <typename Store>
 void parse_cntx_block_into_store(Bytes block, const MetricFilter *filter, Store *store) {
-    const CntxBlockTables tables = CntxBlockTables::parse(block);
-    BlockFeed feed(tables, block.size(), filter, store);
-    feed.store_histograms();
-    const RecordSection section = find_record_section(block, TRAILER);
-    walk_records(section, [&](Bytes data) { return feed.store_record(data, section); });
+    feed_block(block, filter, store);
+}
+
+template <typename Store>
+FeedResult feed_cntx_blocks(Bytes range, const MetricFilter *filter, Store *store) {
+    std::size_t blocks = 0;
+    FeedResult result = {.rest = range};
+    for (Bytes hit = find_mark(range, "CNTX"); !hit.empty(); hit = find_mark(result.rest, "CNTX")) {
+        if (hit.size() < block_header_size) {
+            ++result.damaged;
+            break;
+        }
+        const auto total_size = load_le<std::uint32_t>(hit.data() + MARK_SIZE);
+        if (total_size == 0) {  // would be found again and again
+            VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Invalid block size %u in CNTX block",
+                    total_size);
+            result.rest = hit.subspan(block_header_size);
+            ++result.damaged;
+            continue;
+        }
+        const std::size_t size = std::min<std::size_t>(total_size, hit.size());
+        result.rest = hit.subspan(size);
+        try {
+            result.damaged += feed_block(hit.first(size), filter, store) ? 0 : 1;
+            ++blocks;
+        } catch (const std::exception &error) {
+            VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Could not parse CNTX block %zu: %s",
+                    blocks + 1, error.what());
+            ++result.damaged;
+        }
+    }
+    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Processed %zu CNTX blocks", blocks);
+    return result;
 }
 
 template <typename Store>
 Bytes VrnMetricsParser::parse_cntx_blocks_into_store(Bytes range, const MetricFilter *filter,
                                                      Store *store) {
-    std::size_t blocks = 0;
-    Bytes rest = range;
-    for (Bytes hit = find_mark(rest, "CNTX"); hit.size() >= block_header_size;
-         hit = find_mark(rest, "CNTX")) {
-        const auto total_size = load_le<std::uint32_t>(hit.data() + MARK_SIZE);
-        if (total_size == 0) {  // would be found again and again
-            VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Invalid block size %u in CNTX block",
-                    total_size);
-            rest = hit.subspan(block_header_size);
-            continue;
-        }
-        const std::size_t size = std::min<std::size_t>(total_size, hit.size());
-        rest = hit.subspan(size);
-        try {
-            parse_cntx_block_into_store(hit.first(size), filter, store);
-            ++blocks;
-        } catch (const std::exception &error) {
-            VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Could not parse CNTX block %zu: %s",
-                    blocks + 1, error.what());
-        }
-    }
-    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Processed %zu CNTX blocks", blocks);
-    return rest;
+    return feed_cntx_blocks(range, filter, store).rest;
 }
 
 template bool store_sample(std::uint32_t, std::uint64_t, const SampleContext &,
@@ -253,6 +270,8 @@ template bool store_sample(std::uint32_t, std::uint64_t, const SampleContext &,
                            const MetricFilter *, MetricsCurrent *);
 template void parse_cntx_block_into_store(Bytes, const MetricFilter *, MetricsHistory *);
 template void parse_cntx_block_into_store(Bytes, const MetricFilter *, MetricsCurrent *);
+template FeedResult feed_cntx_blocks(Bytes, const MetricFilter *, MetricsHistory *);
+template FeedResult feed_cntx_blocks(Bytes, const MetricFilter *, MetricsCurrent *);
 template Bytes VrnMetricsParser::parse_cntx_blocks_into_store(Bytes, const MetricFilter *,
                                                               MetricsHistory *);
 template Bytes VrnMetricsParser::parse_cntx_blocks_into_store(Bytes, const MetricFilter *,

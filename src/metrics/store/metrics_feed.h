@@ -2,6 +2,7 @@
 // Every operation exists for both storage policies.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -30,5 +31,15 @@ bool store_sample(std::uint32_t value_type, std::uint64_t value, const SampleCon
 // std::runtime_error when the block is malformed; what was stored before the fault stays.
 template <typename Store>
 void parse_cntx_block_into_store(Bytes block, const MetricFilter *filter, Store *store);
+
+// What a range of blocks gave to a store.
+struct FeedResult {
+    Bytes rest;               // after the last block
+    std::size_t damaged = 0;  // blocks of which something was lost
+};
+
+// VrnMetricsParser::parse_cntx_blocks_into_store for callers that must know of damage.
+template <typename Store>
+FeedResult feed_cntx_blocks(Bytes range, const MetricFilter *filter, Store *store);
 
 }  // namespace vrn::metrics

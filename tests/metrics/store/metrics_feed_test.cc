@@ -147,7 +147,10 @@ TEST(MetricsFeed, GoesOnBehindABadBlock) {
     const std::string bad = with_bytes(good, "CNTD", 8 + 10, "x");
     CapturedLog log(7);
     MetricsHistory store;
-    EXPECT_EQ(feed(good + bad + bad + with_total_size("CNTX....", 0) + good + "CNTX", &store), 4u);
+    const std::string bytes = good + bad + bad + with_total_size("CNTX....", 0) + good + "CNTX";
+    const auto result = metrics::feed_cntx_blocks(ExactBytes(bytes), nullptr, &store);
+    EXPECT_EQ(result.rest.size(), 4u);
+    EXPECT_EQ(result.damaged, 4u);  // the last one is cut short
     Lines kept = log.take();
     std::erase_if(kept, [](const auto &line) { return line.find("CNTX block") == line.npos; });
     EXPECT_EQ(kept, (Lines{warning + "Could not parse CNTX block 2: invalid metric type",
@@ -279,6 +282,14 @@ TEST(MetricsFeed, StoresHistogramsUnderTheirLabels) {
     EXPECT_EQ(shown(store),
               (Lines{"lat{disk=sda|host=n1} G 9=2/4", "lat{disk=sdb|host=n1} G 9=2/4"}));
     EXPECT_EQ(store.metric_type("lat"), ValueType::histogram);
+
+    const std::string second_lost = with_bytes(builder.build(), "sdb", 3,
+                                               "hist"
+                                               "HIST");
+    const auto result = metrics::feed_cntx_blocks(ExactBytes(second_lost), nullptr, &store);
+    EXPECT_EQ(log.take(), Lines{error + "Error parsing histograms: Invalid binary data format: "
+                                        "Truncated 'HIST' section"});
+    EXPECT_EQ(result.damaged, 1u);
 }
 
 TEST(MetricsFeed, TakesTheHistogramsOfASeriesInTheirOrder) {
