@@ -1,27 +1,45 @@
 #include "utils/env.h"
 
+#include <unistd.h>
+
 #include <cctype>
 #include <cstdlib>
-#include <string>
 #include <string_view>
 
 #include "utils/log.h"
 
-const char *vrn_getenv(const char *name) {
-    constexpr std::string_view prefix = "VRN_";
-    const std::string_view given = name;
-    const std::string bare(given.starts_with(prefix) ? given.substr(prefix.size()) : given);
-    const std::string prefixed = std::string(prefix) + bare;
+namespace {
 
-    const char *bare_value = std::getenv(bare.c_str());
-    const char *prefixed_value = std::getenv(prefixed.c_str());
+constexpr std::string_view prefix = "VRN_";
+
+// Value of the variable that is called `bare` behind the prefix. The whole name is never put
+// together: memory can't run out here.
+const char *prefixed_value_of(std::string_view bare) {
+    for (char **entry = environ; entry && *entry; ++entry) {
+        std::string_view rest = *entry;
+        if (!rest.starts_with(prefix)) continue;
+        rest.remove_prefix(prefix.size());
+        if (!rest.starts_with(bare)) continue;
+        rest.remove_prefix(bare.size());
+        if (rest.starts_with('=')) return rest.data() + 1;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+const char *vrn_getenv(const char *name) {
+    const std::string_view given = name;
+    const char *bare = given.starts_with(prefix) ? name + prefix.size() : name;
+    const char *bare_value = std::getenv(bare);
+    const char *prefixed_value = prefixed_value_of(bare);
     if (!prefixed_value) return bare_value;
     // The start level is exempt: the message itself would need it.
     if (bare_value && std::string_view(bare_value) != prefixed_value &&
         given != "VRN_API_LOG_LEVEL")
-        VRN_LOG(VRN_LOG_WARNING, "[%s] Environment variables conflict - %s=%s and %s=%s. Using %s",
-                __func__, prefixed.c_str(), prefixed_value, bare.c_str(), bare_value,
-                prefixed.c_str());
+        VRN_LOG(VRN_LOG_WARNING,
+                "[%s] Environment variables conflict - VRN_%s=%s and %s=%s. Using VRN_%s", __func__,
+                bare, prefixed_value, bare, bare_value, bare);
     return prefixed_value;
 }
 

@@ -151,5 +151,5 @@ bool vrn_string_array_load_file(vrn_string_array_t **array, const char *path, co
         if (*text == '\0' || *text == '#') continue;
         if (!vrn_string_array_append(array, text)) return false;
     }
-    return true;
+    return std::feof(file.get()) != 0;
 }

@@ -41,5 +41,6 @@ vrn_string_array_t *vrn_string_array_from_csv(const char *text, std::size_t leng
 bool vrn_string_array_remove_duplicates(vrn_string_array_t **array, bool sorted);
 
 // Appends the trimmed lines of a file that are neither empty nor begin with '#'. `kind` names the
-// file in messages and may be null. False when the file can't be opened or memory runs out.
+// file in messages and may be null. False when the file can't be opened or read, or memory runs
+// out.
 bool vrn_string_array_load_file(vrn_string_array_t **array, const char *path, const char *kind);
