@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "utils/log.h"
+#include "utils/run_guarded.h"
 
 namespace {
 
@@ -47,7 +48,8 @@ const char *vrn_schema_provider_text(const vrn_schema_t *schema) {
 
 bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type) {
     if (schema->num_types == VRN_MAX_TYPES) return false;
-    type->has_repeated_names = has_repeated_names(*type);
+    const auto compare_names = [&] { type->has_repeated_names = has_repeated_names(*type); };
+    if (!vrn::run_guarded(compare_names)) return false;
     schema->types[schema->num_types++] = type.release();  // to the schema
     return true;
 }
@@ -85,7 +87,7 @@ bool vrn_schema_add_builtin_types(vrn_schema_t *schema) {
         if (!type) return false;
         type->builtin_id = id;
         type->size = vrn_builtin_type_size(id);
-        vrn_schema_append_type(schema, std::move(type));
+        if (!vrn_schema_append_type(schema, std::move(type))) return false;
     }
     return true;
 }

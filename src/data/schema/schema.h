@@ -24,7 +24,8 @@ using vrn_schema_ptr = vrn::CPtr<vrn_schema_t, vrn_schema_destroy>;
 // Provider name for messages: "<undefined>" when there is none.
 const char *vrn_schema_provider_text(const vrn_schema_t *schema);
 
-// Moves `type` into the next free place. False when all VRN_MAX_TYPES are taken.
+// Moves `type` into the next free place. False, the type destroyed, when all VRN_MAX_TYPES are
+// taken or out of memory.
 bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type);
 
 // First type called `name` in the schema, then in its parents, so that a schema's own type hides a

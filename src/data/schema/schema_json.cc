@@ -77,9 +77,14 @@ bool read_types(const JSON_Array *types, const vrn_provider_field_set_t *field_s
             VRN_LOG(VRN_LOG_ERROR, "Failed to deserialize type #%d from JSON array", number);
             return false;
         }
-        if (!vrn_schema_append_type(schema, std::move(type))) {
+        if (schema->num_types == VRN_MAX_TYPES) {
             VRN_LOG(VRN_LOG_ERROR, "Schema '%s' has more than %zu types", schema->provider_name,
                     VRN_MAX_TYPES);
+            return false;
+        }
+        if (!vrn_schema_append_type(schema, std::move(type))) {
+            VRN_LOG(VRN_LOG_ERROR, "Failed to add type #%d to the schema: %s", number,
+                    std::strerror(ENOMEM));
             return false;
         }
     }
@@ -141,7 +146,7 @@ vrn_schema_t *vrn_schema_load_from_file(const char *path, const vrn_schema_t *pa
     if (!schema) return nullptr;
     schema->parent = parent;
     if (!vrn_schema_link_types(schema.get())) return nullptr;
-    vrn_schema_refresh_digest(schema.get());
+    if (!vrn_schema_refresh_digest(schema.get())) return nullptr;
     return schema.release();  // to the caller
 }
 
@@ -150,7 +155,12 @@ bool vrn_schema_compute_digest(const vrn_schema_t *schema, vrn_schema_id_t *dige
     return value && vrn_md5_of_json(digest, value.get());
 }
 
-void vrn_schema_refresh_digest(vrn_schema_t *schema) {
-    vrn_schema_compute_digest(schema, &schema->md5_digest);
+bool vrn_schema_refresh_digest(vrn_schema_t *schema) {
+    if (schema->num_types > 0 && !vrn_schema_compute_digest(schema, &schema->md5_digest)) {
+        VRN_LOG(VRN_LOG_ERROR, "Failed to compute the id of schema '%s'",
+                vrn_schema_provider_text(schema));
+        return false;
+    }
     vrn_schema_id_format(&schema->md5_digest, schema->md5_digest_hex);
+    return true;
 }

@@ -28,5 +28,6 @@ vrn_schema_t *vrn_schema_load_from_file(const char *path, const vrn_schema_t *pa
 
 // The schema's id: MD5 of its pretty JSON text. False, `digest` untouched, when it has no JSON.
 bool vrn_schema_compute_digest(const vrn_schema_t *schema, vrn_schema_id_t *digest);
-// Computes the digest of the record anew, as far as it has one, and the hexadecimal text with it.
-void vrn_schema_refresh_digest(vrn_schema_t *schema);
+// Computes the digest of the record anew, unless it has no types, and the hexadecimal text with it.
+// False after an error line, the digest as it was: the schema has no JSON.
+bool vrn_schema_refresh_digest(vrn_schema_t *schema);

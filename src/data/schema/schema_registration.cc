@@ -135,8 +135,11 @@ vrn_schema_result_t vrn_schema_add_type(vrn_schema_t *schema, const char *type_n
     }
     vrn_type_definition_ptr type = build_type(schema, type_name, infos);
     if (!type) return VRN_SCHEMA_NO_MEMORY;
-    if (out_type_index) *out_type_index = schema->num_types;
-    vrn_schema_append_type(schema, std::move(type));
+    if (!vrn_schema_append_type(schema, std::move(type))) {
+        VRN_LOG(VRN_LOG_ERROR, "[%s] cannot allocate type definition", __func__);
+        return VRN_SCHEMA_NO_MEMORY;
+    }
+    if (out_type_index) *out_type_index = schema->num_types - 1;
     return VRN_SCHEMA_OK;
 }
 

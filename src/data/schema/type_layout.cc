@@ -1,5 +1,6 @@
 #include "data/schema/type_layout.h"
 
+#include <cerrno>
 #include <cinttypes>
 #include <cstring>
 #include <limits>
@@ -7,6 +8,7 @@
 #include <unordered_map>
 
 #include "utils/log.h"
+#include "utils/run_guarded.h"
 
 namespace {
 
@@ -132,7 +134,13 @@ void unbind_fields(const vrn_type_definition_t *type) {
 }  // namespace
 
 bool vrn_schema_link_types(vrn_schema_t *schema) {
-    const std::size_t usable = check_leading_types(schema, resolve_leading_types(schema));
+    std::size_t usable = 0;
+    const auto find_usable = [&] {
+        usable = check_leading_types(schema, resolve_leading_types(schema));
+    };
+    if (!vrn::run_guarded(find_usable))
+        VRN_LOG(VRN_LOG_ERROR, "Failed to check the types of schema '%s': %s",
+                vrn_schema_provider_text(schema), std::strerror(ENOMEM));
     for (std::size_t i = usable; i < schema->num_types; ++i) unbind_fields(schema->types[i]);
     return usable == schema->num_types;
 }

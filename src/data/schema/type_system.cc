@@ -60,7 +60,7 @@ vrn_schema_t *vrn_type_system_add_new_schema(vrn_type_system_t *ts, const char *
     vrn_schema_ptr schema(vrn_schema_create(provider_name, provider_version));
     if (!schema) return nullptr;
     schema->parent = ts->builtin_schema;
-    vrn_schema_refresh_digest(schema.get());
+    if (!vrn_schema_refresh_digest(schema.get())) return nullptr;
     return vrn_type_system_append(ts, std::move(schema), out_index);
 }
 
@@ -105,8 +105,8 @@ std::uint32_t vrn_type_system_add_schemas_of(vrn_type_system_t *ts, const vrn_ty
     return 0;
 }
 
-void vrn_type_system_refresh_digests(vrn_type_system_t *ts) {
-    for (vrn_schema_t *schema : schemas_of(ts)) vrn_schema_refresh_digest(schema);
+bool vrn_type_system_refresh_digests(vrn_type_system_t *ts) {
+    return std::ranges::all_of(schemas_of(ts), vrn_schema_refresh_digest);
 }
 
 bool vrn_type_system_find_schema_by_hex(const vrn_type_system_t *ts, const char *hex,

@@ -52,8 +52,9 @@ bool vrn_type_system_adjust_type_fields(const vrn_type_system_t *ts, vrn_schema_
 std::uint32_t vrn_type_system_add_schemas_of(vrn_type_system_t *ts, const vrn_type_system_t *other,
                                              std::uint8_t *out_index);
 
-// Computes digest and hexadecimal text of every schema anew.
-void vrn_type_system_refresh_digests(vrn_type_system_t *ts);
+// Computes digest and hexadecimal text of every schema anew. False after an error line at the first
+// that has none; it and those after it keep what they had.
+bool vrn_type_system_refresh_digests(vrn_type_system_t *ts);
 
 // First schema whose hexadecimal digest is `hex`; its place goes to `out_index`, which may be null.
 bool vrn_type_system_find_schema_by_hex(const vrn_type_system_t *ts, const char *hex,
