@@ -119,10 +119,12 @@ bool get_u32(const JSON_Object *object, const char *key, std::uint32_t *out) {
     return true;
 }
 
-// Copy of the text under `key`; null when there is none, or out of memory.
-char *copy_string(const JSON_Object *object, const char *key) {
+// Copies the text under `key`, if there is one; false when out of memory.
+bool copy_string(const JSON_Object *object, const char *key, char **to) {
     const char *text = json_object_get_string(object, key);
-    return text ? strdup(text) : nullptr;
+    if (!text) return true;
+    *to = strdup(text);
+    return *to != nullptr;
 }
 
 std::uint32_t get_id(const JSON_Object *object, const char *key, const vrn_name_value_t *table) {
@@ -140,10 +142,10 @@ vrn_counter_info_ptr counter_from_json(const JSON_Value *value) {
     vrn_counter_info_ptr counter(
         static_cast<vrn_counter_info_t *>(std::calloc(1, sizeof(vrn_counter_info_t))));
     if (!counter) return nullptr;
-    counter->name = copy_string(object, "name");
-    counter->description = copy_string(object, "description");
-    counter->units = copy_string(object, "units");
-    if (!counter->name || !counter->description || !counter->units) return nullptr;
+    if (!copy_string(object, "name", &counter->name) ||
+        !copy_string(object, "description", &counter->description) ||
+        !copy_string(object, "units", &counter->units))
+        return nullptr;
 
     counter->data_type = get_id(object, "data_type", vrn_counter_data_type_names);
     counter->counting_type = get_id(object, "counting_type", vrn_counting_type_names);
@@ -190,9 +192,9 @@ vrn_counter_group_ptr group_from_json(const JSON_Value *value,
         static_cast<vrn_counter_group_t *>(std::calloc(1, sizeof(vrn_counter_group_t))));
     if (!group) return nullptr;
     group->granularity = get_id(object, "granularity", vrn_granularity_names);
-    group->name = copy_string(object, "name");
-    group->provider = copy_string(object, "provider");
-    if (!get_u32(object, "num_counter_sets", &group->num_counter_sets) ||
+    if (!copy_string(object, "name", &group->name) ||
+        !copy_string(object, "provider", &group->provider) ||
+        !get_u32(object, "num_counter_sets", &group->num_counter_sets) ||
         !read_counters(group.get(), json_object_get_array(object, "counters"), counter_set))
         return nullptr;
     return group;

@@ -32,10 +32,6 @@ void print_header_text(std::FILE *stream, const char *label, const vrn_data_file
     std::fprintf(stream, " %-20s = %.*s\n", label, length, text);
 }
 
-const char *text_or_fallback(const vrn::CString &id) {
-    return id ? id.get() : "Failed to get schema id string";
-}
-
 }  // namespace
 
 vrn_data_file_header_t *vrn_data_file_header_create() {
@@ -86,11 +82,12 @@ void vrn_data_file_header_print(std::FILE *stream, const vrn_data_file_header_t 
     vrn_print_u64(stream, "first timestamp", header->first_timestamp);
     vrn_print_u64(stream, "last timestamp", header->last_timestamp);
     vrn_print_u64(stream, "data block size", header->block_size);
-    const vrn::CString counters_id(vrn_schema_id_to_hex(&header->counters_schema_id));
-    std::fprintf(stream, " %-20s = %s\n", "counters schema id", text_or_fallback(counters_id));
+    char id[VRN_SCHEMA_ID_HEX_SIZE];
+    vrn_schema_id_format(&header->counters_schema_id, id);
+    std::fprintf(stream, " %-20s = %s\n", "counters schema id", id);
     for (std::size_t i = 0; i < VRN_EVENT_SCHEMA_IDS; ++i) {
-        const vrn::CString id(vrn_data_file_header_schema_id_hex(header, i));
-        std::fprintf(stream, " schema id[%zu]         = %s\n", i, text_or_fallback(id));
+        vrn_schema_id_format(&header->event_schema_ids[i], id);
+        std::fprintf(stream, " schema id[%zu]         = %s\n", i, id);
     }
     std::fprintf(stream, " %-20s = %hhu (%s)\n", "byte order", header->byte_order,
                  header->byte_order == 0 ? "LE" : "BE");
