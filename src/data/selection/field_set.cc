@@ -5,6 +5,7 @@
 #include "data/selection/set_file.h"
 #include "data/selection/token_filter.h"
 #include "utils/log.h"
+#include "utils/strings.h"
 
 namespace {
 
@@ -25,8 +26,9 @@ bool selects_all(const auto &sections) {
 
 bool selects_field(const auto &sections, const char *field_name) {
     const auto fits = [field_name](const std::string &pattern) {
-        const std::string token(pattern, 0, VRN_FILTER_TOKEN_SIZE - 1);
-        return vrn_filter_token_match(field_name, token.c_str());
+        vrn_filter_token_t token;
+        vrn_copy_bounded(token, sizeof token, pattern.data(), pattern.size());
+        return vrn_filter_token_match(field_name, token);
     };
     return selects_all(sections) || std::ranges::any_of(sections, [&](const auto &part) {
                return std::ranges::any_of(*part.fields, fits);

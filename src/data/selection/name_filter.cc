@@ -3,7 +3,7 @@
 #include <fnmatch.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -16,16 +16,34 @@ bool wildcard_fits(const char *pattern, const char *text) {
     return fnmatch(pattern, text, FNM_CASEFOLD) == 0;
 }
 
+// A pattern with ".*" added to it, without a heap block unless it is a very long one.
+class TailedPattern {
+  public:
+    explicit TailedPattern(std::string_view pattern) {
+        constexpr std::string_view tail = ".*";
+        const std::size_t size = pattern.size() + tail.size() + 1;
+        if (size > sizeof near_) far_.reset(static_cast<char *>(std::malloc(size)));
+        text_ = size > sizeof near_ ? far_.get() : near_;
+        if (!text_) return;
+        *std::ranges::copy(tail, std::ranges::copy(pattern, text_).out).out = '\0';
+    }
+    const char *text() const { return text_; }  // null: out of memory
+
+  private:
+    char near_[256];
+    vrn::CString far_;
+    char *text_;
+};
+
 bool match_any_wildcard(const char *text, const vrn_string_array_t *patterns) {
     for (const char *item : vrn_string_array_items(patterns)) {
         if (wildcard_fits(item, text)) return true;
-        char *raw = nullptr;
-        if (asprintf(&raw, "%s.*", item) < 0) {
+        const TailedPattern tailed(item);
+        if (!tailed.text()) {
             VRN_LOG(VRN_LOG_ERROR, "Error: unable to allocate memory for wildcard string search");
             return false;
         }
-        const vrn::CString with_tail(raw);
-        if (wildcard_fits(with_tail.get(), text)) return true;
+        if (wildcard_fits(tailed.text(), text)) return true;
     }
     return false;
 }

@@ -45,6 +45,11 @@ std::optional<std::vector<std::string>> read_set_file(const SetFileKind &kind, c
     *name = path.stem();
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) lines.push_back(std::move(line));
+    // The stream doesn't tell a failure from the end. A folder is one without lines.
+    if (file.bad() && !std::filesystem::is_directory(path, unreachable)) {
+        VRN_LOG(VRN_LOG_ERROR, "[%s] cannot read %s file %s", loader, kind.title, filename);
+        return std::nullopt;
+    }
 
     VRN_LOG(VRN_LOG_DEBUG, "[%s] loading %s file %s", loader, kind.extension, filename);
     for (const std::string &line : lines) VRN_LOG(VRN_LOG_DEBUG, "[%s] %s", loader, line.c_str());

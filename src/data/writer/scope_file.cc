@@ -93,6 +93,8 @@ vrn_string_set read_entries(std::istream &file, const std::string &path) {
         const std::string entry(line_value(line));
         if (!entry.empty()) add_entry(&entries, entry, number, path);
     }
+    // The stream doesn't tell a failure from the end.
+    if (file.bad()) refuse("Failed to read scope file: " + path);
     return entries;
 }
 
