@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -75,5 +76,10 @@ class FolderWalk {
 }  // namespace
 
 bool vrn_reader_add_data_dir(vrn_reader_options_t *options, const char *path) {
-    return FolderWalk(options, path).take_folder();
+    try {
+        return FolderWalk(options, path).take_folder();
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "Failed to open directory '%s': %s\n", path, std::strerror(ENOMEM));
+        return false;
+    }
 }

@@ -1,10 +1,13 @@
 // vrn_read: exports binary telemetry as text.
 #include <unistd.h>
 
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <ctime>
 
 #include "reader/reader.h"
 #include "reader/reader_options.h"
@@ -16,6 +19,13 @@ namespace {
 void set_locale() {
     if (vrn_env_value_is_true(vrn_getenv("VRN_DONT_SET_LOCALE"))) return;
     if (!std::setlocale(LC_ALL, "C")) VRN_LOG(VRN_LOG_ERROR, "Unable to set locale '%s'", "C");
+}
+
+// A zone that there is no memory for would be taken for UTC, without a word.
+bool load_time_zone() {
+    errno = 0;
+    tzset();
+    return errno != ENOMEM;
 }
 
 // The reader of a pipe may leave at any time: the run then ends at once, also where the parent
@@ -36,6 +46,10 @@ int main(int argc, char **argv) {
     set_locale();
     end_with_the_pipe();
     buffer_output();
+    if (!load_time_zone()) {
+        std::fprintf(stderr, "Failed to load the time zone: %s\n", std::strerror(errno));
+        return EXIT_FAILURE;
+    }
     vrn_reader_options_t options{};
     if (!vrn_reader_options_parse(&options, argc, argv)) {
         vrn_reader_print_usage();

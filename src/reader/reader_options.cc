@@ -49,9 +49,12 @@ bool exists(const char *path) {
     return access(path, F_OK) == 0;
 }
 
-void replace_text(char **text, const char *with) {
+bool replace_text(char **text, const char *with) {
     std::free(*text);
     *text = with ? strdup(with) : nullptr;
+    if (*text || !with) return true;
+    std::fprintf(stderr, "Failed copying '%s': %s\n", with, std::strerror(errno));
+    return false;
 }
 
 bool parse_verbosity(const char *text, std::uint32_t *verbosity) {
@@ -92,8 +95,7 @@ bool parse_format(const char *text, vrn_output_format_t *format) {
 }
 
 [[noreturn]] void print_help_and_exit() {
-    vrn_reader_print_usage();
-    std::exit(EXIT_SUCCESS);
+    std::exit(vrn_reader_print_usage() ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 bool apply_option(vrn_reader_options_t *options, int code, const char *argument) {
@@ -105,11 +107,9 @@ bool apply_option(vrn_reader_options_t *options, int code, const char *argument)
         case 'v':
             return parse_verbosity(argument, &options->verbosity);
         case 's':
-            replace_text(&options->schema_path, argument);
-            return true;
+            return replace_text(&options->schema_path, argument);
         case 'o':
-            replace_text(&options->output_dir, argument);
-            return true;
+            return replace_text(&options->output_dir, argument);
         case 'g':
             return parse_timestamp(argument, &options->timestamp_gt);
         case 'l':
@@ -124,18 +124,14 @@ bool apply_option(vrn_reader_options_t *options, int code, const char *argument)
             options->print_page_info = true;
             return true;
         case 'd':
-            replace_text(&options->data_dir, argument);
-            return true;
+            return replace_text(&options->data_dir, argument);
         case 'S':
             options->sort_files = true;
-            replace_text(&options->sort_order, argument && *argument ? argument : nullptr);
-            return true;
+            return replace_text(&options->sort_order, argument && *argument ? argument : nullptr);
         case 'C':
-            replace_text(&options->cset_file, argument);
-            return true;
+            return replace_text(&options->cset_file, argument);
         case 'F':
-            replace_text(&options->fset_file, argument);
-            return true;
+            return replace_text(&options->fset_file, argument);
         case 'I':
             options->ignore_missing_filter = true;
             return true;
@@ -148,6 +144,14 @@ bool apply_option(vrn_reader_options_t *options, int code, const char *argument)
         default:
             return true;  // unknown options are never fatal
     }
+}
+
+bool store_defaults(vrn_reader_options_t *options) {
+    if (vrn_reader_options_init(options)) return true;
+    VRN_LOG(VRN_LOG_ERROR, "Failed to initialize options default values");
+    // The log shows nothing yet, unless the environment asks for it.
+    std::fprintf(stderr, "Failed to store the options: %s\n", std::strerror(ENOMEM));
+    return false;
 }
 
 bool parse_arguments(vrn_reader_options_t *options, int argc, char **argv) {
@@ -257,27 +261,24 @@ bool vrn_reader_options_init(vrn_reader_options_t *options) {
     options->data_files = vrn_string_array_create();
     options->include_counters = vrn_string_array_create();
     options->exclude_counters = vrn_string_array_create();
-    return options->data_files && options->include_counters && options->exclude_counters;
+    return options->schema_path && options->output_dir && options->data_files &&
+           options->include_counters && options->exclude_counters;
 }
 
 bool vrn_reader_options_parse(vrn_reader_options_t *options, int argc, char **argv) {
-    if (!vrn_reader_options_init(options)) {
-        VRN_LOG(VRN_LOG_ERROR, "Failed to initialize options default values");
-        return false;
-    }
-    return parse_arguments(options, argc, argv) && collect_input_files(options, argc, argv) &&
-           default_type_names(options) && find_schema_path(options) && check_output_dir(options) &&
+    return store_defaults(options) && parse_arguments(options, argc, argv) &&
+           collect_input_files(options, argc, argv) && default_type_names(options) &&
+           find_schema_path(options) && check_output_dir(options) &&
            check_filter_file(options->cset_file, "Counter") &&
            check_filter_file(options->fset_file, "Filter");
 }
 
-void vrn_reader_print_usage() {
+bool vrn_reader_print_usage() {
     vrn_reader_options_t defaults{};
-    if (vrn_reader_options_init(&defaults))
-        print_usage_with_defaults(&defaults);
-    else
-        VRN_LOG(VRN_LOG_ERROR, "Failed to initialize options default values");
+    const bool has_defaults = store_defaults(&defaults);
+    if (has_defaults) print_usage_with_defaults(&defaults);
     vrn_reader_options_clear(&defaults);
+    return has_defaults;
 }
 
 void vrn_reader_options_clear(vrn_reader_options_t *options) {

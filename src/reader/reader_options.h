@@ -36,15 +36,15 @@ struct vrn_reader_options_t {
     bool metadata;
 };
 
-// Stores the defaults. False when a string array can't be allocated.
+// Stores the defaults. False: out of memory.
 bool vrn_reader_options_init(vrn_reader_options_t *options);
 
 // Fills `options` from the command line and checks it. False: a message is on standard error and
 // the record only fit to be freed. Exits with status 0 on --help and --version.
 bool vrn_reader_options_parse(vrn_reader_options_t *options, int argc, char **argv);
 
-// Help text on standard output.
-void vrn_reader_print_usage();
+// Help text on standard output. False: out of memory, and nothing is printed.
+bool vrn_reader_print_usage();
 
 // Frees what the record owns and zeroes it.
 void vrn_reader_options_clear(vrn_reader_options_t *options);

@@ -1,18 +1,22 @@
 #include "reader/sort_order.h"
 
-#include <string>
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include "utils/log.h"
-#include "utils/name_table.h"
 
 namespace {
 
-constexpr vrn_name_value_t keywords[] = {
+struct Keyword {
+    vrn_sort_key_t key;
+    std::string_view name;
+};
+
+constexpr Keyword keywords[] = {
     {VRN_SORT_SOURCE_ID, "source_id"},
     {VRN_SORT_SOURCE_TAG, "source_tag"},
     {VRN_SORT_FIRST_TIMESTAMP, "first_timestamp"},
-    {VRN_NAME_UNKNOWN, nullptr},
 };
 
 std::string_view trimmed(std::string_view text) {
@@ -41,14 +45,15 @@ bool vrn_sort_order_parse(const char *text, vrn_sort_order_t *order) {
     std::string_view rest = text;
     std::size_t count = 0;
     while (!rest.empty() && count < VRN_MAX_SORT_KEYS) {
-        const std::string piece(next_piece(&rest));
+        const std::string_view piece = next_piece(&rest);
         if (piece.empty()) continue;
-        const std::uint32_t key = vrn_name_to_value(keywords, piece.c_str());
-        if (key == VRN_NAME_UNKNOWN) {
-            VRN_LOG(VRN_LOG_ERROR, "[sort] Unknown sort key: '%s'", piece.c_str());
+        const Keyword *keyword = std::ranges::find(keywords, piece, &Keyword::name);
+        if (keyword == std::end(keywords)) {
+            VRN_LOG(VRN_LOG_ERROR, "[sort] Unknown sort key: '%.*s'",
+                    static_cast<int>(piece.size()), piece.data());
             return false;
         }
-        order->keys[count++] = static_cast<vrn_sort_key_t>(key);
+        order->keys[count++] = keyword->key;
     }
     order->num_keys = static_cast<std::int32_t>(count);
     return count > 0;
