@@ -1,19 +1,109 @@
 #include "support/failing_allocation.h"
 
+#include <gtest/gtest.h>
+
+#include <cerrno>
 #include <cstdlib>
 #include <new>
+
+#ifdef __SANITIZE_ADDRESS__
+#define VRN_REAL(name) __interceptor_##name
+#else
+#define VRN_REAL(name) __libc_##name
+#endif
+
+extern "C" {
+void *VRN_REAL(malloc)(std::size_t size);
+void *VRN_REAL(calloc)(std::size_t count, std::size_t size);
+void *VRN_REAL(realloc)(void *memory, std::size_t size);
+void VRN_REAL(free)(void *memory);
+}
 
 namespace vrn::test {
 
 int allocations_left = -1;
+long allocated_blocks = 0;
+int failed_allocations = 0;
+
+namespace {
+
+bool shortage_lasts = false;
+
+bool fails_now() {
+    if (allocations_left < 0) return false;
+    const bool is_the_one = allocations_left == 0;
+    if (!is_the_one || !shortage_lasts) --allocations_left;
+    if (!is_the_one) return false;
+    ++failed_allocations;
+    errno = ENOMEM;
+    return true;
+}
+
+void *counted(void *memory) {
+    if (memory) ++allocated_blocks;
+    return memory;
+}
+
+// Whether the allocation that was to fail was reached.
+bool strikes(const std::function<std::string()> &work, const std::string &expected, int successes,
+             bool lasts) {
+    const testing::ScopedTrace trace(__FILE__, __LINE__,
+                                     std::to_string(successes) + (lasts ? " and on" : ""));
+    const long blocks_before = allocated_blocks;
+    begin_shortage(successes, lasts);
+    if (const std::string result = work(); !result.empty() || failed_allocations == 0) {
+        EXPECT_EQ(result, expected);
+    }
+    EXPECT_EQ(allocated_blocks, blocks_before) << "leaked blocks";
+    return failed_allocations > 0;
+}
+
+}  // namespace
+
+void begin_shortage(int successes, bool lasts) {
+    failed_allocations = 0;
+    shortage_lasts = lasts;
+    allocations_left = successes;
+}
+
+void end_shortage() {
+    allocations_left = -1;
+}
+
+void expect_all_or_nothing(const std::function<std::string()> &work) {
+    const std::string expected = work();
+    EXPECT_NE(expected, "");
+    for (const bool lasts : {false, true})
+        for (int successes = 0; strikes(work, expected, successes, lasts);) ++successes;
+}
 
 }  // namespace vrn::test
 
+// The program's own allocation functions come before those of the libraries.
+extern "C" {
+
+void *malloc(std::size_t size) {
+    return vrn::test::fails_now() ? nullptr : vrn::test::counted(VRN_REAL(malloc)(size));
+}
+
+void *calloc(std::size_t count, std::size_t size) {
+    return vrn::test::fails_now() ? nullptr : vrn::test::counted(VRN_REAL(calloc)(count, size));
+}
+
+void *realloc(void *memory, std::size_t size) {
+    if (vrn::test::fails_now()) return nullptr;
+    void *moved = VRN_REAL(realloc)(memory, size);
+    return memory ? moved : vrn::test::counted(moved);
+}
+
+void free(void *memory) {
+    if (memory) --vrn::test::allocated_blocks;
+    VRN_REAL(free)(memory);
+}
+}
+
 void *operator new(std::size_t size) {
-    int &left = vrn::test::allocations_left;
-    const bool is_the_one = left == 0;
-    if (left >= 0) --left;
-    void *memory = is_the_one ? nullptr : std::malloc(size);
+    void *memory = std::malloc(size);
     if (!memory) throw std::bad_alloc();
     return memory;
 }

@@ -1,10 +1,24 @@
-// Memory that runs out at a chosen allocation.
+// Memory that runs out at a chosen allocation: of malloc and its kin, of new, or of a library.
 #pragma once
+
+#include <functional>
+#include <string>
 
 namespace vrn::test {
 
-// Successful calls of operator new until one throws; below 0, as at the start and behind that one,
-// none does.
+// Successful allocations until one fails; below 0, as at the start and after that one, none does.
 extern int allocations_left;
+
+extern long allocated_blocks;  // not yet freed
+extern int failed_allocations;
+
+// Lets the allocation after so many others fail; with `lasts`, all that follow it, too.
+void begin_shortage(int successes, bool lasts);
+void end_shortage();
+
+// Calls `work` with each of its allocations failing, alone and with all that follow. `work` calls
+// end_shortage() when its deeds are done, and then gives their result as a text, empty when they
+// told a failure. Expects the result of a call without a shortage, or a failure, and no leak.
+void expect_all_or_nothing(const std::function<std::string()> &work);
 
 }  // namespace vrn::test
