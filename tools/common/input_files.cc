@@ -1,0 +1,112 @@
+#include "common/input_files.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+#include "data/magic.h"
+#include "scan/byte_source.h"
+#include "utils/log.h"
+
+namespace vrn::tool {
+namespace {
+
+bool fail(const std::string &path, const std::string &cause) {
+    VRN_LOG(VRN_LOG_ERROR, "%s: can't be read: %s", path.c_str(), cause.c_str());
+    return false;
+}
+
+// True when `path` was read and doesn't begin as data files do. What can't be read is left to
+// whoever reads the whole file.
+bool is_other_file(const std::string &path) {
+    const auto source = ByteSource::open_path(path.c_str());
+    if (!source) return false;
+    char magic[4];
+    if (source->read(magic, sizeof magic) == sizeof magic)
+        return !vrn_magic_matches(magic, VRN_MAGIC_FILE);
+    return source->state() == ByteSource::State::ended;
+}
+
+class InputSearch {
+  public:
+    explicit InputSearch(std::vector<InputFile> *files) : files_(files) {}
+
+    bool take_operand(const std::string &path) {
+        struct stat status {};
+        if (stat(path.c_str(), &status) != 0) return fail(path, std::strerror(errno));
+        if (S_ISDIR(status.st_mode)) return take_folder(path, status);
+        files_->push_back({path, FileId(status)});
+        taken_.insert(FileId(status));
+        return true;
+    }
+
+  private:
+    bool take_folder(const std::string &path, const struct stat &status) {
+        folders_.insert(FileId(status));
+        std::vector<std::string> pending = {path};
+        std::vector<InputFile> found;
+        bool good = true;
+        while (!pending.empty()) {
+            const std::string folder = std::move(pending.back());
+            pending.pop_back();
+            std::vector<std::string> entries;
+            good &= list_folder(folder, &entries);
+            for (std::string &entry : entries) good &= sort_out(std::move(entry), &pending, &found);
+        }
+        std::ranges::sort(found, {}, &InputFile::path);
+        std::ranges::for_each(found, [&](InputFile &file) { take_found(std::move(file)); });
+        return good;
+    }
+
+    // The paths in it in order, so that of two links to a folder the same one is entered each time.
+    static bool list_folder(const std::string &folder, std::vector<std::string> *entries) {
+        std::error_code error;
+        for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error))
+            entries->push_back(entry->path());
+        std::ranges::sort(*entries);
+        return !error || fail(folder, error.message());
+    }
+
+    bool sort_out(std::string path, std::vector<std::string> *folders,
+                  std::vector<InputFile> *found) {
+        struct stat status {};
+        if (stat(path.c_str(), &status) != 0) {
+            if (errno != ENOENT && errno != ELOOP) return fail(path, std::strerror(errno));
+            VRN_LOG(VRN_LOG_INFO, "%s: leads to no file, passed over", path.c_str());
+        } else if (S_ISDIR(status.st_mode)) {
+            if (folders_.insert(FileId(status)).second) folders->push_back(std::move(path));
+        } else if (S_ISREG(status.st_mode)) {
+            found->push_back({std::move(path), FileId(status)});
+        }
+        return true;
+    }
+
+    void take_found(InputFile file) {
+        if (taken_.contains(file.id)) return;
+        if (is_other_file(file.path)) {
+            VRN_LOG(VRN_LOG_INFO, "%s: is no data file, passed over", file.path.c_str());
+            return;
+        }
+        taken_.insert(file.id);
+        files_->push_back(std::move(file));
+    }
+
+    std::vector<InputFile> *files_;
+    std::set<FileId> folders_;  // entered, or about to be
+    std::set<FileId> taken_;
+};
+
+}  // namespace
+
+bool find_input_files(const std::vector<std::string> &operands, std::vector<InputFile> *files) {
+    InputSearch search(files);
+    bool good = true;
+    for (const std::string &path : operands) good &= search.take_operand(path);
+    return good;
+}
+
+}  // namespace vrn::tool

@@ -1,0 +1,34 @@
+// The data files that a tool's operands stand for.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <compare>
+#include <string>
+#include <vector>
+
+namespace vrn::tool {
+
+// Tells a file from all others, whatever its path is.
+struct FileId {
+    FileId() = default;
+    explicit FileId(const struct stat &status) : device(status.st_dev), inode(status.st_ino) {}
+    auto operator<=>(const FileId &) const = default;
+
+    dev_t device = 0;
+    ino_t inode = 0;
+};
+
+struct InputFile {
+    std::string path;
+    FileId id;
+};
+
+// Appends to `files` each operand that is no folder and, for one that is, the data files below it
+// in the order of their paths, but for those that are in the list already. Files below a folder
+// that are no data files by their first bytes are passed over with a line at information level.
+// Links are followed, and no folder is entered twice. False, after error lines, when something
+// can't be reached or listed; all the rest is appended.
+bool find_input_files(const std::vector<std::string> &operands, std::vector<InputFile> *files);
+
+}  // namespace vrn::tool
