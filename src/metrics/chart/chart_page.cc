@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <new>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -161,6 +162,8 @@ void write_all_series(std::ostream &out, const Store &store, const std::vector<S
     for (const SeriesKey &key : keys) {
         try {
             write_series(out, store, key);
+        } catch (const std::bad_alloc &) {
+            throw;
         } catch (const std::exception &) {
             continue;  // the other series are worth a page
         }
