@@ -1,114 +1,144 @@
 // vrn_chart: shows the metrics of data files as a chart page.
-#include <getopt.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
-#include <fstream>
-#include <iostream>
+#include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "common/input_files.h"
+#include "common/tool_main.h"
 #include "metrics/chart/chart_page.h"
+#include "metrics/chart/page_text.h"
 #include "utils/log.h"
-#include "utils/parse_number.h"
+#include "utils/replace_file.h"
 #include "vrn_chart/metrics_input.h"
 
 namespace vrn::chart {
 namespace {
 
-constexpr char help[] =
-    "Usage: vrn_chart [options] file.bin ...\n"
-    "Writes one HTML page with charts of the metrics in data files, to open in a browser.\n"
-    "  -o, --output file      File to write (standard output).\n"
-    "  -n, --samples number   Newest samples to take of each series (1000).\n"
-    "  -h, --help             Print this message.\n"
-    "All series together have room for 1 GiB, at 16 bytes a sample. A file with more\n"
-    "series is an error; the page shows those that fit.\n";
-
-constexpr option long_options[] = {
-    {"output", required_argument, nullptr, 'o'},
-    {"samples", required_argument, nullptr, 'n'},
-    {"help", no_argument, nullptr, 'h'},
-    {nullptr, 0, nullptr, 0},
-};
-
-constexpr std::uint32_t max_samples = 1'000'000;
+constexpr char program[] = "vrn_chart";
+constexpr std::uint64_t max_samples = 1'000'000;
 constexpr std::uint64_t max_store_bytes = std::uint64_t{1} << 30;
 
 struct ChartOptions {
     std::string output;  // empty: standard output
-    std::uint32_t samples = 1000;
-    std::vector<std::string> files;
+    std::uint64_t samples = 1000;
+    std::uint32_t log_level = VRN_LOG_WARNING;
 };
 
-[[noreturn]] void refuse() {
-    std::fputs(help, stderr);
-    std::exit(EXIT_FAILURE);
+std::string path_value(const char *text) {
+    if (*text != '\0') return text;
+    throw tool::BadValue("the path of a file");
 }
 
-std::uint32_t parse_samples(const char *text) {
-    std::uint32_t samples = 0;
-    if (vrn_parse_u32(text, &samples) && samples > 0 && samples <= max_samples) return samples;
-    std::fprintf(stderr, "vrn_chart: --samples takes a number from 1 to %u, %s is given.\n",
-                 max_samples, text);
-    std::exit(EXIT_FAILURE);
+tool::CommandLine command_line(ChartOptions *options) {
+    return {program,
+            "file|folder ...",
+            "Writes one HTML page with charts of the metrics in data files, to open in a browser.\n"
+            "Of a folder it takes all data files below.\n",
+            {{"output", 'o', "FILE",
+              "File to write (standard output). It is replaced when the page is whole.",
+              [options](const char *value) { options->output = path_value(value); }},
+             {"samples", 'n', "NUMBER", "Newest samples to take of each series (1000).",
+              [options](const char *value) {
+                  options->samples = tool::number_value(value, 1, max_samples);
+              }},
+             {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
+              [options](const char *) { options->log_level = VRN_LOG_INFO; }}},
+            "All series together have room for 1 GiB, at 16 bytes a sample. A file with more\n"
+            "series is an error; the page shows those that fit. Histograms are shown as series\n"
+            "of their buckets, counts and sums.\n"};
 }
 
-ChartOptions parse_options(int argc, char **argv) {
-    ChartOptions options;
-    int code = 0;
-    while ((code = getopt_long(argc, argv, "o:n:h", long_options, nullptr)) != -1) {
-        switch (code) {
-            case 'o':
-                options.output = optarg;
-                break;
-            case 'n':
-                options.samples = parse_samples(optarg);
-                break;
-            case 'h':
-                std::fputs(help, stdout);
-                std::exit(EXIT_SUCCESS);
-            default:
-                refuse();
-        }
-    }
-    options.files.assign(argv + optind, argv + argc);
-    if (options.files.empty()) refuse();
-    return options;
-}
-
-bool write_page(const ChartOptions &options, const metrics::MetricsHistory &store) {
-    std::ofstream file;
-    if (!options.output.empty()) file.open(options.output, std::ios::binary);
-    std::ostream &out = options.output.empty() ? std::cout : file;
-    metrics::write_chart_page(out, store, 0);
-    if (out.flush()) return true;
-    std::fprintf(stderr, "vrn_chart: can't write %s\n",
-                 options.output.empty() ? "standard output" : options.output.c_str());
+bool fail(const std::string &what) {
+    tool::print_error(program, what);
     return false;
 }
 
+// True when `status` is of what standard output leads to, under whatever name it was opened.
+bool is_standard_output(const struct stat &status) {
+    struct stat standard_output {};
+    return fstat(STDOUT_FILENO, &standard_output) == 0 &&
+           tool::FileId(standard_output) == tool::FileId(status);
+}
+
+// False with errno; nothing is left in the stream for a second line when the tool ends.
+bool write_to_standard_output(std::string_view page) {
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
+    const bool done = std::fwrite(page.data(), 1, page.size(), stdout) == page.size();
+    std::clearerr(stdout);
+    return done;
+}
+
+// Where the page goes.
+class Output {
+  public:
+    explicit Output(const std::string &path) : path_(path) {
+        exists_ =
+            path.empty() ? fstat(STDOUT_FILENO, &status_) == 0 : stat(path.c_str(), &status_) == 0;
+        is_standard_ = path.empty() || (exists_ && is_standard_output(status_));
+    }
+
+    // Devices and pipes lose nothing by being written.
+    bool is_one_of(const std::vector<tool::InputFile> &files) const {
+        return exists_ && S_ISREG(status_.st_mode) &&
+               std::ranges::find(files, tool::FileId(status_), &tool::InputFile::id) != files.end();
+    }
+
+    std::string name() const { return path_.empty() ? "standard output" : path_; }
+
+    bool write(std::string_view page) const {
+        if (is_standard_ ? write_to_standard_output(page)
+                         : replace_file(path_, page) == ReplacedFile::done)
+            return true;
+        return fail("can't write to " + name() + ": " + std::strerror(errno));
+    }
+
+  private:
+    std::string path_;
+    struct stat status_ {};
+    bool exists_;
+    bool is_standard_;
+};
+
 // A page is written even if files fail, with what could be read.
-bool show_metrics(const ChartOptions &options) {
+bool make_page(const std::vector<tool::InputFile> &files, const ChartOptions &options,
+               const Output &output) {
     metrics::MetricsHistory store;
     store.set_default_capacity(options.samples);
     store.set_max_bytes(max_store_bytes);
+    store.set_derives_histograms(true);
+    store.set_label_form(metrics::script_text);
     bool read_all = true;
-    for (const std::string &path : options.files) read_all &= read_metrics(path, &store);
-    return write_page(options, store) && read_all;
+    for (const tool::InputFile &file : files) read_all &= read_metrics(file.path, &store);
+    if (store.series_keys().empty()) return fail("there are no metrics to show");
+    std::ostringstream page;
+    metrics::write_chart_page(page, store, 0);
+    if (!page) return fail("there is no memory for the page");
+    return output.write(page.view()) && read_all;
+}
+
+bool run(const ChartOptions &options, const std::vector<std::string> &operands) {
+    if (operands.empty()) throw tool::UsageError("no file or folder is given");
+    tool::start_log(options.log_level);
+    std::vector<tool::InputFile> files;
+    const bool found_all = tool::find_input_files(operands, &files);
+    const Output output(options.output);
+    if (output.is_one_of(files)) return fail(output.name() + " is one of the files to read");
+    return make_page(files, options, output) && found_all;
 }
 
 }  // namespace
 }  // namespace vrn::chart
 
 int main(int argc, char **argv) {
-    vrn_init_stderr_logger(VRN_LOG_WARNING);
-    try {
-        const vrn::chart::ChartOptions options = vrn::chart::parse_options(argc, argv);
-        return vrn::chart::show_metrics(options) ? EXIT_SUCCESS : EXIT_FAILURE;
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "vrn_chart: %s\n", error.what());
-        return EXIT_FAILURE;
-    }
+    vrn::chart::ChartOptions options;
+    return vrn::tool::run_tool(
+        vrn::chart::command_line(&options), argc, argv,
+        [&](const std::vector<std::string> &operands) { return run(options, operands); });
 }

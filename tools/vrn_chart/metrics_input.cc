@@ -1,14 +1,15 @@
 #include "vrn_chart/metrics_input.h"
 
-#include <zlib.h>
-
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 #include "data/block.h"
 #include "data/compressed_page.h"
 #include "data/data_file_header.h"
-#include "metrics/metrics_parser.h"
+#include "metrics/store/metrics_feed.h"
+#include "scan/byte_source.h"
 #include "utils/byte_reader.h"
 #include "utils/c_ptr.h"
 #include "utils/log.h"
@@ -17,85 +18,90 @@ namespace vrn::chart {
 namespace {
 
 using metrics::MetricsHistory;
-using metrics::VrnMetricsParser;
 
 constexpr std::uint32_t max_block_size = 1 << 27;
 
-void close_file(gzFile_s *file) {
-    gzclose(file);
-}
-
-using File = CPtr<gzFile_s, close_file>;
-
-bool fail(const std::string &path, const char *what) {
-    VRN_LOG(VRN_LOG_ERROR, "%s: %s", path.c_str(), what);
+bool fail(const std::string &path, const std::string &what) {
+    VRN_LOG(VRN_LOG_ERROR, "%s: %s", path.c_str(), what.c_str());
     return false;
 }
 
-bool is_block(Bytes rest, vrn_block_type_t kind) {
-    return rest.size() >= VRN_MAGIC_SIZE && vrn_block_type_of(rest.data()) == kind;
+vrn_block_type_t kind_of(Bytes rest) {
+    return rest.size() < VRN_MAGIC_SIZE ? VRN_UNKNOWN_BLOCK : vrn_block_type_of(rest.data());
 }
 
-void store_blocks(Bytes blocks, MetricsHistory *store) {
-    if (is_block(blocks, VRN_CNTX_BLOCK))
-        VrnMetricsParser::parse_cntx_blocks_into_store(blocks, nullptr, store);
-}
+// These return what is wrong, null when nothing is.
 
-// A gzip stream that stops short reads like one at its end.
-bool is_cut(gzFile file) {
-    int error = Z_OK;
-    gzerror(file, &error);
-    return error == Z_BUF_ERROR;
+const char *store_blocks(Bytes blocks, MetricsHistory *store) {
+    const vrn_block_type_t kind = kind_of(blocks);
+    if (kind == VRN_UNKNOWN_BLOCK) return "holds a block of unknown type";
+    if (kind != VRN_CNTX_BLOCK) return nullptr;
+    const metrics::FeedResult result = metrics::feed_cntx_blocks(blocks, nullptr, store);
+    return result.blocks == 0 || result.damaged > 0 ? "holds damaged metrics" : nullptr;
 }
 
 // Pages stand back to back; what follows the last whole one is padding.
-bool store_pages(Bytes chunk, MetricsHistory *store) {
-    while (is_block(chunk, VRN_PAGE_BLOCK)) {
+const char *store_pages(Bytes chunk, MetricsHistory *store) {
+    const char *fault = nullptr;
+    while (kind_of(chunk) == VRN_PAGE_BLOCK) {
         const std::size_t page_size = vrn_compressed_page_whole_size(chunk);
-        if (page_size == 0) return true;
+        if (page_size == 0) return fault;
         std::uint64_t size = 0;
         const CPtr<void, std::free> payload(
             vrn_compressed_page_decode_alloc(chunk.data() + VRN_MAGIC_SIZE, &size));
-        if (!payload) return false;
-        store_blocks({static_cast<const std::uint8_t *>(payload.get()), size}, store);
+        const Bytes blocks(static_cast<const std::uint8_t *>(payload.get()), payload ? size : 0);
+        if (!payload)
+            fault = "holds a damaged page";
+        else if (const char *damage = blocks.empty() ? nullptr : store_blocks(blocks, store))
+            fault = damage;
         chunk = chunk.subspan(page_size);
     }
-    return true;
+    return fault;
 }
 
-// Returns what is wrong, null when nothing is.
 const char *store_chunk(Bytes chunk, MetricsHistory *store) {
-    try {
-        if (is_block(chunk, VRN_PAGE_BLOCK))
-            return store_pages(chunk, store) ? nullptr : "holds a damaged page";
-        store_blocks(chunk, store);
-        return nullptr;
-    } catch (const metrics::StoreFull &) {
-        return "holds more series than there is room for; fewer samples of each leave more room";
+    return kind_of(chunk) == VRN_PAGE_BLOCK ? store_pages(chunk, store)
+                                            : store_blocks(chunk, store);
+}
+
+// All chunks are stored, also after a faulty one, which the next ones don't depend on.
+bool store_chunks(const std::string &path, std::uint32_t block_size, ByteSource *source,
+                  MetricsHistory *store) {
+    // Not cleared: a false size takes no memory.
+    const auto chunk = std::make_unique_for_overwrite<std::uint8_t[]>(block_size);
+    const char *fault = nullptr;
+    while (source->state() == ByteSource::State::open) {
+        const std::size_t size = source->read(chunk.get(), block_size);
+        const char *new_fault = size > 0 ? store_chunk({chunk.get(), size}, store) : nullptr;
+        if (new_fault) fault = new_fault;
     }
+    if (source->state() == ByteSource::State::cut_short)
+        VRN_LOG(VRN_LOG_WARNING, "Data file %s is cut short: its gzip stream has no end",
+                path.c_str());
+    if (source->state() == ByteSource::State::failed)
+        return fail(path, std::string("can't be read to its end: ") + source->error_text());
+    return !fault || fail(path, fault);
 }
 
 }  // namespace
 
 bool read_metrics(const std::string &path, MetricsHistory *store) {
-    const File file(gzopen(path.c_str(), "rb"));
-    if (!file) return fail(path, "can't be opened");
+    const auto source = ByteSource::open_path(path.c_str());
+    if (!source) return fail(path, std::string("can't be opened: ") + std::strerror(errno));
     vrn_data_file_header_t header{};
-    if (gzread(file.get(), &header, sizeof header) != static_cast<int>(sizeof header))
-        return fail(path, "holds no data file header");
+    if (source->read(&header, sizeof header) != sizeof header)
+        return fail(path, source->state() == ByteSource::State::failed
+                              ? std::string("can't be read: ") + source->error_text()
+                              : "holds no data file header");
     if (!vrn_data_file_header_validate(&header)) return fail(path, "is no data file");
     if (header.block_size < VRN_MAGIC_SIZE || header.block_size > max_block_size)
         return fail(path, "has a block size out of range");
-
-    // Not cleared: a false size takes no memory.
-    const auto chunk = std::make_unique_for_overwrite<std::uint8_t[]>(header.block_size);
-    for (;;) {
-        const int count = gzread(file.get(), chunk.get(), header.block_size);
-        if (count < 0 || (count == 0 && is_cut(file.get())))
-            return fail(path, "can't be read to its end");
-        if (count == 0) return true;
-        const char *fault = store_chunk({chunk.get(), static_cast<std::size_t>(count)}, store);
-        if (fault) return fail(path, fault);
+    try {
+        return store_chunks(path, header.block_size, source.get(), store);
+    } catch (const metrics::StoreFull &) {
+        return fail(path,
+                    "holds more series than there is room for; fewer samples of each leave more "
+                    "room");
     }
 }
 

@@ -228,7 +228,6 @@ void parse_cntx_block_into_store(Bytes block, const MetricFilter *filter, Store 
 
 template <typename Store>
 FeedResult feed_cntx_blocks(Bytes range, const MetricFilter *filter, Store *store) {
-    std::size_t blocks = 0;
     FeedResult result = {.rest = range};
     for (Bytes hit = find_mark(range, "CNTX"); !hit.empty(); hit = find_mark(result.rest, "CNTX")) {
         if (hit.size() < block_header_size) {
@@ -247,14 +246,14 @@ FeedResult feed_cntx_blocks(Bytes range, const MetricFilter *filter, Store *stor
         result.rest = hit.subspan(size);
         try {
             result.damaged += feed_block(hit.first(size), filter, store) ? 0 : 1;
-            ++blocks;
+            ++result.blocks;
         } catch (const std::exception &error) {
             VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Could not parse CNTX block %zu: %s",
-                    blocks + 1, error.what());
+                    result.blocks + 1, error.what());
             ++result.damaged;
         }
     }
-    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Processed %zu CNTX blocks", blocks);
+    VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Processed %zu CNTX blocks", result.blocks);
     return result;
 }
 

@@ -35,7 +35,8 @@ void parse_cntx_block_into_store(Bytes block, const MetricFilter *filter, Store 
 // What a range of blocks gave to a store.
 struct FeedResult {
     Bytes rest;               // after the last block
-    std::size_t damaged = 0;  // blocks of which something was lost
+    std::size_t blocks = 0;   // not given up
+    std::size_t damaged = 0;  // of which something was lost
 };
 
 // VrnMetricsParser::parse_cntx_blocks_into_store for callers that must know of damage.

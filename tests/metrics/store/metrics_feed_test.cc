@@ -150,6 +150,7 @@ TEST(MetricsFeed, GoesOnBehindABadBlock) {
     const std::string bytes = good + bad + bad + with_total_size("CNTX....", 0) + good + "CNTX";
     const auto result = metrics::feed_cntx_blocks(ExactBytes(bytes), nullptr, &store);
     EXPECT_EQ(result.rest.size(), 4u);
+    EXPECT_EQ(result.blocks, 2u);
     EXPECT_EQ(result.damaged, 4u);  // the last one is cut short
     Lines kept = log.take();
     std::erase_if(kept, [](const auto &line) { return line.find("CNTX block") == line.npos; });
