@@ -19,7 +19,7 @@
 #include "bench_data.h"
 #include "data/block.h"
 #include "data/data_file_header.h"
-#include "metrics/metrics_json.h"
+#include "metrics/metrics_json_tree.h"
 #include "metrics/metrics_parser.h"
 #include "utils/c_ptr.h"
 

@@ -34,10 +34,10 @@ set(VRN_PUBLIC_HEADERS
     data/writer/data_writer.h data/writer/node_info.h data/writer/schema_writer.h
     data/writer/scope_file.h data/writer/value_filter.h
     # metrics
-    metrics/cntx_block_tables.h metrics/cntx_builder.h metrics/histogram.h
+    metrics/cntx_block_tables.h metrics/cntx_builder.h metrics/encoded_label.h metrics/histogram.h
     metrics/histogram_buckets.h metrics/histogram_set.h metrics/labels_block.h
-    metrics/metric_filter.h metrics/metrics_batch.h metrics/metrics_parser.h
-    metrics/preallocated_vector.h
+    metrics/metric_filter.h metrics/metrics_batch.h metrics/metrics_count.h
+    metrics/metrics_parser.h metrics/preallocated_vector.h
     # metrics/store and metrics/chart
     metrics/store/circular_buffer.h metrics/store/footprint_logger.h
     metrics/store/histogram_names.h metrics/store/histogram_store.h

@@ -1,23 +1,73 @@
 #include "metrics/cntx_block_tables.h"
 
+#include <algorithm>
 #include <boost/container_hash/hash.hpp>
+#include <iterator>
 #include <stdexcept>
 
-#include "metrics/metrics_parser.h"
 #include "metrics/table_sections.h"
+#include "utils/log.h"
 
 namespace vrn::metrics {
 
+Bytes parse_label_names(Bytes range, LabelNames *label_names) {
+    std::vector<LabelSetView> sets;
+    const Bytes rest = read_label_sets(range, &sets);
+    append_names(sets, label_names);
+    return rest;
+}
+
+void append_names(const std::vector<LabelSetView> &sets, LabelNames *label_names) {
+    for (std::size_t id = 0; id < sets.size(); ++id)
+        std::ranges::move(names_of(sets[id]), std::back_inserter((*label_names)[id]));
+    label_names->erase(sets.size());
+}
+
+Bytes parse_string_section(Bytes range, std::string_view prefix, std::string_view suffix,
+                           std::vector<std::string> *strings) {
+    std::vector<std::string_view> views;
+    const Bytes rest = read_string_section(range, prefix, suffix, &views);
+    strings->assign(views.begin(), views.end());
+    return rest;
+}
+
+Bytes parse_label_values(Bytes range, std::vector<std::string> *label_values) {
+    return parse_string_section(range, "LBLV", "lblv", label_values);
+}
+
+Bytes parse_metric_names(Bytes range, std::vector<std::string> *metric_names) {
+    return parse_string_section(range, "CNTI", "cnti", metric_names);
+}
+
+bool parse_histograms(Bytes *range, const std::vector<std::string> &label_values,
+                      HistogramSet *histograms) {
+    try {
+        *range = histograms->parse_sections(*range, label_values);
+        return true;
+    } catch (const std::exception &error) {
+        VRN_LOG(VRN_LOG_ERROR, "[vrn metrics parser] Error parsing histograms: %s", error.what());
+        return false;
+    }
+}
+
+LabelMap parse_constant_labels(Bytes range) {
+    std::vector<std::string_view> strings;
+    read_string_section(range, "CLBL", "clbl", &strings);
+    LabelMap labels;
+    for (std::size_t i = 0; i + 1 < strings.size(); i += 2)
+        labels[std::string(strings[i])] = strings[i + 1];
+    return labels;
+}
+
 CntxBlockTables CntxBlockTables::parse(Bytes block) {
     CntxBlockTables tables;
-    Bytes rest = VrnMetricsParser::parse_label_names(block, &tables.label_names);
+    Bytes rest = parse_label_names(block, &tables.label_names);
     for (const auto &[id, names] : tables.label_names)
         tables.label_set_hashes[id] = boost::hash_range(names.begin(), names.end());
-    rest = VrnMetricsParser::parse_label_values_section(rest, &tables.label_values);
-    rest = VrnMetricsParser::parse_metric_names_section(rest, &tables.metric_names);
-    tables.has_all_histograms =
-        read_histogram_sections(&rest, tables.label_values, &tables.histograms);
-    tables.constant_labels = VrnMetricsParser::parse_constant_labels(block);
+    rest = parse_label_values(rest, &tables.label_values);
+    rest = parse_metric_names(rest, &tables.metric_names);
+    tables.has_all_histograms = parse_histograms(&rest, tables.label_values, &tables.histograms);
+    tables.constant_labels = parse_constant_labels(block);
     return tables;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -14,6 +15,30 @@ namespace vrn::metrics {
 
 using LabelNames = std::map<std::uint64_t, std::vector<std::string>>;  // by label set id
 using LabelMap = std::unordered_map<std::string, std::string>;         // label name to value
+
+struct LabelSetView;
+
+// Each reads its sections from `range` and returns the bytes that follow the last one. They throw
+// std::runtime_error when a section leaves the range.
+
+// Appends the names of all "LBLN" sections under their number. Without any, the bytes that follow
+// the first 4 are returned.
+Bytes parse_label_names(Bytes range, LabelNames *label_names);
+// Names of the sets under their index.
+void append_names(const std::vector<LabelSetView> &sets, LabelNames *label_names);
+// The strings of the first section with the mark `prefix`; without one, none and the empty end.
+Bytes parse_string_section(Bytes range, std::string_view prefix, std::string_view suffix,
+                           std::vector<std::string> *strings);
+Bytes parse_label_values(Bytes range, std::vector<std::string> *label_values);
+Bytes parse_metric_names(Bytes range, std::vector<std::string> *metric_names);
+// Adds the histograms of all "HIST" sections of `range`, which becomes the bytes that follow the
+// last one. False after an error line for a malformed section, with `range` as it was; the
+// histograms before it stay. Throws nothing.
+bool parse_histograms(Bytes *range, const std::vector<std::string> &label_values,
+                      HistogramSet *histograms);
+
+// Name and value of each pair of strings in "CLBL"; a last name without value is left out.
+LabelMap parse_constant_labels(Bytes range);
 
 struct CntxBlockTables {
     LabelNames label_names;

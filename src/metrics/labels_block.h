@@ -6,34 +6,17 @@
 #include <string>
 #include <vector>
 
+#include "metrics/encoded_label.h"
 #include "utils/byte_reader.h"
 
 namespace vrn::metrics {
-
-// How the values of one labels block are laid out.
-enum class LabelEncoding : char {
-    ids = 'L',    // one byte each, an index into the block's label values
-    texts = 'I',  // u8 length and text each
-    mixed = 'M',  // each value preceded by 'L' or 'I'
-};
-
-enum class LabelKeyType : std::uint32_t {
-    label_value_id = 0,
-    label_value = 1,
-};
-
-struct EncodedLabel {
-    LabelKeyType key_type;
-    std::uint64_t label_value_id;  // 0 for a label given as text
-    std::string label_value;       // empty for a label given by id
-};
 
 // "label_value_id", "label_value" or "unknown".
 const char *label_key_type_name(LabelKeyType type);
 
 // Parses the labels block at `start_offset` of `data`, which begins with the record that the block
-// belongs to. Clears and fills `labels`. Returns the offset behind the block, counted from the
-// start of `data`. `caller` is shown at debug level. Throws std::runtime_error, after an error
+// belongs to. Clears and fills `labels`. Returns the offset of what follows it, counted from
+// the start of `data`. `caller` is shown at debug level. Throws std::runtime_error, after an error
 // line, when the block is malformed or leaves `data`.
 std::uint64_t parse_labels_block(Bytes data, std::uint64_t start_offset,
                                  std::uint64_t *label_set_id, std::vector<EncodedLabel> *labels,

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "metrics/labels_block.h"
+#include "metrics/encoded_label.h"
 #include "utils/byte_reader.h"
 
 namespace vrn::metrics {
@@ -73,7 +73,7 @@ void walk_mixed_label(ByteReader &reader, std::size_t index, Sink &sink) {
 }
 
 // Hands each value to `sink`: void id(std::size_t index, std::uint8_t id) or
-// void text(std::size_t index, std::string_view text). `values` begins behind the header. Returns
+// void text(std::size_t index, std::string_view text). `values` follows the header. Returns
 // the bytes that the values take. Throws std::runtime_error, after an error line, when they leave
 // `values` or are malformed.
 template <typename Sink>

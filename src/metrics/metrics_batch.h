@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "metrics/labels_block.h"
+#include "metrics/encoded_label.h"
 
 namespace vrn::metrics {
 

@@ -1,9 +1,12 @@
-// The counting walk over CNTX blocks: it checks every step by itself and stores nothing.
+#include "metrics/metrics_count.h"
+
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
 
-#include "metrics/metrics_parser.h"
+#include "metrics/cntx_block_tables.h"
+#include "metrics/labels_block.h"
+#include "metrics/metrics_batch.h"
 #include "metrics/section_mark.h"
 #include "utils/log.h"
 
@@ -56,7 +59,8 @@ bool find_samples(Bytes record, std::size_t *num_samples, Bytes *samples) {
     return true;
 }
 
-// Offset behind the labels block at `labels_offset`; 0, after a line, when it is malformed.
+// Offset of what follows the labels block at `labels_offset`; 0, after a line, when it is
+// malformed.
 std::uint64_t end_of_labels(Bytes data, std::uint64_t labels_offset) {
     std::uint64_t label_set_id = 0;
     std::vector<EncodedLabel> labels;
@@ -71,7 +75,7 @@ std::uint64_t end_of_labels(Bytes data, std::uint64_t labels_offset) {
 }
 
 // Counts the record that starts both `record`, which bounds its samples, and `labels_data`, which
-// bounds its labels. Returns the bytes it takes; 0 when the walk can't go on behind it.
+// bounds its labels. Returns the bytes it takes; 0 when the walk can't go on after it.
 std::uint64_t count_record(Bytes record, Bytes labels_data,
                            const std::vector<std::string> &metric_names, MetricCounts *counts) {
     std::size_t num_samples = 0;
@@ -161,7 +165,7 @@ std::size_t count_blocks(Bytes range, MetricCounts *counts) {
 
 }  // namespace
 
-bool VrnMetricsParser::count_metrics_from_cntx_blocks(Bytes range, MetricCounts *counts) {
+bool count_metrics(Bytes range, MetricCounts *counts) {
     try {
         MetricCounts counted = *counts;
         const std::size_t blocks = count_blocks(range, &counted);

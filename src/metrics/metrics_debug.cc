@@ -1,7 +1,7 @@
 #include "metrics/metrics_debug.h"
 
+#include "metrics/labels_block.h"
 #include "metrics/record_view.h"
-#include "metrics/table_sections.h"
 #include "utils/log.h"
 
 namespace vrn::metrics {
@@ -58,14 +58,13 @@ std::string join_strings(const std::vector<std::string> &strings) {
     return joined;
 }
 
-void show_label_names(Bytes block) {
+void show_label_sets(const std::vector<LabelSetView> &sets) {
     if (!is_shown()) return;
-    LabelSetView set;
-    Bytes rest = block;
-    for (std::size_t id = 0; read_label_set(rest, &set, &rest); ++id) {
-        if (set.count == 0) VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] empty label names vector");
+    for (std::size_t id = 0; id < sets.size(); ++id) {
+        if (sets[id].count == 0)
+            VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] empty label names vector");
         VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Label Names [%zu] %s", id,
-                join_strings(names_of(set)).c_str());
+                join_strings(names_of(sets[id])).c_str());
     }
 }
 
@@ -79,12 +78,11 @@ void show_string_tables(const std::vector<std::string_view> &label_values,
 
 void show_records(const RecordSection &section, const std::vector<std::string_view> &label_values) {
     if (!is_shown()) return;
-    MetricRecord record;
-    walk_records(section, [&](Bytes data) { return parse_record(data, section, &record); });
+    MetricRecord copy;
+    walk_records(section, [&](Bytes data) { return parse_record(data, section, &copy); });
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Metrics Batch: ");
-    scan_records(section, [&](std::size_t, const RecordView &view) {
-        return show_record(view, label_values);
-    });
+    scan_records(section,
+                 [&](const RecordView &record) { return show_record(record, label_values); });
 }
 
 }  // namespace vrn::metrics

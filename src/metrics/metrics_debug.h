@@ -6,15 +6,14 @@
 #include <vector>
 
 #include "metrics/record_section.h"
-#include "utils/byte_reader.h"
+#include "metrics/table_sections.h"
 
 namespace vrn::metrics {
 
 // The strings with "," between them.
 std::string join_strings(const std::vector<std::string> &strings);
 
-// The label sets of a block whose "LBLN" sections are known to be well-formed.
-void show_label_names(Bytes block);
+void show_label_sets(const std::vector<LabelSetView> &sets);
 void show_string_tables(const std::vector<std::string_view> &label_values,
                         const std::vector<std::string_view> &metric_names);
 

@@ -1,4 +1,3 @@
-// The records of a CNTX block as the JSON output takes them, and the heads of records.
 #include "metrics/metrics_parser.h"
 
 #include <array>
@@ -66,14 +65,53 @@ void VrnMetricsParser::parse_cntx_block(Bytes block, LabelNames *label_names,
                                         std::vector<std::string> *metric_names,
                                         std::vector<MetricRecord> *records) {
     CntxBlockView view;
-    view.read(block);
-    parse_label_names(block, label_names);
+    view.read(block, find_mark(block, "CNTX"));
+    append_names(view.label_sets, label_names);
     label_values->assign(view.label_values.begin(), view.label_values.end());
     metric_names->assign(view.metric_names.begin(), view.metric_names.end());
     records->clear();
-    scan_records(view.records, [&](std::size_t, const RecordView &record) {
+    scan_records(view.records, [&](const RecordView &record) {
         return copy_record(record, &records->emplace_back());
     });
+}
+
+std::uint32_t VrnMetricsParser::find_cntx_total_size(Bytes range) {
+    return read_total_size(find_mark(range, "CNTX"));
+}
+
+Bytes VrnMetricsParser::parse_label_names(Bytes range, LabelNames *label_names) {
+    return metrics::parse_label_names(range, label_names);
+}
+
+Bytes VrnMetricsParser::parse_string_section(Bytes range, std::string_view prefix,
+                                             std::string_view suffix,
+                                             std::vector<std::string> *strings) {
+    return metrics::parse_string_section(range, prefix, suffix, strings);
+}
+
+Bytes VrnMetricsParser::parse_label_values_section(Bytes range,
+                                                   std::vector<std::string> *label_values) {
+    return parse_label_values(range, label_values);
+}
+
+Bytes VrnMetricsParser::parse_metric_names_section(Bytes range,
+                                                   std::vector<std::string> *metric_names) {
+    return parse_metric_names(range, metric_names);
+}
+
+LabelMap VrnMetricsParser::parse_constant_labels(Bytes range) {
+    return metrics::parse_constant_labels(range);
+}
+
+Bytes VrnMetricsParser::parse_histogram_sections(Bytes range,
+                                                 const std::vector<std::string> &label_values,
+                                                 HistogramSet *histograms) {
+    parse_histograms(&range, label_values, histograms);
+    return range;
+}
+
+bool VrnMetricsParser::count_metrics_from_cntx_blocks(Bytes range, MetricCounts *counts) {
+    return count_metrics(range, counts);
 }
 
 }  // namespace vrn::metrics

@@ -19,21 +19,21 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "metrics/cntx_block_tables.h"
 #include "metrics/metric_filter.h"
 #include "metrics/metrics_batch.h"
+#include "metrics/metrics_count.h"
 #include "utils/byte_reader.h"
 
 namespace vrn::metrics {
 
-using MetricCounts = std::unordered_map<std::string, std::uint64_t>;  // by metric name
-
+// The roads from blocks to JSON, to counts and to a store. The code stands with what it is about;
+// the feed of a store, a layer above, in store/metrics_feed.cc.
 class VrnMetricsParser {
   public:
-    // `total_size` behind the first "CNTX"; 0 when there is none. Bytes that the range lacks read
+    // `total_size` of the first block; 0 when there is no "CNTX". Bytes that the range lacks read
     // as zeros.
     static std::uint32_t find_cntx_total_size(Bytes range);
 
@@ -47,22 +47,13 @@ class VrnMetricsParser {
     // The records of the "CNTD" section, which ends with `range`.
     static std::vector<MetricRecord> parse_metrics(Bytes range);
 
-    // Appends the names of all "LBLN" sections under their number. Returns the bytes behind the
-    // last section; without any, those behind the first 4.
+    // The tables of a block; see cntx_block_tables.h.
     static Bytes parse_label_names(Bytes range, LabelNames *label_names);
-
-    // Reads the strings of the first section with the mark `prefix`. Returns the bytes behind it;
-    // without one, no strings and the empty end of the range.
     static Bytes parse_string_section(Bytes range, std::string_view prefix, std::string_view suffix,
                                       std::vector<std::string> *strings);
     static Bytes parse_label_values_section(Bytes range, std::vector<std::string> *label_values);
     static Bytes parse_metric_names_section(Bytes range, std::vector<std::string> *metric_names);
-
-    // Name and value of each pair of strings in "CLBL"; a last name without value is left out.
     static LabelMap parse_constant_labels(Bytes range);
-
-    // Adds the histograms of all "HIST" sections. A malformed one ends the scan after an error
-    // line. Returns the bytes behind the last section, or `range` after a failure.
     static Bytes parse_histogram_sections(Bytes range, const std::vector<std::string> &label_values,
                                           HistogramSet *histograms);
 
@@ -70,14 +61,15 @@ class VrnMetricsParser {
     // "num_samples" (u64), "metrics" (MetricsBatch) and "type" (string).
     static std::map<std::string, boost::any> parse_record_header(Bytes record);
 
-    // The same for the store: the metric type is 'C' or 'G', the labels are not read. Returns the
-    // timestamp; 0 is taken after an error line.
+    // Head and samples of the record that starts `record`, as a store takes them: the metric type
+    // is 'C' or 'G', the labels are not read. Returns the timestamp; 0 is taken after an error
+    // line. Throws std::runtime_error for another type.
     static std::uint64_t decode_record_header(Bytes record, StoreRecord *fields);
 
     // Stores the histograms and samples of all blocks in `range`, which ends the search for blocks.
     // A block that is malformed is given up with a warning, with what was stored before the fault.
-    // Returns the bytes behind the last block. `filter`, which may be null, chooses the metrics
-    // that are new to the store. `Store` is one of the two MetricsStore.
+    // Returns the bytes that follow the last block. `filter`, which may be null, chooses the
+    // metrics that are new to the store. `Store` is one of the two MetricsStore.
     template <typename Store>
     static Bytes parse_cntx_blocks_into_store(Bytes range, const MetricFilter *filter,
                                               Store *store);

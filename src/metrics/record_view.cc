@@ -4,6 +4,8 @@
 #include <array>
 #include <stdexcept>
 
+#include "metrics/labels_block.h"
+
 namespace vrn::metrics {
 
 RecordHeader read_short_record_header(Bytes record) {

@@ -81,16 +81,16 @@ inline RecordView read_record(Bytes data, const RecordSection &section) {
 // Copies the record that starts `data` and returns the bytes it takes. Throws as read_record().
 std::uint64_t parse_record(Bytes data, const RecordSection &section, MetricRecord *record);
 
-// The same without debug lines for a record that was read. Returns the bytes its label values take.
+// Copies a record that was read, without debug lines. Returns the bytes its label values take.
 std::size_t copy_record(const RecordView &view, MetricRecord *record);
 
-// Calls `visit` with the offset of each record in `section.base` and the record; it returns the
-// bytes that the label values take, as walk_label_values(). Shows nothing at debug level.
+// Calls `visit` with each record; it returns the bytes that the label values take, as
+// walk_label_values(). Shows nothing at debug level.
 template <typename Visit>
 void scan_records(const RecordSection &section, Visit visit) {
     for (std::size_t offset = sizeof section.blocksize; offset < section.end_offset;) {
         const RecordView record = read_record(section.base.subspan(offset), section);
-        const std::size_t labels_size = visit(offset, record);
+        const std::size_t labels_size = visit(record);
         offset = static_cast<std::size_t>(record.label_values.data() - section.base.data()) +
                  labels_size;
     }

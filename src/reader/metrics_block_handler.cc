@@ -1,16 +1,12 @@
 #include "reader/metrics_block_handler.h"
 
-#include <algorithm>
 #include <exception>
 
-#include "metrics/metrics_parser.h"
-#include "metrics/metrics_text.h"
+#include "metrics/metrics_json_writer.h"
 #include "reader/record_text.h"
 #include "utils/log.h"
 
 namespace {
-
-using vrn::metrics::VrnMetricsParser;
 
 // Null when the format can be printed.
 const char *refusal_of(vrn_output_format_t format) {
@@ -28,10 +24,9 @@ const char *refusal_of(vrn_output_format_t format) {
 }
 
 bool print_metrics(vrn_reader_t *reader, vrn::Bytes bytes) {
-    const std::size_t total_size = VrnMetricsParser::find_cntx_total_size(bytes);
-    if (!reader->metrics_text) reader->metrics_text = new vrn::metrics::MetricsText;
-    vrn::metrics::MetricsText &metrics = *reader->metrics_text;
-    metrics.read(bytes.first(std::min(total_size, bytes.size())));
+    if (!reader->metrics_writer) reader->metrics_writer = new vrn::metrics::MetricsJsonWriter;
+    vrn::metrics::MetricsJsonWriter &metrics = *reader->metrics_writer;
+    metrics.read(bytes);
 
     if (const char *refusal = refusal_of(reader->options->format)) {
         vrn_reader_fail(reader, "%s", refusal);

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "data/writer/data_writer.h"
-#include "metrics/metrics_text.h"
+#include "metrics/metrics_json_writer.h"
 #include "reader/block_walk.h"
 #include "reader/file_entry.h"
 #include "reader/reader_kept.h"
@@ -157,7 +157,7 @@ void vrn_reader_destroy(vrn_reader_t *reader) {
     std::free(reader->page.bytes);
     delete reader->counters_text;
     delete reader->counters_table;
-    delete reader->metrics_text;
+    delete reader->metrics_writer;
     vrn_type_system_destroy(reader->type_system);
     vrn_metadata_free(reader->metadata);
     delete reader->file;

@@ -21,7 +21,7 @@
 
 struct vrn_data_writer_t;
 namespace vrn::metrics {
-class MetricsText;
+class MetricsJsonWriter;
 }
 
 // Whether the options select the events of a type by its name.
@@ -68,7 +68,8 @@ struct vrn_reader_t {
     // Owned; of the type system's counters, made at their first row.
     vrn::CountersText *counters_text;
     vrn::CountersTable *counters_table;
-    vrn::metrics::MetricsText *metrics_text;  // owned; made for the first metrics block of the file
+    vrn::metrics::MetricsJsonWriter
+        *metrics_writer;  // owned; made for the first metrics block of the file
     // Owned; made for the first record of the file, of JSON or of any other text.
     vrn::JsonText *text;
 };

@@ -1,6 +1,6 @@
 #include "reader/metrics_block_handler.h"
 
-#include "metrics/metrics_text.h"
+#include "metrics/metrics_json_writer.h"
 #include "reader/record_text.h"
 #include "support/stream_blocks.h"
 #include "support/test.h"
@@ -31,7 +31,7 @@ Outcome handle(const std::string &bytes) {
     vrn_reader_flush_text(&reader);
     std::fflush(stdout);
     delete reader.text;
-    delete reader.metrics_text;
+    delete reader.metrics_writer;
     return {done, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr(),
             log.take()};
 }

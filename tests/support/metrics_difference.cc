@@ -1,11 +1,12 @@
 #include "support/metrics_difference.h"
 
+#include <algorithm>
 #include <exception>
 #include <vector>
 
-#include "metrics/metrics_json.h"
+#include "metrics/metrics_json_tree.h"
+#include "metrics/metrics_json_writer.h"
 #include "metrics/metrics_parser.h"
-#include "metrics/metrics_text.h"
 #include "support/byte_builder.h"
 #include "support/captured_log.h"
 #include "support/printed_difference.h"
@@ -124,7 +125,9 @@ std::string with_lines(std::uint32_t level, Outcome outcome) {
     return all + text;
 }
 
-std::string tree_of(Bytes block, JsonLayout layout) {
+std::string tree_of(Bytes bytes, JsonLayout layout) {
+    const std::size_t size = VrnMetricsParser::find_cntx_total_size(bytes);
+    const Bytes block = bytes.first(std::min(size, bytes.size()));
     metrics::CntxBlockTables tables;
     std::vector<metrics::MetricRecord> records;
     VrnMetricsParser::parse_cntx_block(block, &tables.label_names, &tables.label_values,
@@ -145,7 +148,7 @@ std::string metrics_difference(std::string_view choices) {
 
 std::string metrics_block_difference(Bytes block, bool debug) {
     json_set_escape_slashes(0);
-    static metrics::MetricsText metrics;  // as the reader does: one for block after block
+    static metrics::MetricsJsonWriter metrics;  // as the reader does: one for block after block
     const std::uint32_t level = debug ? 7 : 6;
     std::string all;
     for (const JsonLayout layout : {JsonLayout::compact, JsonLayout::pretty})

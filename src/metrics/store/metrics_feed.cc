@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "metrics/labels_block.h"
 #include "metrics/metrics_parser.h"
 #include "metrics/record_section.h"
 #include "metrics/section_mark.h"

@@ -1,4 +1,4 @@
-#include "metrics/metrics_json.h"
+#include "metrics/metrics_json_tree.h"
 
 #include <gtest/gtest.h>
 

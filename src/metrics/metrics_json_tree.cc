@@ -1,11 +1,12 @@
-#include "metrics/metrics_json.h"
+#include "metrics/metrics_json_tree.h"
 
 #include <stdexcept>
 #include <utility>
 
 #include "data/text/value_format.h"
-#include "metrics/metrics_walk.h"
-#include "metrics/record_check.h"
+#include "metrics/json_fit.h"
+#include "metrics/labels_block.h"
+#include "metrics/printed_records.h"
 #include "utils/c_ptr.h"
 #include "utils/log.h"
 
@@ -69,33 +70,29 @@ bool set_metrics(JSON_Object *root, const MetricsBatch &batch, const Names &metr
     return true;
 }
 
-// See metrics_walk.h; places are indexes.
+// See printed_records.h.
 class TreeSink {
   public:
-    TreeSink(JSON_Object *root, const CntxBlockTables &tables,
-             const std::vector<MetricRecord> &records, bool microseconds)
-        : root_(root), tables_(tables), records_(records), microseconds_(microseconds) {}
+    TreeSink(JSON_Object *root, const CntxBlockTables &tables, bool microseconds)
+        : root_(root), tables_(tables), microseconds_(microseconds) {}
 
-    bool time(std::size_t place) {
-        const std::uint64_t timestamp = records_[place].timestamp;
-        json_object_set_number(root_, "timestamp", static_cast<double>(timestamp));
-        const CString text(vrn_format_timestamp(timestamp, microseconds_));
+    bool time(const MetricRecord *record) {
+        json_object_set_number(root_, "timestamp", static_cast<double>(record->timestamp));
+        const CString text(vrn_format_timestamp(record->timestamp, microseconds_));
         if (text) json_object_set_string(root_, "@timestamp", text.get());
         return true;
     }
-    bool labels(std::size_t place) {
-        const MetricRecord &record = records_[place];
-        const Names values = decode_label_values(record.encoded_labels, tables_.label_values);
-        return set_labels(root_, resolve_labels(tables_, record.label_set_id, values));
+    bool labels(const MetricRecord *record) {
+        const Names values = decode_label_values(record->encoded_labels, tables_.label_values);
+        return set_labels(root_, resolve_labels(tables_, record->label_set_id, values));
     }
-    bool metrics(std::size_t place) {
-        return set_metrics(root_, records_[place].samples, tables_.metric_names);
+    bool metrics(const MetricRecord *record) {
+        return set_metrics(root_, record->samples, tables_.metric_names);
     }
 
   private:
     JSON_Object *root_;
     const CntxBlockTables &tables_;
-    const std::vector<MetricRecord> &records_;
     bool microseconds_;
 };
 
@@ -104,14 +101,14 @@ JsonValue build_tree(const CntxBlockTables &tables, const std::vector<MetricReco
                      bool microseconds) {
     JsonValue root(json_value_init_object());
     if (!root) return nullptr;
-    const RecordCheck check(tables, tables.metric_names.size());
-    SeenRecords seen;
-    for (std::size_t i = 0; i < records.size(); ++i) {
-        if (!check.fits(records[i])) return nullptr;
-        seen.add(i, tables.label_names.contains(records[i].label_set_id));
+    const JsonFit fit(tables, tables.metric_names.size());
+    PrintedRecords<const MetricRecord *> printed;
+    for (const MetricRecord &record : records) {
+        if (!fit.fits(record)) return nullptr;
+        printed.add(&record, tables.label_names.contains(record.label_set_id));
     }
-    TreeSink sink(json_value_get_object(root.get()), tables, records, microseconds);
-    return seen.walk(sink) ? std::move(root) : nullptr;
+    TreeSink sink(json_value_get_object(root.get()), tables, microseconds);
+    return printed.walk(sink) ? std::move(root) : nullptr;
 }
 
 }  // namespace

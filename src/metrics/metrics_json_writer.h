@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -9,21 +10,22 @@
 #include "data/text/json_text.h"
 #include "data/text/local_time_text.h"
 #include "metrics/cntx_block_view.h"
-#include "metrics/metrics_walk.h"
+#include "metrics/printed_records.h"
 #include "metrics/record_view.h"
 #include "utils/byte_reader.h"
 
 namespace vrn::metrics {
 
 // Reads and writes one block after the other. Of the records of a block only the last one and the
-// last one with known labels are printed, so one walk checks all of them in place and remembers
-// where these two stand. Memory is kept from block to block and doesn't grow with the records.
-class MetricsText {
+// last one with known labels are printed, so one walk checks all of them in place and keeps what it
+// saw of these two. Memory is kept from block to block and doesn't grow with the records.
+class MetricsJsonWriter {
   public:
-    // Walks the block, which must stay in place until it is written. Throws std::runtime_error when
-    // it is malformed, with the lines of VrnMetricsParser::parse_cntx_block() and
-    // parse_constant_labels().
-    void read(Bytes block);
+    // Walks the block that starts `bytes`, which must stay in place until it is written; its first
+    // "CNTX" tells its size. Throws std::runtime_error when it is
+    // malformed, with the lines of VrnMetricsParser's find_cntx_total_size(), parse_cntx_block()
+    // and parse_constant_labels().
+    void read(Bytes bytes);
 
     // Appends what parson prints for metrics_to_json() of the block. False after an error line,
     // with nothing appended, when there is no such tree.
@@ -31,8 +33,9 @@ class MetricsText {
 
   private:
     enum class Fit : std::uint8_t { unknown, yes, no };
-    class RecordFit;
-    class Sink;
+    using LabelTexts = std::array<std::string_view, 256>;  // of one record
+    class RecordLook;
+    class MemberWriter;
 
     void read_records();
     bool find_value_fit(std::uint8_t id);
@@ -47,8 +50,11 @@ class MetricsText {
 
     CntxBlockView block_;
     std::vector<std::string_view> constants_;  // name, value, name, value
-    SeenRecords seen_;
-    // Whether each record fits for all that a quick look shows. Another look may find that it does.
+    PrintedRecords<RecordView> printed_;
+    // Of the last record with known labels, and of the one that is looked at.
+    std::array<LabelTexts, 2> label_texts_;
+    std::size_t printed_texts_ = 0;  // the index of the first
+    // Whether each record fits for all that a quick look shows. JsonFit may find that it does.
     bool records_fit_ = false;
     std::array<Fit, 256> value_fits_;  // of label values, once they are used
     LocalTimeText time_;

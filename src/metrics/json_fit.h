@@ -1,4 +1,4 @@
-// What a record must be for its block to become JSON, seen or not.
+// What a record must be for its block to become JSON, whether it is printed or not.
 #pragma once
 
 #include <cstddef>
@@ -43,10 +43,12 @@ inline bool is_json_text(std::string_view text) {
     return is_ascii(text) || is_utf8_json_text(text);
 }
 
-class RecordCheck {
+// A record fits when each label of a known set has a text and a name, all values that it shows,
+// constant labels too, are UTF-8, and each sample has a name.
+class JsonFit {
   public:
     // `tables` must outlive it; its metric names aren't looked at.
-    RecordCheck(const CntxBlockTables &tables, std::size_t num_metric_names);
+    JsonFit(const CntxBlockTables &tables, std::size_t num_metric_names);
 
     // False after error lines; throws std::runtime_error. The cost doesn't grow with the number of
     // constant labels.

@@ -1,4 +1,4 @@
-#include "metrics/record_check.h"
+#include "metrics/json_fit.h"
 
 #include <parson.h>
 
@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <unordered_map>
 
+#include "metrics/labels_block.h"
 #include "utils/c_ptr.h"
 #include "utils/log.h"
 
@@ -16,15 +17,15 @@ bool is_utf8_json_text(std::string_view text) {
     return CPtr<JSON_Value, json_value_free>(json_value_init_string(copy.c_str())) != nullptr;
 }
 
-RecordCheck::RecordCheck(const CntxBlockTables &tables, std::size_t num_metric_names)
+JsonFit::JsonFit(const CntxBlockTables &tables, std::size_t num_metric_names)
     : tables_(tables), num_metric_names_(num_metric_names) {
     for (const auto &[name, value] : tables.constant_labels)
         if (!is_json_text(value)) unfit_constants_.push_back(name);
 }
 
-bool RecordCheck::fits(const MetricRecord &record) const {
+bool JsonFit::fits(const MetricRecord &record) const {
     if (!labels_fit(record)) {
-        // Once for the label and once for its array.
+        // Deliberate: one line for the label, one for the array that it fails.
         VRN_LOG(VRN_LOG_ERROR, "Failed allocating JSON object");
         VRN_LOG(VRN_LOG_ERROR, "Failed allocating JSON object");
         return false;
@@ -34,7 +35,7 @@ bool RecordCheck::fits(const MetricRecord &record) const {
     return true;
 }
 
-bool RecordCheck::labels_fit(const MetricRecord &record) const {
+bool JsonFit::labels_fit(const MetricRecord &record) const {
     const auto set = tables_.label_names.find(record.label_set_id);
     if (set == tables_.label_names.end()) return true;
     const std::vector<std::string> &names = set->second;

@@ -1,0 +1,208 @@
+#include "metrics/metrics_json_writer.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <memory_resource>
+#include <string>
+#include <unordered_map>
+
+#include "metrics/json_fit.h"
+#include "metrics/section_mark.h"
+#include "utils/log.h"
+
+namespace vrn::metrics {
+namespace {
+
+std::uint16_t highest_sample_id(Bytes samples) {
+    static_assert(offsetof(MetricSample, sample_id) == 0);
+    std::uint16_t highest = 0;
+    const std::uint8_t *const end = samples.data() + samples.size();
+    for (const std::uint8_t *sample = samples.data(); sample != end; sample += sizeof(MetricSample))
+        highest = std::max(highest, load_le<std::uint16_t>(sample));
+    return highest;
+}
+
+}  // namespace
+
+// A quick look at a record, which takes the texts of its labels. See walk_label_values().
+class MetricsJsonWriter::RecordLook {
+  public:
+    RecordLook(MetricsJsonWriter &writer, LabelTexts &texts) : writer_(writer), texts_(texts) {}
+
+    void id(std::size_t index, std::uint8_t id) {
+        const Fit known = writer_.value_fits_[id];
+        const bool fits = known == Fit::unknown ? writer_.find_value_fit(id) : known == Fit::yes;
+        texts_[index] = fits ? writer_.block_.label_values[id] : std::string_view();
+        labels_fit_ &= fits;
+    }
+    void text(std::size_t index, std::string_view text) {
+        texts_[index] = text;
+        labels_fit_ &= is_json_text(text);
+    }
+
+    // To be called when the labels have been walked. False for some records that JsonFit passes.
+    bool surely_fits(const RecordView &record, bool is_labelled) const {
+        if (is_labelled && !(labels_fit_ && has_names_for(record.labels))) return false;
+        return record.num_samples() == 0 ||
+               highest_sample_id(record.samples) < writer_.block_.metric_names.size();
+    }
+
+  private:
+    bool has_names_for(const LabelsHeader &labels) const {
+        return labels.count <= writer_.block_.label_sets[labels.label_set_id].count;
+    }
+
+    MetricsJsonWriter &writer_;
+    LabelTexts &texts_;
+    bool labels_fit_ = true;
+};
+
+// See printed_records.h.
+class MetricsJsonWriter::MemberWriter {
+  public:
+    MemberWriter(MetricsJsonWriter &writer, bool microseconds, JsonText &text)
+        : writer_(writer), microseconds_(microseconds), text_(text) {}
+
+    bool time(const RecordView &record) {
+        text_.key("timestamp");
+        text_.number(record.timestamp);
+        const std::string_view time = writer_.time_.of(record.timestamp, microseconds_);
+        if (time.empty()) return true;
+        text_.key("@timestamp");
+        return text_.string(time);
+    }
+    bool labels(const RecordView &record) {
+        std::array<std::byte, 1024> room;  // for most labels; others take memory of their own
+        std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+        LabelViews labels(&memory);
+        collect_labels(record.labels, &labels);
+        text_.key("labels");
+        text_.begin_array();
+        for (const auto &[name, value] : labels) {
+            text_.element();
+            text_.begin_object();
+            text_.key(json_text_of(name));
+            if (!text_.string(json_text_of(value))) return fail_label();
+            text_.end_object();
+        }
+        text_.end_array();
+        return true;
+    }
+    bool metrics(const RecordView &record) {
+        text_.key("metrics");
+        text_.begin_array();
+        for (std::size_t i = 0; i < record.num_samples(); ++i) {
+            const MetricSample sample = record.sample(i);
+            text_.element();
+            text_.begin_object();
+            text_.key(json_text_of(writer_.block_.metric_names[sample.sample_id]));
+            // Deliberate: shown as unsigned, whatever the type of the record.
+            text_.number(std::uint64_t{sample.sample_value});
+            text_.end_object();
+        }
+        text_.end_array();
+        return true;
+    }
+
+  private:
+    // The label fits, so memory has run out.
+    static bool fail_label() {
+        VRN_LOG(VRN_LOG_ERROR, "Failed allocating JSON object");
+        return false;
+    }
+
+    // In the order of LabelMap, which is the order of the output: views hash as their strings do.
+    using LabelViews = std::pmr::unordered_map<std::string_view, std::string_view>;
+
+    void collect_labels(const LabelsHeader &header, LabelViews *labels) const {
+        writer_.set_constant_labels(labels);
+        ByteReader names(writer_.block_.label_sets[header.label_set_id].names);
+        std::string_view name;
+        for (std::size_t i = 0; i < header.count && read_string(names, &name); ++i)
+            (*labels)[name] = writer_.label_texts_[writer_.printed_texts_][i];
+    }
+
+    MetricsJsonWriter &writer_;
+    bool microseconds_;
+    JsonText &text_;
+};
+
+void MetricsJsonWriter::read(Bytes bytes) {
+    const Bytes mark = find_mark(bytes, "CNTX");
+    const std::size_t offset = bytes.size() - mark.size();
+    const Bytes block = bytes.first(std::min<std::size_t>(read_total_size(mark), bytes.size()));
+    // A size may cut off even the mark of its block.
+    block_.read(block, block.size() < offset + MARK_SIZE ? Bytes() : block.subspan(offset));
+    read_records();
+    read_string_section(block, "CLBL", "clbl", &constants_);
+    records_fit_ = records_fit_ && constants_fit();
+}
+
+void MetricsJsonWriter::read_records() {
+    value_fits_.fill(Fit::unknown);
+    PrintedRecords<RecordView> printed;
+    bool all_fit = true;
+    const std::size_t num_label_sets = block_.label_sets.size();
+    scan_records(block_.records, [&](const RecordView &record) {
+        RecordLook look(*this, label_texts_[1 - printed_texts_]);
+        const std::size_t size = walk_label_values(record.labels, record.label_values, look);
+        const bool is_labelled = record.labels.label_set_id < num_label_sets;
+        all_fit &= look.surely_fits(record, is_labelled);
+        printed.add(record, is_labelled);
+        if (is_labelled) printed_texts_ = 1 - printed_texts_;
+        return size;
+    });
+    printed_ = printed;
+    records_fit_ = all_fit;
+}
+
+bool MetricsJsonWriter::find_value_fit(std::uint8_t id) {
+    if (id >= block_.label_values.size()) return false;
+    const std::string_view value = block_.label_values[id];
+    const bool fits = !value.empty() && is_json_text(value);
+    value_fits_[id] = fits ? Fit::yes : Fit::no;
+    return fits;
+}
+
+bool MetricsJsonWriter::constants_fit() const {
+    for (std::size_t i = 1; i < constants_.size(); i += 2)
+        if (!is_json_text(constants_[i])) return false;
+    return true;
+}
+
+bool MetricsJsonWriter::write(bool microseconds, JsonText *text) {
+    const JsonText::Mark start = text->mark();
+    try {
+        if ((records_fit_ || check_records()) && write_members(microseconds, text)) return true;
+    } catch (const std::exception &error) {
+        VRN_LOG(VRN_LOG_ERROR, "failed to JSONify metrics: %s", error.what());
+    }
+    text->rewind(start);
+    return false;
+}
+
+bool MetricsJsonWriter::write_members(bool microseconds, JsonText *text) {
+    MemberWriter members(*this, microseconds, *text);
+    text->begin_object();
+    const bool done = printed_.walk(members);
+    text->end_object();
+    return done;
+}
+
+// The rule itself, record by record. False after error lines; throws std::runtime_error.
+bool MetricsJsonWriter::check_records() const {
+    CntxBlockTables tables = block_.copy_label_tables();
+    set_constant_labels(&tables.constant_labels);
+    const JsonFit fit(tables, block_.metric_names.size());
+    MetricRecord copy;
+    bool all_fit = true;
+    scan_records(block_.records, [&](const RecordView &record) {
+        const std::size_t size = copy_record(record, &copy);
+        all_fit = all_fit && fit.fits(copy);
+        return size;
+    });
+    return all_fit;
+}
+
+}  // namespace vrn::metrics
