@@ -33,8 +33,8 @@ vrn_source_list_t *vrn_source_list_create_default(const char *tag);
 
 // The sources that `text` specifies, all with an empty tag, in order, repeats kept. When a file of
 // that name exists: the names in parentheses of a fabscan file (one that holds "H-" or "S-"), or
-// the lines of a text file. Otherwise a range. Null after a line, also for what is no regular file,
-// and when out of memory.
+// the lines of a text file. Otherwise a range. A pipe, of which this reads up to 10,485,760 bytes,
+// is a file too. Null after a line, also for folders and devices, and when out of memory.
 vrn_source_list_t *vrn_source_list_from_spec(const char *text);
 
 // The sources NAME_1 to NAME_N of "N", NAME_A to NAME_B of "A-B", both of the name that

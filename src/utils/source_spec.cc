@@ -1,4 +1,5 @@
 // What a collector is told of its sources: see vrn_source_list_from_spec and _from_range.
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -6,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "utils/c_ptr.h"
 #include "utils/log.h"
@@ -18,10 +20,46 @@ constexpr std::size_t line_size = 1024;
 
 using File = vrn::CPtr<std::FILE, std::fclose>;
 
-// Anything else under that name might never end.
-bool is_regular_file(const char *path) {
+// Of a pipe, which might never end; as much as of a scope file.
+constexpr std::size_t max_pipe_bytes = 10'485'760;
+
+File open_memory() {
+    const int descriptor = memfd_create("sources", MFD_CLOEXEC);
+    if (descriptor < 0) return nullptr;
+    File file(fdopen(descriptor, "w+"));
+    if (!file) close(descriptor);
+    return file;
+}
+
+// What comes out of `pipe`, to be read again and again. Null after a line, or out of memory.
+File copy_pipe(std::FILE *pipe, const char *path) {
+    File copy = open_memory();
+    char buffer[BUFSIZ];
+    std::size_t size = 0;
+    for (std::size_t count = 0; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+        size += count;
+        if (size > max_pipe_bytes) {
+            VRN_LOG(VRN_LOG_ERROR, "[source] More than %zu bytes come from %s", max_pipe_bytes,
+                    path);
+            return nullptr;
+        }
+        if (!copy || std::fwrite(buffer, 1, count, copy.get()) != count) return nullptr;
+    }
+    return copy && std::fflush(copy.get()) == 0 ? std::move(copy) : nullptr;
+}
+
+// Null after lines for what can't be opened, and for folders and devices.
+File open_spec(const char *path) {
     struct stat status {};
-    return stat(path, &status) == 0 && S_ISREG(status.st_mode);
+    const bool is_known = stat(path, &status) == 0;
+    const bool is_pipe = is_known && S_ISFIFO(status.st_mode);
+    if (is_pipe || (is_known && S_ISREG(status.st_mode))) {
+        File file(std::fopen(path, "r"));
+        if (file) return is_pipe ? copy_pipe(file.get(), path) : std::move(file);
+        VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open file: %s", path);
+    }
+    VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open text file: %s", path);
+    return nullptr;
 }
 
 // Appends a source with an empty tag. False, after a line when there are too many, else out of
@@ -38,19 +76,14 @@ bool add_source(vrn_source_list_t *list, const char *name) {
     return true;
 }
 
-// Calls `add` with the list and each line of the file, until it fails. Null on failure, after a
-// line with the `kind` of file when it can't be opened.
+// Calls `add` with the list and each line of the file, until it fails. Null on failure.
 template <typename Add>
-vrn_source_list_t *read_file(const char *path, const char *kind, Add add) {
-    const File file(is_regular_file(path) ? std::fopen(path, "r") : nullptr);
-    if (!file) {
-        VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open %s file: %s", kind, path);
-        return nullptr;
-    }
+vrn_source_list_t *read_names(std::FILE *file, Add add) {
     vrn_source_list_ptr list(vrn_source_list_create());
     if (!list) return nullptr;
+    std::rewind(file);
     char line[line_size];
-    while (std::fgets(line, sizeof line, file.get()))
+    while (std::fgets(line, sizeof line, file))
         if (!add(list.get(), line)) return nullptr;
     return list.release();  // to the caller
 }
@@ -70,14 +103,10 @@ bool add_text_line(vrn_source_list_t *list, char *line) {
 }
 
 // Fabscan files name nodes as H-... (hosts) and S-... (switches).
-bool has_fabscan_mark(const char *path) {
-    const File file(std::fopen(path, "r"));
-    if (!file) {
-        VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open file: %s", path);
-        return false;
-    }
+bool has_fabscan_mark(std::FILE *file) {
+    std::rewind(file);
     char line[line_size];
-    while (std::fgets(line, sizeof line, file.get()))
+    while (std::fgets(line, sizeof line, file))
         if (std::strstr(line, "H-") || std::strstr(line, "S-")) return true;
     return false;
 }
@@ -148,7 +177,8 @@ vrn_source_list_t *vrn_source_list_from_range(const char *text) {
 
 vrn_source_list_t *vrn_source_list_from_spec(const char *text) {
     if (access(text, F_OK) != 0) return vrn_source_list_from_range(text);
-    return is_regular_file(text) && has_fabscan_mark(text)
-               ? read_file(text, "fabscan", add_fabscan_line)
-               : read_file(text, "text", add_text_line);
+    const File file = open_spec(text);
+    if (!file) return nullptr;
+    return has_fabscan_mark(file.get()) ? read_names(file.get(), add_fabscan_line)
+                                        : read_names(file.get(), add_text_line);
 }

@@ -1,6 +1,8 @@
 #include "utils/source_list.h"
 
-#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
 
 #include "support/test.h"
 
@@ -57,7 +59,19 @@ TEST(SourceSpec, RefusesOtherTexts) {
     EXPECT_EQ(log.take(), Lines{"3 [source] More than 65534 sources specified"});
 }
 
-TEST(SourceSpec, FilesNameSourcesByTheirKind) {
+// The sources that `content` names when it comes from a pipe.
+Lines names_from_pipe(const std::string &content) {
+    int ends[2];
+    if (pipe(ends) != 0) return {"no pipe"};
+    const bool is_written = write(ends[1], content.data(), content.size()) >= 0;
+    close(ends[1]);
+    const std::string path = "/dev/fd/" + std::to_string(ends[0]);
+    const vrn_source_list_ptr list(is_written ? vrn_source_list_from_spec(path.c_str()) : nullptr);
+    close(ends[0]);
+    return names_of(list.get());
+}
+
+TEST(SourceSpec, FilesAndPipesNameSourcesByTheirKind) {
     const std::string long_name(70, 'n');
     const std::string cut = long_name.substr(0, 63);
     const std::pair<std::string, Lines> cases[] = {
@@ -77,14 +91,24 @@ TEST(SourceSpec, FilesNameSourcesByTheirKind) {
         const std::string path = dir.write("spec", content);
         const vrn_source_list_ptr list(vrn_source_list_from_spec(path.c_str()));
         EXPECT_EQ(names_of(list.get()), names);
+        EXPECT_EQ(names_from_pipe(content), names);
     }
     EXPECT_EQ(log.take(), Lines{});
-    const std::string pipe = dir.file("pipe");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    for (const std::string &path : {dir.path(), pipe}) {
+}
+
+TEST(SourceSpec, RefusesWhatHasNoEnd) {
+    const TempDir dir;
+    CapturedLog log;
+    for (const std::string &path : {dir.path(), std::string("/dev/zero")}) {
         EXPECT_EQ(vrn_source_list_from_spec(path.c_str()), nullptr);
         EXPECT_EQ(log.take(), Lines{"3 [source] Failed to open text file: " + path});
     }
+    std::FILE *endless = popen("yes ''", "r");
+    ASSERT_TRUE(endless);
+    const std::string path = "/dev/fd/" + std::to_string(fileno(endless));
+    EXPECT_EQ(vrn_source_list_from_spec(path.c_str()), nullptr);
+    EXPECT_EQ(log.take(), Lines{"3 [source] More than 10485760 bytes come from " + path});
+    pclose(endless);
 }
 
 TEST(SourceSpec, FileOfTooManyNamesIsRefused) {
