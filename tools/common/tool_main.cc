@@ -10,7 +10,6 @@
 
 #include "common/shown_text.h"
 #include "utils/c_ptr.h"
-#include "utils/log.h"
 
 namespace vrn::tool {
 namespace {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/command_line.h"
+#include "utils/log.h"
 
 namespace vrn::tool {
 
@@ -24,5 +25,17 @@ void print_error(const char *program, std::string_view text);
 
 // Starts the log on standard error at `level`, with its lines as shown_text has them.
 void start_log(std::uint32_t level);
+
+// Keeps the log silent while in scope, where the tool tells the failure in words of its own.
+class QuietLog {
+  public:
+    QuietLog() : level_(vrn_log_set_level(0)) {}
+    ~QuietLog() { vrn_log_set_level(level_); }
+    QuietLog(const QuietLog &) = delete;
+    QuietLog &operator=(const QuietLog &) = delete;
+
+  private:
+    std::uint32_t level_;
+};
 
 }  // namespace vrn::tool

@@ -1,181 +1,134 @@
 #include "vrn_collect/collect_options.h"
 
-#include <getopt.h>
-
-#include <cstdio>
-#include <cstdlib>
+#include <limits>
 #include <string_view>
-
-#include "utils/parse_number.h"
 
 namespace vrn::collect {
 namespace {
 
-constexpr char help[] =
-    "Usage: vrn_collect [options]\n"
+using tool::BadValue;
+using tool::Option;
+
+using Take = std::function<void(const char *value)>;
+
+constexpr char about[] =
     "Samples /proc of this machine; writes DIR/data/**/*.bin and DIR/schema/*.json.\n"
-    "  -o, --output-dir DIR          Folder to write to, made when missing (telemetry).\n"
-    "  -i, --interval MS             Milliseconds between samples (100).\n"
-    "  -t, --duration MS             Milliseconds in all (2000).\n"
-    "  -s, --source NAME             Name of the source (this host's), or several\n"
-    "                                sources that each get all data, in a folder of their own\n"
-    "                                unless templates tell otherwise: the number N or the range\n"
-    "                                A-B for this host's name with _1 to _N or _A to _B,\n"
-    "                                PREFIX[A-B], or a file with one name a line or of fabscan.\n"
-    "  -e, --encoding NAME           Compress events in pages: gzip or snappy.\n"
-    "  -c, --counters-template PATH  Path of counters files below the data folder, from\n"
-    "                                {{year}} {{month}} {{day}} {{hour}} {{minute}} {{second}}\n"
-    "                                {{source}} {{tag}} {{id}} {{node}} {{port}} {{timestamp}}\n"
-    "                                {{hash[N]}} ({{tag}}{{id}}.bin).\n"
-    "  -d, --data-template PATH      The same of event and metrics files.\n"
-    "  -S, --file-size BYTES         Begin a new file at this size.\n"
-    "  -A, --file-age MS             Begin a new file when data would span this time.\n"
-    "  -D, --data-size BYTES         Remove the oldest files of this run above this size.\n"
-    "  -n, --node-info               Write node information files beside the data.\n"
-    "  -C, --close-files             Keep no data file open between pages.\n"
-    "      --allow-tags LIST         Store these tags only (counters,events,metrics).\n"
-    "      --exclude-tags LIST       Store none of these tags.\n"
-    "      --allow-scope LIST        Store these sources only.\n"
-    "      --exclude-scope LIST      Store none of these sources.\n"
-    "      --allow-scope-file FILE   The same by a file with one source a line.\n"
-    "      --exclude-scope-file FILE\n"
-    "  -h, --help                    Print this message.\n";
+    "SIGINT (Ctrl-C), SIGTERM and SIGHUP end the run, with all samples stored; a second\n"
+    "one ends it at once.\n";
 
-// Options without a letter.
-enum LongOption {
-    ALLOW_TAGS = 256,
-    EXCLUDE_TAGS,
-    ALLOW_SCOPE,
-    EXCLUDE_SCOPE,
-    ALLOW_SCOPE_FILE,
-    EXCLUDE_SCOPE_FILE,
-};
+constexpr char notes[] =
+    "\n"
+    "SOURCES are one name, or several sources that each get all data, in a folder of\n"
+    "their own unless templates tell otherwise:\n"
+    "  N, A-B         this host's name with _1 to _N, or with _A to _B\n"
+    "  PREFIX[A-B]    PREFIX_A to PREFIX_B\n"
+    "  FILE           a file or pipe with one name a line, or of fabscan\n"
+    "A text with a '.' or a '/' is always a file; --source-name takes any name.\n"
+    "\n"
+    "PATH is made of {{year}} {{month}} {{day}} {{hour}} {{minute}} {{second}} {{source}}\n"
+    "{{tag}} {{id}} {{node}} {{port}} {{timestamp}} {{hash[N]}}, where N is a number.\n"
+    "\n"
+    "LIST is made of names, PREFIX* and *SUFFIX, with commas between them.\n"
+    "\n"
+    "Environment: VRN_HOST_NAME stands for this host's name, VRN_SOURCE_ID for the name\n"
+    "of its source.\n"
+    "\n"
+    "Exit status: 0 when all samples were stored, 1 when something could not be stored,\n"
+    "64 for wrong usage.\n";
 
-constexpr char letters[] = "o:i:t:s:e:c:d:S:A:D:nCh";
-constexpr option long_options[] = {
-    {"output-dir", required_argument, nullptr, 'o'},
-    {"interval", required_argument, nullptr, 'i'},
-    {"duration", required_argument, nullptr, 't'},
-    {"source", required_argument, nullptr, 's'},
-    {"encoding", required_argument, nullptr, 'e'},
-    {"counters-template", required_argument, nullptr, 'c'},
-    {"data-template", required_argument, nullptr, 'd'},
-    {"file-size", required_argument, nullptr, 'S'},
-    {"file-age", required_argument, nullptr, 'A'},
-    {"data-size", required_argument, nullptr, 'D'},
-    {"node-info", no_argument, nullptr, 'n'},
-    {"close-files", no_argument, nullptr, 'C'},
-    {"allow-tags", required_argument, nullptr, ALLOW_TAGS},
-    {"exclude-tags", required_argument, nullptr, EXCLUDE_TAGS},
-    {"allow-scope", required_argument, nullptr, ALLOW_SCOPE},
-    {"exclude-scope", required_argument, nullptr, EXCLUDE_SCOPE},
-    {"allow-scope-file", required_argument, nullptr, ALLOW_SCOPE_FILE},
-    {"exclude-scope-file", required_argument, nullptr, EXCLUDE_SCOPE_FILE},
-    {"help", no_argument, nullptr, 'h'},
-    {nullptr, 0, nullptr, 0},
-};
-
-std::uint32_t parse_positive(const char *option_name, const char *value) {
-    std::uint32_t number = 0;
-    if (vrn_parse_u32(value, &number) && number != 0) return number;
-    std::fprintf(stderr, "vrn_collect: --%s takes a positive number, %s is given.\n", option_name,
-                 value);
-    std::exit(EXIT_FAILURE);
+Take text_into(std::string *text, const char *what) {
+    return [=](const char *value) {
+        if (!*value) throw BadValue(what);
+        *text = value;
+    };
 }
 
-std::chrono::milliseconds parse_milliseconds(const char *option_name, const char *value) {
-    return std::chrono::milliseconds(parse_positive(option_name, value));
+Take bytes_into(std::optional<std::uint64_t> *bytes) {
+    constexpr std::uint64_t max = std::uint64_t{1} << 45;  // that of all sources fits 64 bits
+    return [=](const char *value) { *bytes = tool::number_value(value, 1, max); };
 }
 
-vrn_page_encoding_t parse_encoding(const char *value) {
-    if (std::string_view(value) == "gzip") return VRN_ENCODING_GZIP;
-    if (std::string_view(value) == "snappy") return VRN_ENCODING_SNAPPY;
-    std::fprintf(stderr, "vrn_collect: --encoding takes gzip or snappy, %s is given.\n", value);
-    std::exit(EXIT_FAILURE);
+template <typename Milliseconds>
+Take milliseconds_into(Milliseconds *time, std::uint64_t min) {
+    constexpr std::uint64_t max = std::numeric_limits<std::uint32_t>::max();
+    return [=](const char *value) {
+        *time = std::chrono::milliseconds(tool::number_value(value, min, max));
+    };
 }
 
-// False for an option that is none of the writer's.
-bool take_writer_option(int code, WriterOptions *options) {
-    switch (code) {
-        case 'c':
-            options->counters_template = optarg;
-            return true;
-        case 'd':
-            options->data_template = optarg;
-            return true;
-        case 'S':
-            options->file_size = parse_positive("file-size", optarg);
-            return true;
-        case 'A':
-            options->file_age = parse_milliseconds("file-age", optarg);
-            return true;
-        case 'D':
-            options->data_size = parse_positive("data-size", optarg);
-            return true;
-        case 'n':
-            options->write_nodeinfo = true;
-            return true;
-        case 'C':
-            options->keep_files_open = false;
-            return true;
-        case ALLOW_TAGS:
-            options->allowed_tags = optarg;
-            return true;
-        case EXCLUDE_TAGS:
-            options->excluded_tags = optarg;
-            return true;
-        case ALLOW_SCOPE:
-            options->allowed_scope = optarg;
-            return true;
-        case EXCLUDE_SCOPE:
-            options->excluded_scope = optarg;
-            return true;
-        case ALLOW_SCOPE_FILE:
-            options->allowed_scope_file = optarg;
-            return true;
-        case EXCLUDE_SCOPE_FILE:
-            options->excluded_scope_file = optarg;
-            return true;
-        default:
-            return false;
-    }
+void take_encoding(CollectOptions *options, std::string_view name) {
+    if (name == "gzip")
+        options->encoding = VRN_ENCODING_GZIP;
+    else if (name == "snappy")
+        options->encoding = VRN_ENCODING_SNAPPY;
+    else
+        throw BadValue("gzip or snappy");
 }
 
-void take_option(int code, CollectOptions *options) {
-    if (take_writer_option(code, &options->writer)) return;
-    switch (code) {
-        case 'o':
-            options->output_dir = optarg;
-            break;
-        case 'i':
-            options->interval = parse_milliseconds("interval", optarg);
-            break;
-        case 't':
-            options->duration = parse_milliseconds("duration", optarg);
-            break;
-        case 's':
-            options->source = optarg;
-            break;
-        case 'e':
-            options->encoding = parse_encoding(optarg);
-            break;
-        case 'h':
-            std::fputs(help, stdout);
-            std::exit(EXIT_SUCCESS);
-        default:
-            std::fputs(help, stderr);
-            std::exit(EXIT_FAILURE);
-    }
+std::vector<Option> run_rows(CollectOptions *options) {
+    return {
+        {"output-dir", 'o', "DIR", "Folder to write to, made when missing (telemetry).",
+         text_into(&options->output_dir, "a folder")},
+        {"interval", 'i', "MS", "Milliseconds between samples (100).",
+         milliseconds_into(&options->interval, 1)},
+        {"duration", 't', "MS", "Milliseconds in all; 0: until a signal comes (2000).",
+         milliseconds_into(&options->duration, 0)},
+        {"source", 's', "SOURCES", "Names of the sources, see below (this host's name).",
+         text_into(&options->sources, "names of sources")},
+        {"source-name", 0, "NAME", "Name of the only source, taken as it is.",
+         text_into(&options->source_name, "a name")},
+        {"encoding", 'e', "NAME", "Compress events in pages: gzip or snappy.",
+         [=](const char *value) { take_encoding(options, value); }},
+    };
+}
+
+std::vector<Option> file_rows(WriterOptions *options) {
+    return {
+        {"counters-template", 'c', "PATH",
+         "Path of counters files below the data folder, see below ({{tag}}{{id}}.bin).",
+         text_into(&options->counters_template, "a path")},
+        {"data-template", 'd', "PATH", "The same of event and metrics files.",
+         text_into(&options->data_template, "a path")},
+        {"file-size", 'S', "BYTES", "Begin a new file at this size.",
+         bytes_into(&options->file_size)},
+        {"file-age", 'A', "MS", "Begin a new file when data would span this time.",
+         milliseconds_into(&options->file_age, 1)},
+        {"data-size", 'D', "BYTES",
+         "Remove the oldest files of this run above this size. Without --file-size, files are so "
+         "small that the newest ones stay.",
+         bytes_into(&options->data_size)},
+        {"node-info", 'n', nullptr, "Write node information files beside the data.",
+         [=](const char *) { options->write_nodeinfo = true; }},
+        {"close-files", 'C', nullptr, "Keep no data file open between pages.",
+         [=](const char *) { options->keep_files_open = false; }},
+    };
+}
+
+std::vector<Option> filter_rows(WriterOptions *options) {
+    return {
+        {"allow-tags", 0, "LIST", "Store these tags only, of counters, events and metrics.",
+         text_into(&options->allowed_tags, "tags")},
+        {"exclude-tags", 0, "LIST", "Store none of these tags.",
+         text_into(&options->excluded_tags, "tags")},
+        {"allow-scope", 0, "LIST", "Store these sources only.",
+         text_into(&options->allowed_scope, "names of sources")},
+        {"exclude-scope", 0, "LIST", "Store none of these sources.",
+         text_into(&options->excluded_scope, "names of sources")},
+        {"allow-scope-file", 0, "FILE", "Store the sources of this file only, one a line.",
+         text_into(&options->allowed_scope_file, "a file")},
+        {"exclude-scope-file", 0, "FILE", "Store none of the sources of this file.",
+         text_into(&options->excluded_scope_file, "a file")},
+    };
 }
 
 }  // namespace
 
-CollectOptions parse_collect_options(int argc, char **argv) {
-    CollectOptions options;
-    int code = 0;
-    while ((code = getopt_long(argc, argv, letters, long_options, nullptr)) != -1)
-        take_option(code, &options);
-    return options;
+tool::CommandLine make_command_line(CollectOptions *options) {
+    tool::CommandLine line = {"vrn_collect", nullptr, about, {}, notes};
+    for (auto &&rows :
+         {run_rows(options), file_rows(&options->writer), filter_rows(&options->writer)})
+        line.options.insert(line.options.end(), rows.begin(), rows.end());
+    return line;
 }
 
 }  // namespace vrn::collect

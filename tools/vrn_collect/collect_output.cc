@@ -1,14 +1,22 @@
 #include "vrn_collect/collect_output.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <new>
 #include <stdexcept>
+#include <system_error>
+#include <utility>
 
+#include "common/tool_main.h"
 #include "data/block.h"
 #include "data/schema/schema_json.h"
-#include "data/text/json_template.h"
 #include "vrn_collect/event_records.h"
+#include "vrn_collect/run_writer.h"
 #include "vrn_collect/source_names.h"
 
 namespace vrn::collect {
@@ -16,21 +24,6 @@ namespace {
 
 // Pages of many blocks compress best; a reader keeps one chunk in memory.
 constexpr std::uint32_t event_chunk_size = 65536;
-
-SchemaWriter make_schema_writer(const CollectOptions &options) {
-    SchemaWriter writer;
-    writer.set_schema_dir(options.output_dir + "/schema");
-    return writer;
-}
-
-// Stores the schema and returns the id that names its file: the digest of its compact text.
-vrn_schema_id_t announce(SchemaWriter *writer, const JSON_Value *schema) {
-    vrn_schema_id_t id{};
-    const vrn_json_text_ptr text(json_serialize_to_string(schema));
-    if (!vrn_md5_of_string(text.get(), &id)) throw std::runtime_error("cannot make a schema");
-    writer->onSchema(schema);
-    return id;
-}
 
 // Settings without what is a stream's own.
 PageSettings make_common_settings(const CollectOptions &options) {
@@ -59,21 +52,20 @@ std::string make_schemas_block(const vrn_schema_id_t &id) {
 }
 
 // One counters block fills one chunk.
-PageSettings make_counters_settings(const PageSettings &common, SchemaWriter *writer,
+PageSettings make_counters_settings(const PageSettings &common, SchemaFiles *schemas,
                                     const vrn_counters_schema_t *schema) {
     const auto block_size = static_cast<std::uint32_t>(sizeof(vrn_data_block_t)) + schema->size;
     PageSettings settings = make_settings(common, "counters", block_size);
-    const vrn_json_value_ptr json(vrn_counters_schema_jsonify(schema));
-    settings.schema_id = announce(writer, json.get());
+    settings.schema_id = schemas->add(vrn_json_value_ptr(vrn_counters_schema_jsonify(schema)));
     return settings;
 }
 
-PageSettings make_events_settings(const PageSettings &common, SchemaWriter *writer) {
+PageSettings make_events_settings(const PageSettings &common, SchemaFiles *schemas) {
     const vrn_type_system_ptr types(vrn_type_system_create());
     if (!types) throw std::bad_alloc();
-    const vrn_json_value_ptr json(vrn_schema_to_json(&add_event_schema(types.get())));
+    vrn_json_value_ptr json(vrn_schema_to_json(&add_event_schema(types.get())));
     PageSettings settings = make_settings(common, "events", event_chunk_size);
-    settings.head = make_schemas_block(announce(writer, json.get()));
+    settings.head = make_schemas_block(schemas->add(std::move(json)));
     return settings;
 }
 
@@ -87,68 +79,41 @@ PageSettings name_source(PageSettings settings, const std::string &name) {
     return settings;
 }
 
-bool set_limits(vrn_data_writer_t *writer, const WriterOptions &options) {
-    // Before the limit of all data, which must be larger than that of one file.
-    if (options.file_size && !vrn_data_writer_set_file_size_limit(writer, *options.file_size))
-        return false;
-    if (options.data_size && !vrn_data_writer_set_data_size_limit(writer, *options.data_size))
-        return false;
-    if (!options.file_age) return true;
-    const std::chrono::microseconds age = *options.file_age;
-    return vrn_data_writer_set_file_age_limit(writer, static_cast<std::uint64_t>(age.count()));
+std::vector<StreamPlan> plan_streams(const std::set<std::string> &sources,
+                                     std::initializer_list<const PageSettings *> settings) {
+    std::vector<StreamPlan> plans;
+    for (const std::string &source : sources)
+        for (const PageSettings *stream : settings)
+            plans.push_back({source, stream->source.tag, stream->chunk_size,
+                             stream == *settings.begin() ? 0U : 1U});
+    return plans;
 }
 
-bool has_filter(const WriterOptions &options) {
-    const std::string *texts[] = {&options.allowed_tags,       &options.excluded_tags,
-                                  &options.allowed_scope,      &options.excluded_scope,
-                                  &options.allowed_scope_file, &options.excluded_scope_file};
-    return !std::ranges::all_of(texts, [](const std::string *text) { return text->empty(); });
-}
-
-bool set_filter(vrn_data_writer_t *writer, const WriterOptions &options) {
-    return !has_filter(options) ||
-           vrn_data_writer_set_page_filter(
-               writer, options.allowed_tags.c_str(), options.excluded_tags.c_str(),
-               options.allowed_scope.c_str(), options.excluded_scope.c_str(),
-               options.allowed_scope_file.c_str(), options.excluded_scope_file.c_str());
-}
-
-// A writer of DIR/data under the limits, templates and filters of `options`. Throws
-// std::runtime_error when they are refused.
-vrn_data_writer_ptr make_data_writer(const CollectOptions &options, std::size_t num_sources) {
-    const vrn_client_id_ptr client_id(vrn_client_id_create());
-    if (!client_id) throw std::runtime_error("this host has no name");
-    vrn_data_writer_ptr writer(vrn_data_writer_create(client_id.get()));
-    if (!writer) throw std::bad_alloc();
-    const WriterOptions &settings = options.writer;
-    const char *path = num_sources == 1 ? "{{tag}}{{id}}.bin" : "{{source}}/{{tag}}{{id}}.bin";
-    const bool done =
-        vrn_data_writer_set_data_dir(writer.get(), (options.output_dir + "/data").c_str()) &&
-        vrn_data_writer_set_counters_path_template(
-            writer.get(), settings.counters_template.value_or(path).c_str()) &&
-        vrn_data_writer_set_data_path_template(writer.get(),
-                                               settings.data_template.value_or(path).c_str()) &&
-        vrn_data_writer_set_keep_files_open(writer.get(), settings.keep_files_open) &&
-        vrn_data_writer_set_write_nodeinfo(writer.get(), settings.write_nodeinfo) &&
-        set_limits(writer.get(), settings) && set_filter(writer.get(), settings);
-    if (!done) throw std::runtime_error("the options don't fit together");
-    return writer;
+// Before the first page, so that no run begins that can't store any.
+void make_data_folder(const std::string &path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (!error && faccessat(AT_FDCWD, path.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+        error.assign(errno, std::generic_category());
+    if (error) throw std::runtime_error("can't write to folder " + path + ": " + error.message());
 }
 
 }  // namespace
 
 CollectOutput::CollectOutput(const CollectOptions &options, const ProcSample &sample)
     : encoding_(options.encoding),
-      sources_(make_source_names(options.source)),
-      writer_(make_data_writer(options, sources_.size())),
-      schema_writer_(make_schema_writer(options)),
+      sources_(make_source_names(options)),
+      schemas_(options.output_dir + "/schema"),
       counters_schema_(make_counters_schema(sample)) {
     const PageSettings common = make_common_settings(options);
-    const PageSettings counters =
-        make_counters_settings(common, &schema_writer_, counters_schema_.get());
-    const PageSettings events = make_events_settings(common, &schema_writer_);
+    const PageSettings counters = make_counters_settings(common, &schemas_, counters_schema_.get());
+    const PageSettings events = make_events_settings(common, &schemas_);
     const PageSettings metrics =
         make_metrics_settings(common, metrics_record_.make_block(sample).size());
+    writer_ = make_run_writer(options, plan_streams(sources_, {&counters, &events, &metrics}));
+    make_data_folder(options.output_dir + "/data");
+    if (!schemas_.store())
+        throw std::runtime_error("can't store schemas in " + options.output_dir + "/schema");
     for (const std::string &name : sources_) add_source(name, counters, events, metrics);
 }
 
@@ -161,6 +126,7 @@ void CollectOutput::add_source(const std::string &name, const PageSettings &coun
 }
 
 void CollectOutput::add(const ProcSample &sample) {
+    schemas_.restore();  // what fails here fails in finish() too
     const std::uint64_t now = sample.timestamp;
     const std::string counters = make_counters_block(sample, *counters_schema_);
     const std::vector<std::string> events = make_event_blocks(sample);
@@ -175,8 +141,25 @@ void CollectOutput::add(const ProcSample &sample) {
     }
 }
 
-void CollectOutput::finish() {
+bool CollectOutput::finish() {
     for (SourceStreams &source : streams_) source.events.flush();
+    const std::uint64_t lost_pages = vrn_data_writer_get_lost_pages(writer_.get());
+    if (lost_pages != 0)
+        tool::print_error("vrn_collect",
+                          "pages that were not stored: " + std::to_string(lost_pages));
+    const bool has_schemas = schemas_.restore();
+    if (!has_schemas) tool::print_error("vrn_collect", "not all schemas are stored");
+    const bool has_infos = has_node_infos();
+    if (!has_infos) tool::print_error("vrn_collect", "not all node information is stored");
+    writer_.reset();
+    return lost_pages == 0 && has_schemas && has_infos;
+}
+
+bool CollectOutput::has_node_infos() const {
+    return std::ranges::all_of(writer_->nodeinfo, [](const auto &entry) {
+        std::error_code ignored;
+        return std::filesystem::exists(entry.first + "/nodeinfo.json", ignored);
+    });
 }
 
 }  // namespace vrn::collect

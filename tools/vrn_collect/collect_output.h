@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "data/writer/data_writer.h"
-#include "data/writer/schema_writer.h"
 #include "vrn_collect/collect_options.h"
 #include "vrn_collect/counters_record.h"
 #include "vrn_collect/metrics_record.h"
 #include "vrn_collect/page_output.h"
+#include "vrn_collect/schema_files.h"
 
 namespace vrn::collect {
 
@@ -23,22 +23,27 @@ struct SourceStreams {
 
 class CollectOutput {
   public:
-    // Stores the schemas; `sample` tells the counters of all samples. Throws std::runtime_error.
+    // Stores the schemas; `sample` tells the counters of all samples. Throws tool::UsageError, with
+    // nothing touched, and std::runtime_error.
     CollectOutput(const CollectOptions &options, const ProcSample &sample);
 
     void add(const ProcSample &sample);
-    void finish();
+
+    // Stores what is gathered and ends all files. False, after a line on standard error for each
+    // kind of loss, when not everything was stored.
+    bool finish();
 
   private:
     void add_source(const std::string &name, const PageSettings &counters,
                     const PageSettings &events, const PageSettings &metrics);
+    bool has_node_infos() const;
 
     std::optional<vrn_page_encoding_t> encoding_;
     std::set<std::string> sources_;
-    vrn_data_writer_ptr writer_;
-    vrn::SchemaWriter schema_writer_;
+    SchemaFiles schemas_;
     vrn_counters_schema_ptr counters_schema_;
     MetricsRecord metrics_record_;
+    vrn_data_writer_ptr writer_;
     std::vector<SourceStreams> streams_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <stdexcept>
 
 #include "data/block.h"
@@ -65,17 +66,26 @@ void add_type(vrn_schema_t *schema, const char *name, std::initializer_list<Fiel
 }
 
 template <typename Row>
-std::string make_block(TypeIndex type, std::uint64_t timestamp, const std::vector<Row> &rows) {
-    constexpr std::size_t max_rows = 255;  // the header counts rows in one byte
-    const std::size_t count = std::min(rows.size(), max_rows);
+std::string make_block(TypeIndex type, std::uint64_t timestamp, std::span<const Row> rows) {
     vrn_event_header_t header{};
     vrn_magic_set(header.magic, VRN_MAGIC_EVENTS);
     header.timestamp = timestamp;
     header.type_index = type;
-    header.num_events = static_cast<std::uint8_t>(count);
+    header.num_events = static_cast<std::uint8_t>(rows.size());
     std::string block(reinterpret_cast<const char *>(&header), sizeof header);
-    block.append(reinterpret_cast<const char *>(rows.data()), count * sizeof(Row));
+    block.append(reinterpret_cast<const char *>(rows.data()), rows.size_bytes());
     return block;
+}
+
+template <typename Row>
+void append_blocks(std::vector<std::string> *blocks, TypeIndex type, std::uint64_t timestamp,
+                   const std::vector<Row> &rows) {
+    constexpr std::size_t max_rows = 255;  // the header counts rows in one byte
+    for (std::span<const Row> rest = rows; !rest.empty();) {
+        const auto part = rest.first(std::min(rest.size(), max_rows));
+        blocks->push_back(make_block(type, timestamp, part));
+        rest = rest.subspan(part.size());
+    }
 }
 
 // A stable 64-bit id of a port: its hardware address, widened in the middle as EUI-64 does.
@@ -170,12 +180,10 @@ const vrn_schema_t &add_event_schema(vrn_type_system_t *types) {
 
 std::vector<std::string> make_event_blocks(const ProcSample &sample) {
     std::vector<std::string> blocks;
-    blocks.push_back(make_block(LOAD_SAMPLE, sample.timestamp, std::vector{load_row(sample)}));
-    const std::vector<CpuRow> cpus = cpu_rows(sample);
-    if (!cpus.empty()) blocks.push_back(make_block(CPU_SAMPLE, sample.timestamp, cpus));
-    const std::vector<InterfaceRow> interfaces = interface_rows(sample);
-    if (!interfaces.empty())
-        blocks.push_back(make_block(INTERFACE_SAMPLE, sample.timestamp, interfaces));
+    const std::uint64_t now = sample.timestamp;
+    append_blocks(&blocks, LOAD_SAMPLE, now, std::vector{load_row(sample)});
+    append_blocks(&blocks, CPU_SAMPLE, now, cpu_rows(sample));
+    append_blocks(&blocks, INTERFACE_SAMPLE, now, interface_rows(sample));
     return blocks;
 }
 

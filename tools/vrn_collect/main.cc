@@ -1,41 +1,48 @@
 // vrn_collect: samples this machine and writes data files that vrn_read reads.
 #include <parson.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <exception>
-#include <thread>
 
+#include "common/tool_main.h"
 #include "utils/log.h"
 #include "vrn_collect/collect_options.h"
 #include "vrn_collect/collect_output.h"
+#include "vrn_collect/stop_signal.h"
 
 namespace vrn::collect {
 namespace {
 
-void collect(const CollectOptions &options) {
+using Clock = std::chrono::steady_clock;
+
+void sample_until_the_end(const CollectOptions &options, CollectOutput *output) {
+    const auto start = Clock::now();
+    const bool is_endless = options.duration.count() == 0;
+    const auto end = is_endless ? Clock::time_point::max() : start + options.duration;
+    for (auto next = start; next < end && !wait_for_stop_signal(next); next += options.interval)
+        output->add(read_proc_sample());
+}
+
+bool collect(const CollectOptions &options) {
+    catch_stop_signals();
     CollectOutput output(options, read_proc_sample());
-    const auto end = std::chrono::steady_clock::now() + options.duration;
-    for (auto next = std::chrono::steady_clock::now(); next < end; next += options.interval) {
-        std::this_thread::sleep_until(next);
-        output.add(read_proc_sample());
+    bool is_whole = true;
+    try {
+        sample_until_the_end(options, &output);
+    } catch (const std::exception &error) {
+        tool::print_error("vrn_collect", error.what());
+        is_whole = false;  // what there is so far is stored all the same
     }
-    output.finish();
+    return output.finish() && is_whole;
 }
 
 }  // namespace
 }  // namespace vrn::collect
 
 int main(int argc, char **argv) {
-    vrn_init_stderr_logger(VRN_LOG_WARNING);
+    vrn::tool::start_log(VRN_LOG_WARNING);
     // Schema texts are written as vrn_read prints its JSON: '/' stays as it is.
     json_set_escape_slashes(0);
-    const vrn::collect::CollectOptions options = vrn::collect::parse_collect_options(argc, argv);
-    try {
-        vrn::collect::collect(options);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "vrn_collect: %s\n", error.what());
-        return EXIT_FAILURE;
-    }
-    return EXIT_SUCCESS;
+    vrn::collect::CollectOptions options;
+    return vrn::tool::run_tool(vrn::collect::make_command_line(&options), argc, argv,
+                               [&](const auto &) { return vrn::collect::collect(options); });
 }

@@ -1,8 +1,8 @@
 #include "vrn_collect/metrics_record.h"
 
-#include <unistd.h>
-
 #include <utility>
+
+#include "utils/host_name.h"
 
 namespace vrn::collect {
 
@@ -15,9 +15,8 @@ MetricsRecord::MetricsRecord()
       cpu_set_(builder_.add_label_set({"cpu"})),
       interface_set_(builder_.add_label_set({"interface"})),
       device_set_(builder_.add_label_set({"device"})) {
-    char host[64] = "";
-    gethostname(host, sizeof host - 1);
-    builder_.add_constant_label("host", host);
+    char host[64];
+    builder_.add_constant_label("host", vrn_get_host_name(host, sizeof host) ? host : "");
 }
 
 std::string MetricsRecord::make_block(const ProcSample &sample) {

@@ -21,7 +21,8 @@ struct PageSettings {
     std::string head;  // block that each page begins with; none when empty
 };
 
-// Members throw std::runtime_error when a page can't be made or stored.
+// Members throw std::runtime_error when a page can't be made. The writer counts those that it can't
+// store.
 class PageOutput {
   public:
     // `writer` outlives this object.

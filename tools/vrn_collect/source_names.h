@@ -1,15 +1,16 @@
 // The sources that a run stores its data for.
 #pragma once
 
-#include <optional>
 #include <set>
 #include <string>
 
+#include "vrn_collect/collect_options.h"
+
 namespace vrn::collect {
 
-// Names of the sources that `text` specifies (utils/source_list.h): a regular file, or a range of
-// decimal numbers or with brackets. Any other text is the name of one source, as it may be in the
-// form of a GUID. Without a text there is this host. Throws std::runtime_error.
-std::set<std::string> make_source_names(const std::optional<std::string> &text);
+// Names of the sources that `options` specifies by a file or a range (utils/source_list.h) or by
+// the name of one, as it may be in the form of a GUID. Without any there is this host. Throws
+// tool::UsageError and, for what a file holds, std::runtime_error.
+std::set<std::string> make_source_names(const CollectOptions &options);
 
 }  // namespace vrn::collect
