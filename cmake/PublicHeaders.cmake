@@ -2,10 +2,10 @@
 # too; a test compiles each of them alone against an installed copy.
 set(VRN_PUBLIC_HEADERS
     # utils
-    utils/byte_reader.h utils/c_ptr.h utils/client_id.h utils/env.h utils/force_exit.h
-    utils/hca_info.h utils/hexdump.h utils/host_name.h utils/log.h utils/name_table.h
-    utils/parse_number.h utils/source.h utils/source_list.h utils/string_array.h
-    utils/string_template.h utils/strings.h utils/throw_error.h
+    utils/byte_reader.h utils/c_ptr.h utils/client_id.h utils/descriptor.h utils/env.h
+    utils/force_exit.h utils/hca_info.h utils/hexdump.h utils/host_name.h utils/log.h
+    utils/name_table.h utils/parse_number.h utils/source.h utils/source_list.h
+    utils/string_array.h utils/string_template.h utils/strings.h utils/throw_error.h
     # data/text
     data/text/digits.h data/text/guid_switch.h data/text/json_name.h data/text/json_template.h
     data/text/json_text.h data/text/local_time_text.h data/text/number_text.h

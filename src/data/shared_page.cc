@@ -28,17 +28,10 @@ using vrn::Descriptor;
 
 constexpr mode_t object_mode = 0666;
 
-// Tells one shared-memory object from all others that exist, whatever their names.
-struct ObjectIdentity {
-    dev_t device = 0;
-    ino_t inode = 0;
-    bool operator==(const ObjectIdentity &) const = default;
-};
-
-ObjectIdentity identity_of(const Descriptor &object) {
+vrn::FileIdentity identity_of(const Descriptor &object) {
     struct stat status {};
     fstat(object.get(), &status);
-    return {status.st_dev, status.st_ino};
+    return vrn::identity_of(status);
 }
 
 // What this process knows of a mapping, out of reach of those it shares the bytes with.
@@ -46,7 +39,7 @@ struct Mapping {
     std::string name;
     std::uint64_t size;
     std::int32_t creator_pid;  // -1 when the object existed
-    ObjectIdentity object;
+    vrn::FileIdentity object;
 };
 
 // The mappings of this process by address.

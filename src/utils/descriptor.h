@@ -1,6 +1,7 @@
-// Owner of a file descriptor.
+// Owner of a file descriptor, and what tells the file that it leads to.
 #pragma once
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <utility>
@@ -23,11 +24,22 @@ class Descriptor {
     bool is_open() const { return file_ >= 0; }
     int get() const { return file_; }
 
-    // True when it was open and the kernel reports no write as failed.
-    bool close() { return ::close(std::exchange(file_, -1)) == 0; }
+    // False when the kernel tells only now that a write failed.
+    bool close() { return !is_open() || ::close(std::exchange(file_, -1)) == 0; }
 
   private:
     int file_ = -1;
 };
+
+// Differs between all files that exist, whatever their names.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==(const FileIdentity &) const = default;
+};
+
+inline FileIdentity identity_of(const struct stat &status) {
+    return {status.st_dev, status.st_ino};
+}
 
 }  // namespace vrn

@@ -14,11 +14,12 @@ namespace vrn::test {
 namespace {
 
 bool touches_files(std::uint64_t number) {
-    static constexpr std::array calls = {SYS_openat,   SYS_write,   SYS_close,  SYS_ftruncate,
+    static constexpr std::array calls = {SYS_openat,   SYS_write,     SYS_pwrite64, SYS_flock,
+                                         SYS_close,    SYS_ftruncate,
 #ifdef SYS_open
-                                         SYS_open,     SYS_mkdir,   SYS_unlink, SYS_renameat,
+                                         SYS_open,     SYS_mkdir,     SYS_unlink,   SYS_renameat,
 #endif
-                                         SYS_unlinkat, SYS_mkdirat, SYS_linkat};
+                                         SYS_unlinkat, SYS_mkdirat,   SYS_linkat};
     return std::ranges::any_of(calls, [&](long call) { return number == std::uint64_t(call); });
 }
 

@@ -65,7 +65,6 @@ bool create_empty(vrn_data_file_t *file) {
 
 void continue_existing(vrn_data_file_t *file) {
     VRN_LOG(VRN_LOG_DEBUG, "[data_file] Append data to an existing file %s", file->path.c_str());
-    vrn_data_file_cut_torn_tail(file);
     vrn_data_file_read_size(file);
 }
 

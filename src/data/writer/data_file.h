@@ -6,20 +6,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 
 #include "data/data_file_header.h"
 #include "data/schema_id.h"
 #include "utils/byte_reader.h"
-#include "utils/c_ptr.h"
 #include "utils/client_id.h"
-
-inline void vrn_close_stream(std::FILE *stream) {
-    std::fclose(stream);
-}
-using vrn_stream_ptr = vrn::CPtr<std::FILE, vrn_close_stream>;
+#include "utils/descriptor.h"
 
 // A new record has these defaults. Used from one thread; vrn_data_file_destroy ends it.
 struct vrn_data_file_t {
@@ -30,7 +24,8 @@ struct vrn_data_file_t {
     std::string root_dir = ".";
     std::string path_template = "{{year}}/{{month}}{{day}}/{{source}}/{{tag}}{{id}}.bin";
     std::string tag;
-    vrn_stream_ptr stream;                     // unbuffered; null when no append is in progress
+    vrn::Descriptor stream;                    // closed when no append is in progress
+    vrn::FileIdentity opened;                  // the file that `stream` appends to
     bool keep_open = true;                     // the handle stays open between appends
     std::string id;                            // `first_ts` in decimal; empty when that is 0
     std::uint64_t file_size = 0;               // bytes in the file, header included

@@ -7,30 +7,66 @@
 #include <boost/filesystem.hpp>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 #include "data/writer/data_file.h"
+#include "utils/descriptor.h"
+#include "utils/file_lock.h"
 #include "utils/log.h"
 
 namespace fs = boost::filesystem;
 
 namespace {
 
+using vrn::Descriptor;
+
 constexpr std::size_t header_size = sizeof(vrn_data_file_header_t);
 
-// No buffer stands between the caller and the kernel, so a killed process loses nothing.
-vrn_stream_ptr open_unbuffered(const std::string &path, const char *mode) {
-    vrn_stream_ptr stream(std::fopen(path.c_str(), mode));
-    if (stream) std::setvbuf(stream.get(), nullptr, _IONBF, 0);
-    return stream;
+// The mark of a `file_size` behind which an append of other blocks is under way.
+constexpr std::uint64_t unfinished = std::uint64_t{1} << 63;
+
+// Appends wherever another process puts the end meanwhile.
+Descriptor open_existing(const std::string &path) {
+    return Descriptor(::open(path.c_str(), O_RDWR | O_APPEND | O_CLOEXEC));
 }
 
-bool read_header(std::FILE *stream, vrn_data_file_header_t *header) {
+struct stat status_of(const Descriptor &stream) {
+    struct stat status {};
+    ::fstat(stream.get(), &status);
+    return status;
+}
+
+bool is_name_of(const std::string &path, const vrn::FileIdentity &file) {
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0 && vrn::identity_of(status) == file;
+}
+
+// Size of a regular file; none of anything else.
+std::optional<std::uint64_t> size_of(const struct stat &status) {
+    if (!S_ISREG(status.st_mode)) return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+// Nothing is held back in this process, so that one that is killed loses nothing. Bytes written.
+std::uint64_t write_bytes(const Descriptor &stream, const void *data, std::uint64_t size) {
+    std::uint64_t written = 0;
+    while (written < size) {
+        const ssize_t count =
+            ::write(stream.get(), static_cast<const char *>(data) + written, size - written);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) break;
+        written += static_cast<std::uint64_t>(count);
+    }
+    return written;
+}
+
+bool read_header(const Descriptor &stream, vrn_data_file_header_t *header) {
     errno = 0;
-    return std::fread(header, header_size, 1, stream) == 1;
+    return ::pread(stream.get(), header, header_size, 0) == ssize_t{header_size};
 }
 
-bool write_header(std::FILE *stream, const vrn_data_file_header_t *header) {
-    return std::fwrite(header, header_size, 1, stream) == 1;
+bool write_header(const Descriptor &stream, const vrn_data_file_header_t &header) {
+    return write_bytes(stream, &header, header_size) == header_size;
 }
 
 // Texts are cut to leave a terminator.
@@ -51,7 +87,7 @@ vrn_data_file_header_ptr make_header(const vrn_data_file_t *file) {
     return header;
 }
 
-bool write_new_header(vrn_data_file_t *file, std::FILE *stream) {
+bool write_new_header(vrn_data_file_t *file, const Descriptor &stream) {
     const vrn_data_file_header_ptr header = make_header(file);
     if (!header) {
         if (file->last_write_ok)
@@ -59,7 +95,7 @@ bool write_new_header(vrn_data_file_t *file, std::FILE *stream) {
                     std::strerror(errno));
         return false;
     }
-    if (!write_header(stream, header.get())) {
+    if (!write_header(stream, *header)) {
         if (file->last_write_ok)
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed writing header of the data file %s: %s",
                     file->path.c_str(), std::strerror(errno));
@@ -69,45 +105,61 @@ bool write_new_header(vrn_data_file_t *file, std::FILE *stream) {
     return true;
 }
 
-// Takes back the last `bytes` of the open file; one that holds nothing else goes. Other streams may
-// share it, so the cut goes by its present end and not by `file_size`. False when they stay.
-bool cut_back(const vrn_data_file_t *file, std::uint64_t bytes) {
-    struct stat status;
-    const int descriptor = ::fileno(file->stream.get());
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return true;
-    const auto size = static_cast<std::uint64_t>(status.st_size);
-    if (size < bytes) return true;
-    if (bytes != 0 && ::ftruncate(descriptor, static_cast<off_t>(size - bytes)) != 0) return false;
-    // Otherwise each page that finds the disk full would leave a file without data.
-    if (size - bytes == header_size) ::unlink(file->path.c_str());
+void remove_name(const vrn_data_file_t *file, const Descriptor &stream) {
+    const int cause = errno;
+    if (is_name_of(file->path, vrn::identity_of(status_of(stream)))) ::unlink(file->path.c_str());
+    errno = cause;
+}
+
+// Puts a header in place of the part of one, which is all that the locked file holds.
+bool complete_header(vrn_data_file_t *file, const Descriptor &stream) {
+    if (::ftruncate(stream.get(), 0) == 0 && write_new_header(file, stream)) return true;
+    remove_name(file, stream);
+    return false;
+}
+
+// Where the last page of a file of `size` bytes ends.
+std::uint64_t end_of_pages(const vrn_data_file_header_t &header, std::uint64_t size) {
+    const std::uint64_t told = header.file_size & ~unfinished;
+    const bool is_within = told >= header_size && told <= size;
+    if (is_within && told != header.file_size) return told;
+    if (header.block_size == 0) return size;
+    return size - (size - (is_within ? told : header_size)) % header.block_size;
+}
+
+// Takes `file_size` from the last page of a locked file of `size` bytes and cuts off what is
+// behind.
+bool cut_unfinished(vrn_data_file_t *file, const Descriptor &stream,
+                    const vrn_data_file_header_t &header, std::uint64_t size) {
+    file->file_size = end_of_pages(header, size);
+    if (file->file_size == size) return true;
+    if (::ftruncate(stream.get(), static_cast<off_t>(file->file_size)) != 0) return false;
+    VRN_LOG(VRN_LOG_WARNING, "[data_file] Cut %lu bytes of an unfinished block off file %s",
+            size - file->file_size, file->path.c_str());
     return true;
 }
 
-// The header's failures belong to the same stretch, so they are still told. Always 0.
-std::uint64_t give_up_file(vrn_data_file_t *file) {
-    vrn_data_file_finish(file);
-    file->last_write_ok = false;
-    return 0;
-}
-
-// `appended` bytes reached the file. Always 0.
-std::uint64_t give_up_append(vrn_data_file_t *file, std::uint64_t appended) {
-    if (!cut_back(file, appended)) {
-        // The header must not count the torn bytes: so the next writer of the file can cut them.
-        file->stream.reset();
-        file->path.clear();
+bool overwrite_header(const vrn_data_file_t *file, const Descriptor &stream,
+                      const vrn_data_file_header_t &header) {
+    if (::lseek(stream.get(), 0, SEEK_SET) != 0) {
+        if (file->last_write_ok)
+            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed moving to the beginning of file %s: %s",
+                    file->path.c_str(), std::strerror(errno));
+        return false;
     }
-    return give_up_file(file);
+    ::fcntl(stream.get(), F_SETFL, 0);  // or else the kernel would append
+    const bool is_written = write_header(stream, header);
+    const int cause = errno;
+    ::fcntl(stream.get(), F_SETFL, O_APPEND);
+    if (is_written) return true;
+    if (file->last_write_ok)
+        VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed writing data page header to file %s: %s",
+                file->path.c_str(), std::strerror(cause));
+    return false;
 }
 
-// Bytes in the file, also those of other streams that share it.
-std::uint64_t size_of(std::FILE *stream, const vrn_data_file_t *file) {
-    struct stat status;
-    const bool is_known = ::fstat(::fileno(stream), &status) == 0 && S_ISREG(status.st_mode);
-    return is_known ? static_cast<std::uint64_t>(status.st_size) : file->file_size;
-}
-
-bool rewrite_header(const vrn_data_file_t *file, std::FILE *stream) {
+// Writes times and `file_size`, with `mark` or 0, to the header of a locked file.
+bool rewrite_header(const vrn_data_file_t *file, const Descriptor &stream, std::uint64_t mark) {
     const char *path = file->path.c_str();
     vrn_data_file_header_t header;
     if (!read_header(stream, &header)) {
@@ -122,89 +174,141 @@ bool rewrite_header(const vrn_data_file_t *file, std::FILE *stream) {
     }
     if (header.first_timestamp == 0) header.first_timestamp = file->first_ts;
     header.last_timestamp = file->last_ts;
-    header.file_size = size_of(stream, file);
-    if (std::fseek(stream, 0, SEEK_SET) != 0) {
-        if (file->last_write_ok)
-            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed moving to the beginning of file %s: %s",
-                    path, std::strerror(errno));
-        return false;
-    }
-    if (!write_header(stream, &header)) {
-        if (file->last_write_ok)
-            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed writing data page header to file %s: %s",
-                    path, std::strerror(errno));
-        return false;
-    }
+    header.file_size = file->file_size | mark;
+    if (!overwrite_header(file, stream, header)) return false;
     VRN_LOG(VRN_LOG_DEBUG, "[data_file] updated header %s with last_ts :%lu", path, file->last_ts);
     return true;
 }
 
-bool rewrite_header_on_disk(const vrn_data_file_t *file) {
-    const vrn_stream_ptr stream = open_unbuffered(file->path, "rb+");
-    if (!stream) {
-        if (file->last_write_ok)
-            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed opening data file %s: %s",
-                    file->path.c_str(), std::strerror(errno));
-        return false;
+// Leaves nothing unfinished in the locked file of this status and takes `file_size` from it.
+// `header` is zero when the file has no valid one.
+bool settle(vrn_data_file_t *file, const Descriptor &stream, const struct stat &status,
+            vrn_data_file_header_t *header) {
+    std::optional<std::uint64_t> size = size_of(status);
+    if (size && *size < header_size) {
+        if (!complete_header(file, stream)) return false;
+        size = header_size;
     }
-    return rewrite_header(file, stream.get());
-}
-
-// Bytes at the end that are no whole block, counted from where the header tells that a page ended.
-std::uint64_t torn_bytes(const vrn_data_file_header_t &header, std::uint64_t size) {
-    if (!vrn_data_file_header_is_valid(&header) || header.block_size == 0) return 0;
-    return (size - (header.file_size <= size ? header.file_size : header_size)) % header.block_size;
-}
-
-// Whether the file has a header of another block size than the stream's.
-bool has_other_blocks(const vrn_data_file_t *file) {
-    const vrn_stream_ptr stream = open_unbuffered(file->path, "rb");
-    vrn_data_file_header_t header;
-    return stream && read_header(stream.get(), &header) && vrn_data_file_header_is_valid(&header) &&
-           header.block_size != file->block_size;
-}
-
-bool open_for_append(vrn_data_file_t *file) {
-    file->stream = open_unbuffered(file->path, "ab");
-    if (!file->stream) return false;
-    file->has_other_blocks = has_other_blocks(file);
+    if (size) file->file_size = *size;
+    if (read_header(stream, header) && vrn_data_file_header_is_valid(header))
+        return !size || cut_unfinished(file, stream, *header, *size);
+    *header = {};
     return true;
 }
 
-// A file that has no name yet, in the folder of `path`; null where there are none such.
-vrn_stream_ptr open_nameless(const std::string &path) {
+// Takes back the last `bytes` of the locked file; one that holds nothing else goes. Processes that
+// know no lock may share it, so the cut goes by its present end.
+void cut_back(const vrn_data_file_t *file, std::uint64_t bytes) {
+    const std::optional<std::uint64_t> size = size_of(status_of(file->stream));
+    if (!size || *size < bytes) return;
+    const std::uint64_t rest = *size - bytes;
+    if (bytes != 0 && ::ftruncate(file->stream.get(), static_cast<off_t>(rest)) != 0) return;
+    // Otherwise each page that finds the disk full would leave a file without data.
+    if (rest == header_size) remove_name(file, file->stream);
+}
+
+// The header's failures belong to the same stretch, so they are still told. Always 0.
+std::uint64_t give_up_file(vrn_data_file_t *file) {
+    vrn_data_file_finish(file);
+    file->last_write_ok = false;
+    return 0;
+}
+
+bool open_stream(vrn_data_file_t *file) {
+    if (file->stream.is_open()) return true;
+    file->stream = open_existing(file->path);
+    if (!file->stream.is_open() && errno == ENOENT && vrn_data_file_create(file))
+        file->stream = open_existing(file->path);
+    if (!file->stream.is_open()) return false;
+    file->opened = vrn::identity_of(status_of(file->stream));
+    file->has_other_blocks = false;
+    return true;
+}
+
+// Locks the file that has the name at present, which may be another one with each look.
+bool enter(vrn_data_file_t *file, std::optional<vrn::FileLock> *lock, struct stat *status) {
+    constexpr int max_looks = 100;
+    for (int look = 0; look < max_looks; ++look) {
+        if (!open_stream(file)) return false;
+        lock->emplace(file->stream.get());
+        if (!(*lock)->is_held()) return false;
+        *status = status_of(file->stream);
+        if (status->st_nlink != 0 || vrn_data_file_is_present(file)) return true;
+        lock->reset();
+        file->stream.close();
+    }
+    errno = ESTALE;
+    return false;
+}
+
+// Tells in the header of the locked file what is about to happen behind its last page.
+bool announce(vrn_data_file_t *file, const vrn_data_file_header_t &header) {
+    if (header.block_size != 0) file->has_other_blocks = header.block_size != file->block_size;
+    if (file->has_other_blocks) return rewrite_header(file, file->stream, unfinished);
+    return (header.file_size & unfinished) == 0 || rewrite_header(file, file->stream, 0);
+}
+
+// Appends to the locked file, or leaves it as it was.
+bool append(vrn_data_file_t *file, const struct stat &status, const void *data,
+            std::uint64_t size) {
+    vrn_data_file_header_t header;
+    const bool is_settled = settle(file, file->stream, status, &header);
+    if (is_settled && !announce(file, header)) return false;
+    const std::uint64_t written = is_settled ? write_bytes(file->stream, data, size) : 0;
+    if (written != size) {
+        if (file->last_write_ok)
+            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed appending data file %s: %s",
+                    file->path.c_str(), std::strerror(errno));
+        cut_back(file, written);
+        return false;
+    }
+    file->file_size += size;
+    if (!file->has_other_blocks || rewrite_header(file, file->stream, 0)) return true;
+    file->last_write_ok = false;
+    cut_back(file, size);
+    return false;
+}
+
+// A file that has no name yet, in the folder of `path`; none where there are no such files.
+Descriptor open_nameless(const std::string &path) {
     const std::string folder = fs::path(path).parent_path().string();
-    const int descriptor =
-        ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY, 0666);
-    if (descriptor < 0) return nullptr;
-    vrn_stream_ptr stream(::fdopen(descriptor, "wb"));
-    if (stream)
-        std::setvbuf(stream.get(), nullptr, _IONBF, 0);
-    else
-        ::close(descriptor);
-    return stream;
+    constexpr int flags = O_TMPFILE | O_WRONLY | O_CLOEXEC;
+    return Descriptor(::open(folder.empty() ? "." : folder.c_str(), flags, 0666));
 }
 
 // Fails when something has the name.
-bool give_name(std::FILE *stream, const std::string &path) {
-    const std::string file = "/proc/self/fd/" + std::to_string(::fileno(stream));
+bool give_name(const Descriptor &stream, const std::string &path) {
+    const std::string file = "/proc/self/fd/" + std::to_string(stream.get());
     return ::linkat(AT_FDCWD, file.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-// Where files can't be made without a name, and over the part of a header: a process that is killed
-// here leaves a file that vrn_data_file_has_content tells from a data file.
+// Where files can't be made without a name, over the part of a header, and where another process
+// was faster: its file is not touched.
 bool create_in_place(vrn_data_file_t *file) {
-    const vrn_stream_ptr stream = open_unbuffered(file->path, "wb");
-    if (!stream) {
-        if (file->last_write_ok)
-            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open file %s for writing: %s",
-                    file->path.c_str(), std::strerror(errno));
-        return false;
+    constexpr int flags = O_CREAT | O_RDWR | O_APPEND | O_CLOEXEC;
+    const Descriptor stream(::open(file->path.c_str(), flags, 0666));
+    if (stream.is_open()) {
+        const vrn::FileLock lock(stream.get());
+        vrn_data_file_header_t header;
+        if (lock.is_held()) return settle(file, stream, status_of(stream), &header);
     }
-    if (write_new_header(file, stream.get())) return true;
-    const int cause = errno;
-    ::unlink(file->path.c_str());
-    errno = cause;
+    if (file->last_write_ok)
+        VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open file %s for writing: %s",
+                file->path.c_str(), std::strerror(errno));
+    return false;
+}
+
+bool update_header_on_disk(vrn_data_file_t *file) {
+    const Descriptor stream = open_existing(file->path);
+    if (stream.is_open()) {
+        const vrn::FileLock lock(stream.get());
+        vrn_data_file_header_t header;
+        if (lock.is_held() && settle(file, stream, status_of(stream), &header))
+            return rewrite_header(file, stream, 0);
+    }
+    if (file->last_write_ok)
+        VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed opening data file %s: %s", file->path.c_str(),
+                std::strerror(errno));
     return false;
 }
 
@@ -220,62 +324,48 @@ bool vrn_data_file_has_content(const std::string &path) {
 }
 
 bool vrn_data_file_is_present(const vrn_data_file_t *file) {
-    boost::system::error_code ignored;
-    if (!fs::exists(file->path, ignored)) return false;
-    struct stat status;
-    return !file->stream || ::fstat(::fileno(file->stream.get()), &status) != 0 ||
-           status.st_nlink != 0;
+    return file->stream.is_open() ? is_name_of(file->path, file->opened)
+                                  : ::access(file->path.c_str(), F_OK) == 0;
 }
 
 bool vrn_data_file_create(vrn_data_file_t *file) {
     // With its header whole before it can be seen, so that a killed process leaves all or nothing.
-    if (const vrn_stream_ptr stream = open_nameless(file->path)) {
-        if (!write_new_header(file, stream.get())) return false;
-        if (give_name(stream.get(), file->path)) return true;
+    if (const Descriptor stream = open_nameless(file->path); stream.is_open()) {
+        if (!write_new_header(file, stream)) return false;
+        if (give_name(stream, file->path)) return true;
     }
     return create_in_place(file);
 }
 
 std::uint64_t vrn_data_file_append(vrn_data_file_t *file, const void *data, std::uint64_t size) {
-    if (!file->stream && !open_for_append(file)) {
+    std::optional<vrn::FileLock> lock;
+    struct stat status;
+    if (!enter(file, &lock, &status)) {
         if (file->last_write_ok)
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open data file %s for writing: %s",
                     file->path.c_str(), std::strerror(errno));
+        lock.reset();
         return give_up_file(file);
     }
-    const std::size_t written = std::fwrite(data, 1, size, file->stream.get());
-    if (written != size) {
-        if (file->last_write_ok)
-            VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed appending data file %s: %s",
-                    file->path.c_str(), std::strerror(errno));
-        return give_up_append(file, written);
-    }
-    file->file_size += size;
-    if (file->has_other_blocks && !rewrite_header_on_disk(file)) {
-        file->last_write_ok = false;
-        return give_up_append(file, size);
-    }
+    const bool is_appended = append(file, status, data, size);
+    lock.reset();
+    if (!is_appended) return give_up_file(file);
     file->last_write_ok = true;
-    if (!file->keep_open) {
-        file->stream.reset();
-        vrn_data_file_update_header(file);
-    }
+    if (!file->keep_open) vrn_data_file_update_header(file);
     return size;
 }
 
 bool vrn_data_file_update_header(vrn_data_file_t *file) {
-    file->stream.reset();
-    boost::system::error_code ignored;
-    if (fs::exists(file->path, ignored)) return rewrite_header_on_disk(file);
+    file->stream.close();
+    if (vrn_data_file_is_present(file)) return update_header_on_disk(file);
     VRN_LOG(VRN_LOG_DEBUG, "[data_file] File %s does not exist, skipping header update",
             file->path.c_str());
     return true;
 }
 
 bool vrn_data_file_read_size(vrn_data_file_t *file) {
-    const vrn_stream_ptr stream = open_unbuffered(file->path, "rb");
-    const long end =
-        stream && std::fseek(stream.get(), 0, SEEK_END) == 0 ? std::ftell(stream.get()) : -1;
+    const Descriptor stream(::open(file->path.c_str(), O_RDONLY | O_CLOEXEC));
+    const off_t end = stream.is_open() ? ::lseek(stream.get(), 0, SEEK_END) : -1;
     if (end < 0) {
         if (file->last_write_ok)
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open %s\n", file->path.c_str());
@@ -283,19 +373,4 @@ bool vrn_data_file_read_size(vrn_data_file_t *file) {
     }
     file->file_size = static_cast<std::uint64_t>(end);
     return true;
-}
-
-void vrn_data_file_cut_torn_tail(vrn_data_file_t *file) {
-    const vrn_stream_ptr stream = open_unbuffered(file->path, "rb+");
-    vrn_data_file_header_t header;
-    struct stat status;
-    if (!stream || !read_header(stream.get(), &header)) return;
-    const int descriptor = ::fileno(stream.get());
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return;
-    const auto size = static_cast<std::uint64_t>(status.st_size);
-    const std::uint64_t torn = torn_bytes(header, size);
-    if (torn == 0) return;
-    if (::ftruncate(descriptor, static_cast<off_t>(size - torn)) != 0) return;
-    VRN_LOG(VRN_LOG_WARNING, "[data_file] Cut %lu bytes of an unfinished block off file %s", torn,
-            file->path.c_str());
 }

@@ -1,9 +1,12 @@
 // The file operations of a data file stream. Failures are logged while `last_write_ok` is true.
 //
-// Streams of several block sizes may share a file, which nothing in its data tells. So a stream
-// whose blocks are not of the header's size writes `file_size` there behind each append. Behind
-// `file_size` all whole pages are blocks of the header's size then, and what is left over at the
-// end of the file is of an append that a killed process did not finish.
+// Any number of streams and processes may share a file. Each append and each update of the header
+// happens under a lock on the file; readers take none. Whoever holds the lock finds out what a
+// killed process left unfinished, and cuts it off:
+// - A stream whose blocks are of the header's size only appends. Behind the `file_size` of the
+//   header all whole blocks are data then, and what is left over at the end is unfinished.
+// - A stream of other blocks marks the `file_size` in the header in front of its append, and writes
+//   the new size there behind it. Behind a marked size nothing is data.
 #pragma once
 
 #include <cstdint>
@@ -18,11 +21,12 @@ bool vrn_data_file_has_content(const std::string &path);
 // True when a file is at `path`, and it is the one that the open stream appends to.
 bool vrn_data_file_is_present(const vrn_data_file_t *file);
 
-// Makes an empty data file at `path`: a header and no data. On failure nothing is left there.
+// Makes an empty data file at `path`: a header and no data. On failure nothing is left there. A
+// file that another process made meanwhile is fine as it is.
 bool vrn_data_file_create(vrn_data_file_t *file);
 
-// Appends in one call. Returns `size`, or 0 when the file was given up: what reached it is cut off
-// again, and a file that holds nothing else goes.
+// Appends as a whole, to a new file if the one at `path` is gone. Returns `size`, or 0 when the
+// file was given up: what reached it is cut off again, and a file that holds nothing else goes.
 std::uint64_t vrn_data_file_append(vrn_data_file_t *file, const void *data, std::uint64_t size);
 
 // Closes the stream and writes times and size to the header on disk; nothing else of a header
@@ -31,6 +35,3 @@ bool vrn_data_file_update_header(vrn_data_file_t *file);
 
 // Takes `file_size` from the file on disk.
 bool vrn_data_file_read_size(vrn_data_file_t *file);
-
-// Cuts a file back to its last whole block, as a writer may have ended amid a write.
-void vrn_data_file_cut_torn_tail(vrn_data_file_t *file);

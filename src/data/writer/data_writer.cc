@@ -167,8 +167,8 @@ std::uint64_t write_blocks(vrn_data_file_t *file, const vrn_data_page_t *page, b
 // handle opens it again by its next page.
 void bound_open_streams(vrn_data_writer_t *writer, bool was_open, const vrn_data_file_t *file) {
     constexpr std::uint32_t max_open_streams = 256;
-    if (was_open || !file->stream || ++writer->open_streams < max_open_streams) return;
-    for (auto &[key, other] : writer->files) other.stream.reset();
+    if (was_open || !file->stream.is_open() || ++writer->open_streams < max_open_streams) return;
+    for (auto &[key, other] : writer->files) other.stream.close();
     writer->open_streams = 0;
 }
 
@@ -190,7 +190,7 @@ void note_written(vrn_data_writer_t *writer, const vrn_data_file_t *file, bool r
 bool store_blocks(vrn_data_writer_t *writer, vrn_data_file_t *file, const vrn_data_page_t *page) {
     vrn_data_file_set_block_size(file, block_size_of(page));
     const bool was_ok = file->last_write_ok;
-    const bool was_open = file->stream != nullptr;
+    const bool was_open = file->stream.is_open();
     bool rotated = false;
     const std::uint64_t bytes = write_blocks(file, page, &rotated);
     bound_open_streams(writer, was_open, file);

@@ -132,7 +132,7 @@ TEST_F(DataFile, TellsSizeAndLastTimeWhenItIsNotKeptOpen) {
     vrn_data_file_set_keep_open(&file, false);
     EXPECT_EQ(write(start + 1, start + 7, "more"), 4U);
     EXPECT_FALSE(rotated);
-    EXPECT_EQ(file.stream, nullptr);
+    EXPECT_FALSE(file.stream.is_open());
     header.file_size = 268;
     header.last_ts = start + 7;
     EXPECT_EQ(read_file(dir.file("f")), header_bytes(header) + "datadatamore");
@@ -322,7 +322,7 @@ struct SharedPath {
     // What streams hold goes, and nothing else happens: no data waits in this process.
     void kill() {
         for (vrn_data_file_t &stream : streams) {
-            stream.stream.reset();
+            stream.stream.close();
             stream.path.clear();
         }
     }

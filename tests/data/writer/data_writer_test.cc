@@ -258,7 +258,7 @@ TEST_F(DataWriter, OutlivesMoreSourcesThanHandles) {
             ASSERT_TRUE(write(page));
         }
     std::size_t open = 0;
-    for (const auto &[key, file] : writer->files) open += file.stream != nullptr;
+    for (const auto &[key, file] : writer->files) open += file.stream.is_open();
     EXPECT_LE(open, 256U);
     const auto names = files_on_disk();
     EXPECT_THAT(names, SizeIs(sources));
