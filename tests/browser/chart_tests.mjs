@@ -1,6 +1,15 @@
 // What the chart page shows. Each test gets a fresh browser page and the host.
 import assert from 'node:assert/strict';
-import { NO_DATA, chartState, on, optionsOf, selectMetrics, selectedOf } from './page_steps.mjs';
+import { HOSTILE_TEXTS } from './host.mjs';
+import {
+    NO_DATA,
+    chartState,
+    on,
+    optionsOf,
+    pageIsReady,
+    selectMetrics,
+    selectedOf,
+} from './page_steps.mjs';
 
 async function moveToChart(page) {
     const canvas = page.locator('#metricsChart');
@@ -222,6 +231,32 @@ export const chartTests = {
         }));
         assert.ok(entry.endsWith('…') && label.startsWith(entry.slice(0, -1)));
         assert.ok(lines.length > 1 && lines.join('').startsWith(`${label}: `));
+    }),
+
+    'runs no script of hostile texts, and shows them as they are': on('hostile', [], async (page) => {
+        // Bytes that are no UTF-8 read as lone surrogates.
+        const shown = (text) =>
+            typeof text === 'string'
+                ? text
+                : text.toString('latin1').replace(/[\x80-\xff]/g, (byte) =>
+                      String.fromCharCode(0xdc00 + byte.charCodeAt(0)),
+                  );
+        const [metric, label, ...values] = HOSTILE_TEXTS.map(shown);
+        assert.deepEqual(await optionsOf(page, '#metricSelect'), [metric]);
+        await page.click('text=Select All Metrics');
+        const expected = values.map((value) => `${label}=${value}`).sort();
+        assert.deepEqual((await chartState(page)).labels.sort(), expected);
+        assert.deepEqual((await optionsOf(page, '#labelSelect')).sort(), expected);
+        await page.evaluate(() => {
+            for (const option of document.querySelectorAll('#labelSelect option')) option.selected = true;
+            updateChart();
+        });
+        await moveToChart(page);
+        await page.waitForFunction(() => chart.tooltip.opacity > 0);
+        await page.reload(); // with what it has stored of the texts
+        await pageIsReady(page);
+        assert.deepEqual((await chartState(page)).labels.sort(), expected);
+        assert.equal(await page.evaluate(() => window.canary), undefined);
     }),
 
     'leaves gaps where values are no numbers': on('gaps', ['gaps'], async (page) => {

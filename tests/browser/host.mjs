@@ -1,6 +1,7 @@
 // A host for chart pages on the loopback interface: the page, its CSV export and its clear path.
+import { Buffer } from 'node:buffer';
 import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readdirSync, rmSync } from 'node:fs';
+import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { createServer } from 'node:http';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -8,16 +9,44 @@ import { join } from 'node:path';
 const PREFIX = '/some/prefix';
 const MAX_PAGE_BYTES = 256 * 1024 * 1024;
 
-// Pages come from the programs in `binDir`: made up, or recorded from this machine.
+const CANARY = 'window.canary = true';
+
+// A metric, a label and its values, as others may send them: each tries to get out of the string or
+// the element that it stands in, and to run the canary. The last ones end within a character.
+export const HOSTILE_TEXTS = [
+    `it's <b>&amp;</b> </option></select><script>${CANARY}</script>`,
+    `\\'];});${CANARY};//`,
+    "it's",
+    `'; ${CANARY}; '`,
+    `\\'; ${CANARY}; //`,
+    `"\\"\`\${${CANARY}}`,
+    `</script><script>${CANARY}</script>`,
+    `<!--<script>${CANARY}`,
+    `</SCRIPT ><img src=x onerror="${CANARY}">`,
+    `\n${CANARY}//`,
+    `\r\n${CANARY}//`,
+    `\u2028${CANARY}//\u2029${CANARY}//`,
+    '\0 \t \x1b[31m \x7f \x85',
+    'trailing \\',
+    Buffer.from([0x62, 0xff]),
+    Buffer.from([0x62, 0xe2, 0x98]),
+    Buffer.from(`\xe2'; ${CANARY}; '`, 'latin1'),
+];
+
+// Pages come from the programs in `binDir`: made up, of hostile texts, or recorded from this
+// machine.
 function makePage(binDir, name) {
     const run = (program, ...args) =>
         execFileSync(join(binDir, program), args, { maxBuffer: MAX_PAGE_BYTES });
-    if (name !== 'recorded') return run('sample_page', name);
+    if (name !== 'recorded' && name !== 'hostile') return run('sample_page', name);
     const folder = mkdtempSync(join(tmpdir(), 'vrn-chart-'));
-    run('vrn_collect', '--output-dir', folder, '--interval', '50', '--duration', '500');
-    const data = join(folder, 'data');
-    const file = readdirSync(data).find((entry) => entry.startsWith('metrics'));
-    const page = run('vrn_chart', join(data, file));
+    if (name === 'recorded') {
+        run('vrn_collect', '--output-dir', folder, '--interval', '50', '--duration', '500');
+    } else {
+        const texts = HOSTILE_TEXTS.map((text) => Buffer.from(text).toString('hex'));
+        writeFileSync(join(folder, 'hostile.bin'), run('sample_page', ...texts));
+    }
+    const page = run('vrn_chart', folder);
     rmSync(folder, { recursive: true });
     return page;
 }

@@ -1,4 +1,6 @@
 // Writes a chart page for the browser tests to standard output: sample_page NAME
+// Or a data file of one metric and a label for each value: sample_page METRIC LABEL VALUE ...
+// with these texts in hexadecimal digits.
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -7,8 +9,11 @@
 #include <limits>
 #include <numbers>
 #include <string>
+#include <vector>
 
+#include "data/data_file_header.h"
 #include "metrics/chart/chart_page.h"
+#include "metrics/cntx_builder.h"
 
 namespace vrn::metrics {
 namespace {
@@ -115,9 +120,36 @@ bool write_page(const std::string &name) {
     return bool(std::cout.flush());
 }
 
+std::string text_of(const std::string &digits) {
+    std::string text;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
+        text += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    return text;
+}
+
+bool write_data_file(const std::vector<std::string> &texts) {
+    CntxBuilder builder;
+    builder.add_label_set({text_of(texts.at(1))});
+    const std::uint16_t metric = builder.add_metric(text_of(texts.at(0)));
+    for (std::size_t i = 2; i < texts.size(); ++i)
+        builder.add_record({.timestamp = now(),
+                            .metric_type = 'G',
+                            .labels = {CntxBuilder::label_by_text(text_of(texts[i]))},
+                            .samples = {{metric, i}}});
+    const std::string block = builder.build();
+    const vrn_data_file_header_ptr header(vrn_data_file_header_create());
+    header->block_size = static_cast<std::uint32_t>(block.size());
+    std::cout.write(reinterpret_cast<const char *>(header.get()), sizeof *header) << block;
+    return bool(std::cout.flush());
+}
+
 }  // namespace
 }  // namespace vrn::metrics
 
 int main(int argc, char **argv) {
-    return argc == 2 && vrn::metrics::write_page(argv[1]) ? EXIT_SUCCESS : EXIT_FAILURE;
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.empty()) return EXIT_FAILURE;
+    const bool done = arguments.size() == 1 ? vrn::metrics::write_page(arguments[0])
+                                            : vrn::metrics::write_data_file(arguments);
+    return done ? EXIT_SUCCESS : EXIT_FAILURE;
 }
