@@ -44,4 +44,4 @@ set(VRN_PUBLIC_HEADERS
     metrics/store/metrics_catalog.h metrics/store/reverse_index.h
     metrics/store/single_value_buffer.h metrics/store/symbol_table.h
     metrics/store/typed_metrics_data.h metrics/store/typed_series.h metrics/store/value_types.h
-    metrics/chart/chart_page.h metrics/chart/chart_scripts.h)
+    metrics/chart/chart_page.h metrics/chart/chart_scripts.h metrics/chart/page_text.h)

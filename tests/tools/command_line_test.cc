@@ -97,6 +97,7 @@ TEST(ShownText, EscapesWhatATerminalWouldObey) {
          "\\xc2\\x9b2J\xc2\xa0"},  // a control character of two bytes
         {"\x9b\xc3(\xe2\x82", "\\x9b\\xc3(\\xe2\\x82"},
         {"\xc0\xaf\xf5\x80\x80\x80", "\\xc0\\xaf\\xf5\\x80\\x80\\x80"},
+        {"\xe0\x80\x9b", "\\xe0\\x80\\x9b"},  // longer than it need be
     };
     for (const auto &[text, shown] : cases) EXPECT_EQ(shown_text(text), shown);
 }
