@@ -1,7 +1,7 @@
-// The whole reader on one data file.
-#include "fuzz_file.h"
+// Input: a byte of choices, then a data file for the whole reader.
+#include "sample_reader.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const char *data, std::size_t size) {
-    vrn::fuzz::read_data_file({data, size});
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    if (size > 0) vrn::fuzz::read_data_file(data[0], {data + 1, size - 1});
     return 0;
 }

@@ -1,4 +1,5 @@
-// Input: a range of CNTX blocks, stored under both policies, then read in every way.
+// Input: a range of CNTX blocks, whose metrics are counted, then stored under both policies and
+// read in every way.
 #include <string>
 
 #include "metrics/metrics_parser.h"
@@ -41,6 +42,8 @@ void feed(vrn::Bytes blocks, const MetricFilter *filter) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    MetricCounts counts;
+    VrnMetricsParser::count_metrics_from_cntx_blocks({data, size}, &counts);
     MetricFilter filter;
     filter.set_use_patterns(true);
     filter.set_skip_unchanged(true);

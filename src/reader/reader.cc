@@ -73,16 +73,6 @@ bool read_blocks_as_json_array(vrn_reader_t *reader, bool is_first) {
     return true;
 }
 
-bool read_file(vrn_reader_t *reader, bool is_first) {
-    VRN_LOG(VRN_LOG_DEBUG, "Processing data file %s", reader->file_name);
-    if (!open_records(reader)) return false;
-    const bool done = reader->options->format == VRN_FORMAT_JSON
-                          ? read_blocks_as_json_array(reader, is_first)
-                          : vrn_reader_read_blocks(reader);
-    if (!done) vrn_reader_fail(reader, "Failed to process data file %s", reader->file_name);
-    return done;
-}
-
 // As vrn_read_data_file, for one file of a run.
 bool read_next_file(const char *path, const vrn_reader_options_t *options, bool is_first,
                     vrn_reader_kept_t *kept) {
@@ -92,7 +82,7 @@ bool read_next_file(const char *path, const vrn_reader_options_t *options, bool 
         return false;
     }
     vrn_reader_take_over(reader.get(), kept);
-    const bool done = read_file(reader.get(), is_first);
+    const bool done = vrn_reader_read_file(reader.get(), is_first);
     vrn_reader_leave_behind(reader.get(), kept);
     return done;
 }
@@ -178,6 +168,16 @@ std::int32_t vrn_read_all_files(const vrn_reader_options_t *options) {
 bool vrn_read_data_file(const char *path, const vrn_reader_options_t *options, bool is_first) {
     vrn_reader_kept_t kept;
     return read_next_file(path, options, is_first, &kept);
+}
+
+bool vrn_reader_read_file(vrn_reader_t *reader, bool is_first) {
+    VRN_LOG(VRN_LOG_DEBUG, "Processing data file %s", reader->file_name);
+    if (!open_records(reader)) return false;
+    const bool done = reader->options->format == VRN_FORMAT_JSON
+                          ? read_blocks_as_json_array(reader, is_first)
+                          : vrn_reader_read_blocks(reader);
+    if (!done) vrn_reader_fail(reader, "Failed to process data file %s", reader->file_name);
+    return done;
 }
 
 bool vrn_reader_read_file_header(const char *path, const vrn_reader_options_t *options,

@@ -85,6 +85,9 @@ std::int32_t vrn_read_all_files(const vrn_reader_options_t *options);
 // True when the file was read to its end. `is_first`: first entry of the list.
 bool vrn_read_data_file(const char *path, const vrn_reader_options_t *options, bool is_first);
 
+// The same for the context of a file, which is at its start.
+bool vrn_reader_read_file(vrn_reader_t *reader, bool is_first);
+
 // Reads and checks the header of the file at `path` alone. False after a line.
 bool vrn_reader_read_file_header(const char *path, const vrn_reader_options_t *options,
                                  vrn_data_file_header_t *header);

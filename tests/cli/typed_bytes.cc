@@ -86,6 +86,10 @@ std::string rest_of(std::istringstream &words) {
     return rest;
 }
 
+void add_string(ByteBuilder &bytes, const std::string &text) {
+    bytes.u8(static_cast<std::uint8_t>(text.size())).text(text);
+}
+
 void repeat(ByteBuilder &bytes, std::size_t count, const std::string &line);
 
 void add_directive(ByteBuilder &bytes, const std::string &line) {
@@ -99,6 +103,7 @@ void add_directive(ByteBuilder &bytes, const std::string &line) {
     words >> directive;
     if (directive == "header") return void(bytes.text(build_header(read_keys(words))));
     if (directive == "text") return void(bytes.text(rest_of(words)));
+    if (directive == "string") return add_string(bytes, rest_of(words));
     if (directive == "hex") return add_numbers<std::uint8_t>(bytes, words, hex);
     if (directive == "u8") return add_numbers<std::uint8_t>(bytes, words, natural);
     if (directive == "u16") return add_numbers<std::uint16_t>(bytes, words, natural);

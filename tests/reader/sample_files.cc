@@ -66,15 +66,19 @@ std::string sample_counters_schema() {
  {"name":"u","description":"","units":"","data_type":"UINT128","counting_type":"ABSOLUTE","string_format":"UUID"}]}]})";
 }
 
-std::string sample_data_file() {
+std::string sample_file_header(std::uint32_t chunk_size) {
     const vrn_data_file_header_ptr header(vrn_data_file_header_create());
     std::strcpy(header->source_id, "node1");
-    header->block_size = block_size;
+    header->block_size = chunk_size;
     vrn_schema_id_from_hex(sample_events_id, &header->event_schema_ids[0]);
     vrn_schema_id_from_hex(sample_counters_id, &header->counters_schema_id);
+    return ByteBuilder().raw(header.get(), sizeof *header).done();
+}
+
+std::string sample_data_file() {
     const std::string events = events_block(1) + events_block(0);
     return ByteBuilder()
-        .raw(header.get(), sizeof *header)
+        .text(sample_file_header(block_size))
         .text(chunk(events + schemas_block()))
         .text(chunk(counters_block()))
         .text(chunk(encode_page(VRN_ENCODING_GZIP, events) +

@@ -1,6 +1,7 @@
 // Small data files with everything the reader knows, for tests that damage them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "support/temp_dir.h"
@@ -13,6 +14,9 @@ inline constexpr char sample_counters_id[] = "22222222222222222222222222222222";
 // JSON documents of the sample schemas.
 std::string sample_event_schema();
 std::string sample_counters_schema();
+
+// Header of a data file that names the sample schemas.
+std::string sample_file_header(std::uint32_t chunk_size);
 
 // Chunks of events (nested, arrays, texts, a GUID word at the end of a row), a schemas block,
 // counters, a gzip and a snappy page, and padding.
