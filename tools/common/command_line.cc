@@ -44,7 +44,7 @@ std::string wrapped_row(const Option &row, std::size_t indent) {
             text += "\n" + std::string(indent, ' ');
             column = indent;
         }
-        if (column > indent) word = " " + word;
+        if (column > indent) word.insert(0, " ");
         text += word;
         column += word.size();
     }
@@ -63,6 +63,7 @@ std::string letters_of(const std::vector<const Option *> &rows) {
 
 std::vector<option> long_options_of(const std::vector<const Option *> &rows) {
     std::vector<option> options;
+    options.reserve(rows.size() + 1);
     int code = first_row_code;
     for (const Option *row : rows)
         options.push_back(

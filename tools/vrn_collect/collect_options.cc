@@ -13,8 +13,8 @@ using Take = std::function<void(const char *value)>;
 
 constexpr char about[] =
     "Samples /proc of this machine; writes DIR/data/**/*.bin and DIR/schema/*.json.\n"
-    "SIGINT (Ctrl-C), SIGTERM and SIGHUP end the run, with all samples stored; a second\n"
-    "one ends it at once.\n";
+    "SIGINT (Ctrl-C), SIGTERM and SIGHUP end the run with all samples stored; a\n"
+    "second one of a kind ends it at once.\n";
 
 constexpr char notes[] =
     "\n"
@@ -25,16 +25,17 @@ constexpr char notes[] =
     "  FILE           a file or pipe with one name a line, or of fabscan\n"
     "A text with a '.' or a '/' is always a file; --source-name takes any name.\n"
     "\n"
-    "PATH is made of {{year}} {{month}} {{day}} {{hour}} {{minute}} {{second}} {{source}}\n"
-    "{{tag}} {{id}} {{node}} {{port}} {{timestamp}} {{hash[N]}}, where N is a number.\n"
+    "PATH is made of {{year}} {{month}} {{day}} {{hour}} {{minute}} {{second}}\n"
+    "{{source}} {{tag}} {{id}} {{node}} {{port}} {{timestamp}} and {{hashN}}, which\n"
+    "is a number below N made of the source.\n"
     "\n"
     "LIST is made of names, PREFIX* and *SUFFIX, with commas between them.\n"
     "\n"
-    "Environment: VRN_HOST_NAME stands for this host's name, VRN_SOURCE_ID for the name\n"
-    "of its source.\n"
+    "Environment: VRN_HOST_NAME stands for this host's name, VRN_SOURCE_ID for the\n"
+    "name of its source.\n"
     "\n"
-    "Exit status: 0 when all samples were stored, 1 when something could not be stored,\n"
-    "64 for wrong usage.\n";
+    "Exit status: 0 when all samples were stored, 1 when something could not be, 64\n"
+    "for wrong usage.\n";
 
 Take text_into(std::string *text, const char *what) {
     return [=](const char *value) {

@@ -89,6 +89,17 @@ std::vector<StreamPlan> plan_streams(const std::set<std::string> &sources,
     return plans;
 }
 
+// False after a line, so that one source's failure leaves the others theirs.
+bool flush_events(SourceStreams *source) {
+    try {
+        source->events.flush();
+        return true;
+    } catch (const std::exception &error) {
+        tool::print_error("vrn_collect", error.what());
+        return false;
+    }
+}
+
 // Before the first page, so that no run begins that can't store any.
 void make_data_folder(const std::string &path) {
     std::error_code error;
@@ -142,7 +153,8 @@ void CollectOutput::add(const ProcSample &sample) {
 }
 
 bool CollectOutput::finish() {
-    for (SourceStreams &source : streams_) source.events.flush();
+    bool is_flushed = true;
+    for (SourceStreams &source : streams_) is_flushed &= flush_events(&source);
     const std::uint64_t lost_pages = vrn_data_writer_get_lost_pages(writer_.get());
     if (lost_pages != 0)
         tool::print_error("vrn_collect",
@@ -152,13 +164,15 @@ bool CollectOutput::finish() {
     const bool has_infos = has_node_infos();
     if (!has_infos) tool::print_error("vrn_collect", "not all node information is stored");
     writer_.reset();
-    return lost_pages == 0 && has_schemas && has_infos;
+    return is_flushed && lost_pages == 0 && has_schemas && has_infos;
 }
 
 bool CollectOutput::has_node_infos() const {
     return std::ranges::all_of(writer_->nodeinfo, [](const auto &entry) {
         std::error_code ignored;
-        return std::filesystem::exists(entry.first + "/nodeinfo.json", ignored);
+        // Folders may have gone with old data.
+        return !std::filesystem::exists(entry.first, ignored) ||
+               std::filesystem::exists(entry.first + "/nodeinfo.json", ignored);
     });
 }
 
