@@ -1,13 +1,10 @@
 #include "metrics/cntx_builder.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
 
 #include "metrics/cntx_block_tables.h"
-#include "support/byte_builder.h"
-#include "support/captured_log.h"
 #include "support/stream_blocks.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -16,7 +13,6 @@ using metrics::CntxBuilder;
 using metrics::EncodedLabel;
 using metrics::LabelEncoding;
 using Buckets = std::vector<metrics::Bucket>;
-using Lines = std::vector<std::string>;
 
 TEST(CntxBuilder, WritesTheBlockByteForByte) {
     CntxBuilder builder;
@@ -79,61 +75,48 @@ TEST(CntxBuilder, HoldsTheLargestHistogram) {
 TEST(CntxBuilder, RefusesWhatTheFormatHasNoRoomFor) {
     using Samples = std::vector<metrics::MetricSample>;
     using Add = std::function<void(CntxBuilder &)>;
-    struct Case {
-        const char *line;
-        Add add;
-    };
     const auto times = [](int count, void (*add)(CntxBuilder &, int)) -> Add {
         return [=](CntxBuilder &b) {
             for (int i = 0; i < count; ++i) add(b, i);
         };
     };
-    const std::string long_text(256, 'x');
+    const std::string x256(256, 'x');
     const EncodedLabel text = CntxBuilder::label_by_text("x");
-    const EncodedLabel long_label = CntxBuilder::label_by_text(long_text);
-    const Case cases[] = {
-        {"label name: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.add_label_set({long_text}); }},
-        {"label names: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.add_label_set(Lines(256)); }},
-        {"label sets: 257 exceeds the limit of 256",
-         times(257, [](CntxBuilder &b, int) { b.add_label_set({}); })},
-        {"label value: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.label_by_id(long_text); }},
+    const EncodedLabel long_label = CntxBuilder::label_by_text(x256);
+    const std::vector<EncodedLabel> labels256(256, text);
+    // clang-format off
+    const struct { const char *line; Add add; } cases[] = {
+        {"label name: 256 exceeds the limit of 255", [&](auto &b) { b.add_label_set({x256}); }},
+        {"label names: 256 exceeds the limit of 255", [&](auto &b) { b.add_label_set(Lines(256)); }},
+        {"label sets: 257 exceeds the limit of 256", times(257, [](auto &b, int) { b.add_label_set({}); })},
+        {"label value: 256 exceeds the limit of 255", [&](auto &b) { b.label_by_id(x256); }},
         {"label values: 257 exceeds the limit of 256",
-         times(257, [](CntxBuilder &b, int i) { b.label_by_id(std::to_string(i)); })},
-        {"metric name: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.add_metric(long_text); }},
+         times(257, [](auto &b, int i) { b.label_by_id(std::to_string(i)); })},
+        {"metric name: 256 exceeds the limit of 255", [&](auto &b) { b.add_metric(x256); }},
         {"metric names: 65536 exceeds the limit of 65535",
-         times(65536, [](CntxBuilder &b, int i) { b.add_metric(std::to_string(i)); })},
-        {"constant label: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.add_constant_label("x", long_text); }},
-        {"label value: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.add_record({.labels = {long_label}}); }},
-        {"labels: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.add_record({.labels = std::vector(256, text)}); }},
+         times(65536, [](auto &b, int i) { b.add_metric(std::to_string(i)); })},
+        {"constant label: 256 exceeds the limit of 255", [&](auto &b) { b.add_constant_label("x", x256); }},
+        {"label value: 256 exceeds the limit of 255", [&](auto &b) { b.add_record({.labels = {long_label}}); }},
+        {"labels: 256 exceeds the limit of 255", [&](auto &b) { b.add_record({.labels = labels256}); }},
         {"record: 65547 exceeds the limit of 65535",
-         [&](CntxBuilder &b) { b.add_record({.samples = Samples(6553)}); }},
+         [&](auto &b) { b.add_record({.samples = Samples(6553)}); }},
         {"label does not fit encoding 'L'",
-         [&](CntxBuilder &b) { b.add_record({.encoding = LabelEncoding::ids, .labels = {text}}); }},
-        {"metric name: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.add_histogram({.name = long_text}, {}); }},
+         [&](auto &b) { b.add_record({.encoding = LabelEncoding::ids, .labels = {text}}); }},
+        {"metric name: 256 exceeds the limit of 255", [&](auto &b) { b.add_histogram({.name = x256}, {}); }},
         {"buckets: 256 exceeds the limit of 255",
-         [](CntxBuilder &b) { b.add_histogram({.buckets = Buckets(256)}, {}); }},
+         [](auto &b) { b.add_histogram({.buckets = Buckets(256)}, {}); }},
         {"labels: 256 exceeds the limit of 255",
-         [&](CntxBuilder &b) { b.add_histogram({}, {.labels = std::vector(256, text)}); }},
-        {"the data holds the section mark 'CNTD'",
-         [](CntxBuilder &b) { b.add_metric("aCNTDb"), b.build(); }},
+         [&](auto &b) { b.add_histogram({}, {.labels = labels256}); }},
+        {"the data holds the section mark 'CNTD'", [](auto &b) { b.add_metric("aCNTDb"), b.build(); }},
         {"the data holds the section mark 'LBLN'",
-         [](CntxBuilder &b) {
-             b.add_record({.samples = {{0, 0x4e4c424c}}}), b.build();
-         }},
+         [](auto &b) { b.add_record({.samples = {{0, 0x4e4c424c}}}), b.build(); }},
         {"the data holds the section mark 'HIST'",
-         [](CntxBuilder &b) { b.add_constant_label("HIST", ""), b.build(); }},
+         [](auto &b) { b.add_constant_label("HIST", ""), b.build(); }},
         {"the data holds the section mark 'CLBL'",
-         [](CntxBuilder &b) { b.add_histogram({.name = "aCLBL"}, {}), b.build(); }},
+         [](auto &b) { b.add_histogram({.name = "aCLBL"}, {}), b.build(); }},
     };
-    for (const Case &c : cases) {
+    // clang-format on
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.line);
         CapturedLog log;
         CntxBuilder builder;

@@ -1,44 +1,27 @@
-#include <gtest/gtest.h>
+#include "metrics/metrics_count.h"
 
 #include "metrics/metrics_parser.h"
-#include "support/byte_builder.h"
-#include "support/captured_log.h"
 #include "support/stream_blocks.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
 
 using metrics::MetricCounts;
-using metrics::VrnMetricsParser;
-using Lines = std::vector<std::string>;
-
-const std::string warning = "4 [vrn metrics parser] ";
-const MetricCounts sample_counts = {{"busy", 2}, {"idle", 2}};
-const MetricCounts first_record_counts = {{"busy", 1}, {"idle", 1}};
 
 struct Outcome {
     bool counted;
     MetricCounts counts;
 };
 
-Outcome count(const std::string &bytes) {
-    Outcome outcome = {};
-    outcome.counted =
-        VrnMetricsParser::count_metrics_from_cntx_blocks(ExactBytes(bytes), &outcome.counts);
+Outcome count(const std::string &bytes, const MetricCounts &before = {}) {
+    Outcome outcome = {false, before};
+    outcome.counted = metrics::VrnMetricsParser::count_metrics_from_cntx_blocks(ExactBytes(bytes),
+                                                                                &outcome.counts);
     return outcome;
 }
 
-TEST(MetricsCount, AddsTheSamplesOfAllBlocks) {
-    const std::string block = sample_stream().build();
-    CapturedLog log;
-    MetricCounts counts = {{"busy", 10}, {"other", 1}};
-    EXPECT_TRUE(VrnMetricsParser::count_metrics_from_cntx_blocks(
-        ExactBytes("noise" + block + "noise" + block), &counts));
-    EXPECT_EQ(counts, (MetricCounts{{"busy", 14}, {"idle", 4}, {"other", 1}}));
-    EXPECT_EQ(log.take(), Lines{});
-}
-
-// A block whose record section holds `records` behind the blocksize.
+// A block whose record section holds `records` after the blocksize.
 std::string block_of(const std::string &records) {
     metrics::CntxBuilder builder;
     builder.add_metric("m");
@@ -47,100 +30,55 @@ std::string block_of(const std::string &records) {
 }
 
 std::string record(std::uint16_t num_samples, std::uint16_t sample_id) {
-    return ByteBuilder()
-        .u16(0)
-        .u64(1)
-        .text("C")
-        .u8(1)
-        .u16(num_samples)
-        .u16(sample_id)
-        .u64(5)
-        .u8(0)
-        .u8(0)
-        .text("L")
-        .done();
+    ByteBuilder bytes;
+    bytes.u16(0).u64(1).text("C").u8(1).u16(num_samples).u16(sample_id).u64(5);
+    return bytes.u8(0).u8(0).text("L").done();
 }
 
-TEST(MetricsCount, NamesEachFault) {
-    struct Case {
-        const char *name;
-        std::string bytes;
-        bool counted;
-        MetricCounts counts;
-        Lines lines;
-    };
-    const std::string block = sample_stream().build();
-    const std::string no_records = block.substr(0, block.find("CNTD"));
+TEST(MetricsCount, CountsBlocksAndNamesEachFault) {
+    const std::string good = sample_stream().build();
+    const std::string tables = good.substr(0, good.find("CNTD"));
+    const MetricCounts all = {{"busy", 2}, {"idle", 2}};
+    const MetricCounts one = {{"m", 1}};
+    const std::string w = "4 [vrn metrics parser] ";
     const std::string missing = "Invalid binary data format: Missing ";
-    const std::string failed_block = warning + "Could not count metrics from CNTX block 1: ";
-    const std::string failed_labels = warning + "Could not parse labels block for counting: ";
-    const Case cases[] = {
-        {"header cut", "CNTX123", false, {}, {warning + "Insufficient data for CNTX block header"}},
-        {"largest size", with_total_size(block, 0x40000000), true, sample_counts, {}},
-        {"size too large",
-         with_total_size(block, 0x40000001),
-         false,
-         {},
-         {warning + "Invalid block size 1073741825 in CNTX block"}},
-        {"good block behind a bad size",
-         with_total_size(block, 0) + block,
-         true,
-         sample_counts,
-         {warning + "Invalid block size 0 in CNTX block"}},
-        {"size of 1",
-         with_total_size(block, 1) + block,
-         true,
-         sample_counts,
-         {warning + "No CNTD section found in CNTX block, skipping"}},
-        {"tables cut",
-         with_total_size(block, 50) + block,
-         true,
-         sample_counts,
+    const std::string invalid_size = w + "Invalid block size ";
+    const std::string invalid_mark = w + "Invalid magic numbers in CNTX block";
+    const std::string failed_labels = w + "Could not parse labels block for counting: ";
+    // clang-format off
+    const struct { const char *name; std::string bytes; bool counted; MetricCounts counts; Lines lines; } cases[] = {
+        {"two", "noise" + good + "noise" + good, true, {{"busy", 4}, {"idle", 4}}, {}},
+        {"header cut", "CNTX123", false, {}, {w + "Insufficient data for CNTX block header"}},
+        {"largest size", with_total_size(good, 0x40000000), true, all, {}},
+        {"size too large", with_total_size(good, 0x40000001), false, {},
+         {invalid_size + "1073741825 in CNTX block"}},
+        {"good after a bad size", with_total_size(good, 0) + good, true, all, {invalid_size + "0 in CNTX block"}},
+        {"size of 1", with_total_size(good, 1) + good, true, all,
+         {w + "No CNTD section found in CNTX block, skipping"}},
+        {"tables cut", with_total_size(good, 50) + good, true, all,
          {"3 [vrn metrics parser] " + missing + "'lblv' suffix",
-          failed_block + missing + "suffix"}},
-        {"record section cut",
-         no_records + "CNTD123",
-         false,
-         {},
-         {warning + "Invalid magic numbers in CNTX block"}},
-        {"half a trailer",
-         with_bytes(block, "cntdcntx", 4, "xxxx"),
-         false,
-         {},
-         {warning + "Invalid magic numbers in CNTX block"}},
-        {"no blocksize",
-         no_records + "CNTDabccntdcntx",
-         false,
-         {},
-         {warning + "Insufficient data for blocksize in CNTX block"}},
-        {"blocksize alone", no_records + "CNTDabcdcntdcntx", true, {}, {}},
-        {"record header cut", block_of(record(1, 0) + std::string(13, '\0')), true, {{"m", 1}}, {}},
+          w + "Could not count metrics from CNTX block 1: " + missing + "suffix"}},
+        {"record section cut", tables + "CNTD123", false, {}, {invalid_mark}},
+        {"half a trailer", with_bytes(good, "cntdcntx", 4, "xxxx"), false, {}, {invalid_mark}},
+        {"no blocksize", tables + "CNTDabccntdcntx", false, {},
+         {w + "Insufficient data for blocksize in CNTX block"}},
+        {"blocksize alone", tables + "CNTDabcdcntdcntx", true, {}, {}},
+        {"record header cut", block_of(record(1, 0) + std::string(13, '\0')), true, one, {}},
         {"no samples", block_of(record(0, 0)), true, {}, {}},
-        {"samples behind the end",
-         block_of(record(2, 0)),
-         true,
-         {},
-         {warning + "num_samples 2 exceeds available data (max: 1)"}},
-        {"unknown metric",
-         block_of(record(1, 1) + record(1, 0)),
-         true,
-         {{"m", 1}},
-         {warning + "Invalid metric_id 1 (max: 1), skipping"}},
-        {"any metric type", with_bytes(block, "CNTD", 8 + 10, "H"), true, sample_counts, {}},
-        {"bad labels",
-         with_bytes(block, "CNTD", 8 + 14 + 20 + 2, "X"),
-         true,
-         first_record_counts,
+        {"samples after the end", block_of(record(2, 0)), true, {},
+         {w + "num_samples 2 exceeds available data (max: 1)"}},
+        {"unknown metric", block_of(record(1, 1) + record(1, 0)), true, one,
+         {w + "Invalid metric_id 1 (max: 1), skipping"}},
+        {"any metric type", with_bytes(good, "CNTD", 8 + 10, "H"), true, all, {}},
+        {"bad labels", with_bytes(good, "CNTD", 8 + 14 + 20 + 2, "X"), true, {{"busy", 1}, {"idle", 1}},
          {"3 [vrn labels block] parse_labels_block: invalid encoding type 'X'",
           failed_labels + "invalid encoding type"}},
-        {"bad histogram",
-         with_inserted(block, "CLBL", "HIST"),
-         true,
-         sample_counts,
+        {"bad histogram", with_inserted(good, "CLBL", "HIST"), true, all,
          {"3 [vrn metrics parser] Error parsing histograms: Invalid binary data format: Truncated "
           "'HIST' section"}},
     };
-    for (const Case &c : cases) {
+    // clang-format on
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         CapturedLog log;
         const Outcome outcome = count(c.bytes);
@@ -148,6 +86,8 @@ TEST(MetricsCount, NamesEachFault) {
         EXPECT_EQ(outcome.counts, c.counts);
         EXPECT_EQ(log.take(), c.lines);
     }
+    EXPECT_EQ(count(good, {{"busy", 10}, {"other", 1}}).counts,
+              (MetricCounts{{"busy", 12}, {"idle", 2}, {"other", 1}}));
 }
 
 TEST(MetricsCount, ShowsItsBlocksAtDebugLevel) {
@@ -168,11 +108,9 @@ TEST(MetricsCount, StaysInsideEveryShorterStream) {
     for (std::size_t size = 0; size < block.size(); ++size) {
         SCOPED_TRACE(size);
         EXPECT_FALSE(count(block.substr(0, size)).counted);
-    }
-    for (std::size_t size = 0; size + 8 <= block.size(); ++size) {
-        SCOPED_TRACE(size);
-        const Outcome outcome = count(block.substr(0, size) + "cntdcntx");
-        EXPECT_EQ(outcome.counted, size >= block.find("CNTD") + 8);
+        if (size + 8 > block.size()) continue;
+        EXPECT_EQ(count(block.substr(0, size) + "cntdcntx").counted,
+                  size >= block.find("CNTD") + 8);
     }
 }
 

@@ -1,13 +1,10 @@
 #include "metrics/metrics_json_tree.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 
 #include "metrics/metrics_parser.h"
-#include "support/captured_log.h"
 #include "support/stream_blocks.h"
-#include "utils/c_ptr.h"
+#include "support/test.h"
 
 namespace vrn::test {
 namespace {
@@ -15,10 +12,8 @@ namespace {
 using metrics::CntxBlockTables;
 using metrics::CntxBuilder;
 using metrics::CntxRecord;
-using metrics::LabelEncoding;
 using metrics::MetricRecord;
 using metrics::VrnMetricsParser;
-using Lines = std::vector<std::string>;
 using JsonValue = CPtr<JSON_Value, json_value_free>;
 using JsonText = CPtr<char, json_free_serialized_string>;
 
@@ -72,39 +67,29 @@ std::string json_of_records(const std::vector<CntxRecord> &records) {
 }
 
 TEST_F(MetricsJson, ShowsTheLastRecordOnly) {
-    struct Case {
-        const char *name;
-        std::vector<CntxRecord> records;
-        const char *json;
-    };
     const CntxRecord a = record_of(1500, 0, 1);
     const CntxRecord b = record_of(2500, 0, 2);
     const CntxRecord unknown = record_of(3500, 9, 3);
-    const Case cases[] = {
+    const std::string time_of_a = R"({"timestamp":1500,"@timestamp":"1970-01-01 00:00:00.001",)";
+    const std::string time_of_unknown = R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003",)";
+    const std::string one = time_of_a + R"("labels":[{"a":"t1"}],"metrics":[{"m":1}]})";
+    // clang-format off
+    const struct { const char *name; std::vector<CntxRecord> records; std::string json; } cases[] = {
         {"none", {}, "{}"},
-        {"one",
-         {a},
-         R"({"timestamp":1500,"@timestamp":"1970-01-01 00:00:00.001","labels":[{"a":"t1"}],"metrics":[{"m":1}]})"},
-        {"three",
-         {b, b, a},
-         R"({"timestamp":1500,"@timestamp":"1970-01-01 00:00:00.001","labels":[{"a":"t1"}],"metrics":[{"m":1}]})"},
-        {"unknown label set alone",
-         {unknown},
-         R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003","metrics":[{"m":3}]})"},
-        {"unknown label set last",
-         {b, a, unknown},
-         R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003","labels":[{"a":"t1"}],"metrics":[{"m":3}]})"},
-        {"unknown label set first",
-         {unknown, b, a},
-         R"({"timestamp":1500,"@timestamp":"1970-01-01 00:00:00.001","metrics":[{"m":1}],"labels":[{"a":"t1"}]})"},
-        {"unknown label sets around",
-         {unknown, b, unknown},
-         R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003","metrics":[{"m":3}],"labels":[{"a":"t2"}]})"},
-        {"no samples",
-         {a, {.timestamp = 0, .label_set_id = 9}},
+        {"one", {a}, one},
+        {"three", {b, b, a}, one},
+        {"unknown label set alone", {unknown}, time_of_unknown + R"("metrics":[{"m":3}]})"},
+        {"unknown label set last", {b, a, unknown},
+         time_of_unknown + R"("labels":[{"a":"t1"}],"metrics":[{"m":3}]})"},
+        {"unknown label set first", {unknown, b, a},
+         time_of_a + R"("metrics":[{"m":1}],"labels":[{"a":"t1"}]})"},
+        {"unknown label sets around", {unknown, b, unknown},
+         time_of_unknown + R"("metrics":[{"m":3}],"labels":[{"a":"t2"}]})"},
+        {"no samples", {a, {.timestamp = 0, .label_set_id = 9}},
          R"({"timestamp":0,"@timestamp":"1970-01-01 00:00:00.000","labels":[{"a":"t1"}],"metrics":[]})"},
     };
-    for (const Case &c : cases) {
+    // clang-format on
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         CapturedLog log;
         EXPECT_EQ(json_of_records(c.records), c.json);
@@ -128,30 +113,23 @@ TEST_F(MetricsJson, ShowsValuesAsUnsignedDoubles) {
 TEST_F(MetricsJson, RecordLabelsOverwriteConstants) {
     CntxBuilder builder = two_sets();
     builder.add_constant_label("a", "constant");
-    builder.add_record(
-        {.label_set_id = 0, .encoding = LabelEncoding::ids, .labels = {builder.label_by_id("v")}});
     const std::string start = R"({"timestamp":0,"@timestamp":"1970-01-01 00:00:00.000","labels":)";
-    EXPECT_EQ(json_of(builder.build()), start + R"([{"a":"v"}],"metrics":[]})");
-    builder.clear_records();
     builder.add_record({.label_set_id = 0});
     EXPECT_EQ(json_of(builder.build()), start + R"([{"a":"constant"}],"metrics":[]})");
-}
-
-TEST_F(MetricsJson, LabelsAreObjectsOfOneKey) {
-    EXPECT_EQ(text_of(metrics::labels_to_json_array({{"a", "1"}})), R"([{"a":"1"}])");
+    builder.add_record({.label_set_id = 0, .labels = {builder.label_by_id("v")}});
+    EXPECT_EQ(json_of(builder.build()), start + R"([{"a":"v"}],"metrics":[]})");
     EXPECT_EQ(text_of(metrics::labels_to_json_array({})), "[]");
 }
 
 // Each fault fails the block in whichever record it stands, also in one that would not be seen.
 TEST_F(MetricsJson, NamesEachFault) {
-    struct Case {
+    const std::string failed = "3 failed to JSONify metrics: ";
+    const metrics::EncodedLabel text = CntxBuilder::label_by_text("t");
+    const struct {
         const char *name;
         CntxRecord record;
         Lines lines;
-    };
-    const std::string failed = "3 failed to JSONify metrics: ";
-    const metrics::EncodedLabel text = CntxBuilder::label_by_text("t");
-    const Case cases[] = {
+    } cases[] = {
         {"unknown metric", {.samples = {{2, 0}}}, {failed + "invalid metric id"}},
         {"more labels than names", {.labels = {text, text}}, {failed + "label count mismatch"}},
         {"not UTF-8",
@@ -159,7 +137,7 @@ TEST_F(MetricsJson, NamesEachFault) {
          {"3 Failed allocating JSON object", "3 Failed allocating JSON object"}},
     };
     const CntxRecord good = record_of(1, 0, 1);
-    for (const Case &c : cases)
+    for (const auto &c : cases)
         for (const std::vector<CntxRecord> &records :
              {std::vector{c.record}, {c.record, good}, {good, c.record, good}, {good, c.record}}) {
             SCOPED_TRACE(c.name);
