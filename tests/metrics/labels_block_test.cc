@@ -89,8 +89,8 @@ TEST(LabelsBlock, NamesEachFault) {
         SCOPED_TRACE(error + line);
         CapturedLog log;
         EXPECT_EQ(parse(data, start).error, error);
-        EXPECT_EQ(log.take(),
-                  Lines{"3 [vrn labels block] parse_labels_block: " + (line.empty() ? error : line)});
+        EXPECT_EQ(log.take(), Lines{"3 [vrn labels block] parse_labels_block: " +
+                                    (line.empty() ? error : line)});
     }
 }
 
@@ -100,14 +100,14 @@ TEST(LabelsBlock, ShowsItsStepsAtDebugLevel) {
     const std::string p = "7 [vrn labels block] ";
     const std::string header =
         p + "parse_labels_block: header - label_set_id=1, encoded_label_value_count=";
-    EXPECT_EQ(log.take(),
-              (Lines{header + "2, encoding_type=L, called by the test",
-                     p + "L label value id [0]: 3", p + "L label value id [1]: 4",
-                     p + "after decoding L: 5", header + "1, encoding_type=I, called by the test",
-                     p + "I label value [0]: 'ab'", p + "after decoding I: 6",
-                     header + "2, encoding_type=M, called by the test",
-                     p + "parsed M/I label value [0]: 'a'",
-                     p + "parsed M/L label value id [1]: 5", p + "after decoding M: 8"}));
+    EXPECT_EQ(
+        log.take(),
+        (Lines{header + "2, encoding_type=L, called by the test", p + "L label value id [0]: 3",
+               p + "L label value id [1]: 4", p + "after decoding L: 5",
+               header + "1, encoding_type=I, called by the test", p + "I label value [0]: 'ab'",
+               p + "after decoding I: 6", header + "2, encoding_type=M, called by the test",
+               p + "parsed M/I label value [0]: 'a'", p + "parsed M/L label value id [1]: 5",
+               p + "after decoding M: 8"}));
 }
 
 TEST(LabelsBlock, FaultsOfIdsNestUpTheChain) {
@@ -131,7 +131,8 @@ TEST(LabelsBlock, FaultsOfIdsNestUpTheChain) {
         const std::string error = error_of([&, label = label, values = values] {
             metrics::decode_label_values({text, label}, values);
         });
-        const std::string fault = cause.empty() ? "unknown label key type" : "invalid label id format";
+        const std::string fault =
+            cause.empty() ? "unknown label key type" : "invalid label id format";
         const std::string p = "3 [vrn labels block] decode_label_value";
         Lines lines = {p + ": " + line, p + "s: failed to decode label 1: " + fault};
         if (!cause.empty())

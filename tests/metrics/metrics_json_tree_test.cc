@@ -71,7 +71,8 @@ TEST_F(MetricsJson, ShowsTheLastRecordOnly) {
     const CntxRecord b = record_of(2500, 0, 2);
     const CntxRecord unknown = record_of(3500, 9, 3);
     const std::string time_of_a = R"({"timestamp":1500,"@timestamp":"1970-01-01 00:00:00.001",)";
-    const std::string time_of_unknown = R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003",)";
+    const std::string time_of_unknown =
+        R"({"timestamp":3500,"@timestamp":"1970-01-01 00:00:00.003",)";
     const std::string one = time_of_a + R"("labels":[{"a":"t1"}],"metrics":[{"m":1}]})";
     // clang-format off
     const struct { const char *name; std::vector<CntxRecord> records; std::string json; } cases[] = {

@@ -16,6 +16,24 @@ std::uint64_t id_of(const std::string &name) {
     return boost::hash<std::string>()(name);
 }
 
+TEST(SymbolTable, KeepsANameUntilItsLastUseEnds) {
+    data::metrics::SymbolTable table;
+    const std::uint64_t key = table.intern("busy");
+    EXPECT_EQ(key, boost::hash<std::string>()("busy"));
+    table.intern("busy");
+    table.release(key + 1);
+    table.release(key);
+    EXPECT_EQ(table.lookup(key), "busy");
+    table.release(key);
+    EXPECT_EQ(error_of([&] { table.lookup(key); }),
+              "Symbol not found for key: " + std::to_string(key));
+    EXPECT_EQ(table.intern("busy"), key);
+    EXPECT_EQ(table.lookup(key), "busy");
+    table.insert(5, "idle");
+    EXPECT_EQ(table.lookup(5), "idle");
+    EXPECT_EQ(table.intern("idle"), 5u);
+}
+
 TEST(ReverseIndex, FindsPairsFromBothSides) {
     metrics::ReverseIndex index;
     index.insert(7, 70);
@@ -45,10 +63,8 @@ TEST(MetricsCatalog, NumbersLabelSetsFrom10000) {
     EXPECT_TRUE(catalog.find_label_set(one, &ids));
     EXPECT_EQ(ids, (LabelIds{{id_of("cpu"), id_of("0")}}));
     EXPECT_FALSE(catalog.find_label_set(one + 1, &ids));
-}
 
-TEST(MetricsCatalog, HashesLabelSetsInTheOrderOfTheirMap) {
-    MetricsCatalog catalog;
+    // The hash goes through the pairs in the order of their map.
     const std::uint64_t hash = catalog.intern_labels({{"a", "1"}, {"b", "2"}, {"c", "3"}});
     std::size_t expected = 0;
     for (const auto &[name, value] : catalog.label_sets().at(hash)) {

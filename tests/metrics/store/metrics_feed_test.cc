@@ -61,88 +61,86 @@ TEST(MetricsFeed, StoresTheSamplesOfAllBlocks) {
                      "idle{cpu=cpu0|host=n1|mode=user} C 5000=9"}));
 }
 
-TEST(MetricsFeed, ReadsValuesByTheirType) {
+TEST(MetricsFeed, ReadsValuesByTheirTypeAndReportsOddRecords) {
+    using CntxRecord = metrics::CntxRecord;
     const std::string refused = "String value type in numeric metrics path for metric m0";
-    const std::string lost =
-        "Could not store metric m0 (id=0, value=7) - continuing with next metrics";
-    const std::string fallback = " for metric m0, falling back to UInt64";
-    const struct {
-        std::uint8_t value_type;
-        std::uint64_t value;
-        ValueType type;
-        Lines stored;
-        Lines lines;
-    } cases[] = {
-        {1, ~0ull, ValueType::uint64, {"m0{} G 5=18446744073709551615"}, {}},
-        {2, std::bit_cast<std::uint64_t>(-0.25), ValueType::float64, {"m0{} G 5=-0.25"}, {}},
-        {3, 0xf0, ValueType::bits64, {"m0{} G 5=240"}, {}},
-        {4, ~0ull, ValueType::int64, {"m0{} G 5=-1"}, {}},
-        {5, 7, ValueType::unknown, {}, {warning + refused, warning + lost}},
-        {6,
-         7,
-         ValueType::uint64,
-         {"m0{} G 5=7"},
-         {warning + "Unknown/unsupported value type 6" + fallback}},
+    const std::string lost = "Could not store metric m0 (id=0, value=7) - continuing with next metrics";
+    const std::string fallback = "Unknown/unsupported value type 6 for metric m0, falling back to UInt64";
+    const auto record = [](std::uint8_t value_type, std::uint64_t value) {
+        return CntxRecord{
+            .timestamp = 5, .metric_type = 'G', .value_type = value_type, .samples = {{0, value}}};
     };
-    for (const auto &[value_type, value, type, stored, lines] : cases) {
-        SCOPED_TRACE(+value_type);
+    // clang-format off
+    const struct { CntxRecord record; ValueType type; Lines stored, lines; } cases[] = {
+        {record(1, ~0ull), ValueType::uint64, {"m0{} G 5=18446744073709551615"}, {}},
+        {record(2, std::bit_cast<std::uint64_t>(-0.25)), ValueType::float64, {"m0{} G 5=-0.25"}, {}},
+        {record(3, 0xf0), ValueType::bits64, {"m0{} G 5=240"}, {}},
+        {record(4, ~0ull), ValueType::int64, {"m0{} G 5=-1"}, {}},
+        {record(5, 7), ValueType::unknown, {}, {warning + refused, warning + lost}},
+        {record(6, 7), ValueType::uint64, {"m0{} G 5=7"}, {warning + fallback}},
+        {{.timestamp = 0, .samples = {{0, 1}}}, ValueType::uint64, {"m0{} C 0=1"},
+         {error + "invalid timestamp in the metrics batch"}},
+        {{.timestamp = 1}, ValueType::unknown, {}, {warning + "no samples in the metrics batch"}},
+    };
+    // clang-format on
+    for (const auto &c : cases) {
+        SCOPED_TRACE(+c.record.value_type);
         CapturedLog log;
         MetricsCurrent store;
-        feed(block_of({.timestamp = 5,
-                       .metric_type = 'G',
-                       .value_type = value_type,
-                       .samples = {{0, value}}}),
-             &store);
-        EXPECT_EQ(store.metric_type("m0"), type);
-        EXPECT_EQ(shown(store), stored);
-        EXPECT_EQ(log.take(), lines);
+        feed(block_of(c.record), &store);
+        EXPECT_EQ(store.metric_type("m0"), c.type);
+        EXPECT_EQ(shown(store), c.stored);
+        EXPECT_EQ(log.take(), c.lines);
     }
 }
 
 TEST(MetricsFeed, GivesUpABlockAtItsFault) {
     const std::string block = sample_stream().build();
-    const std::string records = block.substr(block.find("CNTD"));
+    const std::size_t records = block.find("CNTD");
     const std::string given_up = warning + "Could not parse CNTX block 1: ";
     const Lines no_records = {error + "Invalid binary data format: Missing 'CNTD' magic number",
                               given_up + "Missing 'CNTD' magic number in the binary data"};
-    const struct {
-        const char *name;
-        std::string block;
-        Lines lines;
-        std::size_t series;  // that were stored before the fault
-    } cases[] = {
-        {"no records", without(block, "CNTD", records.size()), no_records, 0},
-        {"half a trailer",
-         with_bytes(block, "cntdcntx", 4, "x"),
-         {given_up + "Invalid magic numbers in the binary data"},
-         0},
+    const auto no_metric = [&](const std::string &id, int names) {
+        return Lines{error + "invalid metric id: " + id +
+                         ", total metric names size: " + std::to_string(names),
+                     given_up + "invalid metric id"};
+    };
+    // `series` are those that were stored before the fault.
+    // clang-format off
+    const struct { const char *name; std::string block; Lines lines; std::size_t series; } cases[] = {
+        {"no records", without(block, "CNTD", block.size() - records), no_records, 0},
+        {"half a trailer", with_bytes(block, "cntdcntx", 4, "x"),
+         {given_up + "Invalid magic numbers in the binary data"}, 0},
         {"type H", with_bytes(block, "CNTD", 8 + 10, "H"), {given_up + "invalid metric type"}, 0},
-        {"sample id",
-         with_bytes(block, "CNTD", 8 + 14 + 10, std::string("\2\0", 2)),
-         {error + "invalid metric id: 2, total metric names size: 2",
-          given_up + "invalid metric id"},
-         1},
-        {"no metric names",
-         without(block, "CNTI", 18),
-         {error + "invalid metric id: 0, total metric names size: 0",
-          given_up + "invalid metric id"},
-         0},
+        {"sample id", with_bytes(block, "CNTD", 8 + 14 + 10, std::string("\2\0", 2)), no_metric("2", 2), 1},
+        {"no metric names", without(block, "CNTI", 18), no_metric("0", 0), 0},
         {"size 0", with_total_size(block, 0), {warning + "Invalid block size 0 in CNTX block"}, 0},
         {"size 4", with_total_size(block, 4), no_records, 0},
-        {"size behind the end", with_total_size(block, 0xffffffff), mismatch, 3},
+        {"size past the end", with_total_size(block, 0xffffffff), mismatch, 3},
         {"header cut", "CNTX123", {}, 0},
     };
-    for (const auto &[name, bytes, lines, series] : cases) {
-        SCOPED_TRACE(name);
+    // clang-format on
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
         CapturedLog log;
         MetricsHistory store;
-        feed(bytes, &store);
-        EXPECT_EQ(log.take(), lines);
-        EXPECT_EQ(store.series_keys().size(), series);
+        feed(c.block, &store);
+        EXPECT_EQ(log.take(), c.lines);
+        EXPECT_EQ(store.series_keys().size(), c.series);
+    }
+    for (std::size_t size = 0; size < block.size(); ++size) {
+        SCOPED_TRACE(size);
+        CapturedLog log;
+        MetricsHistory store;
+        feed(block.substr(0, size), &store);
+        EXPECT_EQ(store.series_keys().size(), 0u);
+        feed(with_total_size(block.substr(0, std::max<std::size_t>(size, 8)) + "cntdcntx", 9999),
+             &store);
+        EXPECT_LE(store.series_keys().size(), 3u);
     }
 }
 
-TEST(MetricsFeed, GoesOnBehindABadBlock) {
+TEST(MetricsFeed, GoesOnAfterABadBlock) {
     const std::string good = block_of({.timestamp = 5, .samples = {{0, 1}}});
     const std::string bad = with_bytes(good, "CNTD", 8 + 10, "x");
     CapturedLog log(7);
@@ -158,30 +156,6 @@ TEST(MetricsFeed, GoesOnBehindABadBlock) {
                            warning + "Could not parse CNTX block 2: invalid metric type",
                            warning + "Invalid block size 0 in CNTX block",
                            "7 [vrn metrics parser] Processed 2 CNTX blocks"}));
-}
-
-TEST(MetricsFeed, TakesEveryShorterRange) {
-    const std::string block = sample_stream().build();
-    for (std::size_t size = 0; size < block.size(); ++size) {
-        SCOPED_TRACE(size);
-        CapturedLog log;
-        MetricsHistory store;
-        feed(block.substr(0, size), &store);
-        EXPECT_EQ(store.series_keys().size(), 0u);
-        feed(with_total_size(block.substr(0, std::max<std::size_t>(size, 8)) + "cntdcntx", 9999),
-             &store);
-        EXPECT_LE(store.series_keys().size(), 3u);
-    }
-}
-
-TEST(MetricsFeed, ReportsOddRecords) {
-    CapturedLog log;
-    MetricsHistory store;
-    feed(block_of({.timestamp = 0, .samples = {{0, 1}}}), &store);
-    feed(block_of({.timestamp = 1}), &store);
-    EXPECT_EQ(log.take(), (Lines{error + "invalid timestamp in the metrics batch",
-                                 warning + "no samples in the metrics batch"}));
-    EXPECT_EQ(shown(store), Lines{"m0{} C 0=1"});
 }
 
 TEST(MetricsFeed, ShowsTheWalkAtDebugLevel) {
@@ -203,22 +177,21 @@ TEST(MetricsFeed, AFilterChoosesNewMetrics) {
     filter.add_name("m1");
     MetricsHistory store;
     store.get_series<UInt64Tag>(store.intern("m2"), 7);
+    const std::string block = block_of({.timestamp = 5, .samples = {{0, 1}, {1, 2}, {2, 3}}});
     CapturedLog log;
-    feed(block_of({.timestamp = 5, .samples = {{0, 1}, {1, 2}, {2, 3}}}), &store, &filter);
+    feed(block, &store, &filter);
     EXPECT_EQ(log.take(), Lines{});
     EXPECT_EQ(shown(store), (Lines{"m1{} C 5=2", "m2{} C 5=3", "m2{} G"}));
-}
 
-TEST(MetricsFeed, AFilterLeavesStoredMetricsAloneWhateverTheirName) {
+    // Whatever its name, a stored metric is no new one.
     CntxBuilder builder;
     builder.add_metric(MetricsHistory::RESERVED_NAME);
     builder.add_record({.timestamp = 5, .samples = {{0, 7}}});
-    const MetricFilter nothing_new;
-    MetricsHistory store;
-    store.set_default_capacity(2);
-    feed(builder.build(), &store);
-    feed(builder.build(), &store, &nothing_new);
-    EXPECT_EQ(shown(store), Lines{MetricsHistory::RESERVED_NAME + std::string("{} C 5=7 5=7")});
+    MetricsCurrent reserved;
+    feed(builder.build(), &reserved);
+    builder.add_record({.timestamp = 6, .samples = {{0, 8}}});
+    feed(builder.build(), &reserved, &filter);
+    EXPECT_EQ(shown(reserved), Lines{MetricsHistory::RESERVED_NAME + std::string("{} C 6=8")});
 }
 
 TEST(MetricsFeed, EndsAtANewSeriesOfAFullStore) {
