@@ -20,6 +20,8 @@ Bytes parse_label_names(Bytes range, LabelNames *label_names) {
 void append_names(const std::vector<LabelSetView> &sets, LabelNames *label_names) {
     for (std::size_t id = 0; id < sets.size(); ++id)
         std::ranges::move(names_of(sets[id]), std::back_inserter((*label_names)[id]));
+    // Deliberate: a name list that the caller had under the next number is dropped, so that the map
+    // never knows more sets than the block.
     label_names->erase(sets.size());
 }
 
@@ -39,6 +41,7 @@ Bytes parse_metric_names(Bytes range, std::vector<std::string> *metric_names) {
     return parse_string_section(range, "CNTI", "cnti", metric_names);
 }
 
+// Histograms are an addition to a block: a damaged one doesn't cost the block its records.
 bool parse_histograms(Bytes *range, const std::vector<std::string> &label_values,
                       HistogramSet *histograms) {
     try {
@@ -54,6 +57,7 @@ LabelMap parse_constant_labels(Bytes range) {
     std::vector<std::string_view> strings;
     read_string_section(range, "CLBL", "clbl", &strings);
     LabelMap labels;
+    // Writers give an even count; of two equal names the last counts.
     for (std::size_t i = 0; i + 1 < strings.size(); i += 2)
         labels[std::string(strings[i])] = strings[i + 1];
     return labels;
@@ -62,11 +66,14 @@ LabelMap parse_constant_labels(Bytes range) {
 CntxBlockTables CntxBlockTables::parse(Bytes block) {
     CntxBlockTables tables;
     Bytes rest = parse_label_names(block, &tables.label_names);
+    // The hash tells label sets of different blocks apart, so it is of the names, not of the
+    // number.
     for (const auto &[id, names] : tables.label_names)
         tables.label_set_hashes[id] = boost::hash_range(names.begin(), names.end());
     rest = parse_label_values(rest, &tables.label_values);
     rest = parse_metric_names(rest, &tables.metric_names);
     tables.has_all_histograms = parse_histograms(&rest, tables.label_values, &tables.histograms);
+    // Searched in the whole block: nothing fixes where the section stands among the others.
     tables.constant_labels = parse_constant_labels(block);
     return tables;
 }
@@ -79,6 +86,7 @@ const std::vector<std::string> &CntxBlockTables::names_of(std::uint64_t label_se
 LabelMap resolve_labels(const CntxBlockTables &tables, std::uint64_t label_set_id,
                         const std::vector<std::string> &values) {
     const std::vector<std::string> &names = tables.names_of(label_set_id);
+    // A record may carry more values than its label set has names; each value needs one.
     require_names_for(values, names);
     LabelMap labels = tables.constant_labels;
     for (std::size_t i = 0; i < values.size(); ++i) labels[names[i]] = values[i];

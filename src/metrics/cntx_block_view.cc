@@ -15,6 +15,7 @@ std::uint32_t read_total_size(Bytes mark) {
                 "[vrn metrics parser] Missing 'CNTX' magic number in the binary data");
         return 0;
     }
+    // The block that a reader hands over may end within the field.
     std::uint32_t total_size = 0;
     const Bytes field = mark.subspan(MARK_SIZE);
     std::memcpy(&total_size, field.data(), std::min(field.size(), sizeof total_size));
@@ -31,10 +32,12 @@ void CntxBlockView::read(Bytes block, Bytes mark) {
     show_string_tables(label_values, metric_names);
     // Deliberate: only the first half of the trailer is compared here.
     records = find_record_section(rest, TRAILER.substr(0, MARK_SIZE));
+    // After all lines about the tables, and before any fault that the records of the block have.
     show_records(records, label_values);
 }
 
 CntxBlockTables CntxBlockView::copy_label_tables() const {
+    // A block may hold any number of sets, but a labels block names them by one byte.
     constexpr std::size_t nameable = 256;
     CntxBlockTables tables;
     append_names({label_sets.begin(), label_sets.begin() + std::min(label_sets.size(), nameable)},

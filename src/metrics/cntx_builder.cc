@@ -8,6 +8,8 @@
 namespace vrn::metrics {
 namespace {
 
+// Widths of the format's fields: texts, labels and buckets are counted by one byte, strings and
+// records by two.
 constexpr std::size_t max_text = 255;
 constexpr std::size_t max_label_sets = 256;
 constexpr std::size_t max_labels = 255;
@@ -15,6 +17,7 @@ constexpr std::size_t max_buckets = 255;
 constexpr std::size_t max_label_values = 256;
 constexpr std::size_t max_strings = 65535;
 constexpr std::size_t max_record_size = 65535;
+// Counting readers take larger blocks for damaged ones.
 constexpr std::size_t max_block_size = 0x40000000;
 
 void require_room(std::size_t size, std::size_t max, const char *what) {
@@ -34,6 +37,7 @@ void put_string(std::string *out, const std::string &text) {
 
 void put_label(std::string *out, const EncodedLabel &label, LabelEncoding encoding) {
     const bool by_id = label.key_type == LabelKeyType::label_value_id;
+    // In the encodings of one kind nothing tells the kind of a single label.
     const LabelEncoding own = by_id ? LabelEncoding::ids : LabelEncoding::texts;
     if (encoding == LabelEncoding::mixed)
         put(out, own);
@@ -66,6 +70,8 @@ struct Mark {
     std::size_t expected;
 };
 
+// Readers find sections by their marks, wherever these bytes stand. So a block whose data holds a
+// mark would be misread, and no escape exists: it is refused.
 void require_marks(const std::string &block, const std::vector<Mark> &marks) {
     for (const Mark &mark : marks)
         if (block.find(mark.text, mark.search_from) != mark.expected)
@@ -101,6 +107,8 @@ void put_histograms(std::string *out, const std::vector<std::string> &histograms
 
 void put_records(std::string *out, const std::string &records) {
     const std::size_t section_size = MARK_SIZE + sizeof(std::uint32_t) + records.size() + MARK_SIZE;
+    // Readers take it as the bound of each record's labels, counted from the start of the record,
+    // so any value from the largest record on is right; this one is the size of the section.
     *out += "CNTD";
     put(out, static_cast<std::uint32_t>(section_size));
     *out += records;
@@ -186,12 +194,14 @@ std::string CntxBuilder::build() const {
         put_label_set(&block, names);
         search_from = block.size();
     }
+    // Readers look for one more label set after the last one, through all that follows.
     marks.push_back({"LBLN", search_from, std::string::npos});
     marks.push_back({"LBLV", search_from, block.size()});
     put_strings(&block, "LBLV", "lblv", label_values_);
     marks.push_back({"CNTI", block.size(), block.size()});
     put_strings(&block, "CNTI", "cnti", metric_names_);
     put_histograms(&block, histograms_, &marks);
+    // These two are searched from the start of the block.
     marks.push_back({"CLBL", 0, constant_labels_.empty() ? std::string::npos : block.size()});
     if (!constant_labels_.empty()) put_strings(&block, "CLBL", "clbl", constant_labels_);
     marks.push_back({"CNTD", 0, block.size()});

@@ -14,12 +14,14 @@ namespace {
 
 // Marks, timestamp, the lengths of name and buckets, sum and count.
 constexpr std::size_t fixed_size = 34;
+// Given as a time, it leaves the histogram as it is.
 constexpr std::uint64_t keep_timestamp = ~std::uint64_t{0};
 
 bool read_buckets(ByteReader &reader, std::vector<Bucket> *buckets) {
     std::uint8_t count = 0;
     Bytes raw;
     if (!reader.read(&count) || !reader.bytes(count * sizeof(Bucket), &raw)) return false;
+    // Only after the bytes were found, so the count reserves nothing by itself.
     buckets->resize(count);
     if (count > 0) std::memcpy(buckets->data(), raw.data(), raw.size());
     return true;
@@ -44,6 +46,7 @@ std::uint64_t Histogram::parse(Bytes section, const std::vector<std::string> &la
     ByteReader reader(section);
     if (!read_fields(reader, histogram))
         throw std::runtime_error("Invalid binary data format: Truncated 'HIST' section");
+    // The labels block starts where the fields end; its offset is counted from the mark.
     std::vector<EncodedLabel> labels;
     const std::uint64_t end =
         parse_labels_block(section, section.size() - reader.remaining(), &histogram->label_set_id,
@@ -53,6 +56,7 @@ std::uint64_t Histogram::parse(Bytes section, const std::vector<std::string> &la
 }
 
 void Histogram::observe(double value) {
+    // A histogram is as old as its first observation.
     if (timestamp == 0) timestamp = vrn_time_now();
     sum += value;
     ++count;
@@ -78,6 +82,7 @@ void Histogram::set_report_interval(std::uint64_t interval_ms) {
 }
 
 bool Histogram::is_due() const {
+    // Without labels there is no series to report it under.
     if (report_interval_ms == 0 || label_values.empty()) return false;
     return vrn_time_now() - report_time >= report_interval_ms * 1000;
 }
@@ -86,6 +91,7 @@ void Histogram::reset() {
     for (Bucket &bucket : buckets) bucket.count = 0;
     sum = 0;
     count = 0;
+    // A reset histogram is due at once.
     report_time = 0;
 }
 
@@ -94,6 +100,7 @@ std::size_t Histogram::serialized_size(std::size_t labels_size) const {
 }
 
 void Histogram::serialize(Bytes labels_block, PreallocatedVector *out) const {
+    // The field is one byte wide; what it can't tell is not written.
     const auto name_length = static_cast<std::uint8_t>(name.size());
     out->append(bytes_of("HIST"));
     out->push_back(timestamp);

@@ -18,6 +18,7 @@ auto *find(Histograms &histograms, std::uint64_t id) {
 
 void require_ascending(const std::vector<double> &upper_bounds) {
     for (std::size_t i = 1; i < upper_bounds.size(); ++i) {
+        // Deliberate: equal bounds pass, whatever the words of the message say, and so does a NaN.
         if (!(upper_bounds[i] < upper_bounds[i - 1])) continue;
         constexpr char what[] = "Histogram buckets must be monotonically increasing";
         VRN_LOG(VRN_LOG_ERROR, "[vrn metrics histograms] %s", what);
@@ -28,12 +29,15 @@ void require_ascending(const std::vector<double> &upper_bounds) {
 }  // namespace
 
 std::uint64_t HistogramSet::next_id() const {
+    // Ids of removed histograms are used again only from the top, so that one in use is never given
+    // twice.
     std::uint64_t next = 0;
     for (const auto &[id, histogram] : histograms) next = std::max(next, id + 1);
     return next;
 }
 
 Bytes HistogramSet::parse_sections(Bytes range, const std::vector<std::string> &label_values) {
+    // Once, not for each section: finding it goes through all histograms.
     std::uint64_t id = next_id();
     Bytes rest = range;
     for (Bytes hit = find_mark(rest, "HIST"); !hit.empty(); hit = find_mark(rest, "HIST")) {
@@ -51,6 +55,7 @@ std::uint64_t HistogramSet::add(std::uint64_t timestamp, const std::string &name
                                 const std::vector<double> &upper_bounds, std::uint64_t label_set_id,
                                 const std::vector<std::string> &label_values) {
     require_ascending(upper_bounds);
+    // Deliberate: a known time series keeps its bounds, even when others are given.
     if (const auto known = timeseries_ids.find(timeseries_id); known != timeseries_ids.end()) {
         VRN_LOG(VRN_LOG_DEBUG,
                 "[vrn metrics histograms] Histogram with timeseries_id for '%s' already exists "
@@ -108,6 +113,7 @@ bool HistogramSet::reset(std::uint64_t id) {
 }
 
 bool HistogramSet::remove(std::uint64_t id) {
+    // Parsed histograms have no time series, so an id may have no entry.
     std::erase_if(timeseries_ids, [&](const auto &entry) { return entry.second == id; });
     return histograms.erase(id) > 0;
 }

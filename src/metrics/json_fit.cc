@@ -13,12 +13,14 @@
 namespace vrn::metrics {
 
 bool is_utf8_json_text(std::string_view text) {
+    // parson decides what it takes as a text; its copy ends with the first NUL.
     const std::string copy(text);
     return CPtr<JSON_Value, json_value_free>(json_value_init_string(copy.c_str())) != nullptr;
 }
 
 JsonFit::JsonFit(const CntxBlockTables &tables, std::size_t num_metric_names)
     : tables_(tables), num_metric_names_(num_metric_names) {
+    // Looked at once a block: a record of a few bytes shows all constant labels.
     for (const auto &[name, value] : tables.constant_labels)
         if (!is_json_text(value)) unfit_constants_.push_back(name);
 }
@@ -30,6 +32,7 @@ bool JsonFit::fits(const MetricRecord &record) const {
         VRN_LOG(VRN_LOG_ERROR, "Failed allocating JSON object");
         return false;
     }
+    // Last, as the labels of a record are made before its metrics.
     for (const MetricSample sample : record.samples.samples)
         if (sample.sample_id >= num_metric_names_) throw std::runtime_error("invalid metric id");
     return true;
@@ -37,6 +40,7 @@ bool JsonFit::fits(const MetricRecord &record) const {
 
 bool JsonFit::labels_fit(const MetricRecord &record) const {
     const auto set = tables_.label_names.find(record.label_set_id);
+    // Nothing is shown of the labels of an unknown set, so nothing is asked of them.
     if (set == tables_.label_names.end()) return true;
     const std::vector<std::string> &names = set->second;
     const auto values = decode_label_values(record.encoded_labels, tables_.label_values);

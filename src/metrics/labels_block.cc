@@ -71,6 +71,7 @@ std::uint64_t parse_labels_block(Bytes data, std::uint64_t start_offset,
             "[vrn labels block] parse_labels_block: header - label_set_id=%lu, "
             "encoded_label_value_count=%zu, encoding_type=%c, called by %s",
             *label_set_id, count, header.encoding, caller);
+    // The vector may come from an earlier call, for its memory.
     labels->clear();
     labels->reserve(count);
     const std::uint64_t values_offset = start_offset + LABELS_HEADER_SIZE;
@@ -78,6 +79,7 @@ std::uint64_t parse_labels_block(Bytes data, std::uint64_t start_offset,
     const std::uint64_t position =
         values_offset + walk_label_values(header, data.subspan(values_offset), sink);
     VRN_LOG(VRN_LOG_DEBUG, "[vrn labels block] after decoding %c: %lu", header.encoding, position);
+    // Deliberate: by the walk above this can't happen; the check stays for sinks to come.
     if (labels->size() != count) {
         VRN_LOG(VRN_LOG_ERROR,
                 "[vrn labels block] parse_labels_block: processed %zu labels, expected %zu",
@@ -96,6 +98,8 @@ std::string decode_label_value(const EncodedLabel &label,
                 label_key_type_name(label.key_type));
         throw std::runtime_error("unknown label key type");
     }
+    // Deliberate: the cause is logged and another text thrown in its place, so that callers see one
+    // fault for all bad ids.
     try {
         return text_of_id(label.label_value_id, label_values);
     } catch (const std::exception &error) {

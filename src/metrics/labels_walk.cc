@@ -16,6 +16,7 @@ void fail_labels_start(std::size_t size, std::uint64_t start_offset) {
         VRN_LOG(VRN_LOG_ERROR, "[vrn labels block] parse_labels_block: invalid data pointers");
         throw std::runtime_error("invalid data pointers in parse_labels_block");
     }
+    // There is a byte at the offset, but not the three of a header.
     if (size > start_offset) fail_labels("insufficient data for header");
     VRN_LOG(VRN_LOG_ERROR,
             "[vrn labels block] parse_labels_block: start_offset (%lu) exceeds data size (%zu)",

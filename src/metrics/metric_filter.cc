@@ -31,6 +31,7 @@ bool MetricFilter::skip_unchanged() const {
 }
 
 bool MetricFilter::passes(const std::string &name) const {
+    // The owner may change the filter while a feed asks it.
     const std::lock_guard guard(mutex_);
     if (names_.contains(name)) return true;
     return use_patterns_ &&

@@ -13,7 +13,9 @@
 namespace vrn::metrics {
 namespace {
 
+// "CNTX" and the size.
 constexpr std::size_t block_header_size = 8;
+// 1 GiB. A larger size is taken for damage: the search goes on within the block.
 constexpr std::uint32_t max_block_size = 0x40000000;
 
 // `samples` holds `num_samples` packed samples.
@@ -30,6 +32,7 @@ void count_samples(ByteReader samples, std::size_t num_samples,
             VRN_LOG(VRN_LOG_WARNING,
                     "[vrn metrics parser] Invalid metric_id %zu (max: %zu), skipping", id,
                     metric_names.size());
+            // The other samples of the record are as good as before.
             continue;
         }
         ++(*counts)[metric_names[id]];
@@ -52,6 +55,7 @@ bool find_samples(Bytes record, std::size_t *num_samples, Bytes *samples) {
         return false;
     }
     ByteReader reader(record.subspan(RECORD_HEADER_SIZE));
+    // By the check above the samples are there; the line stays as the last guard.
     if (!reader.bytes(*num_samples * sizeof(MetricSample), samples)) {
         VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Insufficient data for metrics samples");
         return false;
@@ -62,6 +66,7 @@ bool find_samples(Bytes record, std::size_t *num_samples, Bytes *samples) {
 // Offset of what follows the labels block at `labels_offset`; 0, after a line, when it is
 // malformed.
 std::uint64_t end_of_labels(Bytes data, std::uint64_t labels_offset) {
+    // The labels are of no use here; only where they end is.
     std::uint64_t label_set_id = 0;
     std::vector<EncodedLabel> labels;
     try {
@@ -90,6 +95,7 @@ void count_records(Bytes base, std::size_t end_offset, const std::vector<std::st
                    MetricCounts *counts) {
     const auto blocksize = load_le<std::uint32_t>(base.data());
     std::size_t offset = sizeof blocksize;
+    // Other than the walks to JSON and to a store, this one never takes the trailer for a record.
     while (offset < end_offset && end_offset - offset >= RECORD_HEADER_SIZE) {
         const Bytes rest = base.subspan(offset);
         const std::uint64_t size = count_record(
@@ -121,6 +127,7 @@ bool count_block(Bytes block, MetricCounts *counts) {
                 "[vrn metrics parser] Insufficient data for blocksize in CNTX block");
         return false;
     }
+    // Deliberate: a fault in its records ends the block early, which counts all the same.
     count_records(base, end_offset, tables.metric_names, counts);
     return true;
 }
@@ -157,6 +164,7 @@ std::size_t count_blocks(Bytes range, MetricCounts *counts) {
             continue;
         }
         const std::size_t size = std::min<std::size_t>(total_size, hit.size());
+        // A size past the end of the buffer is cut, as blocks may be.
         if (try_count_block(hit.first(size), blocks, counts)) ++blocks;
         rest = hit.subspan(size);
     }
@@ -167,6 +175,7 @@ std::size_t count_blocks(Bytes range, MetricCounts *counts) {
 
 bool count_metrics(Bytes range, MetricCounts *counts) {
     try {
+        // What was counted before memory ran out must not stay.
         MetricCounts counted = *counts;
         const std::size_t blocks = count_blocks(range, &counted);
         *counts = std::move(counted);

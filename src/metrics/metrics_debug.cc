@@ -78,6 +78,8 @@ void show_string_tables(const std::vector<std::string_view> &label_values,
 
 void show_records(const RecordSection &section, const std::vector<std::string_view> &label_values) {
     if (!is_shown()) return;
+    // Two walks, as the lines of parsing come before those of what was parsed. The first is the one
+    // that finds the faults.
     MetricRecord copy;
     walk_records(section, [&](Bytes data) { return parse_record(data, section, &copy); });
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Metrics Batch: ");

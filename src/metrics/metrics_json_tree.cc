@@ -37,6 +37,7 @@ bool set(JSON_Object *object, const char *name, JsonValue value) {
 }
 
 // Null when `value` is.
+// Labels and metrics may have one name several times, which a single object couldn't hold.
 JsonValue object_of_one(const std::string &name, JsonValue value) {
     JsonValue object(json_value_init_object());
     if (!object || !set(json_value_get_object(object.get()), name.c_str(), std::move(value)))
@@ -78,6 +79,7 @@ class TreeSink {
 
     bool time(const MetricRecord *record) {
         json_object_set_number(root_, "timestamp", static_cast<double>(record->timestamp));
+        // A time past the calendar has no text; the number stands alone then.
         const CString text(vrn_format_timestamp(record->timestamp, microseconds_));
         if (text) json_object_set_string(root_, "@timestamp", text.get());
         return true;
@@ -104,6 +106,8 @@ JsonValue build_tree(const CntxBlockTables &tables, const std::vector<MetricReco
     const JsonFit fit(tables, tables.metric_names.size());
     PrintedRecords<const MetricRecord *> printed;
     for (const MetricRecord &record : records) {
+        // Each record must fit, also one that a later record covers: the block fails in the same
+        // way wherever the fault stands.
         if (!fit.fits(record)) return nullptr;
         printed.add(&record, tables.label_names.contains(record.label_set_id));
     }

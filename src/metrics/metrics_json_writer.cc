@@ -33,6 +33,7 @@ class MetricsJsonWriter::RecordLook {
     void id(std::size_t index, std::uint8_t id) {
         const Fit known = writer_.value_fits_[id];
         const bool fits = known == Fit::unknown ? writer_.find_value_fit(id) : known == Fit::yes;
+        // Label values recur in record after record, so each is looked at once a block.
         texts_[index] = fits ? writer_.block_.label_values[id] : std::string_view();
         labels_fit_ &= fits;
     }
@@ -67,6 +68,7 @@ class MetricsJsonWriter::MemberWriter {
     bool time(const RecordView &record) {
         text_.key("timestamp");
         text_.number(record.timestamp);
+        // Blocks follow each other by seconds, so most of the text of a time is the last one's.
         const std::string_view time = writer_.time_.of(record.timestamp, microseconds_);
         if (time.empty()) return true;
         text_.key("@timestamp");
@@ -119,6 +121,7 @@ class MetricsJsonWriter::MemberWriter {
         writer_.set_constant_labels(labels);
         ByteReader names(writer_.block_.label_sets[header.label_set_id].names);
         std::string_view name;
+        // Each label overwrites the constant of its name, and each later label an earlier one.
         for (std::size_t i = 0; i < header.count && read_string(names, &name); ++i)
             (*labels)[name] = writer_.label_texts_[writer_.printed_texts_][i];
     }
@@ -140,7 +143,9 @@ void MetricsJsonWriter::read(Bytes bytes) {
 }
 
 void MetricsJsonWriter::read_records() {
+    // The ids of the last block named other values.
     value_fits_.fill(Fit::unknown);
+    // Kept aside until the walk has ended: a malformed record throws out of it.
     PrintedRecords<RecordView> printed;
     bool all_fit = true;
     const std::size_t num_label_sets = block_.label_sets.size();
@@ -158,6 +163,7 @@ void MetricsJsonWriter::read_records() {
 }
 
 bool MetricsJsonWriter::find_value_fit(std::uint8_t id) {
+    // The rule itself finds the words for what is wrong.
     if (id >= block_.label_values.size()) return false;
     const std::string_view value = block_.label_values[id];
     const bool fits = !value.empty() && is_json_text(value);
@@ -178,6 +184,7 @@ bool MetricsJsonWriter::write(bool microseconds, JsonText *text) {
     } catch (const std::exception &error) {
         VRN_LOG(VRN_LOG_ERROR, "failed to JSONify metrics: %s", error.what());
     }
+    // Part of the members may stand in the text.
     text->rewind(start);
     return false;
 }

@@ -17,6 +17,7 @@ bool is_metric_type(std::uint32_t type) {
     return (type & ~std::uint32_t{4}) == 'C';
 }
 
+// Deliberate: the table knows 'H', a type that is refused all the same.
 std::uint32_t map_metric_type(std::uint8_t byte) {
     static constexpr std::array<char, 6> types = {'C', 'U', 'U', 'U', 'G', 'H'};
     const std::size_t index = byte - std::size_t{'C'};
@@ -29,6 +30,7 @@ std::map<std::string, boost::any> VrnMetricsParser::parse_record_header(Bytes re
     Bytes samples;
     const RecordHeader header = read_checked_header(record, &samples);
     std::map<std::string, boost::any> fields;
+    // The types are part of the interface: readers take them out by a checked cast.
     fields["length"] = header.length;
     fields["timestamp"] = header.timestamp;
     fields["num_samples"] = std::uint64_t{header.num_samples};
@@ -42,6 +44,7 @@ std::uint64_t VrnMetricsParser::decode_record_header(Bytes record, StoreRecord *
     fields->timestamp = header.timestamp;
     fields->metric_type = map_metric_type(header.metric_type);
     fields->value_type = header.value_type;
+    // Deliberate: told as an error, yet taken: a writer without a clock still has values.
     if (fields->timestamp == 0)
         VRN_LOG(VRN_LOG_ERROR, "[vrn metrics parser] invalid timestamp in the metrics batch");
     if (header.num_samples == 0)
@@ -69,6 +72,7 @@ void VrnMetricsParser::parse_cntx_block(Bytes block, LabelNames *label_names,
     append_names(view.label_sets, label_names);
     label_values->assign(view.label_values.begin(), view.label_values.end());
     metric_names->assign(view.metric_names.begin(), view.metric_names.end());
+    // The view has shown the records at debug level; copies are made in silence.
     records->clear();
     scan_records(view.records, [&](const RecordView &record) {
         return copy_record(record, &records->emplace_back());

@@ -14,6 +14,7 @@ RecordSection find_record_section(Bytes range, std::string_view closing_mark) {
         throw std::runtime_error("Missing 'CNTD' magic number in the binary data");
     }
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] data_len = %zu", section.size());
+    // Looked for at the end alone: its bytes may occur in a record.
     if (!is_closed_by(section, closing_mark))
         throw std::runtime_error("Invalid magic numbers in the binary data");
 

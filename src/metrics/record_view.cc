@@ -9,6 +9,7 @@
 namespace vrn::metrics {
 
 RecordHeader read_short_record_header(Bytes record) {
+    // A walk that took the trailer for a record stands here; zeros end it as an invalid type.
     std::array<std::uint8_t, RECORD_HEADER_SIZE> padded{};
     std::ranges::copy(record, padded.begin());
     return read_record_header(padded);
@@ -34,6 +35,8 @@ std::uint64_t parse_record(Bytes data, const RecordSection &section, MetricRecor
     Bytes samples;
     record->timestamp = read_checked_header(data, &samples).timestamp;
     record->samples = copy_samples(samples);
+    // Deliberate: the bound of the labels is the blocksize from the record on, not the end of the
+    // section.
     return parse_labels_block(labels_data_of(data, section), RECORD_HEADER_SIZE + samples.size(),
                               &record->label_set_id, &record->encoded_labels,
                               "VrnMetricsParser::parse_metrics");

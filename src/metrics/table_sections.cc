@@ -73,6 +73,8 @@ Bytes read_string_section(Bytes range, std::string_view prefix, std::string_view
     ByteReader reader(hit.subspan(prefix.size()));
     std::uint16_t count = 0;
     if (!reader.read(&count)) fail_missing(prefix, "prefix");
+    // Each string takes a byte at least. So the table grows no larger than the block, whatever the
+    // count.
     if (count > reader.remaining()) fail_missing(suffix, "suffix");
     strings->resize(count);
     for (std::string_view &string : *strings)

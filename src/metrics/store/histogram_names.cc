@@ -22,6 +22,7 @@ constexpr Derivative derivatives[] = {{"_bucket", DerivativeType::bucket},
 
 // The derivative that a name ends with; null when there is none.
 const Derivative *find_derivative(std::string_view name) {
+    // A name that is all suffix has no base, so it is none of a derivative.
     for (const Derivative &derivative : derivatives)
         if (name.size() > derivative.suffix.size() && name.ends_with(derivative.suffix))
             return &derivative;

@@ -71,6 +71,8 @@ class DerivedSeries {
     void push_buckets(std::uint64_t metric_id, const LabelIds &labels,
                       const HistogramSamples &samples) {
         std::vector<typename Store::template Series<UInt64Tag> *> series;
+        // Deliberate: the bounds are those of the first sample; a histogram isn't expected to
+        // change them. Bounds that are one text share a series.
         for (const Bucket &bucket : samples.values.front().buckets)
             series.push_back(&bucket_series(
                 metric_id, labels, store_->intern(format_bucket_bound(bucket.upper_bound))));
@@ -80,6 +82,7 @@ class DerivedSeries {
             const std::size_t buckets = std::min(value.buckets.size(), series.size());
             for (std::size_t j = 0; j < buckets; ++j)
                 series[j]->push(samples.timestamps[i], value.buckets[j].count);
+            // All observations lie below infinity, those above the last bound, too.
             overflow_series.push(samples.timestamps[i], value.count);
         }
     }
@@ -164,6 +167,7 @@ void store_derived(const Histogram &histogram, Store *store) {
 template <typename Store>
 void store_histogram(const Histogram &histogram, Store *store) {
     if (store->derives_histograms()) return store_derived(histogram, store);
+    // Deliberate: a filter that skips unchanged values has no say here.
     const std::uint64_t metric_id = store->intern(histogram.name);
     store->template get_series<HistogramBuckets>(metric_id, histogram.label_set_id)
         .push(histogram.timestamp, {histogram.buckets, histogram.sum, histogram.count});
@@ -190,6 +194,9 @@ bool is_histogram_metric(const std::string &name, Store *store) {
 template <typename Store>
 void generate_histogram_derivative(std::unique_ptr<Store> *derived, const Store &source,
                                    const std::string &name, std::uint64_t t0, std::uint64_t t1) {
+    // The owner first: it keeps what was built when a name can't be resolved. Deliberate: the
+    // default capacity stays 0, so that a derived series without an entry of its own holds one
+    // sample.
     *derived = std::make_unique<Store>(source.metric_capacities());
     const std::vector<DerivativeType> kinds = kinds_of(name);
     derive(source, strip_derivative_suffix(name), kinds, t0, t1, derived->get());
@@ -213,6 +220,8 @@ void group_bucket_metrics(const Store &store, const std::vector<SeriesKey> &keys
         }
         std::string group = strip_derivative_suffix(name);
         for (const auto &[label, value] : labels)
+            // Deliberate: in the order of the map, so sets that were made in different orders don't
+            // meet.
             if (label != "le") group.append("|").append(label).append("=").append(value);
         (*groups)[group].push_back(key);
     }

@@ -18,6 +18,7 @@ constexpr std::uint64_t label_size = 48;
 
 std::size_t hash_of(const LabelIds &labels) {
     std::size_t hash = 0;
+    // Deliberate: in the order of the map. Sets of the same pairs in another order are other sets.
     for (const auto &[name, value] : labels) {
         boost::hash_combine(hash, name);
         boost::hash_combine(hash, value);
@@ -77,6 +78,7 @@ std::uint64_t MetricsCatalog::register_label_set(LabelIds labels) {
     require_room();
     used_bytes_ += label_set_size + label_size * labels.size();
     label_sets_.emplace(hash, std::move(labels));
+    // Numbers are never used again, so a consumer may keep them.
     label_set_index_.insert(hash, next_label_set_number_++);
     return hash;
 }
@@ -118,6 +120,7 @@ LabelMap MetricsCatalog::labels_of(std::uint64_t label_set) const {
 
 std::string MetricsCatalog::label_text(std::uint64_t label_set) const {
     const LabelMap labels = labels_of(label_set);
+    // Sorted, so that one set has one text whatever the order of its map.
     std::string text;
     for (const auto &[name, value] : std::map(labels.begin(), labels.end())) {
         if (!text.empty()) text += '|';
@@ -157,12 +160,14 @@ std::uint64_t MetricsCatalog::capacity_of(std::uint64_t metric_id) const {
     const auto found = metric_capacities_.find(metric_id);
     const std::uint64_t capacity =
         found == metric_capacities_.end() ? default_capacity_ : found->second;
+    // A series without room for a sample would be of no use.
     return std::max<std::uint64_t>(capacity, 1);
 }
 
 void MetricsCatalog::require_type(std::uint64_t metric_id, ValueType type) {
     const auto known = metric_types_.find(metric_id);
     if (known == metric_types_.end()) {
+        // Deliberate: without registration one name may have series of several types.
         if (register_types_) metric_types_.emplace(metric_id, type);
         return;
     }
@@ -195,6 +200,8 @@ void MetricsCatalog::print_labels(const LabelIds &labels) const {
 }
 
 std::size_t MetricsCatalog::catalog_footprint() const {
+    // Deliberate: the numbers are fixed parts of an estimate that hosts compare over time, not
+    // sizes of the types here.
     std::size_t bytes = 840 + (footprint_logger_ ? 96 : 0) + symbols_.footprint();
     for (const auto &[hash, labels] : label_sets_) bytes += 72 + 16 * labels.size();
     bytes += 8 * label_sets_.bucket_count();

@@ -31,6 +31,7 @@ template <typename T, typename Store>
 void push_sample(StoredValue<T> value, const SampleContext &sample, const MetricFilter *filter,
                  Store *store) {
     auto &series = store->template get_series<T>(sample.key.metric_id, sample.key.label_set);
+    // An unknown type tells nothing, so it replaces nothing.
     if (sample.metric_type != METRIC_TYPE_UNKNOWN) series.metric_type = sample.metric_type;
     const std::uint64_t size = series.values.size();
     // A double that is no number equals nothing, so it is always stored.
@@ -158,6 +159,7 @@ class BlockFeed {
     void store_sample_of(const StoreRecord &record, std::uint64_t label_set, MetricSample sample) {
         const std::uint64_t sample_id = sample.sample_id;
         const std::uint64_t value = sample.sample_value;
+        // Before the name is looked up. What stood before this sample in the block stays stored.
         if (sample_id >= tables_.metric_names.size()) {
             VRN_LOG(VRN_LOG_ERROR,
                     "[vrn metrics parser] invalid metric id: %lu, total metric names size: %zu",
@@ -165,6 +167,8 @@ class BlockFeed {
             throw std::runtime_error("invalid metric id");
         }
         const std::string &name = tables_.metric_names[sample_id];
+        // Deliberate: this counts as a use of the name even when the filter then refuses the
+        // sample.
         const std::uint64_t metric_id = store_->intern(name);
         if (filter_ && !store_->is_in_tables(metric_id) && !filter_->passes(name)) return;
         const SampleContext context = {.name = name,
@@ -206,6 +210,7 @@ bool store_sample(std::uint32_t value_type, std::uint64_t value, const SampleCon
                   const MetricFilter *filter, Store *store) {
     try {
         return push_typed(value_type, value, sample, filter, store);
+        // Not this sample alone: no other would find room, either.
     } catch (const StoreFull &) {
         throw;
     } catch (const std::exception &error) {

@@ -20,6 +20,7 @@ std::size_t footprint_of(const Map &map) {
 }  // namespace
 
 void ReverseIndex::insert(std::uint64_t key, std::uint32_t value) {
+    // Both sides before either is written, so that they can't get out of step.
     if (values_.contains(key) || keys_.contains(value))
         throw std::runtime_error("[ReverseIndex] Duplicate key or value detected.");
     values_.emplace(key, value);

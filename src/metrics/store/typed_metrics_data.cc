@@ -7,6 +7,8 @@
 namespace vrn::metrics {
 namespace {
 
+// Deliberate: the numbers of the footprint are fixed parts of an estimate that hosts compare over
+// time, not sizes of the types here.
 // Parts of the formula that differ between value types, in bytes.
 struct SeriesCharge {
     std::size_t fixed;
@@ -74,6 +76,7 @@ template <typename M, typename L, template <typename> class Buffer, typename... 
 template <typename Visit>
 bool TypedMetricsData<M, L, Buffer, Ts...>::visit_series(const SeriesKey &key, Visit visit) const {
     const ValueType type = metric_type(key.metric_id);
+    // The registered type alone decides: a metric that may stand in several tables has none.
     const auto visit_if = [&]<typename T>(const std::unique_ptr<Table<T>> &table) {
         if (type != ValueTraits<T>::code || !table) return false;
         const Series<T> *series = table->find(key);
@@ -121,6 +124,7 @@ bool TypedMetricsData<M, L, Buffer, Ts...>::has_unread(std::uint64_t consumer_id
 template <typename M, typename L, template <typename> class Buffer, typename... Ts>
 bool TypedMetricsData<M, L, Buffer, Ts...>::has_unread(std::uint64_t consumer_id,
                                                        const std::string &name) const {
+    // Asking must not enter the name: consumers ask for metrics that may never come.
     const std::optional<std::uint64_t> metric_id = symbols_.find(name);
     return metric_id && has_unread(consumer_id, *metric_id);
 }

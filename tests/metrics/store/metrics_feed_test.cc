@@ -64,8 +64,10 @@ TEST(MetricsFeed, StoresTheSamplesOfAllBlocks) {
 TEST(MetricsFeed, ReadsValuesByTheirTypeAndReportsOddRecords) {
     using CntxRecord = metrics::CntxRecord;
     const std::string refused = "String value type in numeric metrics path for metric m0";
-    const std::string lost = "Could not store metric m0 (id=0, value=7) - continuing with next metrics";
-    const std::string fallback = "Unknown/unsupported value type 6 for metric m0, falling back to UInt64";
+    const std::string lost =
+        "Could not store metric m0 (id=0, value=7) - continuing with next metrics";
+    const std::string fallback =
+        "Unknown/unsupported value type 6 for metric m0, falling back to UInt64";
     const auto record = [](std::uint8_t value_type, std::uint64_t value) {
         return CntxRecord{
             .timestamp = 5, .metric_type = 'G', .value_type = value_type, .samples = {{0, value}}};
