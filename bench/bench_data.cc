@@ -71,6 +71,18 @@ std::string counters_schema() {
     return text + "]}]}";
 }
 
+// Two labels for each counter.
+std::string metadata() {
+    std::string text =
+        R"({"metadata_content":{"counters":{"name_match_labels":[{"matches_and_labels":[)";
+    for (std::uint32_t i = 0; i < counters_per_row; ++i) {
+        if (i > 0) text += ',';
+        text += R"({"pattern_match":["port_counter_)" + std::to_string(i) +
+                R"("],"labels":{"unit":"packets","port":")" + std::to_string(i % 64) + R"("}})";
+    }
+    return text + "]}]}}}";
+}
+
 std::ofstream create(const std::string &path) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     if (!file) throw std::runtime_error("cannot write " + path);
@@ -248,6 +260,7 @@ void write_bench_data(const std::string &folder, const BenchSizes &sizes) {
     std::filesystem::create_directories(folder + "/schema");
     create(folder + "/schema/schema_" + events_id + ".json") << event_schema();
     create(folder + "/schema/schema_" + counters_id + ".json") << counters_schema();
+    create(folder + "/schema/metadata_bench.json") << metadata();
     write_events(folder + "/events.bin", sizes.event_rows);
     write_counters(folder + "/counters.bin", sizes.counter_rows);
     write_metrics(folder + "/metrics.bin");

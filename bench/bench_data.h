@@ -32,7 +32,8 @@ struct BenchRow {
 #pragma pack(pop)
 static_assert(sizeof(BenchRow) == 115);
 
-// Writes events.bin, counters.bin, metrics.bin and their schemas under `folder`. Throws on failure.
+// Writes events.bin, counters.bin, metrics.bin and their schemas and metadata under `folder`.
+// Throws on failure.
 void write_bench_data(const std::string &folder, const BenchSizes &sizes);
 
 }  // namespace vrn::bench

@@ -24,6 +24,7 @@ struct Road {
     const char *format;
     const char *file;
     std::uint32_t rows;
+    const char *option = "-v6";  // the default
 };
 
 struct Series {
@@ -60,8 +61,9 @@ void measure(const Road &road, const std::string &folder, int runs) {
 
 // A road without a yardstick.
 void measure_alone(const Road &road, const std::string &folder, int runs) {
-    const std::vector<std::string> tool{VRN_READ_PATH, "-s",        folder + "/schema",
-                                        "-f",          road.format, folder + "/" + road.file};
+    const std::vector<std::string> tool{VRN_READ_PATH,           road.option, "-s",
+                                        folder + "/schema",      "-f",        road.format,
+                                        folder + "/" + road.file};
     count_output(tool);
     Series series;
     for (int i = 0; i < runs; ++i) series.add(run_child(tool));
@@ -112,6 +114,10 @@ void run(int runs, const BenchSizes &sizes) {
     };
     for (const Road &road : roads) measure(road, folder, runs);
     measure_alone({"events influx", "influx", "events.bin", events}, folder, runs);
+    for (const char *format : {"ndjson", "json"}) {
+        const std::string name = std::string("counters ") + format + ", metadata";
+        measure_alone({name.c_str(), format, "counters.bin", counters, "--metadata"}, folder, runs);
+    }
     measure_alone({"counters txt", "txt", "counters.bin", counters}, folder, runs);
     std::filesystem::remove_all(folder);
 }
