@@ -67,8 +67,8 @@ class InfluxSerializer final : public Serializer {
     // Right side of a field; `data` begins at the value.
     std::string counter_value_text(Bytes data, const vrn_counter_info_t *counter) const;
 
-    // A line for each counter set of a group, the group's values starting at the row's first slot.
-    // None for a group without counters.
+    // A line for each counter set of a group; none for a group without counters. Deliberate: every
+    // group starts at the row's first slot, as in tables, while counters_records() counts on.
     std::vector<std::string> group_lines(const Tags &tags, const vrn_counter_group_t *group,
                                          Bytes block) const;
 

@@ -122,6 +122,19 @@ TEST_F(InfluxRecords, AreMadeForAllThatCanBeMeasured) {
               "hca_counters[nic_of_20_characters:] hca_counters[b:] ");
 }
 
+// Lines of a group and lines of a row look for a counter in different places.
+TEST_F(InfluxRecords, CountSlotsOnButLinesOfAGroupStartAtTheRow) {
+    const auto block = exact_bytes(counters_block({10, 11, 12}));
+    add_group(schema_.get(), NODE, 1, {"a", "b"});
+    const auto *second = add_group(schema_.get(), NODE, 1, {"c"});
+    const data::InfluxSerializer serializer;
+    const auto records = serializer.counters_records(
+        {}, load_le<vrn_data_page_t>(page_bytes("").data()), schema_.get());
+    EXPECT_EQ(serializer.counters_record_line(records.at(0), block),
+              "node_counters,node_guid=,system_image_guid= a=10i,b=11i,c=12i 1700000000123");
+    EXPECT_EQ(serializer.group_lines({}, second, block), Lines{"g c=10i 1700000000123"});
+}
+
 TEST_F(InfluxRecords, OfAGroupHaveALineForEachSet) {
     const auto block = exact_bytes(counters_block({10, 11, 12, 13}));
     const auto lines = [&](std::uint32_t granularity, std::uint32_t sets,
