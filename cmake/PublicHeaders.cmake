@@ -7,9 +7,10 @@ set(VRN_PUBLIC_HEADERS
     utils/name_table.h utils/parse_number.h utils/source.h utils/source_list.h
     utils/string_array.h utils/string_template.h utils/strings.h utils/throw_error.h
     # data/text
-    data/text/digits.h data/text/guid_switch.h data/text/json_name.h data/text/json_template.h
-    data/text/json_text.h data/text/local_time_text.h data/text/number_text.h
-    data/text/string_format.h data/text/text_buffer.h data/text/value_format.h
+    data/text/buffer_append.h data/text/digits.h data/text/guid_name.h data/text/json_name.h
+    data/text/json_template.h data/text/json_text.h data/text/local_time_text.h
+    data/text/number_text.h data/text/string_format.h data/text/text_buffer.h
+    data/text/value_text.h
     # data
     data/block.h data/compressed_page.h data/data_file_header.h data/data_page.h data/magic.h
     data/page_encoder.h data/page_encoding.h data/schema_id.h data/shared_page.h data/time.h
@@ -20,8 +21,9 @@ set(VRN_PUBLIC_HEADERS
     data/selection/provider_field_set.h data/selection/provider_name.h
     data/selection/set_entry.h data/selection/token_filter.h
     # counters
-    counters/counter_data.h counters/counter_group.h counters/counter_row.h
-    counters/counter_value.h counters/counters_schema.h
+    counters/counter_group.h counters/counter_row.h counters/counters_json.h
+    counters/counters_schema.h counters/counters_schema_json.h counters/counters_table.h
+    counters/metadata.h counters/metadata_enrich.h
     # data/schema
     data/schema/builtin_types.h data/schema/schema.h data/schema/schema_json.h
     data/schema/schema_registration.h data/schema/type_definition.h data/schema/type_json.h

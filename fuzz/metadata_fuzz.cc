@@ -1,9 +1,9 @@
 // Input: the text of a metadata file, which then enriches the record of some counters.
 #include <string>
 
+#include "counters/metadata.h"
+#include "counters/metadata_enrich.h"
 #include "data/text/json_template.h"
-#include "reader/metadata.h"
-#include "support/temp_dir.h"
 
 namespace {
 
@@ -13,9 +13,8 @@ constexpr char record[] = R"({"groups": [{"labels": {}, "counter_sets":
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const char *data, std::size_t size) {
-    static const vrn::test::TempDir folder;
-    folder.write("metadata_x.json", {data, size});
-    const vrn_metadata_ptr metadata(vrn_metadata_load(folder.path().c_str()));
+    const vrn_json_value_ptr document(json_parse_string(std::string(data, size).c_str()));
+    const vrn_metadata_ptr metadata = vrn_metadata_from_json(document.get());
     if (!metadata) return 0;
     const vrn_json_value_ptr value(json_parse_string(record));
     const vrn_json_text_ptr text(

@@ -2,8 +2,8 @@
 //   void time(std::uint64_t timestamp),
 //   void text(const char *key, const char *value),
 //   bool begin_array(const char *key), void end_array(),
-//   bool begin_group(std::size_t index), bool begin_set() for each object of the innermost array,
-//   void end_element() behind it,
+//   bool begin_group(std::size_t index), void end_group(),
+//   bool begin_set(), void end_set(),
 //   void counter(const vrn_counter_info_t &).
 // False ends the walk. What can't be set leaves its key out.
 #pragma once
@@ -26,7 +26,7 @@ bool walk_counter_group(const vrn_counter_group_t &group, Sink &sink) {
     for (std::uint32_t set = 0; set < group.num_counter_sets; ++set) {
         if (!sink.begin_set()) return false;
         for (std::uint32_t i = 0; i < group.num_counters; ++i) sink.counter(*group.counters[i]);
-        sink.end_element();
+        sink.end_set();
     }
     sink.end_array();
     return true;
@@ -39,7 +39,7 @@ bool walk_counters_row(std::uint64_t timestamp, const vrn_counters_schema_t &sch
     if (!sink.begin_array("groups")) return false;
     for (std::uint32_t i = 0; i < schema.num_groups; ++i) {
         if (!sink.begin_group(i) || !walk_counter_group(*schema.groups[i], sink)) return false;
-        sink.end_element();
+        sink.end_group();
     }
     sink.end_array();
     return true;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <span>
 
-#include "data/selection/name_tables.h"
+#include "counters/counter_value.h"
 #include "utils/log.h"
 
 namespace {
@@ -18,23 +18,17 @@ std::span<vrn_counter_info_t *const> counters_of(const vrn_counter_group_t *grou
     return {group->counters, group->num_counters};
 }
 
-constexpr std::uint32_t plain_bytes = 8;
-constexpr std::uint32_t wide_bytes = 16;
-
-bool is_wide(const vrn_counter_info_t *counter) {
-    return counter->data_type == VRN_DATA_UINT128 || counter->data_type == VRN_DATA_INT128;
-}
-
-// What a counter adds to the size of a row.
-std::uint32_t size_of(const vrn_counter_info_t *counter) {
-    if (counter->data_type == VRN_DATA_STRING) return counter->length;
-    return is_wide(counter) ? wide_bytes : plain_bytes;
-}
-
-// What a counter adds to the offset of the next one.
-std::uint32_t step_of(const vrn_counter_info_t *counter) {
-    if (counter->data_type == VRN_DATA_STRING || is_wide(counter)) return size_of(counter);
-    return counter->length != 0 ? counter->length : plain_bytes;
+// What a counter adds to the offset of the next one. Deliberate: a plain counter takes its `length`
+// here when it has one, but 8 bytes in the size of the row.
+std::uint32_t step_of(const vrn_counter_info_t &counter) {
+    switch (counter.data_type) {
+        case VRN_DATA_STRING:
+        case VRN_DATA_UINT128:
+        case VRN_DATA_INT128:
+            return vrn::counter_size(counter);
+        default:
+            return counter.length != 0 ? counter.length : vrn::counter_size(counter);
+    }
 }
 
 // First group of `schema`, made when there is none; null after an error line.
@@ -112,7 +106,8 @@ std::uint32_t vrn_counters_schema_size_of_counters(const vrn_counters_schema_t *
     for (const vrn_counter_group_t *group : groups_of(schema)) {
         VRN_LOG(VRN_LOG_DEBUG, "%s group %s has %d counter sets", __func__,
                 group->name ? group->name : "(null)", static_cast<int>(group->num_counter_sets));
-        for (const vrn_counter_info_t *counter : counters_of(group)) size += size_of(counter);
+        for (const vrn_counter_info_t *counter : counters_of(group))
+            size += vrn::counter_size(*counter);
     }
     VRN_LOG(VRN_LOG_DEBUG, "%s returning %d d", __func__, static_cast<int>(size));
     return size;
@@ -142,7 +137,7 @@ void vrn_counters_schema_update_counter_offsets(vrn_counters_schema_t *schema) {
     std::uint32_t offset = 0;
     for (const vrn_counter_group_t *group : groups_of(schema)) {
         for (vrn_counter_info_t *counter : counters_of(group)) {
-            const std::uint32_t step = step_of(counter);
+            const std::uint32_t step = step_of(*counter);
             if (step == 0) {
                 VRN_LOG(VRN_LOG_ERROR, "[%s] Fail: received 0 length string counter %s", __func__,
                         counter->name);

@@ -1,11 +1,11 @@
-// The JSON document of a counters schema.
+#include "counters/counters_schema_json.h"
+
 #include <cerrno>
 #include <cinttypes>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
-#include "counters/counters_schema.h"
 #include "data/selection/name_tables.h"
 #include "data/text/json_file.h"
 #include "data/text/json_number.h"

@@ -1,12 +1,10 @@
 #include "counters/counters_table.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <string_view>
 
-#include "data/selection/name_tables.h"
-#include "data/text/value_text.h"
+#include "counters/counter_value.h"
 
 namespace vrn {
 namespace {
@@ -15,8 +13,6 @@ constexpr std::size_t slot_bytes = 8;
 constexpr std::size_t cell_width = 20;
 // A cell with the blanks and the bar around it.
 constexpr std::uint64_t column_width = cell_width + 3;
-
-using WideBytes = std::array<std::uint8_t, 16>;
 
 std::string padding(std::size_t size, std::size_t width) {
     return std::string(width - std::min(size, width), ' ');
@@ -65,16 +61,15 @@ void add_cell(TextBuffer &text, std::string_view content) {
     text.append(" |");
 }
 
-// Cell of what `write` puts at the place it is given.
-template <typename Write>
-void add_value(TextBuffer &text, Write write) {
-    char value[VALUE_TEXT_ROOM];
-    const char *end = write(value);
-    add_cell(text, {value, static_cast<std::size_t>(end - value)});
+template <typename T>
+void add_value(TextBuffer &text, const T &value, std::uint32_t format) {
+    char shown[VALUE_TEXT_ROOM];
+    const char *end = write_value(shown, value, format);
+    add_cell(text, {shown, static_cast<std::size_t>(end - shown)});
 }
 
-// The usual cell. The digits go straight to their place, and the cell's end over what is written
-// behind them.
+// The usual cell. The digits go straight to their place; the cell's end overwrites the spare bytes
+// that come with them.
 void add_number(TextBuffer &text, std::uint64_t value) {
     char *cell = text.reserve(column_width);
     std::memset(cell, ' ', column_width);
@@ -149,32 +144,48 @@ void CountersTable::write_group(const Group &group, const CounterRow &row, TextB
 
 void CountersTable::write_cell(const Cell &cell, const CounterRow &row, std::uint64_t offset,
                                TextBuffer &text) {
-    switch (cell.data_type) {
-        case VRN_DATA_STRING:
-            return add_cell(text, row.text(offset, cell_width));
-        case VRN_DATA_FP64:
-            return add_value(text, [&](char *out) {
-                return write_double_value(out, row.read<double>(offset), cell.format);
-            });
-        case VRN_DATA_UINT64:
-        case VRN_DATA_BIT64:
+    const Overloaded visit = {
+        [&](StringCounter) { add_cell(text, row.text(offset, cell_width)); },
+        [&](UntypedCounter value) { add_scaled(text, value.number); },
+        [&](std::uint64_t value) {
             if (cell.format == VRN_STRING_DECIMAL)
-                return add_number(text, row.read<std::uint64_t>(offset));
-            return add_value(text, [&](char *out) {
-                return write_uint64_value(out, row.read<std::uint64_t>(offset), cell.format);
-            });
-        case VRN_DATA_INT64:
-            return add_value(text, [&](char *out) {
-                return write_int64_value(out, row.read<std::int64_t>(offset), cell.format);
-            });
-        case VRN_DATA_UINT128:
-        case VRN_DATA_INT128:
-            return add_value(text, [&](char *out) {
-                return write_uint128_value(out, row.read<WideBytes>(offset).data(), cell.format);
-            });
-        default:
-            return add_scaled(text, row.read<std::int64_t>(offset));
-    }
+                add_number(text, value);
+            else
+                add_value(text, value, cell.format);
+        },
+        [&](const auto &value) { add_value(text, value, cell.format); },
+    };
+    visit_counter(cell.data_type, row, offset, visit);
 }
 
 }  // namespace vrn
+
+namespace {
+
+// Bytes of a row that its tables read.
+std::uint64_t table_reach(const vrn_counters_schema_t *schema) {
+    std::uint64_t reach = schema->size;
+    for (std::uint32_t i = 0; i < schema->num_groups; ++i) {
+        const vrn_counter_group_t *group = schema->groups[i];
+        if (!group) continue;
+        const std::uint64_t slots = std::uint64_t{group->num_counters} * group->num_counter_sets;
+        reach = std::max(reach, slots * vrn::slot_bytes);
+    }
+    return reach;
+}
+
+}  // namespace
+
+void vrn_counters_row_print(std::FILE *stream, std::uint64_t timestamp, vrn::Bytes values,
+                            const vrn_counters_schema_t *schema, bool microseconds) {
+    vrn::TextBuffer text;
+    vrn::CountersTable(*schema).write(timestamp, values, microseconds, &text);
+    std::fwrite(text.view().data(), 1, text.size(), stream);
+}
+
+void vrn_counters_block_print(std::FILE *stream, const vrn_data_block_t *block,
+                              const vrn_counters_schema_t *schema, bool microseconds) {
+    const auto *values = reinterpret_cast<const std::uint8_t *>(block) + sizeof *block;
+    vrn_counters_row_print(stream, block->timestamp, {values, table_reach(schema)}, schema,
+                           microseconds);
+}

@@ -2,25 +2,28 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "counters/counter_row.h"
 #include "counters/counters_schema.h"
+#include "data/block.h"
 #include "data/text/local_time_text.h"
 #include "data/text/text_buffer.h"
 #include "utils/byte_reader.h"
 
 namespace vrn {
 
-// Writes the rows of one schema. All of a table but its values is made once.
+// Writes the rows of one schema. All of a table but its values is made once. Values are read from
+// 8-byte slots in the order of the counters and not at their offsets: right only for rows of 8-byte
+// values, deliberately. All groups start at the row's start.
 class CountersTable {
   public:
     // The schema isn't needed any more after that. Throws std::bad_alloc.
     explicit CountersTable(const vrn_counters_schema_t &schema);
 
-    // Appends the time and the table of each group. Values are taken from 8-byte slots, see
-    // vrn_counters_row_print. Throws std::bad_alloc.
+    // Appends the time and the table of each group. Throws std::bad_alloc.
     void write(std::uint64_t timestamp, Bytes values, bool microseconds, TextBuffer *text);
 
   private:
@@ -46,3 +49,11 @@ class CountersTable {
 };
 
 }  // namespace vrn
+
+// Prints the time and the tables of one row. `values` are the bytes at hand from the row's start
+// on; what is missing reads as zeros.
+void vrn_counters_row_print(std::FILE *stream, std::uint64_t timestamp, vrn::Bytes values,
+                            const vrn_counters_schema_t *schema, bool microseconds);
+// A row whose bytes follow `block` as far as the slots of all counter sets reach.
+void vrn_counters_block_print(std::FILE *stream, const vrn_data_block_t *block,
+                              const vrn_counters_schema_t *schema, bool microseconds);

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "data/text/value_format.h"
+#include "data/text/local_time_text.h"
 #include "metrics/json_fit.h"
 #include "metrics/labels_block.h"
 #include "metrics/printed_records.h"

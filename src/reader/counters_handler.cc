@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "counters/counter_data.h"
 #include "data/block.h"
 #include "reader/block_walk.h"
 #include "reader/record_text.h"
@@ -17,28 +16,12 @@ vrn::Bytes row_of(const vrn_reader_t *reader, const void *block) {
                                                     : vrn::Bytes();
 }
 
-bool write_counters(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row,
-                    vrn::JsonText *text) {
-    if (!reader->counters_text)
-        reader->counters_text = new vrn::CountersText(*reader->type_system->counters_schema, *text);
-    return reader->counters_text->write(timestamp, row, reader->options->microsecond_precision);
-}
-
-// The row as a tree, for what metadata change in it.
-bool write_enriched(const vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row,
-                    vrn::JsonText *text) {
-    const vrn::CPtr<JSON_Value, json_value_free> value(
-        vrn_counters_row_to_json(timestamp, row, reader->type_system->counters_schema,
-                                 reader->options->microsecond_precision));
-    if (!value) return false;
-    vrn_metadata_enrich(value.get(), reader->metadata);
-    return text->tree(value.get());
-}
-
 bool print_counters_json(vrn_reader_t *reader, std::uint64_t timestamp, vrn::Bytes row) {
     const bool done = vrn_reader_add_record(reader, [&](vrn::JsonText *text) {
-        return reader->metadata ? write_enriched(reader, timestamp, row, text)
-                                : write_counters(reader, timestamp, row, text);
+        if (!reader->counters_json)
+            reader->counters_json = new vrn::CountersJsonWriter(
+                *reader->type_system->counters_schema, reader->metadata, *text);
+        return reader->counters_json->write(timestamp, row, reader->options->microsecond_precision);
     });
     if (!done) vrn_reader_fail(reader, "Failed to JSONify event values");
     return done;

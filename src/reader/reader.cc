@@ -145,7 +145,7 @@ void vrn_reader_destroy(vrn_reader_t *reader) {
     vrn_data_writer_destroy(reader->data_writer);
     std::free(reader->client_id);
     std::free(reader->page.bytes);
-    delete reader->counters_text;
+    delete reader->counters_json;
     delete reader->counters_table;
     delete reader->metrics_writer;
     vrn_type_system_destroy(reader->type_system);

@@ -6,14 +6,14 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "counters/counters_json_writer.h"
 #include "counters/counters_table.h"
-#include "counters/counters_text.h"
+#include "counters/metadata.h"
 #include "data/block.h"
 #include "data/data_file_header.h"
 #include "data/schema/type_system.h"
 #include "data/text/json_text.h"
 #include "data/text/text_buffer.h"
-#include "reader/metadata.h"
 #include "reader/reader_options.h"
 #include "scan/byte_source.h"
 #include "utils/byte_reader.h"
@@ -66,7 +66,7 @@ struct vrn_reader_t {
     // VRN_READER_SLACK zeros stand behind it.
     const std::uint8_t *window_end;
     // Owned; of the type system's counters, made at their first row.
-    vrn::CountersText *counters_text;
+    vrn::CountersJsonWriter *counters_json;
     vrn::CountersTable *counters_table;
     vrn::metrics::MetricsJsonWriter
         *metrics_writer;  // owned; made for the first metrics block of the file

@@ -8,7 +8,7 @@ void vrn_reader_take_over(vrn_reader_t *reader, vrn_reader_kept_t *kept) {
     reader->type_system = kept->type_system.release();  // all of it to the context
     reader->loaded = std::exchange(kept->loaded, {});
     reader->text = kept->text.release();
-    reader->counters_text = kept->counters_text.release();
+    reader->counters_json = kept->counters_json.release();
     reader->counters_table = kept->counters_table.release();
     reader->page = std::exchange(kept->page, {});
 }
@@ -20,6 +20,7 @@ void vrn_reader_leave_behind(vrn_reader_t *reader, vrn_reader_kept_t *kept) {
     if (!reader->loaded.may_be_kept) return;
     kept->type_system.reset(std::exchange(reader->type_system, nullptr));
     kept->loaded = std::exchange(reader->loaded, {});
-    kept->counters_text.reset(std::exchange(reader->counters_text, nullptr));
+    // Rows with metadata are prepared for those of one file.
+    if (!reader->metadata) kept->counters_json.reset(std::exchange(reader->counters_json, nullptr));
     kept->counters_table.reset(std::exchange(reader->counters_table, nullptr));
 }

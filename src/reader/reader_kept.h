@@ -11,7 +11,7 @@ struct vrn_reader_kept_t {
     vrn_type_system_ptr type_system;
     vrn_loaded_schemas_t loaded{};
     std::unique_ptr<vrn::JsonText> text;
-    std::unique_ptr<vrn::CountersText> counters_text;  // writes to `text`
+    std::unique_ptr<vrn::CountersJsonWriter> counters_json;  // writes to `text`
     std::unique_ptr<vrn::CountersTable> counters_table;
     vrn_page_buffer_t page{};
 

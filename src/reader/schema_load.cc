@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "counters/counters_schema_json.h"
 #include "data/schema/type_system_load.h"
 #include "data/selection/provider_counter_set.h"
 #include "data/selection/provider_field_set.h"
@@ -109,7 +110,7 @@ bool renew_type_system(vrn_reader_t *reader) {
 
 void drop_loaded(vrn_reader_t *reader) {
     // Prepared for the old schema.
-    delete std::exchange(reader->counters_text, nullptr);
+    delete std::exchange(reader->counters_json, nullptr);
     delete std::exchange(reader->counters_table, nullptr);
     vrn_type_system_destroy(std::exchange(reader->type_system, nullptr));
     reader->loaded = {};

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "counters/counters_schema.h"
+#include "counters/counters_schema_json.h"
 #include "data/text/json_template.h"
 #include "utils/c_ptr.h"
 

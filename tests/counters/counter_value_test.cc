@@ -1,7 +1,6 @@
 #include "counters/counter_value.h"
 
 #include "counters/counter_fixtures.h"
-#include "data/selection/name_tables.h"
 #include "support/test.h"
 
 namespace vrn::test {
@@ -10,12 +9,28 @@ namespace {
 constexpr std::uint32_t unknown = 0xFFFFFFFF;
 
 // The value as a test reads it: texts in quotes.
+struct Shown {
+    std::string text;
+
+    template <typename T>
+    bool number(T value) {
+        text.resize(32);
+        const int size =
+            std::snprintf(text.data(), text.size(), "%.17g", static_cast<double>(value));
+        text.resize(static_cast<std::size_t>(size));
+        return true;
+    }
+    bool string(std::string_view value) {
+        text = "'" + std::string(value) + "'";
+        return true;
+    }
+};
+
 std::string shown(const vrn_counter_info_t &counter, const std::string &row, bool convert_guids) {
-    const auto value = vrn_counter_value_read(&counter, CounterRow(bytes_of(row)), convert_guids);
-    if (value.text) return "'" + std::string(value.text) + "'";
-    char number[32];
-    std::snprintf(number, sizeof number, "%.17g", value.number);
-    return number;
+    Shown sink;
+    EXPECT_TRUE(write_counter_json(counter, counter_json_form(counter, convert_guids),
+                                   CounterRow(bytes_of(row)), sink));
+    return sink.text;
 }
 
 TEST(CounterValue, FollowsTypeFormatAndName) {

@@ -5,11 +5,11 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "counters/counter_data.h"
 #include "counters/counter_row.h"
 #include "counters/counters_table.h"
 #include "data/serial/influx_event.h"
-#include "data/text/value_format.h"
+#include "data/text/local_time_text.h"
+#include "data/text/value_text.h"
 #include "support/capture_stream.h"
 #include "support/random_rows.h"
 #include "utils/c_ptr.h"

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "common/tool_main.h"
+#include "counters/counters_schema_json.h"
 #include "data/block.h"
 #include "data/schema/schema_json.h"
 #include "vrn_collect/event_records.h"

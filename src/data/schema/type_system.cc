@@ -7,6 +7,7 @@
 #include <span>
 #include <utility>
 
+#include "counters/counters_schema_json.h"
 #include "data/schema/schema_json.h"
 #include "data/schema/type_layout.h"
 #include "data/text/json_template.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "counters/counters_schema_json.h"
 #include "data/schema/schema_json.h"
 #include "data/text/json_template.h"
 #include "data/text/json_write.h"

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "counters/counters_schema_json.h"
 #include "data/schema/schema_json.h"
 #include "data/text/json_file.h"
 #include "data/text/json_template.h"

@@ -5,9 +5,10 @@
 #include <vector>
 
 #include "data/serial/event_walk.h"
+#include "data/text/guid_name.h"
 #include "data/text/guid_switch.h"
 #include "data/text/json_write.h"
-#include "data/text/value_format.h"
+#include "data/text/value_text.h"
 
 namespace {
 

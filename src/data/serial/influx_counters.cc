@@ -1,13 +1,12 @@
 #include "data/serial/influx_counters.h"
 
-#include <array>
+#include <concepts>
 
 #include "counters/counter_row.h"
+#include "counters/counter_value.h"
 #include "data/block.h"
-#include "data/selection/name_tables.h"
 #include "data/serial/influx_serializer.h"
 #include "data/serial/influx_text.h"
-#include "data/text/value_text.h"
 #include "utils/log.h"
 
 namespace vrn::data {
@@ -16,42 +15,26 @@ namespace {
 
 constexpr std::uint64_t slot_size = 8;
 
-using WideBytes = std::array<std::uint8_t, 16>;
-
-// A text that `write` puts at the place it is given, between double quotes.
-template <typename Write>
-void write_quoted(TextBuffer *text, Write write) {
+// The value as it is shown in the given format, between double quotes.
+template <typename T>
+void write_quoted(TextBuffer *text, const T &value, std::uint32_t format) {
     text->append('"');
-    text->advance_to(write(text->reserve(VALUE_TEXT_ROOM)));
+    text->advance_to(write_value(text->reserve(VALUE_TEXT_ROOM), value, format));
     text->append('"');
 }
 
-bool is_plain(std::uint32_t format) {
-    return format <= VRN_STRING_DECIMAL;
-}
-
-void write_uint64(TextBuffer *text, std::uint64_t value, const vrn_counter_info_t &counter) {
+// Bits without a format are shown in hexadecimal.
+std::uint32_t format_of(const vrn_counter_info_t &counter) {
     const bool is_bits = counter.data_type == VRN_DATA_BIT64;
-    const std::uint32_t format = counter.string_format == VRN_STRING_DEFAULT && is_bits
-                                     ? std::uint32_t{VRN_STRING_HEXADECIMAL}
-                                     : counter.string_format;
-    if (is_plain(format)) return influx_write_integer(text, value);
-    write_quoted(text, [=](char *out) { return write_uint64_value(out, value, format); });
+    if (is_bits && counter.string_format == VRN_STRING_DEFAULT) return VRN_STRING_HEXADECIMAL;
+    return counter.string_format;
 }
 
-void write_int64(TextBuffer *text, std::int64_t value, std::uint32_t format) {
-    if (is_plain(format)) return influx_write_integer(text, value);
-    write_quoted(text, [=](char *out) { return write_int64_value(out, value, format); });
+void write_number(TextBuffer *text, std::integral auto value) {
+    influx_write_integer(text, value);
 }
-
-void write_double(TextBuffer *text, double value, std::uint32_t format) {
-    if (is_plain(format)) return text->fixed(value);
-    write_quoted(text, [=](char *out) { return write_double_value(out, value, format); });
-}
-
-void write_wide(TextBuffer *text, const WideBytes &bytes, std::uint32_t format) {
-    if (format == VRN_STRING_DEFAULT) format = VRN_STRING_DECIMAL;
-    write_quoted(text, [&](char *out) { return write_uint128_value(out, bytes.data(), format); });
+void write_number(TextBuffer *text, double value) {
+    text->fixed(value);
 }
 
 // The bytes from a slot of the row on.
@@ -63,20 +46,23 @@ Bytes slot_bytes(Bytes block, std::uint64_t slot) {
 
 void influx_write_counter(Bytes data, const vrn_counter_info_t &counter, TextBuffer *text) {
     const CounterRow row(data);
-    switch (counter.data_type) {
-        case VRN_DATA_UINT64:
-        case VRN_DATA_BIT64:
-            return write_uint64(text, row.read<std::uint64_t>(0), counter);
-        case VRN_DATA_FP64:
-            return write_double(text, row.read<double>(0), counter.string_format);
-        case VRN_DATA_UINT128:
-        case VRN_DATA_INT128:
-            return write_wide(text, row.read<WideBytes>(0), counter.string_format);
-        case VRN_DATA_STRING:
-            return text->append(row.text(0, counter.length != 0 ? counter.length : data.size()));
-        default:
-            return write_int64(text, row.read<std::int64_t>(0), counter.string_format);
-    }
+    const std::uint32_t format = format_of(counter);
+    const auto write = [&](auto value) {
+        if (is_plain_format(format))
+            write_number(text, value);
+        else
+            write_quoted(text, value, format);
+    };
+    const Overloaded visit = {
+        // Deliberate: neither quoted nor escaped, and without a length up to any zero byte.
+        [&](StringCounter) {
+            text->append(row.text(0, counter.length != 0 ? counter.length : data.size()));
+        },
+        [&](UntypedCounter value) { write(value.number); },
+        [&](const WideBytes &value) { write_quoted(text, value, format); },
+        [&](auto value) { write(value); },
+    };
+    visit_counter(counter.data_type, row, 0, visit);
 }
 
 void InfluxCountersLine::add_field(std::string_view key, std::uint64_t slot,

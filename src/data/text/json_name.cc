@@ -4,20 +4,20 @@
 #include <cstdlib>
 #include <new>
 
+#include "data/text/guid_name.h"
 #include "data/text/json_text.h"
-#include "data/text/value_format.h"
 
 namespace {
 
 bool set_key(vrn_json_name_t *name, const char *text) {
-    vrn::JsonText key(vrn::JsonLayout::compact);
-    key.append(",");
-    key.escaped(text);
-    key.append(":");
-    name->key_size = key.view().size();
+    const std::string key =
+        vrn::JsonText(vrn::JsonLayout::compact).piece(0, [text](vrn::JsonText &piece) {
+            piece.key(text);
+        });
+    name->key_size = key.size();
     const std::size_t steps = name->key_size / VRN_JSON_KEY_STEP + 2;
     name->key = static_cast<char *>(std::calloc(steps, VRN_JSON_KEY_STEP));
-    if (name->key) std::ranges::copy(key.view(), name->key);
+    if (name->key) std::ranges::copy(key, name->key);
     return name->key != nullptr;
 }
 

@@ -134,14 +134,6 @@ void JsonText::key(std::string_view name) {
     append(pretty_ ? ": " : ":");
 }
 
-std::string JsonText::prepare_key(std::string_view name) const {
-    JsonText key(pretty_ ? JsonLayout::pretty : JsonLayout::compact);
-    key.set_level(level_);
-    key.is_empty_ = 0;
-    key.key(name);
-    return std::string(key.view());
-}
-
 bool JsonText::number(double value) {
     if (!std::isfinite(value)) return false;
     advance_to(write_number(reserve(max_number_size), value));

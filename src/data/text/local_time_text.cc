@@ -1,8 +1,9 @@
 #include "data/text/local_time_text.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
-#include "data/text/value_format.h"
 #include "utils/c_ptr.h"
 
 namespace vrn {
@@ -60,3 +61,28 @@ std::string_view LocalTimeText::of(std::uint64_t timestamp, bool microseconds) {
 }
 
 }  // namespace vrn
+
+char *vrn_format_timestamp(std::uint64_t timestamp, bool microseconds) {
+    const auto seconds = static_cast<std::time_t>(timestamp / vrn::per_second);
+    const auto rest = static_cast<int>(timestamp % vrn::per_second);
+    std::tm local{};
+    if (!localtime_r(&seconds, &local)) return nullptr;
+
+    const int digits = microseconds ? 6 : 3;
+    const int fraction = microseconds ? rest : rest / 1000;
+    const auto print = [&](char *buffer, std::size_t size) {
+        return std::snprintf(buffer, size, "%04d-%02d-%02d %02d:%02d:%02d.%0*d",
+                             local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                             local.tm_min, local.tm_sec, digits, fraction);
+    };
+    const int length = print(nullptr, 0);
+    if (length < 0) return nullptr;
+    const std::size_t size = static_cast<std::size_t>(length) + 1;
+    auto *text = static_cast<char *>(std::malloc(size));
+    if (text) print(text, size);
+    return text;
+}
+
+char *vrn_format_timestamp_ms(std::uint64_t timestamp) {
+    return vrn_format_timestamp(timestamp, false);
+}

@@ -1,16 +1,22 @@
-// Local time texts, the same as those of vrn_format_timestamp, for times that mostly rise.
+// Times as text in the time zone of the process.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+// Text of microseconds since the epoch, with 6 or 3 digits after the point, which the caller frees;
+// null when the time can't be broken down.
+char *vrn_format_timestamp(std::uint64_t timestamp, bool microseconds);
+char *vrn_format_timestamp_ms(std::uint64_t timestamp);
+
 namespace vrn {
 
+// Makes the texts of vrn_format_timestamp() for times that mostly rise.
 class LocalTimeText {
   public:
-    // Text of microseconds since the epoch, valid until the next call; empty when the time can't be
-    // broken down. A time is broken down once for all texts of its second.
+    // Valid until the next call; empty when the time can't be broken down. A time is broken down
+    // once for all texts of its second.
     std::string_view of(std::uint64_t timestamp, bool microseconds);
 
   private:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "counters/counters_schema_json.h"
 #include "data/schema/schema_json.h"
 #include "data/schema/schema_registration.h"
 #include "data/text/json_template.h"

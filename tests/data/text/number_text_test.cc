@@ -5,7 +5,7 @@
 #include <random>
 
 #include "data/text/string_format.h"
-#include "data/text/value_format.h"
+#include "data/text/value_text.h"
 #include "support/test.h"
 #include "utils/string_template.h"
 

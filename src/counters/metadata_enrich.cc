@@ -1,12 +1,13 @@
+#include "counters/metadata_enrich.h"
+
 #include <cstring>
 #include <span>
+#include <utility>
 
-#include "reader/metadata.h"
+#include "data/text/json_write.h"
 #include "utils/log.h"
 
 namespace {
-
-using Json = vrn::CPtr<JSON_Value, json_value_free>;
 
 const vrn_metadata_entry_t *find_entry(const vrn_metadata_t *metadata, const char *name) {
     const std::span entries(metadata->entries, static_cast<std::size_t>(metadata->num_entries));
@@ -15,22 +16,17 @@ const vrn_metadata_entry_t *find_entry(const vrn_metadata_t *metadata, const cha
     return nullptr;
 }
 
-// parson takes a value over only when it succeeds.
-void append(JSON_Value *array, Json value) {
-    if (json_array_append_value(json_array(array), value.get()) == JSONSuccess)
-        static_cast<void>(value.release());  // to the array
-    else
+void append(JSON_Value *array, vrn_json_value_ptr value) {
+    if (!vrn_json_append(json_array(array), std::move(value)))
         VRN_LOG(VRN_LOG_ERROR, "metadata_enrich: json_array_append_value failed");
 }
 
-void set_member(JSON_Value *object, const char *name, Json value) {
-    if (json_object_set_value(json_object(object), name, value.get()) == JSONSuccess)
-        static_cast<void>(value.release());  // to the object
-    else
+void set_member(JSON_Value *object, const char *name, vrn_json_value_ptr value) {
+    if (!vrn_json_set(json_object(object), name, std::move(value)))
         VRN_LOG(VRN_LOG_ERROR, "metadata_enrich: json_object_set_value failed");
 }
 
-void replace_element(JSON_Array *array, std::size_t index, Json value) {
+void replace_element(JSON_Array *array, std::size_t index, vrn_json_value_ptr value) {
     if (json_array_replace_value(array, index, value.get()) == JSONSuccess)
         static_cast<void>(value.release());  // to the array
     else
@@ -38,8 +34,8 @@ void replace_element(JSON_Array *array, std::size_t index, Json value) {
 }
 
 // Object of an entry's labels; empty without an entry.
-Json labels_of(const vrn_metadata_entry_t *entry) {
-    Json labels(json_value_init_object());
+vrn_json_value_ptr labels_of(const vrn_metadata_entry_t *entry) {
+    vrn_json_value_ptr labels(json_value_init_object());
     if (!entry) return labels;
     for (std::int32_t i = 0; i < entry->num_labels; ++i)
         json_object_set_string(json_object(labels.get()), entry->labels[i].key,
@@ -48,18 +44,19 @@ Json labels_of(const vrn_metadata_entry_t *entry) {
 }
 
 // {"name": [value, labels]}
-Json enriched_counter(const char *name, const JSON_Value *value, const vrn_metadata_t *metadata) {
+vrn_json_value_ptr enriched_counter(const char *name, const JSON_Value *value,
+                                    const vrn_metadata_t *metadata) {
     const vrn_metadata_entry_t *entry = find_entry(metadata, name);
-    Json pair(json_value_init_array());
-    append(pair.get(), Json(json_value_deep_copy(value)));
+    vrn_json_value_ptr pair(json_value_init_array());
+    append(pair.get(), vrn_json_value_ptr(json_value_deep_copy(value)));
     append(pair.get(), labels_of(entry));
-    Json counter(json_value_init_object());
+    vrn_json_value_ptr counter(json_value_init_object());
     set_member(counter.get(), entry ? entry->short_name : name, std::move(pair));
     return counter;
 }
 
-Json enriched_set(const JSON_Object *set, const vrn_metadata_t *metadata) {
-    Json counters(json_value_init_array());
+vrn_json_value_ptr enriched_set(const JSON_Object *set, const vrn_metadata_t *metadata) {
+    vrn_json_value_ptr counters(json_value_init_array());
     for (std::size_t i = 0; i < json_object_get_count(set); ++i)
         append(counters.get(), enriched_counter(json_object_get_name(set, i),
                                                 json_object_get_value_at(set, i), metadata));

@@ -1,7 +1,8 @@
-#include "reader/metadata.h"
+#include "counters/metadata.h"
 
 #include <sys/stat.h>
 
+#include "counters/metadata_enrich.h"
 #include "data/text/json_template.h"
 #include "support/test.h"
 

@@ -1,9 +1,10 @@
-#include "counters/counter_data.h"
 
 #include <cmath>
 #include <ctime>
 
 #include "counters/counter_fixtures.h"
+#include "counters/counters_json.h"
+#include "counters/counters_table.h"
 #include "support/test.h"
 
 namespace vrn::test {
@@ -14,9 +15,9 @@ const std::string json_start =
     R"({"timestamp":1782000000123456,"@timestamp":"2026-06-21 00:00:00.123","groups":[)";
 const std::string table_start = "Data collected at 2026-06-21 00:00:00.123\n";
 
-class CounterData : public testing::Test {
+class CountersRow : public testing::Test {
   protected:
-    CounterData() { tzset(); }
+    CountersRow() { tzset(); }
 
     // Both take a copy of exactly the row's bytes, so that a sanitizer sees any read beyond.
     static std::string json_of(const std::string &row, const vrn_counters_schema_t *schema,
@@ -37,7 +38,7 @@ class CounterData : public testing::Test {
     const ScopedEnv zone_{"TZ", "UTC"};
 };
 
-TEST_F(CounterData, JsonHasOneObjectForEachCounterSet) {
+TEST_F(CountersRow, JsonHasOneObjectForEachCounterSet) {
     const auto schema = parse_schema(
         R"({"version": "1.5.0", "counter_groups": [
             {"granularity": "CPU", "name": "ticks", "num_counters": 2, "num_counter_sets": 3,
@@ -59,7 +60,7 @@ TEST_F(CounterData, JsonHasOneObjectForEachCounterSet) {
     EXPECT_NE(json_of(row, schema.get(), true).find("00:00:00.123456\""), std::string::npos);
 }
 
-TEST_F(CounterData, JsonLeavesOutWhatItCannotHold) {
+TEST_F(CountersRow, JsonLeavesOutWhatItCannotHold) {
     const auto schema =
         parse_schema(schema_json(counter_json("nan", "FP64") + "," + counter_json("inf", "FP64") +
                                      "," + counter_json("text", "STRING", R"(, "length": 4)") +
@@ -72,7 +73,7 @@ TEST_F(CounterData, JsonLeavesOutWhatItCannotHold) {
               json_start + R"({"granularity":"CPU","name":"g","counter_sets":[{"text":"ok"}]}]})");
 }
 
-TEST_F(CounterData, TablesShowEveryType) {
+TEST_F(CountersRow, TablesShowEveryType) {
     const auto schema = parse_schema(schema_json(
         counter_json("text", "STRING", R"(, "length": 8)") + "," + counter_json("fp64", "FP64") +
             "," + counter_json("uint64", "UINT64") + "," + counter_json("bit64", "BIT64") + "," +
@@ -103,7 +104,7 @@ TEST_F(CounterData, TablesShowEveryType) {
                   rule + "\n");
 }
 
-TEST_F(CounterData, TablesFitTheirGroups) {
+TEST_F(CountersRow, TablesFitTheirGroups) {
     // clang-format off
     const struct { std::string json, expected; } cases[] = {
         {schema_json(counter_json("a", "UINT64"), "0"), "------------------------\n"
@@ -125,7 +126,7 @@ TEST_F(CounterData, TablesFitTheirGroups) {
     }
 }
 
-TEST_F(CounterData, EveryTruncationOfARowIsShown) {
+TEST_F(CountersRow, EveryTruncationOfARowIsShown) {
     // The empty text leaves the offsets of the document to those behind it.
     const auto schema = parse_schema(
         schema_json(counter_json("a", "UINT64") + "," + counter_json("empty", "STRING") + "," +
@@ -133,11 +134,6 @@ TEST_F(CounterData, EveryTruncationOfARowIsShown) {
                         counter_json("c", "STRING", R"(, "offset": 3, "length": 99)"),
                     "3"));
     ASSERT_NE(schema, nullptr);
-    EXPECT_EQ(vrn_counters_schema_row_reach(schema.get()), 4294967306U);
-    const auto two_sets = parse_schema(schema_json(counter_json("a", "UINT64"), "2"));
-    ASSERT_NE(two_sets, nullptr);
-    EXPECT_EQ(vrn_counters_schema_row_reach(two_sets.get()), 8U);
-    EXPECT_EQ(vrn_counters_schema_table_reach(two_sets.get()), 16U);
     for (std::size_t size = 0; size <= 96; ++size) {
         SCOPED_TRACE(size);
         const std::string row(size, 'x');
@@ -145,6 +141,36 @@ TEST_F(CounterData, EveryTruncationOfARowIsShown) {
         EXPECT_NE(json_of(row, schema.get()).find(text), std::string::npos);
         EXPECT_NE(table_of(row, schema.get()).find("|   2 |"), std::string::npos);
     }
+}
+
+// Blocks end just where their counters or slots do, so that a sanitizer sees any read beyond.
+TEST_F(CountersRow, BlocksAreReadAsFarAsTheirSchemaReaches) {
+    const std::string counters =
+        counter_json("a", "UINT64", R"(, "length": 1)") + "," + counter_json("b", "UINT64");
+    const auto schema = parse_schema(schema_json(counters, "2"));
+    ASSERT_NE(schema, nullptr);
+    schema->size = 0;
+    const auto with_block = [](std::size_t row_size, const auto &use) {
+        const std::string row(row_size, '\1');
+        const std::string all = ByteBuilder().text("VRND").u32(0).u64(timestamp).raw(row).done();
+        const std::vector<std::uint8_t> exact(all.begin(), all.end());
+        return use(reinterpret_cast<const vrn_data_block_t *>(exact.data()));
+    };
+    const auto json = with_block(9, [&](const vrn_data_block_t *block) {
+        const vrn_json_value_ptr value(vrn_counters_block_to_json(block, schema.get(), true));
+        return std::string(vrn_json_text_ptr(json_serialize_to_string(value.get())).get());
+    });
+    const std::string ones = R"({"a":72340172838076672,"b":72340172838076672})";
+    EXPECT_EQ(json, R"({"timestamp":1782000000123456,"@timestamp":"2026-06-21 00:00:00.123456",)"
+                    R"("groups":[{"granularity":"CPU","name":"g","counter_sets":[)" +
+                        ones + "," + ones + "]}]}");
+    const auto table = with_block(32, [&](const vrn_data_block_t *block) {
+        return captured_stream([&](std::FILE *stream) {
+            vrn_counters_block_print(stream, block, schema.get(), false);
+        });
+    });
+    EXPECT_NE(table.find("|   1 |    72340172838076673 |    72340172838076673 |"),
+              std::string::npos);
 }
 
 }  // namespace

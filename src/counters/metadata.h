@@ -24,10 +24,10 @@ struct vrn_metadata_t {
     std::int32_t num_entries;
 };
 
-// First metadata file of `folder`; null simply means no enrichment.
-vrn_metadata_t *vrn_metadata_load(const char *folder);
 void vrn_metadata_free(vrn_metadata_t *metadata);  // accepts null
 using vrn_metadata_ptr = vrn::CPtr<vrn_metadata_t, vrn_metadata_free>;
 
-// Rewrites the JSON value of a counters block in place and returns it.
-JSON_Value *vrn_metadata_enrich(JSON_Value *value, const vrn_metadata_t *metadata);
+// The list in the first metadata file of `folder`; null simply means no enrichment.
+vrn_metadata_t *vrn_metadata_load(const char *folder);
+// The list in a metadata document; null without a line when there is none.
+vrn_metadata_ptr vrn_metadata_from_json(const JSON_Value *document);

@@ -1,4 +1,4 @@
-#include "reader/metadata.h"
+#include "counters/metadata.h"
 
 #include <dirent.h>
 
@@ -118,12 +118,15 @@ vrn_metadata_t *vrn_metadata_load(const char *folder) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to parse metadata JSON");
         return nullptr;
     }
-    const JSON_Array *matches = find_counters(root.get());
-    if (!matches) return nullptr;
-    vrn_metadata_ptr list = build_list(matches);
+    vrn_metadata_ptr list = vrn_metadata_from_json(root.get());
     if (!list) return nullptr;
     VRN_LOG(VRN_LOG_INFO, "Loaded metadata with %d entries from schema dir", list->num_entries);
     return list.release();  // to the caller
+}
+
+vrn_metadata_ptr vrn_metadata_from_json(const JSON_Value *document) {
+    const JSON_Array *matches = find_counters(document);
+    return matches ? build_list(matches) : nullptr;
 }
 
 void vrn_metadata_free(vrn_metadata_t *metadata) {

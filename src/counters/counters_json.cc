@@ -1,0 +1,105 @@
+#include "counters/counters_json.h"
+
+#include <algorithm>
+#include <new>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "counters/counter_row.h"
+#include "counters/counter_value.h"
+#include "counters/counters_row_walk.h"
+#include "data/text/json_write.h"
+#include "data/text/local_time_text.h"
+
+namespace {
+
+// See counters_row_walk.h. parson refuses what JSON can't hold, and the key stays out.
+class TreeSink {
+  public:
+    TreeSink(JSON_Object *root, const vrn::CounterRow &row, bool microseconds)
+        : object_(root), row_(row), microseconds_(microseconds) {}
+
+    void time(std::uint64_t timestamp) {
+        json_object_set_number(object_, "timestamp", static_cast<double>(timestamp));
+        const vrn::CString time(vrn_format_timestamp(timestamp, microseconds_));
+        if (time) text("@timestamp", time.get());
+    }
+    void text(const char *key, const char *value) { json_object_set_string(object_, key, value); }
+    bool begin_array(const char *key) {
+        arrays_.push_back(vrn_json_add_array(object_, key));
+        return arrays_.back() != nullptr;
+    }
+    void end_array() { arrays_.pop_back(); }
+    bool begin_group(std::size_t) { return begin_set(); }
+    void end_group() {}
+    bool begin_set() {
+        vrn_json_value_ptr value(json_value_init_object());
+        object_ = json_value_get_object(value.get());
+        return vrn_json_append(arrays_.back(), std::move(value));
+    }
+    void end_set() {}
+    void counter(const vrn_counter_info_t &counter) {
+        const auto form = vrn::counter_json_form(counter, vrn::counters_convert_guids());
+        Member member{object_, counter.name};
+        vrn::write_counter_json(counter, form, row_, member);
+    }
+
+  private:
+    // See write_counter_json(). The double nearest to an integer stands for it.
+    struct Member {
+        JSON_Object *object;
+        const char *name;
+
+        template <typename T>
+        bool number(T value) const {
+            return json_object_set_number(object, name, static_cast<double>(value)) == JSONSuccess;
+        }
+        bool string(std::string_view value) const {
+            // A copy, since parson reads on to a terminator.
+            return json_object_set_string(object, name, std::string(value).c_str()) == JSONSuccess;
+        }
+    };
+
+    JSON_Object *object_;  // the one being filled
+    std::vector<JSON_Array *> arrays_;
+    const vrn::CounterRow &row_;
+    bool microseconds_;
+};
+
+// Bytes of a row that its counters read.
+std::uint64_t row_reach(const vrn_counters_schema_t *schema) {
+    std::uint64_t reach = schema->size;
+    for (std::uint32_t i = 0; i < schema->num_groups; ++i) {
+        const vrn_counter_group_t *group = schema->groups[i];
+        for (std::uint32_t j = 0; j < group->num_counters; ++j) {
+            const vrn_counter_info_t &counter = *group->counters[j];
+            reach = std::max<std::uint64_t>(
+                reach, std::uint64_t{counter.offset} + vrn::counter_size(counter));
+        }
+    }
+    return reach;
+}
+
+}  // namespace
+
+JSON_Value *vrn_counters_row_to_json(std::uint64_t timestamp, vrn::Bytes values,
+                                     const vrn_counters_schema_t *schema, bool microseconds) {
+    const vrn::CounterRow row(values);
+    vrn_json_value_ptr value(json_value_init_object());
+    try {
+        TreeSink sink(json_value_get_object(value.get()), row, microseconds);
+        if (!vrn::walk_counters_row(timestamp, *schema, sink)) return nullptr;
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+    return value.release();  // to the caller
+}
+
+JSON_Value *vrn_counters_block_to_json(const vrn_data_block_t *block,
+                                       const vrn_counters_schema_t *schema, bool microseconds) {
+    const auto *values = reinterpret_cast<const std::uint8_t *>(block) + sizeof *block;
+    return vrn_counters_row_to_json(block->timestamp, {values, row_reach(schema)}, schema,
+                                    microseconds);
+}

@@ -1,0 +1,282 @@
+#include "counters/counters_json_writer.h"
+
+#include <cinttypes>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "counters/counters_json.h"
+#include "counters/counters_row_walk.h"
+#include "counters/metadata_enrich.h"
+#include "data/text/json_write.h"
+#include "utils/log.h"
+
+namespace vrn {
+namespace {
+
+// Bytes of labels in a row, repeats included: far above any use. A small document could ask for
+// endless output, as each counter set repeats the labels of all its counters.
+constexpr std::uint64_t max_label_bytes = 256 << 20;
+
+// Of a counter in a row: the row's object, its groups, the group, its sets, the set.
+constexpr std::size_t counter_depth = 5;
+
+std::uint64_t label_bytes_of(const vrn_metadata_entry_t *entry) {
+    std::uint64_t bytes = 0;
+    for (std::int32_t i = 0; entry && i < entry->num_labels; ++i)
+        bytes += std::strlen(entry->labels[i].key) + std::strlen(entry->labels[i].value);
+    return bytes;
+}
+
+// {"name": [value, labels]}, the value left out. Returns the place where it belongs.
+std::size_t write_enriched(const char *name, const vrn_metadata_entry_t *entry, JsonText &text) {
+    text.element();
+    text.begin_object();
+    text.key(entry ? entry->short_name : name);
+    text.begin_array();
+    text.element();
+    const std::size_t place = text.size();
+    text.element();
+    text.begin_object();
+    for (std::int32_t i = 0; entry && i < entry->num_labels; ++i)
+        text.member(entry->labels[i].key, entry->labels[i].value);
+    text.end_object();
+    text.end_array();
+    text.end_object();
+    return place;
+}
+
+}  // namespace
+
+// Makes what the rows of a writer have in common.
+class CountersJsonWriter::Preparation {
+  public:
+    explicit Preparation(CountersJsonWriter &owner)
+        : owner_(owner), convert_guids_(counters_convert_guids()) {
+        if (!owner.metadata_) return;
+        // The first of two entries with the same name counts.
+        for (std::int32_t i = 0; i < owner.metadata_->num_entries; ++i)
+            entries_.emplace(owner.metadata_->entries[i].full_name, &owner.metadata_->entries[i]);
+    }
+
+    bool has_bounded_labels() const {
+        std::uint64_t bytes = 0;
+        const vrn_counters_schema_t &schema = owner_.schema_;
+        for (std::uint32_t i = 0; i < schema.num_groups && bytes <= max_label_bytes; ++i)
+            bytes +=
+                std::uint64_t{schema.groups[i]->num_counter_sets} * labels_of(*schema.groups[i]);
+        return bytes <= max_label_bytes;
+    }
+
+    // Stops at a counter that only a tree can show.
+    void add_group(const vrn_counter_group_t &from) {
+        std::unordered_set<std::string_view> names;
+        Group &group = owner_.groups_.emplace_back();
+        group.counters.reserve(from.num_counters + std::size_t{1});
+        std::string end;
+        for (std::uint32_t i = 0; i < from.num_counters; ++i) {
+            const vrn_counter_info_t &counter = *from.counters[i];
+            // parson sets no member without a name.
+            owner_.needs_tree_ = !counter.name || !names.insert(counter.name).second;
+            if (owner_.needs_tree_) return;
+            add_counter(counter, &group, &end);
+        }
+        const auto end_size = static_cast<std::uint32_t>(end.size());
+        group.counters.push_back({.offset = 0, .piece_size = end_size, .shape = Shape::other});
+        group.details.push_back({.form = {}, .end_size = end_size});
+        group.pieces += end;
+        group.pieces.append(JsonText::piece_slack, '\0');
+    }
+
+  private:
+    const vrn_metadata_entry_t *entry_of(const char *name) const {
+        if (!name) return nullptr;
+        const auto found = entries_.find(name);
+        return found == entries_.end() ? nullptr : found->second;
+    }
+
+    // Bytes of labels in one set of the group, up to just above the bound.
+    std::uint64_t labels_of(const vrn_counter_group_t &group) const {
+        std::uint64_t bytes = 0;
+        for (std::uint32_t i = 0; i < group.num_counters && bytes <= max_label_bytes; ++i)
+            bytes += label_bytes_of(entry_of(group.counters[i]->name));
+        return bytes;
+    }
+
+    // `end`: what follows the value before, then what follows this one.
+    void add_counter(const vrn_counter_info_t &counter, Group *group, std::string *end) {
+        const CounterJsonForm form = counter_json_form(counter, convert_guids_);
+        std::size_t place = 0;
+        const std::string text = owner_.text_.piece(counter_depth, [&](JsonText &piece) {
+            if (owner_.metadata_)
+                place = write_enriched(counter.name, entry_of(counter.name), piece);
+            else
+                piece.key(counter.name);
+        });
+        if (!owner_.metadata_) place = text.size();
+        group->pieces.append(*end).append(text, 0, place);
+        group->counters.push_back({.offset = counter.offset,
+                                   .piece_size = static_cast<std::uint32_t>(end->size() + place),
+                                   .shape = shape_of(counter, form)});
+        group->details.push_back(
+            {.form = form, .end_size = static_cast<std::uint32_t>(end->size())});
+        *end = text.substr(place);
+    }
+
+    static Shape shape_of(const vrn_counter_info_t &counter, const CounterJsonForm &form) {
+        if (form.kind != CounterJsonForm::number) return Shape::other;
+        if (counter.data_type == VRN_DATA_INT64) return Shape::int64_number;
+        return counter.data_type == VRN_DATA_FP64 ? Shape::other : Shape::uint64_number;
+    }
+
+    CountersJsonWriter &owner_;
+    const bool convert_guids_;
+    std::unordered_map<std::string_view, const vrn_metadata_entry_t *> entries_;
+};
+
+// See counters_row_walk.h. Metadata turn the object of a set into an array.
+template <bool has_metadata>
+class CountersJsonWriter::Sink {
+  public:
+    Sink(CountersJsonWriter &owner, const CounterRow &row, bool microseconds)
+        : owner_(owner), text_(owner.text_), row_(row), microseconds_(microseconds) {}
+
+    void time(std::uint64_t timestamp) {
+        text_.key("timestamp");
+        text_.number(timestamp);
+        const std::string_view time = owner_.time_.of(timestamp, microseconds_);
+        if (time.empty()) return;
+        text_.key("@timestamp");
+        text_.string(time);
+    }
+    void text(const char *key, const char *value) { text_.member(key, value); }
+    bool begin_array(const char *key) {
+        text_.key(key);
+        text_.begin_array();
+        return true;
+    }
+    void end_array() { text_.end_array(); }
+    bool begin_group(std::size_t index) {
+        group_ = &owner_.groups_[index];
+        text_.element();
+        text_.begin_object();
+        return true;
+    }
+    void end_group() { text_.end_object(); }
+    bool begin_set() {
+        next_ = group_->counters.data();
+        piece_ = group_->pieces.data();
+        skipped_ = 0;
+        text_.element();
+        if constexpr (has_metadata)
+            text_.begin_array();
+        else
+            text_.begin_object();
+        return true;
+    }
+    void end_set() {
+        if constexpr (has_metadata) {
+            end_value(piece_ + skipped_, next_->piece_size - skipped_);
+            text_.end_array();
+        } else {
+            text_.end_object();
+        }
+    }
+    void counter(const vrn_counter_info_t &counter) {
+        const Counter &prepared = *next_++;
+        const char *piece = std::exchange(piece_, piece_ + prepared.piece_size);
+        std::size_t size = prepared.piece_size;
+        if constexpr (has_metadata) {
+            piece += skipped_;
+            size -= std::exchange(skipped_, 0);
+        }
+        switch (prepared.shape) {
+            case Shape::uint64_number:
+                return text_.prepared_integer(piece, size,
+                                              row_.read<std::uint64_t>(prepared.offset));
+            case Shape::int64_number:
+                return text_.prepared_integer(piece, size,
+                                              row_.read<std::int64_t>(prepared.offset));
+            case Shape::other:
+                return other(counter, prepared, piece, size);
+        }
+    }
+
+  private:
+    [[gnu::noinline]] void other(const vrn_counter_info_t &counter, const Counter &prepared,
+                                 const char *piece, std::size_t size) {
+        const Detail *detail =
+            &group_->details[static_cast<std::size_t>(&prepared - group_->counters.data())];
+        const JsonText::Mark start = text_.mark();
+        text_.prepared(piece, size);
+        if (write_counter_json(counter, detail->form, row_, text_)) return;
+        // JSON can't hold the value. The one before it still has to end, unless that was left out,
+        // too, and what would end this one must not be written.
+        text_.rewind(start);
+        if constexpr (has_metadata) {
+            if (size == prepared.piece_size) end_value(piece, detail->end_size);
+            skipped_ = detail[1].end_size;
+        }
+    }
+
+    void end_value(const char *piece, std::size_t size) {
+        if (size != 0) text_.prepared(piece, size);
+    }
+
+    CountersJsonWriter &owner_;
+    JsonText &text_;
+    const CounterRow &row_;
+    bool microseconds_;
+    const Group *group_ = nullptr;
+    const Counter *next_ = nullptr;
+    const char *piece_ = nullptr;  // of the next counter
+    std::uint32_t skipped_ = 0;    // bytes of it that end a value that was left out
+};
+
+CountersJsonWriter::CountersJsonWriter(const vrn_counters_schema_t &schema,
+                                       const vrn_metadata_t *metadata, JsonText &text)
+    : schema_(schema), metadata_(metadata), text_(text) {
+    Preparation preparation(*this);
+    is_refused_ = !preparation.has_bounded_labels();
+    for (std::uint32_t i = 0; i < schema.num_groups && !is_refused_ && !needs_tree_; ++i)
+        preparation.add_group(*schema.groups[i]);
+}
+
+bool CountersJsonWriter::write(std::uint64_t timestamp, Bytes values, bool microseconds) {
+    if (is_refused_) {
+        VRN_LOG(VRN_LOG_ERROR, "Metadata labels take more than %" PRIu64 " bytes of each row",
+                max_label_bytes);
+        return false;
+    }
+    const JsonText::Mark start = text_.mark();
+    try {
+        if (needs_tree_) return write_tree(timestamp, values, microseconds);
+        const CounterRow row(values);
+        return metadata_ ? write_text<true>(timestamp, row, microseconds)
+                         : write_text<false>(timestamp, row, microseconds);
+    } catch (const std::bad_alloc &) {
+        text_.rewind(start);
+        return false;
+    }
+}
+
+template <bool has_metadata>
+bool CountersJsonWriter::write_text(std::uint64_t timestamp, const CounterRow &row,
+                                    bool microseconds) {
+    Sink<has_metadata> sink(*this, row, microseconds);
+    text_.begin_object();
+    const bool done = walk_counters_row(timestamp, schema_, sink);
+    text_.end_object();
+    return done;
+}
+
+bool CountersJsonWriter::write_tree(std::uint64_t timestamp, Bytes values, bool microseconds) {
+    const vrn_json_value_ptr value(
+        vrn_counters_row_to_json(timestamp, values, &schema_, microseconds));
+    return value && text_.tree(vrn_metadata_enrich(value.get(), metadata_));
+}
+
+}  // namespace vrn

@@ -1,0 +1,68 @@
+// Counters rows as JSON text.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "counters/counter_value.h"
+#include "counters/counters_schema.h"
+#include "counters/metadata.h"
+#include "data/text/json_text.h"
+#include "data/text/local_time_text.h"
+#include "utils/byte_reader.h"
+
+namespace vrn {
+
+// Writes the rows of one schema to one text; both must outlive it, as must the metadata.
+class CountersJsonWriter {
+  public:
+    // All that rows have in common is made here. `metadata` may be null. Throws std::bad_alloc.
+    CountersJsonWriter(const vrn_counters_schema_t &schema, const vrn_metadata_t *metadata,
+                       JsonText &text);
+
+    // Appends what parson prints for vrn_counters_row_to_json() after vrn_metadata_enrich(). False,
+    // with nothing appended, when out of memory, and after an error line when the metadata would
+    // make rows long without reason.
+    bool write(std::uint64_t timestamp, Bytes values, bool microseconds);
+
+  private:
+    template <bool has_metadata>
+    class Sink;
+    class Preparation;
+    // What most counters are has a way of its own.
+    enum class Shape : std::uint8_t { uint64_number, int64_number, other };
+    // Before the value of a counter goes its piece: what ends the value before, which depends on
+    // the labels of that, and its own key. Side by side in memory, as rows may have thousands.
+    struct Counter {
+        std::uint32_t offset;
+        std::uint32_t piece_size;
+        Shape shape;
+    };
+    // Of a counter, too, but seldom looked at.
+    struct Detail {
+        CounterJsonForm form;
+        std::uint32_t end_size;  // of the part of its piece that ends the value before
+    };
+    // With one more of each for what ends the last value.
+    struct Group {
+        std::vector<Counter> counters;
+        std::vector<Detail> details;
+        std::string pieces;  // one after the other
+    };
+
+    template <bool has_metadata>
+    bool write_text(std::uint64_t timestamp, const CounterRow &row, bool microseconds);
+    bool write_tree(std::uint64_t timestamp, Bytes values, bool microseconds);
+
+    const vrn_counters_schema_t &schema_;
+    const vrn_metadata_t *metadata_;
+    JsonText &text_;
+    std::vector<Group> groups_;
+    // A key that is set twice keeps its first place and its last value: a matter for a tree.
+    bool needs_tree_ = false;
+    bool is_refused_ = false;
+    LocalTimeText time_;
+};
+
+}  // namespace vrn
