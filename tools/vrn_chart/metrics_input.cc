@@ -37,7 +37,8 @@ const char *store_blocks(Bytes blocks, MetricsHistory *store) {
     if (kind == VRN_UNKNOWN_BLOCK) return "holds a block of unknown type";
     if (kind != VRN_CNTX_BLOCK) return nullptr;
     const metrics::FeedResult result = metrics::feed_cntx_blocks(blocks, nullptr, store);
-    return result.blocks == 0 || result.damaged > 0 ? "holds damaged metrics" : nullptr;
+    if (result.blocks > 0 && result.incomplete == 0) return nullptr;
+    return "not all of its metrics could be taken";
 }
 
 // Pages stand back to back; what follows the last whole one is padding.

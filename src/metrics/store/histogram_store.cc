@@ -145,12 +145,13 @@ void derive(const Store &source, const std::string &base, const std::vector<Deri
 
 // The others are stored where one can't be, which is when its name is that of another metric.
 template <typename Store>
-void store_derived(const Histogram &histogram, Store *store) {
+bool store_derived(const Histogram &histogram, Store *store) {
     LabelIds labels;
     store->find_label_set(histogram.label_set_id, &labels);
     const HistogramSamples samples = {{histogram.timestamp},
                                       {{histogram.buckets, histogram.sum, histogram.count}}};
     DerivedSeries<Store> derived_series(strip_derivative_suffix(histogram.name), store);
+    bool done = true;
     for (const DerivativeType kind : all_kinds) {
         try {
             derived_series.push(kind, labels, samples);
@@ -158,19 +159,22 @@ void store_derived(const Histogram &histogram, Store *store) {
             VRN_LOG(VRN_LOG_ERROR,
                     "[vrn typed metrics data] Failed to derive from histogram %s: %s",
                     histogram.name.c_str(), error.what());
+            done = false;
         }
     }
+    return done;
 }
 
 }  // namespace
 
 template <typename Store>
-void store_histogram(const Histogram &histogram, Store *store) {
+bool store_histogram(const Histogram &histogram, Store *store) {
     if (store->derives_histograms()) return store_derived(histogram, store);
     // Deliberate: a filter that skips unchanged values has no say here.
     const std::uint64_t metric_id = store->intern(histogram.name);
     store->template get_series<HistogramBuckets>(metric_id, histogram.label_set_id)
         .push(histogram.timestamp, {histogram.buckets, histogram.sum, histogram.count});
+    return true;
 }
 
 template <typename Store>
@@ -230,8 +234,8 @@ void group_bucket_metrics(const Store &store, const std::vector<SeriesKey> &keys
             keys.size(), groups->size());
 }
 
-template void store_histogram(const Histogram &, MetricsHistory *);
-template void store_histogram(const Histogram &, MetricsCurrent *);
+template bool store_histogram(const Histogram &, MetricsHistory *);
+template bool store_histogram(const Histogram &, MetricsCurrent *);
 template bool is_histogram_metric(const std::string &, MetricsHistory *);
 template bool is_histogram_metric(const std::string &, MetricsCurrent *);
 template void generate_histogram_derivative(std::unique_ptr<MetricsHistory> *,

@@ -17,10 +17,10 @@ using SeriesGroups = std::unordered_map<std::string, std::vector<SeriesKey>>;
 
 // Adds a snapshot of `histogram`, whose label_set_id is the hash of a label set of the store.
 // Throws std::runtime_error when its name is that of a metric of another type. A store that derives
-// histograms takes the values of the derived series in its place, with its own buckets as they are;
-// those of a name that another type has are left out after an error line.
+// histograms takes the values of the derived series in its place, with its own buckets as they are.
+// False, after error lines, when one of them was left out as its name has another type.
 template <typename Store>
-void store_histogram(const Histogram &histogram, Store *store);
+bool store_histogram(const Histogram &histogram, Store *store);
 
 // True for the name of a derived series, and for that of a metric in the histogram table, which is
 // created when it is missing.

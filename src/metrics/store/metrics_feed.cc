@@ -91,6 +91,7 @@ class BlockFeed {
         : tables_(tables),
           filter_(filter),
           store_(store),
+          is_complete_(tables.has_all_histograms),
           labels_left_(free_labels + block_size * labels_per_byte) {}
 
     BlockFeed(const BlockFeed &) = delete;
@@ -109,7 +110,7 @@ class BlockFeed {
         for (std::uint64_t id = 0; id < histograms.size(); ++id) {
             Histogram histogram = histograms.at(id);
             histogram.label_set_id = intern_labels(histogram.label_set_id, histogram.label_values);
-            store_histogram(histogram, store_);
+            if (!store_histogram(histogram, store_)) is_complete_ = false;
         }
     }
 
@@ -128,6 +129,9 @@ class BlockFeed {
             store_sample_of(record, label_set, sample);
         return size;
     }
+
+    // False once a histogram or a sample was lost.
+    bool is_complete() const { return is_complete_; }
 
   private:
     struct LabelSet {
@@ -175,11 +179,15 @@ class BlockFeed {
                                        .key = {metric_id, label_set},
                                        .metric_type = record.metric_type,
                                        .timestamp = record.timestamp};
-        if (!store_sample(record.value_type, value, context, filter_, store_))
+        if (!store_sample(record.value_type, value, context, filter_, store_)) {
             VRN_LOG(VRN_LOG_WARNING,
                     "[vrn metrics parser] Could not store metric %s (id=%lu, value=%lu) - "
                     "continuing with next metrics",
                     name.c_str(), sample_id, value);
+            // Texts have no place in a store of numbers, which loses nothing by them.
+            if (record.value_type != static_cast<std::uint32_t>(ValueType::string))
+                is_complete_ = false;
+        }
         VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] metric id: %lu, ts: %lu, name: %s, value: %lu",
                 sample_id, record.timestamp, name.c_str(), value);
     }
@@ -187,12 +195,13 @@ class BlockFeed {
     const CntxBlockTables &tables_;
     const MetricFilter *filter_;
     Store *store_;
+    bool is_complete_;
     std::size_t labels_left_;
     std::vector<EncodedLabel> labels_;  // of one record; kept for its memory
     std::unordered_map<std::string_view, LabelSet> label_sets_;  // by labels block
 };
 
-// False when a histogram was lost.
+// False when something of the block was lost.
 template <typename Store>
 bool feed_block(Bytes block, const MetricFilter *filter, Store *store) {
     const CntxBlockTables tables = CntxBlockTables::parse(block);
@@ -200,7 +209,7 @@ bool feed_block(Bytes block, const MetricFilter *filter, Store *store) {
     feed.store_histograms();
     const RecordSection section = find_record_section(block, TRAILER);
     walk_records(section, [&](Bytes data) { return feed.store_record(data, section); });
-    return tables.has_all_histograms;
+    return feed.is_complete();
 }
 
 }  // namespace
@@ -237,7 +246,7 @@ FeedResult feed_cntx_blocks(Bytes range, const MetricFilter *filter, Store *stor
     FeedResult result = {.rest = range};
     for (Bytes hit = find_mark(range, "CNTX"); !hit.empty(); hit = find_mark(result.rest, "CNTX")) {
         if (hit.size() < block_header_size) {
-            ++result.damaged;
+            ++result.incomplete;
             break;
         }
         const auto total_size = load_le<std::uint32_t>(hit.data() + MARK_SIZE);
@@ -245,18 +254,18 @@ FeedResult feed_cntx_blocks(Bytes range, const MetricFilter *filter, Store *stor
             VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Invalid block size %u in CNTX block",
                     total_size);
             result.rest = hit.subspan(block_header_size);
-            ++result.damaged;
+            ++result.incomplete;
             continue;
         }
         const std::size_t size = std::min<std::size_t>(total_size, hit.size());
         result.rest = hit.subspan(size);
         try {
-            result.damaged += feed_block(hit.first(size), filter, store) ? 0 : 1;
+            result.incomplete += feed_block(hit.first(size), filter, store) ? 0 : 1;
             ++result.blocks;
         } catch (const std::exception &error) {
             VRN_LOG(VRN_LOG_WARNING, "[vrn metrics parser] Could not parse CNTX block %zu: %s",
                     result.blocks + 1, error.what());
-            ++result.damaged;
+            ++result.incomplete;
         }
     }
     VRN_LOG(VRN_LOG_DEBUG, "[vrn metrics parser] Processed %zu CNTX blocks", result.blocks);

@@ -34,12 +34,12 @@ void parse_cntx_block_into_store(Bytes block, const MetricFilter *filter, Store 
 
 // What a range of blocks gave to a store.
 struct FeedResult {
-    Bytes rest;               // after the last block
-    std::size_t blocks = 0;   // not given up
-    std::size_t damaged = 0;  // of which something was lost
+    Bytes rest;                  // after the last block
+    std::size_t blocks = 0;      // not given up
+    std::size_t incomplete = 0;  // given up, or without histograms or numbers that it holds
 };
 
-// VrnMetricsParser::parse_cntx_blocks_into_store for callers that must know of damage.
+// VrnMetricsParser::parse_cntx_blocks_into_store for callers that must know of losses.
 template <typename Store>
 FeedResult feed_cntx_blocks(Bytes range, const MetricFilter *filter, Store *store);
 

@@ -55,7 +55,9 @@ TEST(MetricsFeed, StoresTheSamplesOfAllBlocks) {
                                      "busy{host=n1} C 3000=13 3000=13",
                                      "idle{cpu=cpu0|host=n1|mode=user} C 1000=9 5000=9"}));
     MetricsCurrent current;
-    feed(block + again, &current);
+    // Each block has a number that doesn't fit.
+    const auto result = metrics::feed_cntx_blocks(ExactBytes(block + again), nullptr, &current);
+    EXPECT_EQ(result.incomplete, 2u);
     EXPECT_EQ(shown(current),
               (Lines{"busy{cpu=cpu0|host=n1|mode=user} C 5000=7", "busy{host=n1} C 3000=13",
                      "idle{cpu=cpu0|host=n1|mode=user} C 5000=9"}));
@@ -89,7 +91,9 @@ TEST(MetricsFeed, ReadsValuesByTheirTypeAndReportsOddRecords) {
         SCOPED_TRACE(+c.record.value_type);
         CapturedLog log;
         MetricsCurrent store;
-        feed(block_of(c.record), &store);
+        const std::string block = block_of(c.record);
+        const auto result = metrics::feed_cntx_blocks(ExactBytes(block), nullptr, &store);
+        EXPECT_EQ(result.incomplete, 0u);
         EXPECT_EQ(store.metric_type("m0"), c.type);
         EXPECT_EQ(shown(store), c.stored);
         EXPECT_EQ(log.take(), c.lines);
@@ -151,7 +155,7 @@ TEST(MetricsFeed, GoesOnAfterABadBlock) {
     const auto result = metrics::feed_cntx_blocks(ExactBytes(bytes), nullptr, &store);
     EXPECT_EQ(result.rest.size(), 4u);
     EXPECT_EQ(result.blocks, 2u);
-    EXPECT_EQ(result.damaged, 4u);  // the last one is cut short
+    EXPECT_EQ(result.incomplete, 4u);  // the last one is cut short
     Lines kept = log.take();
     std::erase_if(kept, [](const auto &line) { return line.find("CNTX block") == line.npos; });
     EXPECT_EQ(kept, (Lines{warning + "Could not parse CNTX block 2: invalid metric type",
@@ -265,7 +269,7 @@ TEST(MetricsFeed, StoresHistogramsUnderTheirLabels) {
     const auto result = metrics::feed_cntx_blocks(ExactBytes(second_lost), nullptr, &store);
     EXPECT_EQ(log.take(), Lines{error + "Error parsing histograms: Invalid binary data format: "
                                         "Truncated 'HIST' section"});
-    EXPECT_EQ(result.damaged, 1u);
+    EXPECT_EQ(result.incomplete, 1u);
 }
 
 TEST(MetricsFeed, TakesTheHistogramsOfASeriesInTheirOrder) {
