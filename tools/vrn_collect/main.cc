@@ -23,8 +23,9 @@ void sample_until_the_end(const CollectOptions &options, CollectOutput *output) 
 }
 
 bool collect(const CollectOptions &options) {
-    catch_stop_signals();
+    let_writes_fail();
     CollectOutput output(options, read_proc_sample());
+    catch_stop_signals();  // not before: the names of sources may be waited for
     bool is_whole = true;
     try {
         sample_until_the_end(options, &output);

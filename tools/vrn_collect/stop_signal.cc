@@ -37,6 +37,9 @@ timespec to_timespec(std::chrono::steady_clock::time_point time) {
 void catch_stop_signals() {
     sem_init(&stop_requests, 0, 0);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) catch_once(signal);
+}
+
+void let_writes_fail() {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
