@@ -1,5 +1,6 @@
 #include "data/writer/data_path.h"
 
+#include <algorithm>
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/filesystem.hpp>
 #include <cstdint>
@@ -76,6 +77,31 @@ std::uint64_t sum_of_bytes(const std::string &text) {
     return sum;
 }
 
+std::string expand(const vrn_data_file_t *file, std::string_view path_template) {
+    std::string text = vrn_expand_template(std::string(path_template), stream_variables(file));
+    if (file->first_ts != 0) text = expand_time(file, text);
+    if (!file->id.empty()) text = vrn_expand_template(text, {{"id", file->id}});
+    return text;
+}
+
+// The folders of a template in front of all names that come from pages, with their last slash, if
+// they may lead out of the root. Empty: the root is the folder to stay in.
+std::string_view own_folders(std::string_view path_template) {
+    const std::size_t name = std::min(path_template.find("{{source}}"),  //
+                                      path_template.find("{{tag}}"));
+    const std::string_view start = path_template.substr(0, name);
+    const std::string_view folders = start.substr(0, start.rfind('/') + 1);
+    return folders.find("..") == std::string_view::npos ? "" : folders;
+}
+
+// Path of `path`, made normal, below `folder`; empty when it lies outside.
+std::string inner_path(const fs::path &folder, const fs::path &path) {
+    // By way of a file in it, as a normal path keeps the slash or point at the end of a folder.
+    const fs::path normal_folder = (folder / "file").lexically_normal().parent_path();
+    const fs::path inner = path.lexically_normal().lexically_relative(normal_folder);
+    return inner.empty() || *inner.begin() == ".." ? "" : inner.string();
+}
+
 // Number of a GUID such as 0x10; other names give the sum of their bytes.
 std::uint64_t source_number(const std::string &source) {
     if (!source.starts_with("0x")) return sum_of_bytes(source);
@@ -94,10 +120,15 @@ std::int32_t hash_of_source(const std::string &source, std::int32_t number) {
 
 }  // namespace
 
+bool vrn_path_template_is_confined(std::string_view path_template) {
+    const std::string rest(path_template.substr(own_folders(path_template).size()));
+    const std::string path =
+        vrn_expand_template("/folder/" + rest, {{"source", "x"}, {"tag", "x"}});
+    return !inner_path("/folder", path).empty();
+}
+
 std::string vrn_data_file_expand_path(const vrn_data_file_t *file) {
-    std::string text = vrn_expand_template(file->path_template, stream_variables(file));
-    if (file->first_ts != 0) text = expand_time(file, text);
-    if (!file->id.empty()) text = vrn_expand_template(text, {{"id", file->id}});
+    std::string text = expand(file, file->path_template);
     if (file->root_dir.empty()) return text;
     drop_separators_of_folders(&text);
     return join(fs::absolute(file->root_dir), text);
@@ -127,12 +158,14 @@ void vrn_expand_hash_in_template(const vrn_data_file_t *file, std::string *text)
 
 bool vrn_data_file_confine_path(const vrn_data_file_t *file, std::string *path) {
     if (file->root_dir.empty()) return true;
-    const fs::path root = fs::absolute(file->root_dir);
-    // By way of a file in it, as a normal path keeps the slash or point at the end of a folder.
-    const fs::path normal_root = (root / "file").lexically_normal().parent_path();
-    const fs::path inner = fs::path(*path).lexically_normal().lexically_relative(normal_root);
-    if (inner.empty() || *inner.begin() == "..") return false;
-    if (path->find("..", root.size()) != std::string::npos) *path = join(root, inner.string());
+    const std::string root = fs::absolute(file->root_dir).string();
+    if (path->find("..", root.size()) == std::string::npos) return true;
+    std::string folders = expand(file, own_folders(file->path_template));
+    drop_separators_of_folders(&folders);
+    const std::string folder = folders.empty() ? root : join(root, folders);
+    const std::string inner = inner_path(folder, *path);
+    if (inner.empty()) return false;
+    *path = join(folder, inner);
     return true;
 }
 

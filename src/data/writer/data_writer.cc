@@ -10,6 +10,7 @@
 #include "data/block.h"
 #include "data/shared_page.h"
 #include "data/writer/data_file_io.h"
+#include "data/writer/data_path.h"
 #include "data/writer/data_writer_limit.h"
 #include "utils/hexdump.h"
 #include "utils/log.h"
@@ -46,6 +47,16 @@ bool change_number(vrn_data_writer_t *writer, std::uint64_t *setting, std::uint6
 bool change_text(vrn_data_writer_t *writer, std::string *setting, const char *text) {
     if (!text) return false;
     return vrn::run_guarded([&] { change_setting(writer, setting, std::string(text)); });
+}
+
+// False, after a line, for a template that would lose each page it is used for.
+bool check_template(const char *text) {
+    bool is_fit = false;
+    if (!text || !vrn::run_guarded([&] { is_fit = vrn_path_template_is_confined(text); }))
+        return false;
+    if (!is_fit)
+        VRN_LOG(VRN_LOG_ERROR, "[data_writer] Path template %s steps out of its folder", text);
+    return is_fit;
 }
 
 std::string text_or_empty(const char *text) {
@@ -240,7 +251,7 @@ bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {
 }
 
 bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const char *text) {
-    if (!text) return false;
+    if (!check_template(text)) return false;
     return vrn::run_guarded([&] {
         std::string new_text = text;
         if (writer->counters_path_template == new_text) return;
@@ -251,7 +262,7 @@ bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const
 }
 
 bool vrn_data_writer_set_data_path_template(vrn_data_writer_t *writer, const char *text) {
-    return change_text(writer, &writer->data_path_template, text);
+    return check_template(text) && change_text(writer, &writer->data_path_template, text);
 }
 
 bool vrn_data_writer_set_file_size_limit(vrn_data_writer_t *writer, std::uint64_t bytes) {

@@ -59,7 +59,8 @@ using vrn_data_writer_ptr = vrn::CPtr<vrn_data_writer_t, vrn_data_writer_destroy
 // A change of folder, templates, file size or file age reaches all streams at once and ends their
 // current files. The empty text and 0 leave the streams what they have. False for a null text.
 bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir);
-// Also the template of all other files, as long as that has not been set.
+// False, after a line, also for a template that steps out of its folder (data/writer/data_path.h).
+// That of counters is the template of all other files too, as long as that has not been set.
 bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const char *text);
 bool vrn_data_writer_set_data_path_template(vrn_data_writer_t *writer, const char *text);
 bool vrn_data_writer_set_file_size_limit(vrn_data_writer_t *writer, std::uint64_t bytes);

@@ -130,6 +130,7 @@ TEST(DataPath, StaysInsideItsRoot) {
         const char *root;
         const char *path;
         const char *confined = nullptr;  // refused
+        const char *path_template = "{{source}}";
     } cases[] = {
         {"/root", "/root/a..b/...", "/root/a..b/..."},
         {"/root", "/root/a/../b/f", "/root/b/f"},
@@ -139,15 +140,29 @@ TEST(DataPath, StaysInsideItsRoot) {
         {"/root", "/root/../f"},
         {"/root", "/root/a/../../f"},
         {"/root", "/root/../rootless/f"},
+        {"/root", "/root/../out/f", "/root/../out/f", "../out/{{source}}"},
+        {"/root", "/root/../out/a/../f", "/root/../out/f", "../out/{{source}}"},
+        {"/root", "/root/../out/../f", nullptr, "../out/{{source}}"},
+        {"/root", "/root/a/../f", "/root/f", "a/{{source}}"},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.path);
         vrn_data_file_t file;
         file.root_dir = test.root;
+        file.path_template = test.path_template;
         std::string path = test.path;
         EXPECT_EQ(vrn_data_file_confine_path(&file, &path), test.confined != nullptr);
         EXPECT_EQ(path, test.confined ? test.confined : test.path);
     }
+}
+
+TEST(DataPath, TemplatesMayLeaveTheRootInFrontOfNames) {
+    for (const char *text : {"", "../{{id}}", "/../../a/{{tag}}", "a/../../{{year}}/{{tag}}/../b",
+                             "{{source}}/..", "a/{{source}}/../../b"})
+        EXPECT_TRUE(vrn_path_template_is_confined(text)) << text;
+    for (const char *text :
+         {"..", "{{source}}/../../b", "{{tag}}/../../..", "../a/{{tag}}/../../b"})
+        EXPECT_FALSE(vrn_path_template_is_confined(text)) << text;
 }
 
 TEST(DataPath, MakesFolders) {

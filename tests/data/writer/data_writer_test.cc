@@ -81,6 +81,21 @@ TEST_F(DataWriter, WritesWholeBlocks) {
     }
 }
 
+TEST_F(DataWriter, TakesTemplatesThatLeaveItsFolderOnlyInFrontOfNames) {
+    CapturedLog log;
+    vrn_data_writer_set_data_dir(writer.get(), dir.file("root").c_str());
+    EXPECT_FALSE(vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}/../../{{id}}"));
+    EXPECT_FALSE(vrn_data_writer_set_data_path_template(writer.get(), "{{source}}/../.."));
+    EXPECT_EQ(log.take(),
+              (Lines{"3 [data_writer] Path template {{tag}}/../../{{id}} steps out of its folder",
+                     "3 [data_writer] Path template {{source}}/../.. steps out of its folder"}));
+    EXPECT_TRUE(vrn_data_writer_set_counters_path_template(writer.get(), "../other/{{source}}/f"));
+    EXPECT_TRUE(write(page.names("node1", "")));
+    EXPECT_TRUE(write(page.names("../..", "")));
+    EXPECT_THAT(files_on_disk(), ElementsAre("other/node1/f"));
+    EXPECT_EQ(vrn_data_writer_get_lost_pages(writer.get()), 1U);
+}
+
 TEST_F(DataWriter, SkipsPages) {
     // clang-format off
     const struct {
