@@ -88,10 +88,17 @@ void vrn_data_file_destroy(vrn_data_file_t *file) {
 std::uint64_t vrn_data_file_write(vrn_data_file_t *file, std::uint64_t first_ts,
                                   std::uint64_t last_ts, const void *data, std::uint64_t size,
                                   bool *rotated) {
+    const vrn::Bytes bytes(static_cast<const std::uint8_t *>(data), size);
+    return vrn_data_file_write_padded(file, first_ts, last_ts, bytes, 0, rotated);
+}
+
+std::uint64_t vrn_data_file_write_padded(vrn_data_file_t *file, std::uint64_t first_ts,
+                                         std::uint64_t last_ts, vrn::Bytes data,
+                                         std::uint64_t padding, bool *rotated) {
     const bool is_new = vrn_data_file_rotate(file, first_ts, last_ts);
     if (rotated) *rotated = is_new;
     file->last_ts = last_ts;
-    return file->path.empty() ? 0 : vrn_data_file_append(file, data, size);
+    return file->path.empty() ? 0 : vrn_data_file_append(file, data, padding);
 }
 
 bool vrn_data_file_needs_rotation(const vrn_data_file_t *file, std::uint64_t first_ts,

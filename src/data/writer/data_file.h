@@ -55,6 +55,12 @@ std::uint64_t vrn_data_file_write(vrn_data_file_t *file, std::uint64_t first_ts,
                                   std::uint64_t last_ts, const void *data, std::uint64_t size,
                                   bool *rotated);
 
+// The same with `padding` zeros after `data`, which need neither memory nor room on the disk.
+// Returns the bytes of both or 0.
+std::uint64_t vrn_data_file_write_padded(vrn_data_file_t *file, std::uint64_t first_ts,
+                                         std::uint64_t last_ts, vrn::Bytes data,
+                                         std::uint64_t padding, bool *rotated);
+
 // Whether data of these times asks for a new file.
 bool vrn_data_file_needs_rotation(const vrn_data_file_t *file, std::uint64_t first_ts,
                                   std::uint64_t last_ts);

@@ -243,29 +243,37 @@ bool enter(vrn_data_file_t *file, std::optional<vrn::FileLock> *lock, struct sta
 
 // Tells in the header of the locked file what is about to happen behind its last page.
 bool announce(vrn_data_file_t *file, const vrn_data_file_header_t &header) {
-    if (header.block_size != 0) file->has_other_blocks = header.block_size != file->block_size;
+    const bool is_valid = header.file_size != 0;
+    if (is_valid) file->has_other_blocks = header.block_size != file->block_size;
     if (file->has_other_blocks) return rewrite_header(file, file->stream, unfinished);
     return (header.file_size & unfinished) == 0 || rewrite_header(file, file->stream, 0);
 }
 
+// Lets the locked file grow by zeros that no disk has to hold.
+bool pad(const Descriptor &stream, std::uint64_t bytes) {
+    return bytes == 0 ||
+           ::ftruncate(stream.get(), status_of(stream).st_size + static_cast<off_t>(bytes)) == 0;
+}
+
 // Appends to the locked file, or leaves it as it was.
-bool append(vrn_data_file_t *file, const struct stat &status, const void *data,
-            std::uint64_t size) {
+bool append(vrn_data_file_t *file, const struct stat &status, vrn::Bytes data,
+            std::uint64_t padding) {
     vrn_data_file_header_t header;
     const bool is_settled = settle(file, file->stream, status, &header);
     if (is_settled && !announce(file, header)) return false;
-    const std::uint64_t written = is_settled ? write_bytes(file->stream, data, size) : 0;
-    if (written != size) {
+    const std::uint64_t written =
+        is_settled ? write_bytes(file->stream, data.data(), data.size()) : 0;
+    if (written != data.size() || !pad(file->stream, padding)) {
         if (file->last_write_ok)
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed appending data file %s: %s",
                     file->path.c_str(), std::strerror(errno));
         cut_back(file, written);
         return false;
     }
-    file->file_size += size;
+    file->file_size += data.size() + padding;
     if (!file->has_other_blocks || rewrite_header(file, file->stream, 0)) return true;
     file->last_write_ok = false;
-    cut_back(file, size);
+    cut_back(file, data.size() + padding);
     return false;
 }
 
@@ -337,7 +345,7 @@ bool vrn_data_file_create(vrn_data_file_t *file) {
     return create_in_place(file);
 }
 
-std::uint64_t vrn_data_file_append(vrn_data_file_t *file, const void *data, std::uint64_t size) {
+std::uint64_t vrn_data_file_append(vrn_data_file_t *file, vrn::Bytes data, std::uint64_t padding) {
     std::optional<vrn::FileLock> lock;
     struct stat status;
     if (!enter(file, &lock, &status)) {
@@ -347,12 +355,12 @@ std::uint64_t vrn_data_file_append(vrn_data_file_t *file, const void *data, std:
         lock.reset();
         return give_up_file(file);
     }
-    const bool is_appended = append(file, status, data, size);
+    const bool is_appended = append(file, status, data, padding);
     lock.reset();
     if (!is_appended) return give_up_file(file);
     file->last_write_ok = true;
     if (!file->keep_open) vrn_data_file_update_header(file);
-    return size;
+    return data.size() + padding;
 }
 
 bool vrn_data_file_update_header(vrn_data_file_t *file) {

@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <string>
 
+#include "utils/byte_reader.h"
+
 struct vrn_data_file_t;
 
 // True when something that is not merely a part of a header lies at `path`. A regular file
@@ -25,9 +27,10 @@ bool vrn_data_file_is_present(const vrn_data_file_t *file);
 // file that another process made meanwhile is fine as it is.
 bool vrn_data_file_create(vrn_data_file_t *file);
 
-// Appends as a whole, to a new file if the one at `path` is gone. Returns `size`, or 0 when the
-// file was given up: what reached it is cut off again, and a file that holds nothing else goes.
-std::uint64_t vrn_data_file_append(vrn_data_file_t *file, const void *data, std::uint64_t size);
+// Appends `data` and `padding` zeros as a whole, to a new file if the one at `path` is gone.
+// Returns the bytes of both, or 0 when the file was given up: what reached it is cut off again, and
+// a file that holds nothing else goes.
+std::uint64_t vrn_data_file_append(vrn_data_file_t *file, vrn::Bytes data, std::uint64_t padding);
 
 // Closes the stream and writes times and size to the header on disk; nothing else of a header
 // ever changes. The size is that of the file, which may be shared. True also when there is none.

@@ -20,6 +20,8 @@ bool vrn_data_writer_enabled = true;
 
 namespace {
 
+constexpr std::uint32_t max_block_size = 125'829'119;  // of a data file
+
 using Key = std::pair<std::string, std::string>;
 
 void apply_settings(const vrn_data_writer_t *writer, vrn_data_file_t *file) {
@@ -80,6 +82,7 @@ std::uint32_t block_size_of(const vrn_data_page_t *page) {
 }
 
 // False, after a line, for sizes that a page made here does not have.
+// A block may be larger than the page: zeros fill it up, as many as readers take.
 bool check_sizes(const vrn_data_page_t *page) {
     if (page->filled_bytes < VRN_DATA_PAGE_HEADER_SIZE || page->filled_bytes > page->page_size) {
         VRN_LOG(VRN_LOG_ERROR, "[data_writer] Data page of %lu bytes has %lu filled. Skipping.",
@@ -87,7 +90,8 @@ bool check_sizes(const vrn_data_page_t *page) {
         return false;
     }
     const std::uint32_t block_size = block_size_of(page);
-    if (block_size == 0 || block_size > data_area(page).size()) {
+    const std::uint64_t limit = std::max<std::uint64_t>(data_area(page).size(), max_block_size);
+    if (block_size == 0 || block_size > limit) {
         VRN_LOG(VRN_LOG_ERROR,
                 "[data_writer] Data page of %lu bytes has a block size of %u. Skipping.",
                 page->page_size, block_size);
@@ -166,12 +170,9 @@ std::uint64_t size_in_blocks(const vrn_data_page_t *page, std::uint32_t block_si
 std::uint64_t write_blocks(vrn_data_file_t *file, const vrn_data_page_t *page, bool *rotated) {
     const vrn::Bytes area = data_area(page);
     const std::uint64_t size = size_in_blocks(page, block_size_of(page));
-    const std::uint64_t first_ts = vrn_data_page_get_first_ts(page);
-    if (size <= area.size())
-        return vrn_data_file_write(file, first_ts, page->last_ts, area.data(), size, rotated);
-    std::vector<std::uint8_t> padded(area.begin(), area.end());
-    padded.resize(size);
-    return vrn_data_file_write(file, first_ts, page->last_ts, padded.data(), size, rotated);
+    const vrn::Bytes data = area.first(std::min<std::uint64_t>(size, area.size()));
+    return vrn_data_file_write_padded(file, vrn_data_page_get_first_ts(page), page->last_ts, data,
+                                      size - data.size(), rotated);
 }
 
 // A process has far fewer handles than a stream of pages may name sources. A file without its

@@ -68,10 +68,12 @@ TEST_F(DataWriter, WritesWholeBlocks) {
     } cases[] = {
         {1, 1000, 100, 100},   {100, 1000, 100, 100}, {101, 1000, 100, 200}, {1, 1000, 0, 1000},
         {1000, 1000, 0, 1000}, {250, 250, 100, 300},  {5, 5, 5, 5},          {6, 9, 1, 6},
+        {5, 9, 100, 100},      {9, 9, 1000, 1000},
     };
     for (const auto &test : cases) {
         SCOPED_TRACE(test.filled);
-        TestPage sized(test.area, test.block_size);
+        TestPage sized(test.area, 0);
+        sized.head().block_size = test.block_size;
         const std::string source = std::to_string(&test - cases);
         sized.names(source, "").times(start, start).data(std::string(test.area, 'd'));
         EXPECT_TRUE(write(sized.data("VRND").fill(test.filled)));
@@ -115,8 +117,8 @@ TEST_F(DataWriter, SkipsPages) {
          {"3 [data_writer] Data page of 1720 bytes has 1721 filled. Skipping."}},
         {"cut to a part of its header", [](auto &head) { head.page_size = 100; },
          {"3 [data_writer] Data page of 100 bytes has 724 filled. Skipping."}},
-        {"no room for a block", [](auto &head) { head.block_size = 1001; },
-         {"3 [data_writer] Data page of 1720 bytes has a block size of 1001. Skipping."}},
+        {"a block that no reader takes", [](auto &head) { head.block_size = 125'829'120; },
+         {"3 [data_writer] Data page of 1720 bytes has a block size of 125829120. Skipping."}},
     };
     // clang-format on
     for (const auto &test : cases) {
