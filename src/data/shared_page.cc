@@ -38,7 +38,7 @@ vrn::FileIdentity identity_of(const Descriptor &object) {
 struct Mapping {
     std::string name;
     std::uint64_t size;
-    std::int32_t creator_pid;  // -1 when the object existed
+    std::int32_t creator_pid;  // -1: another process has to unlink the object
     vrn::FileIdentity object;
 };
 
@@ -138,9 +138,21 @@ void unmap(const Mapping &mapping, vrn_data_page_t *page) {
                 mapping.size);
 }
 
-// Only its creator may unlink an object. The pid in the header alone does not tell who that is:
-// numbers come again, so that a stale object may hold ours, and any peer may write it. It must
-// agree all the same: a page that names another process is that one's to unlink.
+// An object of ours that names our pid when it is mapped is of an earlier process, as a number
+// comes again only after its process ended: in a container each run has the same. Nobody else is
+// left to unlink it. The pids of other users' objects count for nothing.
+std::int32_t heir_of(const Descriptor &object, const vrn_data_page_t *page, std::uint64_t size) {
+    struct stat status {};
+    std::int32_t told = -1;
+    const bool is_ours = size >= sizeof *page && fstat(object.get(), &status) == 0 &&
+                         status.st_uid == geteuid() &&
+                         vrn::guarded_copy(&told, &page->creator_pid, sizeof told);
+    return is_ours && told == getpid() ? told : -1;
+}
+
+// Only its creator may unlink an object. The pid that the header tells now does not decide, for any
+// peer may write it. It must agree all the same: a page that names another process is that one's to
+// unlink.
 bool is_own(const Mapping &mapping, const vrn_data_page_t *page) {
     const std::int32_t pid = getpid();
     if (mapping.creator_pid != pid) return false;
@@ -160,10 +172,12 @@ bool check_header(const vrn_data_page_t &header, std::uint64_t mapped) {
     return false;
 }
 
-vrn_data_page_t *refuse_unreadable(std::uint64_t mapped) {
+// To or from a page of which `mapped` bytes were there once; logs that they no longer are.
+bool copy_checked(void *to, const void *from, std::uint64_t size, std::uint64_t mapped) {
+    if (vrn::guarded_copy(to, from, size)) return true;
     VRN_LOG(VRN_LOG_ERROR, "[data_page] Shared page is refused: its %lu mapped bytes are gone: %s",
             mapped, std::strerror(errno));
-    return nullptr;
+    return false;
 }
 
 }  // namespace
@@ -215,8 +229,9 @@ int vrn_allocate_shared_mem(const char *name, std::uint64_t size, vrn_data_page_
         return -1;
     }
     VRN_LOG(VRN_LOG_INFO, "Allocating shared_page: %s of size: %lu ptr=%p", name, size, bytes);
-    mappings().add(bytes, {name, size, *creator_pid, identity_of(object)});
     *page = static_cast<vrn_data_page_t *>(bytes);
+    const std::int32_t owner = is_new ? *creator_pid : heir_of(object, *page, size);
+    mappings().add(bytes, {name, size, owner, identity_of(object)});
     return 0;
 }
 
@@ -247,14 +262,22 @@ vrn_data_page_t *vrn_data_page_snapshot(const vrn_data_page_t *page) {
                 mapped);
         return nullptr;
     }
-    if (!vrn::guarded_copy(&header, page, sizeof header)) return refuse_unreadable(mapped);
-    if (!check_header(header, mapped)) return nullptr;
+    if (!copy_checked(&header, page, sizeof header, mapped) || !check_header(header, mapped))
+        return nullptr;
     header.memory.type = VRN_PAGE_MEMORY_REGULAR;
     vrn_data_page_ptr copy(vrn_data_page_allocate(0, header.page_size, header.memory));
     if (!copy) return nullptr;
     // The checked header, not what may stand there by now.
     *copy = header;
-    if (!vrn::guarded_copy(copy.get() + 1, page + 1, header.page_size - sizeof header))
-        return refuse_unreadable(mapped);
+    if (!copy_checked(copy.get() + 1, page + 1, header.page_size - sizeof header, mapped))
+        return nullptr;
     return copy.release();  // to the caller
+}
+
+bool vrn_data_page_publish(const vrn_data_page_t *page, vrn_data_page_t *shared) {
+    const std::uint64_t mapped = vrn_shared_page_size(shared);
+    return check_header(*page, mapped) &&
+           copy_checked(shared + 1, page + 1, page->page_size - sizeof *page, mapped) &&
+           copy_checked(shared->hca_info, page->hca_info, sizeof page->hca_info, mapped) &&
+           copy_checked(shared, page, offsetof(vrn_data_page_t, memory), mapped);
 }

@@ -7,8 +7,11 @@
 // - A process that reads a page another one writes takes vrn_data_page_snapshot and works on that:
 //   the kernel does the copying, so a part that the object lost since fails the copy instead of
 //   raising a signal, and the header's sizes are checked against the mapping once, on the copy.
-// A mapping lasts until vrn_data_page_free, also when its creator ends or unlinks the object. Who
-// fills a page through its address, as producers do, trusts its peers not to shrink the object.
+// A mapping lasts until vrn_data_page_free, also when its creator ends or unlinks the object.
+//
+// Who fills a shared page through its address trusts its peers not to shrink the object: plain
+// stores can't be guarded but by a handler of SIGBUS, which belongs to the program and not to a
+// library. Who does not trust them fills a regular page and hands it to vrn_data_page_publish.
 #pragma once
 
 #include <cstdint>
@@ -34,7 +37,8 @@ bool vrn_data_page_is_shared(const vrn_data_page_t *page);
 std::uint64_t vrn_shared_page_size(const vrn_data_page_t *page);
 
 // Ends the mapping at `page`, of which there is one. The name goes with it when both the private
-// record and the page's header tell that this process created the object.
+// record and the page's header tell that this process created the object, or an earlier process of
+// this user and pid.
 void vrn_shared_page_free(vrn_data_page_t *page);
 
 // Tells that regular memory stands at `page` now, where a mapping may have been that was not ended
@@ -46,3 +50,8 @@ void vrn_shared_page_forget(const vrn_data_page_t *page);
 // vrn_data_page_free. Null after one line when the header or the object does not allow it, and
 // when `page` is not shared.
 [[nodiscard]] vrn_data_page_t *vrn_data_page_snapshot(const vrn_data_page_t *page);
+
+// Puts what regular `page` holds into the page at `shared`, which keeps its name and its creator:
+// first the data, then the header that tells of it. False after one line when the mapping has not
+// the room or the object has lost its bytes.
+[[nodiscard]] bool vrn_data_page_publish(const vrn_data_page_t *page, vrn_data_page_t *shared);

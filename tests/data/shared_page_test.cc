@@ -265,6 +265,45 @@ TEST_F(SharedPage, OutlivesItsCreator) {
     EXPECT_TRUE(exists());
 }
 
+TEST_F(SharedPage, IsUnlinkedByTheNextProcessOfItsCreatorsPid) {
+    for (const std::int32_t creator : {getpid(), getppid()}) {
+        EXPECT_TRUE(second_process([&] { return (allocate()->creator_pid = creator) != 0; }));
+        EXPECT_TRUE(exists());
+        vrn_data_page_free(allocate());  // as after a restart
+        EXPECT_EQ(exists(), creator != getpid());
+    }
+}
+
+TEST_F(SharedPage, PublishesAPrivatePage) {
+    const vrn_page_memory_t memory = {VRN_PAGE_MEMORY_REGULAR, 0, "private"};
+    const vrn_data_page_ptr page(vrn_data_page_allocate(0, page_size, memory));
+    page->filled_bytes = 724;
+    page->hca_info[5].hca_name[0] = 1;
+    std::memcpy(page.get() + 1, "data behind", 11);
+    const vrn_data_page_ptr shared(allocate());
+    vrn_data_page_t expected = *page;
+    expected.memory = shared->memory;
+    expected.creator_pid = getpid();
+    ASSERT_TRUE(vrn_data_page_publish(page.get(), shared.get()));
+    EXPECT_EQ(std::memcmp(shared.get(), &expected, sizeof expected), 0);
+    EXPECT_EQ(std::memcmp(shared.get() + 1, page.get() + 1, page_size - 720), 0);
+
+    CapturedLog log(3);
+    page->page_size = page_size + 1;
+    EXPECT_FALSE(vrn_data_page_publish(page.get(), shared.get()));
+    page->page_size = page_size;
+    EXPECT_FALSE(vrn_data_page_publish(page.get(), page.get()));
+    const std::string refused = "3 [data_page] Shared page is refused: ";
+    const std::string sizes = " and filled_bytes 724 don't fit ";
+    EXPECT_EQ(log.take(), (Lines{refused + "page_size 12289" + sizes + "12288 mapped bytes",
+                                 refused + "page_size 12288" + sizes + "0 mapped bytes"}));
+    for (const off_t size : {0, 700, 8192}) {
+        ASSERT_EQ(truncate(path.c_str(), size), 0);
+        EXPECT_FALSE(vrn_data_page_publish(page.get(), shared.get()));
+        EXPECT_EQ(log.take(), Lines{refused + "its 12288 mapped bytes are gone: Bad address"});
+    }
+}
+
 TEST_F(SharedPage, HasOneCreatorAmongMany) {
     for (int round = 0; round < 20; ++round) {
         std::array<pid_t, 4> children;
