@@ -28,6 +28,7 @@ int failed_allocations = 0;
 namespace {
 
 bool shortage_lasts = false;
+int planned_successes = -1;
 
 bool fails_now() {
     if (allocations_left < 0) return false;
@@ -50,7 +51,8 @@ bool strikes(const std::function<std::string()> &work, const std::string &expect
     const testing::ScopedTrace trace(__FILE__, __LINE__,
                                      std::to_string(successes) + (lasts ? " and on" : ""));
     const long blocks_before = allocated_blocks;
-    begin_shortage(successes, lasts);
+    planned_successes = successes;
+    shortage_lasts = lasts;
     if (const std::string result = work(); !result.empty() || failed_allocations == 0) {
         EXPECT_EQ(result, expected);
     }
@@ -66,11 +68,16 @@ void begin_shortage(int successes, bool lasts) {
     allocations_left = successes;
 }
 
+void start_shortage() {
+    begin_shortage(planned_successes, shortage_lasts);
+}
+
 void end_shortage() {
     allocations_left = -1;
 }
 
 void expect_all_or_nothing(const std::function<std::string()> &work) {
+    planned_successes = -1;
     const std::string expected = work();
     EXPECT_NE(expected, "");
     for (const bool lasts : {false, true})

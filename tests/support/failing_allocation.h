@@ -16,9 +16,11 @@ extern int failed_allocations;
 void begin_shortage(int successes, bool lasts);
 void end_shortage();
 
-// Calls `work` with each of its allocations failing, alone and with all that follow. `work` calls
-// end_shortage() when its deeds are done, and then gives their result as a text, empty when they
-// told a failure. Expects the result of a call without a shortage, or a failure, and no leak.
+// Calls `work` again and again, each time with another of its allocations between start_shortage()
+// and end_shortage() failing, alone and with all that follow. `work` gives its result as a text,
+// empty when a failure was told. Expects the result of a call without a shortage, or a failure,
+// and no leak.
+void start_shortage();
 void expect_all_or_nothing(const std::function<std::string()> &work);
 
 }  // namespace vrn::test

@@ -43,7 +43,9 @@ class TestPage {
         return *this;
     }
     vrn_data_page_t &head() { return *reinterpret_cast<vrn_data_page_t *>(bytes_.data()); }
-    const vrn_data_page_t *get() { return &head(); }
+    const vrn_data_page_t *get() const {
+        return reinterpret_cast<const vrn_data_page_t *>(bytes_.data());
+    }
 
   private:
     std::vector<std::uint64_t> bytes_;

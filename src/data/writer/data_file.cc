@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "data/block.h"
 #include "data/writer/data_file_io.h"
@@ -28,9 +30,18 @@ bool give_up_rotation(vrn_data_file_t *file) {
 
 // When the date library refuses the time, size and last time still belong to the old path.
 void name_next_file(vrn_data_file_t *file, std::uint64_t first_ts) {
-    file->first_ts = first_ts;
-    file->id = first_ts == 0 ? "" : std::to_string(first_ts);
-    file->path = vrn_data_file_expand_path(file);
+    std::string id = first_ts == 0 ? "" : std::to_string(first_ts);
+    const auto swap_names = [&] {
+        std::swap(file->first_ts, first_ts);
+        file->id.swap(id);
+    };
+    swap_names();
+    try {
+        file->path = vrn_data_file_expand_path(file);
+    } catch (const std::bad_alloc &) {
+        swap_names();
+        throw;
+    }
     file->last_ts = 0;
     file->file_size = 0;
 }

@@ -42,9 +42,11 @@ std::string format_time(const std::string &format, std::uint64_t timestamp) {
     if (timestamp >= year_10000) throw boost::gregorian::bad_year();
     const pt::ptime time(boost::gregorian::date(1970, 1, 1),
                          pt::milliseconds(static_cast<std::int64_t>(timestamp / 1000)));
+    // The count of 1 keeps it from the locale, which would leave it behind where it can't be made.
+    pt::time_facet facet(format.c_str(), {}, {}, {}, 1);
     std::ostringstream text;
-    // The locale owns the facet.
-    text.imbue(std::locale(std::locale::classic(), new pt::time_facet(format.c_str())));
+    text.exceptions(std::ios::badbit);  // else memory that runs out would only cut the text short
+    text.imbue(std::locale(std::locale::classic(), &facet));
     text << time;
     return text.str();
 }

@@ -14,6 +14,7 @@
 #include "data/writer/data_writer_limit.h"
 #include "utils/hexdump.h"
 #include "utils/log.h"
+#include "utils/rollback.h"
 #include "utils/run_guarded.h"
 
 bool vrn_data_writer_enabled = true;
@@ -38,8 +39,11 @@ void apply_settings(const vrn_data_writer_t *writer, vrn_data_file_t *file) {
 template <typename Value>
 void change_setting(vrn_data_writer_t *writer, Value *setting, Value value) {
     if (*setting == value) return;
-    *setting = std::move(value);
+    std::swap(*setting, value);
+    // A change that failed is none, so that it can be asked for again.
+    vrn::Rollback changed([&] { std::swap(*setting, value); });
     for (auto &[key, file] : writer->files) apply_settings(writer, &file);
+    changed.keep();
 }
 
 bool change_number(vrn_data_writer_t *writer, std::uint64_t *setting, std::uint64_t value) {
@@ -119,9 +123,11 @@ vrn_data_file_t *file_of(vrn_data_writer_t *writer, const vrn_data_page_t *page,
     const auto [place, is_new] = writer->files.try_emplace(key_of(page));
     vrn_data_file_t *file = &place->second;
     if (!is_new) return file;
+    vrn::Rollback added([&] { writer->files.erase(place); });
     const auto &[source, tag] = place->first;
     vrn_data_file_init(file, &writer->client_id, source, tag, kind == VRN_COUNTERS_BLOCK ? 0 : 1);
     apply_settings(writer, file);
+    added.keep();
     return file;
 }
 

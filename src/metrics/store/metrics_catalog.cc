@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "utils/log.h"
+#include "utils/rollback.h"
 
 namespace vrn::metrics {
 namespace {
@@ -76,10 +77,14 @@ std::uint64_t MetricsCatalog::register_label_set(LabelIds labels) {
     const std::uint64_t hash = hash_of(labels);
     if (label_sets_.contains(hash)) return hash;
     require_room();
-    used_bytes_ += label_set_size + label_size * labels.size();
+    const std::uint64_t size = label_set_size + label_size * labels.size();
     label_sets_.emplace(hash, std::move(labels));
+    vrn::Rollback added([&] { label_sets_.erase(hash); });
     // Numbers are never used again, so a consumer may keep them.
-    label_set_index_.insert(hash, next_label_set_number_++);
+    label_set_index_.insert(hash, next_label_set_number_);
+    added.keep();
+    ++next_label_set_number_;
+    used_bytes_ += size;
     return hash;
 }
 

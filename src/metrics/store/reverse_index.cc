@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "utils/rollback.h"
+
 namespace vrn::metrics {
 namespace {
 
@@ -24,7 +26,9 @@ void ReverseIndex::insert(std::uint64_t key, std::uint32_t value) {
     if (values_.contains(key) || keys_.contains(value))
         throw std::runtime_error("[ReverseIndex] Duplicate key or value detected.");
     values_.emplace(key, value);
+    vrn::Rollback added([&] { values_.erase(key); });
     keys_.emplace(value, key);
+    added.keep();
 }
 
 std::uint32_t ReverseIndex::value_of(std::uint64_t key) const {

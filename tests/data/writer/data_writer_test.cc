@@ -7,7 +7,6 @@
 
 #include "data/writer/data_writer_limit.h"
 #include "support/data_tree.h"
-#include "support/failing_allocation.h"
 #include "support/test.h"
 #include "support/test_page.h"
 
@@ -221,31 +220,6 @@ TEST_F(DataWriter, AppliesChangesToOpenFiles) {
     EXPECT_FALSE(file.keep_open);  // handed on with the others
     EXPECT_FALSE(vrn_data_writer_set_data_dir(w, nullptr));
     EXPECT_FALSE(vrn_data_writer_set_counters_path_template(w, nullptr));
-}
-
-TEST_F(DataWriter, TellsThatAChangeFailed) {
-    EXPECT_TRUE(write(page));
-    const std::string text(100, 't');  // more than a string holds in place
-    const std::string other(100, 'o');
-    vrn_data_writer_t *w = writer.get();
-    const std::function<bool()> changes[] = {
-        [&] { return vrn_data_writer_set_data_dir(w, text.c_str()); },
-        [&] { return vrn_data_writer_set_counters_path_template(w, text.c_str()); },
-        [&] { return vrn_data_writer_set_data_path_template(w, other.c_str()); },
-        [&] { return vrn_data_writer_set_page_filter(w, text.c_str(), "", "", "", "", ""); },
-    };
-    for (const auto &change : changes) {
-        SCOPED_TRACE(&change - changes);
-        int failures = 0;
-        for (bool has_failed = true; has_failed; failures += has_failed) {
-            allocations_left = failures;
-            const bool is_done = change();
-            has_failed = allocations_left < 0;
-            allocations_left = -1;
-            ASSERT_EQ(is_done, !has_failed);
-        }
-        EXPECT_GT(failures, 0);
-    }
 }
 
 TEST_F(DataWriter, CountsPagesThatNoFileTakes) {
