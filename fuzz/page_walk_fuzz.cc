@@ -2,9 +2,9 @@
 // payload of one page.
 #include <string>
 
-#include "reader/sample_files.h"
 #include "sample_reader.h"
 #include "support/page_blocks.h"
+#include "support/sample_files.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "reader/reader.h"
+#include "reader/input_file.h"
 #include "utils/log.h"
 
 namespace {
@@ -55,7 +55,7 @@ bool copy_text(char (&to)[N], const char (&from)[N]) {
 
 bool fill_entry(vrn_file_entry_t *entry, const char *path, const vrn_reader_options_t *options) {
     vrn_data_file_header_t header{};
-    if (!vrn_reader_read_file_header(path, options, &header)) {
+    if (!vrn::reader::read_file_header(path, *options, &header)) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to read file header: %s", path);
         return false;
     }

@@ -1,4 +1,5 @@
 // vrn_read: exports binary telemetry as text.
+#include <parson.h>
 #include <unistd.h>
 
 #include <cerrno>

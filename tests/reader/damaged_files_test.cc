@@ -5,7 +5,7 @@
 
 #include "reader/reader.h"
 #include "reader/reader_options.h"
-#include "reader/sample_files.h"
+#include "support/sample_files.h"
 #include "support/test.h"
 #include "utils/log.h"
 

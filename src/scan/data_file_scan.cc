@@ -1,0 +1,89 @@
+#include "scan/data_file_scan.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace vrn::scan {
+
+bool DataFileScan::run() {
+    if (!open()) return false;
+    return !visitor_->begin() || walk_chunks();
+}
+
+// Of faults that lie at no block.
+bool DataFileScan::accepts(FaultKind kind, const char *reason) {
+    const Place place = {.chunk = offset_, .block = offset_};
+    return visitor_->fault(make_fault(kind, place, {}, 0, "%s", reason)) != Next::nothing;
+}
+
+bool DataFileScan::open() {
+    if (source_->read(&header_, sizeof header_) != sizeof header_) {
+        accepts(FaultKind::header_cut, source_->error_text());
+        return false;
+    }
+    visitor_->header(header_);
+    if (!vrn_data_file_header_validate(&header_) &&
+        !accepts(FaultKind::header_bad, "Invalid data file header"))
+        return false;
+    if (header_.block_size < min_chunk_size || header_.block_size >= chunk_size_limit) {
+        visitor_->fault(make_fault(FaultKind::block_size_bad, {}, {}, 0,
+                                   "Block size %d must be in range between %zu and %d bytes ",
+                                   static_cast<int>(header_.block_size),
+                                   static_cast<std::size_t>(min_chunk_size),
+                                   static_cast<int>(chunk_size_limit)));
+        return false;
+    }
+    schemas_.set_counters_schema(header_.counters_schema_id);
+    return schemas_.use(header_.event_schema_ids, VRN_EVENT_SCHEMA_IDS) ||
+           accepts(FaultKind::schemas_missing, "Failed to load type system");
+}
+
+bool DataFileScan::walk_chunks() {
+    const std::uint32_t chunk_size = header_.block_size;
+    // Not cleared between reads: rows of a short last chunk go on in the bytes of the one before.
+    chunk_.reset(static_cast<std::uint8_t *>(std::calloc(1, chunk_size + slack_size)));
+    if (!chunk_) {
+        visitor_->fault(make_fault(FaultKind::no_memory, {}, {}, 0,
+                                   "Failed to allocate data block of size %u: %s", chunk_size,
+                                   std::strerror(errno)));
+        return false;
+    }
+    for (;;) {
+        offset_ = source_->position();
+        const std::size_t size = source_->read(chunk_.get(), chunk_size);
+        const ByteSource::State state = source_->state();
+        if (state == ByteSource::State::failed) return end_failed(size);
+        if (state == ByteSource::State::cut_short &&
+            !accepts(FaultKind::stream_cut, "The gzip stream has no end"))
+            return false;
+        if (size == 0) return true;
+        if (size < VRN_MAGIC_SIZE)
+            return accepts(FaultKind::tail_short, "Too few bytes for a block");
+        if (!walk_chunk(size)) return false;
+        if (state != ByteSource::State::open) return true;
+    }
+}
+
+bool DataFileScan::walk_chunk(std::size_t size) {
+    return walk_.walk({{chunk_.get(), size}, {chunk_.get(), header_.block_size}, offset_});
+}
+
+// What came before a gzip stream's fault is walked before the fault is told. What came of a plain
+// file's chunk before a failed read is not.
+bool DataFileScan::end_failed(std::size_t size) {
+    if (source_->is_compressed() && size >= VRN_MAGIC_SIZE) walk_chunk(size);
+    accepts(FaultKind::read_failed, source_->error_text());
+    return false;
+}
+
+bool scan_data_file(const char *path, SchemaCache *schemas, Visitor *visitor) {
+    const std::unique_ptr<ByteSource> source = ByteSource::open_path(path);
+    if (!source) {
+        visitor->fault(make_fault(FaultKind::header_cut, {}, {}, 0, "%s", std::strerror(errno)));
+        return false;
+    }
+    PageBuffer buffer;
+    return DataFileScan(source.get(), schemas, &buffer, visitor).run();
+}
+
+}  // namespace vrn::scan

@@ -1,0 +1,22 @@
+#include "scan/schema_cache.h"
+
+#include <algorithm>
+
+namespace vrn::scan {
+
+std::shared_ptr<const LoadedSchemas> SchemaCache::get(const SchemaIds &ids) {
+    const std::lock_guard lock(mutex_);
+    const auto found =
+        std::ranges::find_if(kept_, [&](const auto &schemas) { return schemas->ids == ids; });
+    if (found != kept_.end()) {
+        std::rotate(found, found + 1, kept_.end());
+        return kept_.back();
+    }
+    std::shared_ptr<const LoadedSchemas> schemas = loader_.load(ids);
+    if (!schemas->is_quiet) return schemas;
+    if (kept_.size() == max_kept) kept_.erase(kept_.begin());
+    kept_.push_back(schemas);
+    return schemas;
+}
+
+}  // namespace vrn::scan

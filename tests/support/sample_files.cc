@@ -1,0 +1,96 @@
+#include "support/sample_files.h"
+
+#include <cstring>
+
+#include "data/data_file_header.h"
+#include "support/byte_builder.h"
+#include "support/page_blocks.h"
+
+namespace vrn::test {
+namespace {
+
+constexpr std::size_t block_size = 384;
+
+std::string events_block(std::uint16_t type_index) {
+    ByteBuilder block;
+    block.text("VRNE").u64(1000).u8(0).u16(type_index).u8(2);
+    for (std::uint16_t row = 0; row < 2; ++row) {
+        if (type_index == 1)
+            block.u64(1000 + row).field("eth0", 6).u16(1).u16(2).u16(3).u16(4).f64(0.5).u16(7);
+        else
+            block.u16(row).u16(row);
+    }
+    return block.done();
+}
+
+std::string counters_block() {
+    ByteBuilder block;
+    block.text("VRND").u32(0).u64(1700000000000000);
+    block.u64(5).f64(1.25).field("text", 8).u64(1).u64(2);
+    return block.done();
+}
+
+std::string schemas_block() {
+    vrn_schema_id_t id{};
+    vrn_schema_id_from_hex(sample_events_id, &id);
+    ByteBuilder block;
+    block.text("VRNS").u16(256).u16(1).zeros(8).raw(&id, sizeof id);
+    return block.pad_to(256).done();
+}
+
+std::string chunk(const std::string &blocks) {
+    return ByteBuilder().text(blocks).pad_to(block_size).done();
+}
+
+}  // namespace
+
+std::string sample_event_schema() {
+    return R"({"vrn_version":"1.5.0","provider_name":"p","provider_version":"1.0.0","types":[
+{"name":"point","size":4,"fields":[
+ {"field_name":"x","description":"","type_name":"int16_t","counting_mode":"DELTA","offset":0,"type_size":2,"index":1},
+ {"field_name":"y","description":"","type_name":"int16_t","counting_mode":"DELTA","offset":2,"type_size":2}]},
+{"name":"move","size":32,"fields":[
+ {"field_name":"timestamp","description":"","type_name":"timestamp","counting_mode":"ABSOLUTE","offset":0,"type_size":8},
+ {"field_name":"name","description":"","type_name":"char","counting_mode":"ABSOLUTE","array_length":6,"offset":8,"type_size":1},
+ {"field_name":"track","description":"","type_name":"point","counting_mode":"ABSOLUTE","array_length":2,"offset":14,"type_size":4},
+ {"field_name":"load","description":"","type_name":"double","counting_mode":"ABSOLUTE","offset":22,"type_size":8},
+ {"field_name":"guid","description":"","type_name":"uint16_t","counting_mode":"ABSOLUTE","offset":30,"type_size":2}]}]})";
+}
+
+std::string sample_counters_schema() {
+    return R"({"version":"1.5.0","counter_groups":[
+{"granularity":"CPU","name":"g","provider":"p","num_counter_sets":2,"num_counters":4,"counters":[
+ {"name":"a","description":"","units":"","data_type":"UINT64","counting_type":"ABSOLUTE","length":8,"string_format":"DECIMAL"},
+ {"name":"f","description":"","units":"","data_type":"FP64","counting_type":"ABSOLUTE"},
+ {"name":"s","description":"","units":"","data_type":"STRING","counting_type":"ABSOLUTE","length":8},
+ {"name":"u","description":"","units":"","data_type":"UINT128","counting_type":"ABSOLUTE","string_format":"UUID"}]}]})";
+}
+
+std::string sample_file_header(std::uint32_t chunk_size) {
+    const vrn_data_file_header_ptr header(vrn_data_file_header_create());
+    std::strcpy(header->source_id, "node1");
+    header->block_size = chunk_size;
+    vrn_schema_id_from_hex(sample_events_id, &header->event_schema_ids[0]);
+    vrn_schema_id_from_hex(sample_counters_id, &header->counters_schema_id);
+    return ByteBuilder().raw(header.get(), sizeof *header).done();
+}
+
+std::string sample_data_file() {
+    const std::string events = events_block(1) + events_block(0);
+    return ByteBuilder()
+        .text(sample_file_header(block_size))
+        .text(chunk(events + schemas_block()))
+        .text(chunk(counters_block()))
+        .text(chunk(encode_page(VRN_ENCODING_GZIP, events) +
+                    encode_page(VRN_ENCODING_SNAPPY, counters_block() + counters_block())))
+        .text(counters_block())
+        .done();
+}
+
+void write_sample_schemas(const TempDir &dir) {
+    dir.write(std::string("schema/schema_") + sample_events_id + ".json", sample_event_schema());
+    dir.write(std::string("schema/schema_") + sample_counters_id + ".json",
+              sample_counters_schema());
+}
+
+}  // namespace vrn::test
