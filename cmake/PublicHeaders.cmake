@@ -4,7 +4,7 @@ set(VRN_PUBLIC_HEADERS
     # utils
     utils/byte_reader.h utils/c_ptr.h utils/client_id.h utils/descriptor.h utils/env.h
     utils/force_exit.h utils/hca_info.h utils/hexdump.h utils/host_name.h utils/log.h
-    utils/name_table.h utils/parse_number.h utils/source.h utils/source_list.h
+    utils/log_capture.h utils/name_table.h utils/parse_number.h utils/source.h utils/source_list.h
     utils/string_array.h utils/string_template.h utils/strings.h utils/throw_error.h
     # data/text
     data/text/buffer_append.h data/text/digits.h data/text/guid_name.h data/text/json_name.h
@@ -46,4 +46,8 @@ set(VRN_PUBLIC_HEADERS
     metrics/store/metrics_catalog.h metrics/store/reverse_index.h
     metrics/store/single_value_buffer.h metrics/store/symbol_table.h
     metrics/store/typed_metrics_data.h metrics/store/typed_series.h metrics/store/value_types.h
-    metrics/chart/chart_page.h metrics/chart/chart_scripts.h metrics/chart/page_text.h)
+    metrics/chart/chart_page.h metrics/chart/chart_scripts.h metrics/chart/page_text.h
+    # scan
+    scan/block_walk.h scan/byte_source.h scan/chunk_walk.h scan/data_file_scan.h scan/fault.h
+    scan/loaded_schemas.h scan/page_buffer.h scan/schema_cache.h scan/schema_loader.h
+    scan/schemas_in_use.h scan/visitor.h)
