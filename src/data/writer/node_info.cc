@@ -1,12 +1,15 @@
 #include "data/writer/node_info.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <string_view>
 
+#include "utils/descriptor.h"
 #include "utils/env.h"
+#include "utils/file_lock.h"
 #include "utils/log.h"
 #include "utils/replace_file.h"
 
@@ -79,6 +82,9 @@ void vrn_nodeinfo_update(vrn_nodeinfo_t *state, const char *dir, const vrn_data_
     if (!is_new && state->dir == dir) return;
     state->dir = dir;
     if (!state->json) return;
+    // Another process may come to the same folder with its first document.
+    const vrn::Descriptor folder(open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const vrn::FileLock lock(folder.get());
     const std::string path = choose_path(state);
     if (!path.empty()) write_file(state, path);
 }

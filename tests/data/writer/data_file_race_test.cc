@@ -164,7 +164,7 @@ TEST(DataFileRace, ShortWritersDisturbNoLongOne) {
                                      {.block_size = 65536, .blocks = 1, .pages = 1},
                                      {.block_size = 4096, .blocks = 1, .pages = 40},
                                      {.block_size = 100, .blocks = 3, .pages = 40}};
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < 6; ++round) {
         const TempDir dir;
         Race race(dir);
         race.run(plans);
@@ -177,7 +177,7 @@ TEST(DataFileRace, ShortWritersDisturbNoLongOne) {
 TEST(DataFileRace, KilledWritersTakeNoPageWithThem) {
     CapturedLog log(4);
     const Plan last = {.block_size = 64, .blocks = 1, .pages = 1};
-    for (std::uint64_t round = 0; round < 20; ++round) {
+    for (std::uint64_t round = 0; round < 8; ++round) {
         const std::vector<Plan> plans = {
             {.block_size = 64, .blocks = 1000, .pages = 100, .killed_at = round},
             {.block_size = 96, .blocks = 1000, .pages = 100, .killed_at = round * 2},

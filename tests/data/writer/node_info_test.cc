@@ -1,7 +1,9 @@
 #include "data/writer/node_info.h"
 
+#include <barrier>
 #include <filesystem>
 #include <map>
+#include <thread>
 
 #include "support/test.h"
 
@@ -103,6 +105,24 @@ TEST_F(NodeInfo, PathsAreBelowAThousandCharacters) {
         EXPECT_EQ(log_.take(), fits ? Lines{}
                                     : Lines{"3 [nodeinfo_file] Failed to open file " + path +
                                             "/nodeinfo.json for writing: File name too long"});
+    }
+}
+
+TEST_F(NodeInfo, WritersOfOneFolderKeepEachOthersDocuments) {
+    constexpr std::uint64_t writers = 4;
+    for (int round = 0; round < 20; ++round) {
+        const TempDir dir;
+        std::barrier start(writers);
+        std::vector<std::jthread> threads;
+        for (std::uint64_t writer = 0; writer < writers; ++writer)
+            threads.emplace_back([&, writer] {
+                const vrn_data_page_t page = page_at(writer + 1, "");
+                vrn_nodeinfo_t state;
+                start.arrive_and_wait();
+                vrn_nodeinfo_update(&state, dir.path().c_str(), &page);
+            });
+        threads.clear();
+        ASSERT_EQ(files_in(dir.path()).size(), writers) << round;
     }
 }
 
