@@ -63,7 +63,7 @@ void run_command(const std::string &command, const TempDir &dir, const std::stri
     const int result = std::system(("sh " + script + " >" + out + " 2>" + err).c_str());  // NOLINT
     add_output(outputs, "stdout", read_file(out));
     add_output(outputs, "stderr", hide_times(read_file(err)));
-    outputs->push_back({"status", std::to_string(WEXITSTATUS(result)), {}});
+    if (result != 0) outputs->push_back({"status", std::to_string(WEXITSTATUS(result)), {}});
 }
 
 }  // namespace

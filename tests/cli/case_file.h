@@ -6,8 +6,8 @@
 //   == stdout, == stderr    what that run printed; "-open" behind the name: no newline at the end
 //   == status N
 //
-// Files may appear before any run; stdout and stderr left out mean nothing printed. Times of log
-// lines read "[TIME]".
+// Files may appear before any run; stdout and stderr left out mean nothing printed, status left out
+// means 0. Times of log lines read "[TIME]".
 #pragma once
 
 #include <string>

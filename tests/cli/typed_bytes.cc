@@ -153,7 +153,17 @@ std::string close_page(const OpenPage &page) {
 class Typist {
   public:
     void add(const std::string &line) {
-        std::istringstream words(line);
+        std::size_t start = 0;
+        for (std::size_t end = 0; end != std::string::npos; start = end + 2) {
+            end = line.find("; ", start);
+            add_item(line.substr(start, end == std::string::npos ? end : end - start));
+        }
+    }
+    const std::string &done() const { return bytes_.done(); }
+
+  private:
+    void add_item(const std::string &item) {
+        std::istringstream words(item);
         std::string directive;
         words >> directive;
         if (directive == "page") {
@@ -162,12 +172,10 @@ class Typist {
             bytes_.raw(close_page(page_.value()));
             page_.reset();
         } else {
-            add_directive(page_ ? page_->payload : bytes_, line);
+            add_directive(page_ ? page_->payload : bytes_, item);
         }
     }
-    const std::string &done() const { return bytes_.done(); }
 
-  private:
     ByteBuilder bytes_;
     std::optional<OpenPage> page_;
 };

@@ -1,4 +1,4 @@
-// Bytes written as typed text, one directive a line:
+// Bytes written as typed text, directives separated by line ends or "; ":
 //   header block_size=64 source=node7 tag=t first=1 last=2 counters=HEX events=HEX,HEX
 //          file_size=256 version=1.7.0 magic=VRNF      (any of them; the rest has defaults)
 //   text VRNE          field 16 eth0        u8 1 2     u16 u32 u64 i64   f32 f64
