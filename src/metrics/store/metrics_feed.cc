@@ -22,10 +22,10 @@ using vrn::data::metrics::UInt64Tag;
 constexpr std::size_t block_header_size = 8;
 
 // Each label set of a block gets all constant labels, so a small block could ask for any amount of
-// time and memory. Label sets are resolved once a block, and these bounds leave 272 labels to each
+// time and memory. Label sets are resolved once a block, and these bounds leave 136 labels to each
 // record even if all are of the smallest size, 17 bytes, and no two have the same label set.
 constexpr std::size_t free_labels = 100'000;
-constexpr std::size_t labels_per_byte = 16;
+constexpr std::size_t labels_per_byte = 8;
 
 template <typename T, typename Store>
 void push_sample(StoredValue<T> value, const SampleContext &sample, const MetricFilter *filter,
