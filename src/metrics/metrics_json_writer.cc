@@ -25,22 +25,17 @@ std::uint16_t highest_sample_id(Bytes samples) {
 
 }  // namespace
 
-// A quick look at a record, which takes the texts of its labels. See walk_label_values().
+// A quick look at whether a record fits. See walk_label_values().
 class MetricsJsonWriter::RecordLook {
   public:
-    RecordLook(MetricsJsonWriter &writer, LabelTexts &texts) : writer_(writer), texts_(texts) {}
+    explicit RecordLook(MetricsJsonWriter &writer) : writer_(writer) {}
 
-    void id(std::size_t index, std::uint8_t id) {
-        const Fit known = writer_.value_fits_[id];
-        const bool fits = known == Fit::unknown ? writer_.find_value_fit(id) : known == Fit::yes;
-        // Label values recur in record after record, so each is looked at once a block.
-        texts_[index] = fits ? writer_.block_.label_values[id] : std::string_view();
-        labels_fit_ &= fits;
+    // Label values recur in record after record, so each is looked at once a block.
+    void id(std::size_t, std::uint8_t id) {
+        const Fit fit = writer_.value_fits_[id];
+        labels_fit_ &= fit == Fit::unknown ? writer_.find_value_fit(id) : fit == Fit::yes;
     }
-    void text(std::size_t index, std::string_view text) {
-        texts_[index] = text;
-        labels_fit_ &= is_json_text(text);
-    }
+    void text(std::size_t, std::string_view text) { labels_fit_ &= is_json_text(text); }
 
     // To be called when the labels have been walked. False for some records that JsonFit passes.
     bool surely_fits(const RecordView &record, bool is_labelled) const {
@@ -55,7 +50,6 @@ class MetricsJsonWriter::RecordLook {
     }
 
     MetricsJsonWriter &writer_;
-    LabelTexts &texts_;
     bool labels_fit_ = true;
 };
 
@@ -78,7 +72,7 @@ class MetricsJsonWriter::MemberWriter {
         std::array<std::byte, 1024> room;  // for most labels; others take memory of their own
         std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
         LabelViews labels(&memory);
-        collect_labels(record.labels, &labels);
+        collect_labels(record, &labels);
         text_.key("labels");
         text_.begin_array();
         for (const auto &[name, value] : labels) {
@@ -117,13 +111,26 @@ class MetricsJsonWriter::MemberWriter {
     // In the order of LabelMap, which is the order of the output: views hash as their strings do.
     using LabelViews = std::pmr::unordered_map<std::string_view, std::string_view>;
 
-    void collect_labels(const LabelsHeader &header, LabelViews *labels) const {
+    // Sets labels by the names of their set: each overwrites the constant of its name, and each
+    // later one an earlier. See walk_label_values().
+    struct LabelSetter {
+        const CntxBlockView &block;
+        ByteReader names;
+        LabelViews &labels;
+
+        void id(std::size_t index, std::uint8_t id) { text(index, block.label_values[id]); }
+        void text(std::size_t, std::string_view text) {
+            std::string_view name;
+            if (read_string(names, &name)) labels[name] = text;
+        }
+    };
+
+    void collect_labels(const RecordView &record, LabelViews *labels) const {
         writer_.set_constant_labels(labels);
-        ByteReader names(writer_.block_.label_sets[header.label_set_id].names);
-        std::string_view name;
-        // Each label overwrites the constant of its name, and each later label an earlier one.
-        for (std::size_t i = 0; i < header.count && read_string(names, &name); ++i)
-            (*labels)[name] = writer_.label_texts_[writer_.printed_texts_][i];
+        const CntxBlockView &block = writer_.block_;
+        LabelSetter setter{block, ByteReader(block.label_sets[record.labels.label_set_id].names),
+                           *labels};
+        walk_label_values(record.labels, record.label_values, setter);
     }
 
     MetricsJsonWriter &writer_;
@@ -150,12 +157,11 @@ void MetricsJsonWriter::read_records() {
     bool all_fit = true;
     const std::size_t num_label_sets = block_.label_sets.size();
     scan_records(block_.records, [&](const RecordView &record) {
-        RecordLook look(*this, label_texts_[1 - printed_texts_]);
+        RecordLook look(*this);
         const std::size_t size = walk_label_values(record.labels, record.label_values, look);
         const bool is_labelled = record.labels.label_set_id < num_label_sets;
         all_fit &= look.surely_fits(record, is_labelled);
         printed.add(record, is_labelled);
-        if (is_labelled) printed_texts_ = 1 - printed_texts_;
         return size;
     });
     printed_ = printed;

@@ -33,7 +33,6 @@ class MetricsJsonWriter {
 
   private:
     enum class Fit : std::uint8_t { unknown, yes, no };
-    using LabelTexts = std::array<std::string_view, 256>;  // of one record
     class RecordLook;
     class MemberWriter;
 
@@ -51,9 +50,6 @@ class MetricsJsonWriter {
     CntxBlockView block_;
     std::vector<std::string_view> constants_;  // name, value, name, value
     PrintedRecords<RecordView> printed_;
-    // Of the last record with known labels, and of the one that is looked at.
-    std::array<LabelTexts, 2> label_texts_;
-    std::size_t printed_texts_ = 0;  // the index of the first
     // Whether each record fits for all that a quick look shows. JsonFit may find that it does.
     bool records_fit_ = false;
     std::array<Fit, 256> value_fits_;  // of label values, once they are used
