@@ -19,6 +19,7 @@
 #include "bench_data.h"
 #include "data/block.h"
 #include "data/data_file_header.h"
+#include "data/text/json_value.h"
 #include "metrics/metrics_json_tree.h"
 #include "metrics/metrics_parser.h"
 #include "utils/c_ptr.h"
@@ -197,8 +198,8 @@ void print_metrics_tree(Bytes bytes) {
     metrics::VrnMetricsParser::parse_cntx_block(block, &tables.label_names, &tables.label_values,
                                                 &tables.metric_names, &records);
     tables.constant_labels = metrics::VrnMetricsParser::parse_constant_labels(block);
-    const CPtr<JSON_Value, json_value_free> value(metrics::metrics_to_json(tables, records, false));
-    const CPtr<char, json_free_serialized_string> text(json_serialize_to_string(value.get()));
+    const vrn_json_value_ptr value(metrics::metrics_to_json(tables, records, false));
+    const vrn_json_text_ptr text(json_serialize_to_string(value.get()));
     std::puts(text.get());
 }
 

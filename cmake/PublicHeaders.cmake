@@ -8,7 +8,7 @@ set(VRN_PUBLIC_HEADERS
     utils/string_array.h utils/string_template.h utils/strings.h utils/throw_error.h
     # data/text
     data/text/buffer_append.h data/text/digits.h data/text/guid_name.h data/text/json_name.h
-    data/text/json_template.h data/text/json_text.h data/text/local_time_text.h
+    data/text/json_value.h data/text/json_text.h data/text/local_time_text.h
     data/text/number_text.h data/text/string_format.h data/text/text_buffer.h
     data/text/value_text.h
     # data

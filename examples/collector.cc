@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include <vrn/data/schema/schema_json.h>
-#include <vrn/data/text/json_template.h>
+#include <vrn/data/text/json_value.h>
 #include <vrn/data/time.h>
 #include <vrn/data/writer/schema_writer.h>
 #include "fan_page.h"

@@ -3,7 +3,7 @@
 
 #include "counters/metadata.h"
 #include "counters/metadata_enrich.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 
 namespace {
 

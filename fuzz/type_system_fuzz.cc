@@ -6,7 +6,7 @@
 #include "data/schema/type_system_json.h"
 #include "data/schema/type_system_load.h"
 #include "data/serial/event_json.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 
 #include "data/selection/name_tables.h"
 #include "utils/log.h"
+#include "utils/strings.h"
 
 namespace {
 
@@ -14,13 +15,6 @@ void free_text(char *text, const char *function, int line) {
         VRN_LOG(VRN_LOG_WARNING, "on %s, %s %d attempted to free NULL ptr", __FILE_NAME__, function,
                 line);
     std::free(text);
-}
-
-// Copies a text that may be null; false when out of memory.
-bool copy_text(const char *from, char **to) {
-    if (!from) return true;
-    *to = strdup(from);
-    return *to != nullptr;
 }
 
 void print_rule(std::FILE *stream) {
@@ -51,9 +45,9 @@ vrn_counter_info_t *vrn_counter_info_copy(const vrn_counter_info_t *counter) {
     record->hidden = 0;
     record->name = record->description = record->units = nullptr;
     vrn_counter_info_ptr copy(record);
-    if (!copy_text(counter->name, &copy->name) ||
-        !copy_text(counter->description, &copy->description) ||
-        !copy_text(counter->units, &copy->units))
+    if (!vrn_copy_text(counter->name, &copy->name) ||
+        !vrn_copy_text(counter->description, &copy->description) ||
+        !vrn_copy_text(counter->units, &copy->units))
         return nullptr;
     return copy.release();
 }
@@ -76,8 +70,8 @@ vrn_counter_group_t *vrn_counter_group_create(const char *name, const char *prov
     if (!group) return nullptr;
     group->granularity = VRN_GRANULARITY_NODE;
     group->num_counter_sets = 1;
-    if (!copy_text(name ? name : "", &group->name) ||
-        !copy_text(provider ? provider : "", &group->provider))
+    if (!vrn_copy_text(vrn_text_or_empty(name), &group->name) ||
+        !vrn_copy_text(vrn_text_or_empty(provider), &group->provider))
         return nullptr;
     return group.release();
 }

@@ -1,6 +1,7 @@
 #include "counters/counters_json.h"
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 #include <string>
 #include <string_view>
@@ -10,23 +11,24 @@
 #include "counters/counter_row.h"
 #include "counters/counter_value.h"
 #include "counters/counters_row_walk.h"
-#include "data/text/json_write.h"
+#include "data/text/json_value.h"
 #include "data/text/local_time_text.h"
+#include "data/text/utf8.h"
 
 namespace {
 
-// See counters_row_walk.h. parson refuses what JSON can't hold, and the key stays out.
+// See counters_row_walk.h. A value that JSON can't hold leaves its key out.
 class TreeSink {
   public:
     TreeSink(JSON_Object *root, const vrn::CounterRow &row, bool microseconds)
         : object_(root), row_(row), microseconds_(microseconds) {}
 
     void time(std::uint64_t timestamp) {
-        json_object_set_number(object_, "timestamp", static_cast<double>(timestamp));
+        Member{*this, "timestamp"}.number(timestamp);
         const vrn::CString time(vrn_format_timestamp(timestamp, microseconds_));
         if (time) text("@timestamp", time.get());
     }
-    void text(const char *key, const char *value) { json_object_set_string(object_, key, value); }
+    void text(const char *key, const char *value) { Member{*this, key}.string(value); }
     bool begin_array(const char *key) {
         arrays_.push_back(vrn_json_add_array(object_, key));
         return arrays_.back() != nullptr;
@@ -41,31 +43,43 @@ class TreeSink {
     }
     void end_set() {}
     void counter(const vrn_counter_info_t &counter) {
+        if (!counter.name) return;  // no key to set
         const auto form = vrn::counter_json_form(counter, vrn::counters_convert_guids());
-        Member member{object_, counter.name};
+        Member member{*this, counter.name};
         vrn::write_counter_json(counter, form, row_, member);
     }
+    // Whether memory was short for what could have been set.
+    bool has_failed() const { return has_failed_; }
 
   private:
     // See write_counter_json(). The double nearest to an integer stands for it.
     struct Member {
-        JSON_Object *object;
+        TreeSink &sink;
         const char *name;
 
         template <typename T>
-        bool number(T value) const {
-            return json_object_set_number(object, name, static_cast<double>(value)) == JSONSuccess;
+        bool number(T value) {
+            const auto nearest = static_cast<double>(value);
+            return std::isfinite(nearest) &&
+                   sink.check(json_object_set_number(sink.object_, name, nearest));
         }
-        bool string(std::string_view value) const {
+        bool string(std::string_view value) {
             // A copy, since parson reads on to a terminator.
-            return json_object_set_string(object, name, std::string(value).c_str()) == JSONSuccess;
+            return vrn::is_utf8(value) && sink.check(json_object_set_string(
+                                              sink.object_, name, std::string(value).c_str()));
         }
     };
+
+    bool check(JSON_Status status) {
+        has_failed_ = has_failed_ || status != JSONSuccess;
+        return status == JSONSuccess;
+    }
 
     JSON_Object *object_;  // the one being filled
     std::vector<JSON_Array *> arrays_;
     const vrn::CounterRow &row_;
     bool microseconds_;
+    bool has_failed_ = false;
 };
 
 // Bytes of a row that its counters read.
@@ -90,7 +104,7 @@ JSON_Value *vrn_counters_row_to_json(std::uint64_t timestamp, vrn::Bytes values,
     vrn_json_value_ptr value(json_value_init_object());
     try {
         TreeSink sink(json_value_get_object(value.get()), row, microseconds);
-        if (!vrn::walk_counters_row(timestamp, *schema, sink)) return nullptr;
+        if (!vrn::walk_counters_row(timestamp, *schema, sink) || sink.has_failed()) return nullptr;
     } catch (const std::bad_alloc &) {
         return nullptr;
     }

@@ -11,7 +11,7 @@
 #include "counters/counters_json.h"
 #include "counters/counters_row_walk.h"
 #include "counters/metadata_enrich.h"
-#include "data/text/json_write.h"
+#include "data/text/json_value.h"
 #include "utils/log.h"
 
 namespace vrn {

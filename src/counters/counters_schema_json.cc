@@ -7,11 +7,11 @@
 #include <utility>
 
 #include "data/selection/name_tables.h"
-#include "data/text/json_file.h"
-#include "data/text/json_number.h"
-#include "data/text/json_write.h"
+#include "data/text/json_document.h"
+#include "data/text/json_value.h"
 #include "data/version.h"
 #include "utils/log.h"
+#include "utils/strings.h"
 
 namespace {
 
@@ -29,34 +29,24 @@ constexpr std::uint32_t max_counter_sets = 65536;
 constexpr std::uint64_t max_repeated_values = 1048576;
 constexpr std::uint64_t max_row_text = 256 << 20;
 
-// Writing. Setters fail on null texts: an id outside its name table has none.
-
-bool set_text(JSON_Object *object, const char *key, const char *text) {
-    return json_object_set_string(object, key, text) == JSONSuccess;
-}
-
-bool set_number(JSON_Object *object, const char *key, std::uint32_t number) {
-    return json_object_set_number(object, key, number) == JSONSuccess;
-}
-
 vrn_json_value_ptr counter_to_json(const vrn_counter_info_t *counter) {
     vrn_json_value_ptr value(json_value_init_object());
     JSON_Object *object = json_value_get_object(value.get());
     const bool written =
-        set_text(object, "name", counter->name) &&
-        set_text(object, "description", counter->description) &&
-        set_text(object, "units", counter->units) &&
-        set_text(object, "data_type",
-                 vrn_value_to_name(vrn_counter_data_type_names, counter->data_type)) &&
-        set_number(object, "length", counter->length) &&
-        set_number(object, "offset", counter->offset) &&
-        set_number(object, "hidden", counter->hidden) &&
-        set_number(object, "mandatory", counter->mandatory) &&
-        set_text(object, "counting_type",
-                 vrn_value_to_name(vrn_counting_type_names, counter->counting_type)) &&
-        set_text(object, "string_format",
-                 vrn_value_to_name(vrn_string_format_names, counter->string_format)) &&
-        set_number(object, "index", counter->index);
+        vrn_json_set_text(object, "name", counter->name) &&
+        vrn_json_set_text(object, "description", counter->description) &&
+        vrn_json_set_text(object, "units", counter->units) &&
+        vrn_json_set_text(object, "data_type",
+                          vrn_value_to_name(vrn_counter_data_type_names, counter->data_type)) &&
+        vrn_json_set_number(object, "length", counter->length) &&
+        vrn_json_set_number(object, "offset", counter->offset) &&
+        vrn_json_set_number(object, "hidden", counter->hidden) &&
+        vrn_json_set_number(object, "mandatory", counter->mandatory) &&
+        vrn_json_set_text(object, "counting_type",
+                          vrn_value_to_name(vrn_counting_type_names, counter->counting_type)) &&
+        vrn_json_set_text(object, "string_format",
+                          vrn_value_to_name(vrn_string_format_names, counter->string_format)) &&
+        vrn_json_set_number(object, "index", counter->index);
     return written ? std::move(value) : nullptr;
 }
 
@@ -66,11 +56,11 @@ vrn_json_value_ptr group_to_json(const vrn_counter_group_t *group) {
     const char *name = group->name;
     if (!name && group->provider_hooks) name = group->provider_hooks->name;
     const bool written =
-        set_text(object, "granularity", vrn_counter_group_granularity_name(group)) &&
-        (!name || set_text(object, "name", name)) &&
-        (!group->provider || set_text(object, "provider", group->provider)) &&
-        set_number(object, "num_counter_sets", group->num_counter_sets) &&
-        set_number(object, "num_counters", group->num_counters);
+        vrn_json_set_text(object, "granularity", vrn_counter_group_granularity_name(group)) &&
+        (!name || vrn_json_set_text(object, "name", name)) &&
+        (!group->provider || vrn_json_set_text(object, "provider", group->provider)) &&
+        vrn_json_set_number(object, "num_counter_sets", group->num_counter_sets) &&
+        vrn_json_set_number(object, "num_counters", group->num_counters);
     if (!written) return nullptr;
     JSON_Array *counters = vrn_json_add_array(object, "counters");
     if (!counters) return nullptr;
@@ -96,20 +86,16 @@ bool append_groups(JSON_Array *array, const vrn_counters_schema_t *schema) {
     return true;
 }
 
-// Reading.
-
-// Null unless `value` has the keys and types of the template.
-const JSON_Object *validated_object(const JSON_Value *value, const char *template_text) {
+bool matches(const JSON_Value *value, const char *template_text) {
     const vrn_json_value_ptr wanted = vrn_json_template_parse(template_text);
-    if (!wanted || json_validate(wanted.get(), value) != JSONSuccess) return nullptr;
-    return json_value_get_object(value);
+    return wanted && json_validate(wanted.get(), value) == JSONSuccess;
 }
 
-// The same, with an error line. A counter that fails has no line of its own.
+// Null, after an error line, unless `value` has the keys and types of the template.
 const JSON_Object *required_object(const JSON_Value *value, const char *template_text) {
-    const JSON_Object *object = validated_object(value, template_text);
-    if (!object) VRN_LOG(VRN_LOG_ERROR, "JSON does not match schema '%s'", template_text);
-    return object;
+    if (matches(value, template_text)) return json_value_get_object(value);
+    VRN_LOG(VRN_LOG_ERROR, "JSON does not match schema '%s'", template_text);
+    return nullptr;
 }
 
 bool get_u32(const JSON_Object *object, const char *key, std::uint32_t *out) {
@@ -121,10 +107,7 @@ bool get_u32(const JSON_Object *object, const char *key, std::uint32_t *out) {
 
 // Copies the text under `key`, if there is one; false when out of memory.
 bool copy_string(const JSON_Object *object, const char *key, char **to) {
-    const char *text = json_object_get_string(object, key);
-    if (!text) return true;
-    *to = strdup(text);
-    return *to != nullptr;
+    return vrn_copy_text(json_object_get_string(object, key), to);
 }
 
 std::uint32_t get_id(const JSON_Object *object, const char *key, const vrn_name_value_t *table) {
@@ -137,8 +120,9 @@ std::uint32_t get_string_format(const JSON_Object *object) {
 }
 
 vrn_counter_info_ptr counter_from_json(const JSON_Value *value) {
-    const JSON_Object *object = validated_object(value, counter_template);
-    if (!object) return nullptr;
+    // Deliberate: a counter that fails has no line of its own.
+    if (!matches(value, counter_template)) return nullptr;
+    const JSON_Object *object = json_value_get_object(value);
     vrn_counter_info_ptr counter(
         static_cast<vrn_counter_info_t *>(std::calloc(1, sizeof(vrn_counter_info_t))));
     if (!counter) return nullptr;
@@ -283,8 +267,8 @@ JSON_Value *vrn_counters_schema_jsonify(const vrn_counters_schema_t *schema) {
         VRN_LOG(VRN_LOG_ERROR, "[%s] json_value_get_object() failed", __func__);
         return nullptr;
     }
-    if (!set_text(object, "title", document_title) ||
-        !set_text(object, "version", VRN_SCHEMA_VERSION_TEXT))
+    if (!vrn_json_set_text(object, "title", document_title) ||
+        !vrn_json_set_text(object, "version", VRN_SCHEMA_VERSION_TEXT))
         return nullptr;
     JSON_Array *groups = vrn_json_add_array(object, "counter_groups");
     if (!groups || !append_groups(groups, schema)) return nullptr;

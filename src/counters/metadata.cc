@@ -1,20 +1,16 @@
 #include "counters/metadata.h"
 
-#include <dirent.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
-#include "data/text/json_file.h"
+#include "data/text/json_document.h"
+#include "utils/file_ptr.h"
 #include "utils/log.h"
 #include "utils/string_template.h"
+#include "utils/strings.h"
 
 namespace {
-
-void close_folder(DIR *folder) {
-    closedir(folder);
-}
 
 bool is_metadata_name(std::string_view name) {
     constexpr std::string_view start = "metadata_";
@@ -25,7 +21,7 @@ bool is_metadata_name(std::string_view name) {
 
 // Path of the first metadata file that the folder gives, or null.
 vrn::CString find_file(const char *folder_path) {
-    const vrn::CPtr<DIR, close_folder> folder(opendir(folder_path));
+    const vrn::FolderPtr folder(opendir(folder_path));
     if (!folder) return nullptr;
     while (const dirent *entry = readdir(folder.get()))
         if (is_metadata_name(entry->d_name))
@@ -44,11 +40,7 @@ const JSON_Array *find_counters(const JSON_Value *root) {
     return json_array_get_count(matches) > 0 ? matches : nullptr;
 }
 
-const char *text_or_empty(const char *text) {
-    return text ? text : "";
-}
-
-// Behind a run of digits and its underscore; the whole name without such a prefix.
+// What follows a run of digits and its underscore; the whole name without such a prefix.
 const char *skip_index_prefix(const char *name) {
     const std::size_t digits = std::strspn(name, "0123456789");
     return digits > 0 && name[digits] == '_' ? name + digits + 1 : name;
@@ -65,7 +57,7 @@ bool fill_labels(vrn_metadata_entry_t *entry, const JSON_Object *labels) {
         vrn_metadata_label_t *label = &entry->labels[entry->num_labels++];
         label->key = strdup(json_object_get_name(labels, i));
         label->value =
-            strdup(text_or_empty(json_value_get_string(json_object_get_value_at(labels, i))));
+            strdup(vrn_text_or_empty(json_value_get_string(json_object_get_value_at(labels, i))));
         if (!label->key || !label->value) return false;
     }
     return true;
@@ -73,7 +65,7 @@ bool fill_labels(vrn_metadata_entry_t *entry, const JSON_Object *labels) {
 
 bool fill_entry(vrn_metadata_entry_t *entry, const JSON_Object *match) {
     const char *name =
-        text_or_empty(json_array_get_string(json_object_get_array(match, "pattern_match"), 0));
+        vrn_text_or_empty(json_array_get_string(json_object_get_array(match, "pattern_match"), 0));
     entry->full_name = strdup(name);
     entry->short_name = strdup(skip_index_prefix(name));
     return entry->full_name && entry->short_name &&

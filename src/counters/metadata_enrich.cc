@@ -4,7 +4,7 @@
 #include <span>
 #include <utility>
 
-#include "data/text/json_write.h"
+#include "data/text/json_value.h"
 #include "utils/log.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "utils/c_ptr.h"
+#include "data/text/json_value.h"
 #include "utils/strings.h"
 
 namespace {
@@ -71,6 +71,6 @@ bool vrn_md5_of_string(const char *text, vrn_schema_id_t *digest) {
 }
 
 bool vrn_md5_of_json(vrn_schema_id_t *digest, const JSON_Value *value) {
-    const vrn::CPtr<char, json_free_serialized_string> text(json_serialize_to_string_pretty(value));
+    const vrn_json_text_ptr text(json_serialize_to_string_pretty(value));
     return vrn_md5_of_string(text.get(), digest);
 }

@@ -1,22 +1,13 @@
 #include "metrics/json_fit.h"
 
-#include <parson.h>
-
 #include <algorithm>
 #include <stdexcept>
 #include <unordered_map>
 
 #include "metrics/labels_block.h"
-#include "utils/c_ptr.h"
 #include "utils/log.h"
 
 namespace vrn::metrics {
-
-bool is_utf8_json_text(std::string_view text) {
-    // parson decides what it takes as a text; its copy ends with the first NUL.
-    const std::string copy(text);
-    return CPtr<JSON_Value, json_value_free>(json_value_init_string(copy.c_str())) != nullptr;
-}
 
 JsonFit::JsonFit(const CntxBlockTables &tables, std::size_t num_metric_names)
     : tables_(tables), num_metric_names_(num_metric_names) {

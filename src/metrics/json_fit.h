@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include "data/text/utf8.h"
 #include "metrics/cntx_block_tables.h"
 #include "metrics/metrics_batch.h"
-#include "utils/byte_reader.h"
 
 namespace vrn::metrics {
 
@@ -19,28 +19,8 @@ inline std::string_view json_text_of(std::string_view text) {
 }
 
 // JSON takes no text but UTF-8.
-bool is_utf8_json_text(std::string_view text);
-
-// The last word overlaps the one before it.
-inline bool is_ascii(std::string_view text) {
-    constexpr std::size_t word = sizeof(std::uint64_t);
-    constexpr std::size_t half = sizeof(std::uint32_t);
-    const char *const end = text.data() + text.size();
-    std::uint64_t all = 0;
-    if (text.size() >= word) {
-        for (const char *at = text.data(); at < end - word; at += word)
-            all |= load_le<std::uint64_t>(at);
-        all |= load_le<std::uint64_t>(end - word);
-    } else if (text.size() >= half) {
-        all = load_le<std::uint32_t>(text.data()) | load_le<std::uint32_t>(end - half);
-    } else {
-        for (const char character : text) all |= static_cast<unsigned char>(character);
-    }
-    return (all & 0x8080808080808080) == 0;
-}
-
 inline bool is_json_text(std::string_view text) {
-    return is_ascii(text) || is_utf8_json_text(text);
+    return is_ascii(text) || is_utf8(json_text_of(text));
 }
 
 // A record fits when each label of a known set has a text and a name, all values that it shows,

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "data/text/json_value.h"
 #include "data/text/local_time_text.h"
 #include "metrics/json_fit.h"
 #include "metrics/labels_block.h"
@@ -13,7 +14,6 @@
 namespace vrn::metrics {
 namespace {
 
-using JsonValue = CPtr<JSON_Value, json_value_free>;
 using Names = std::vector<std::string>;
 
 // False, after an error line.
@@ -22,52 +22,43 @@ bool fail(const char *message) {
     return false;
 }
 
-// False, with `value` freed, when it can't be appended.
-bool append(const JsonValue &array, JsonValue value) {
-    if (json_array_append_value(json_value_get_array(array.get()), value.get()) != JSONSuccess)
-        return false;
-    static_cast<void>(value.release());  // to the array
-    return true;
-}
-
-bool set(JSON_Object *object, const char *name, JsonValue value) {
-    if (json_object_set_value(object, name, value.get()) != JSONSuccess) return false;
-    static_cast<void>(value.release());  // to the object
-    return true;
-}
-
 // Null when `value` is.
 // Labels and metrics may have one name several times, which a single object couldn't hold.
-JsonValue object_of_one(const std::string &name, JsonValue value) {
-    JsonValue object(json_value_init_object());
-    if (!object || !set(json_value_get_object(object.get()), name.c_str(), std::move(value)))
+vrn_json_value_ptr object_of_one(const std::string &name, vrn_json_value_ptr value) {
+    vrn_json_value_ptr object(json_value_init_object());
+    if (!object ||
+        !vrn_json_set(json_value_get_object(object.get()), name.c_str(), std::move(value)))
         return nullptr;
     return object;
 }
 
-JsonValue text_value(const std::string &text) {
-    return JsonValue(json_value_init_string(text.c_str()));
+vrn_json_value_ptr text_value(const std::string &text) {
+    return vrn_json_value_ptr(json_value_init_string(text.c_str()));
 }
 
 // False after an error line.
 bool set_labels(JSON_Object *root, const LabelMap &labels) {
-    JsonValue array(labels_to_json_array(labels));
+    vrn_json_value_ptr array(labels_to_json_array(labels));
     if (!array) return fail("Failed allocating JSON object");
-    if (!set(root, "labels", std::move(array))) return fail("Failed to set labels JSON value");
+    if (!vrn_json_set(root, "labels", std::move(array)))
+        return fail("Failed to set labels JSON value");
     return true;
 }
 
 // All values are shown as unsigned, whatever the type of the record. False after an error line.
 bool set_metrics(JSON_Object *root, const MetricsBatch &batch, const Names &metric_names) {
-    JsonValue array(json_value_init_array());
+    vrn_json_value_ptr array(json_value_init_array());
     if (!array) return fail("Failed allocating JSON object");
     for (const MetricSample sample : batch.samples) {
-        JsonValue number(json_value_init_number(static_cast<double>(sample.sample_value)));
-        JsonValue metric = object_of_one(metric_names[sample.sample_id], std::move(number));
+        vrn_json_value_ptr number(json_value_init_number(static_cast<double>(sample.sample_value)));
+        vrn_json_value_ptr metric =
+            object_of_one(metric_names[sample.sample_id], std::move(number));
         if (!metric) return fail("Failed allocating JSON object");
-        if (!append(array, std::move(metric))) return fail("Failed to append metric to JSON array");
+        if (!vrn_json_append(json_array(array.get()), std::move(metric)))
+            return fail("Failed to append metric to JSON array");
     }
-    if (!set(root, "metrics", std::move(array))) return fail("Failed to set metrics JSON value");
+    if (!vrn_json_set(root, "metrics", std::move(array)))
+        return fail("Failed to set metrics JSON value");
     return true;
 }
 
@@ -99,9 +90,9 @@ class TreeSink {
 };
 
 // Null after an error line; throws std::runtime_error.
-JsonValue build_tree(const CntxBlockTables &tables, const std::vector<MetricRecord> &records,
-                     bool microseconds) {
-    JsonValue root(json_value_init_object());
+vrn_json_value_ptr build_tree(const CntxBlockTables &tables,
+                              const std::vector<MetricRecord> &records, bool microseconds) {
+    vrn_json_value_ptr root(json_value_init_object());
     if (!root) return nullptr;
     const JsonFit fit(tables, tables.metric_names.size());
     PrintedRecords<const MetricRecord *> printed;
@@ -128,15 +119,15 @@ JSON_Value *metrics_to_json(const CntxBlockTables &tables, const std::vector<Met
 }
 
 JSON_Value *labels_to_json_array(const LabelMap &labels) {
-    JsonValue array(json_value_init_array());
+    vrn_json_value_ptr array(json_value_init_array());
     if (!array) return nullptr;
     for (const auto &[name, value] : labels) {
-        JsonValue label = object_of_one(name, text_value(value));
+        vrn_json_value_ptr label = object_of_one(name, text_value(value));
         if (!label) {
             VRN_LOG(VRN_LOG_ERROR, "Failed allocating JSON object");
             return nullptr;
         }
-        if (!append(array, std::move(label))) {
+        if (!vrn_json_append(json_array(array.get()), std::move(label))) {
             VRN_LOG(VRN_LOG_ERROR, "Failed to append label to JSON array");
             return nullptr;
         }

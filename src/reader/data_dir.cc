@@ -10,15 +10,11 @@
 #include <string>
 #include <string_view>
 
-#include "utils/c_ptr.h"
+#include "utils/file_ptr.h"
 
 namespace {
 
 constexpr std::size_t max_path_length = 4095;
-
-void close_folder(DIR *folder) {
-    closedir(folder);
-}
 
 // All levels share one path, so that a level takes little of the stack however deep the tree is.
 class FolderWalk {
@@ -27,7 +23,7 @@ class FolderWalk {
 
     // Takes the files below the folder at `path_`, which is the same again on success.
     bool take_folder() {
-        const vrn::CPtr<DIR, close_folder> folder(opendir(path_.c_str()));
+        const vrn::FolderPtr folder(opendir(path_.c_str()));
         if (!folder) {
             std::fprintf(stderr, "Failed to open directory '%s': %s\n", path_.c_str(),
                          std::strerror(errno));

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "data/selection/name_filter.h"
-#include "data/serial/event_text.h"
+#include "data/serial/event_json_writer.h"
 #include "data/serial/influx_event.h"
 #include "utils/log.h"
 

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "utils/c_ptr.h"
+#include "utils/file_ptr.h"
 #include "utils/log.h"
 #include "utils/string_array.h"
 #include "utils/string_template.h"
@@ -163,7 +164,7 @@ int vrn_port_has_no_smi_below(const char *class_dir, const char *device, int por
     std::snprintf(path, sizeof path, "%s/%s/ports/%d/has_smi", class_dir, device, port);
     struct stat status {};
     if (stat(path, &status) != 0) return 0;
-    const vrn::CPtr<std::FILE, std::fclose> file(std::fopen(path, "r"));
+    const vrn::FilePtr file(std::fopen(path, "r"));
     if (!file) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to open has_smi file: %s with %s:%d", path, device, port);
         return -1;

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "utils/env.h"
+#include "utils/hexdump.h"
 
 std::uint32_t vrn_log_level = VRN_LOG_UNINITIALIZED;
 vrn_log_kind_t vrn_log_kind = VRN_LOG_KIND_STDERR;
@@ -251,22 +252,6 @@ void vrn_log_hexdump(const void *data, std::size_t length) {
     const auto *bytes = static_cast<const unsigned char *>(data);
     for (std::size_t start = 0; start < length; start += per_line) {
         const std::size_t count = std::min(per_line, length - start);
-        std::string line;
-        std::string text;
-        for (std::size_t i = 0; i < count; ++i) {
-            const unsigned char byte = bytes[start + i];
-            char hex[4];
-            std::snprintf(hex, sizeof hex, "%02X ", byte);
-            line += hex;
-            text += byte >= 32 && byte <= 126 ? static_cast<char>(byte) : '.';
-            const bool last_of_area = start + i + 1 == length;
-            if ((i + 1) % 8 == 0 || last_of_area) line += ' ';
-        }
-        if (count < per_line) {
-            if (count < 9) line += ' ';
-            line.append(3 * (per_line - count), ' ');
-        }
-        line += "|  " + text + " ";
-        VRN_LOG(VRN_LOG_DEBUG, "%s", line.c_str());
+        VRN_LOG(VRN_LOG_DEBUG, "%s ", vrn_hexdump_line(bytes + start, count).c_str());
     }
 }

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-#include "utils/c_ptr.h"
+#include "utils/file_ptr.h"
 #include "utils/log.h"
 #include "utils/parse_number.h"
 #include "utils/source_list.h"
@@ -18,22 +18,20 @@ namespace {
 
 constexpr std::size_t line_size = 1024;
 
-using File = vrn::CPtr<std::FILE, std::fclose>;
-
 // Of a pipe, which might never end; as much as of a scope file.
 constexpr std::size_t max_pipe_bytes = 10'485'760;
 
-File open_memory() {
+vrn::FilePtr open_memory() {
     const int descriptor = memfd_create("sources", MFD_CLOEXEC);
     if (descriptor < 0) return nullptr;
-    File file(fdopen(descriptor, "w+"));
+    vrn::FilePtr file(fdopen(descriptor, "w+"));
     if (!file) close(descriptor);
     return file;
 }
 
 // What comes out of `pipe`, to be read again and again. Null after a line, or out of memory.
-File copy_pipe(std::FILE *pipe, const char *path) {
-    File copy = open_memory();
+vrn::FilePtr copy_pipe(std::FILE *pipe, const char *path) {
+    vrn::FilePtr copy = open_memory();
     char buffer[BUFSIZ];
     std::size_t size = 0;
     for (std::size_t count = 0; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
@@ -49,12 +47,12 @@ File copy_pipe(std::FILE *pipe, const char *path) {
 }
 
 // Null after lines for what can't be opened, and for folders and devices.
-File open_spec(const char *path) {
+vrn::FilePtr open_spec(const char *path) {
     struct stat status {};
     const bool is_known = stat(path, &status) == 0;
     const bool is_pipe = is_known && S_ISFIFO(status.st_mode);
     if (is_pipe || (is_known && S_ISREG(status.st_mode))) {
-        File file(std::fopen(path, "r"));
+        vrn::FilePtr file(std::fopen(path, "r"));
         if (file) return is_pipe ? copy_pipe(file.get(), path) : std::move(file);
         VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open file: %s", path);
     }
@@ -177,7 +175,7 @@ vrn_source_list_t *vrn_source_list_from_range(const char *text) {
 
 vrn_source_list_t *vrn_source_list_from_spec(const char *text) {
     if (access(text, F_OK) != 0) return vrn_source_list_from_range(text);
-    const File file = open_spec(text);
+    const vrn::FilePtr file = open_spec(text);
     if (!file) return nullptr;
     return has_fabscan_mark(file.get()) ? read_names(file.get(), add_fabscan_line)
                                         : read_names(file.get(), add_text_line);

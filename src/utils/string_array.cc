@@ -9,6 +9,7 @@
 #include <span>
 #include <string_view>
 
+#include "utils/file_ptr.h"
 #include "utils/log.h"
 #include "utils/strings.h"
 
@@ -139,7 +140,7 @@ bool vrn_string_array_remove_duplicates(vrn_string_array_t **array, bool sorted)
 
 bool vrn_string_array_load_file(vrn_string_array_t **array, const char *path, const char *kind) {
     if (kind) VRN_LOG(VRN_LOG_INFO, "Loading %s from %s", kind, path);
-    const vrn::CPtr<std::FILE, std::fclose> file(std::fopen(path, "r"));
+    const vrn::FilePtr file(std::fopen(path, "r"));
     if (!file) {
         VRN_LOG(VRN_LOG_INFO, "Could not open %s file %s: %s", kind ? kind : "", path,
                 std::strerror(errno));

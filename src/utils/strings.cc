@@ -94,6 +94,12 @@ bool vrn_parse_uuid(const char *text, std::uint8_t *bytes) {
     return count == uuid_size;
 }
 
+bool vrn_copy_text(const char *from, char **to) {
+    if (!from) return true;
+    *to = strdup(from);
+    return *to != nullptr;
+}
+
 char *string_concat(const char *a, const char *b) {
     return join(__func__, a, b, "");
 }

@@ -18,6 +18,13 @@ int vrn_hex_nibble(char character);
 // exactly 16 bytes were made.
 bool vrn_parse_uuid(const char *text, std::uint8_t *bytes);
 
+// Copies a text that may be null, which leaves `to` alone; false when out of memory.
+bool vrn_copy_text(const char *from, char **to);
+// The text, or an empty one for null.
+inline const char *vrn_text_or_empty(const char *text) {
+    return text ? text : "";
+}
+
 char *string_concat(const char *a, const char *b);
 // `list`, a comma and `token`; a copy of `token` when `list` is null or empty. `list` is not freed.
 char *string_concat_comma_separated_token(const char *list, const char *token);

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "counters/counters_schema_json.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "utils/c_ptr.h"
 
 namespace vrn::test {

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 
 #include "counters/metadata_enrich.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "support/test.h"
 
 namespace vrn::test {

@@ -1,5 +1,6 @@
 #include "data/schema_id.h"
 
+#include "data/text/json_value.h"
 #include "support/test.h"
 
 namespace vrn::test {
@@ -38,7 +39,7 @@ TEST(SchemaId, DigestsTextAndPrettyJson) {
     EXPECT_EQ(hex_of(digest), "900150983cd24fb0d6963f7d28e17f72");
     EXPECT_FALSE(vrn_md5_of_string(nullptr, &digest));
 
-    const CPtr<JSON_Value, json_value_free> value(json_parse_string("{\"a\":[1]}"));
+    const vrn_json_value_ptr value(json_parse_string("{\"a\":[1]}"));
     vrn_schema_id_t of_pretty{};
     ASSERT_TRUE(vrn_md5_of_string("{\n    \"a\": [\n        1\n    ]\n}", &of_pretty));
     EXPECT_TRUE(vrn_md5_of_json(&digest, value.get()));

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "data/text/json_value.h"
 #include "metrics/metrics_parser.h"
 #include "support/stream_blocks.h"
 #include "support/test.h"
@@ -14,13 +15,11 @@ using metrics::CntxBuilder;
 using metrics::CntxRecord;
 using metrics::MetricRecord;
 using metrics::VrnMetricsParser;
-using JsonValue = CPtr<JSON_Value, json_value_free>;
-using JsonText = CPtr<char, json_free_serialized_string>;
 
 // Compact JSON; empty for null.
 std::string text_of(JSON_Value *value) {
-    const JsonValue owner(value);
-    const JsonText text(json_serialize_to_string(value));
+    const vrn_json_value_ptr owner(value);
+    const vrn_json_text_ptr text(json_serialize_to_string(value));
     return text ? text.get() : "";
 }
 

@@ -4,8 +4,8 @@
 #include "counters/counters_json_writer.h"
 #include "counters/metadata_enrich.h"
 #include "data/serial/event_json.h"
-#include "data/serial/event_text.h"
-#include "data/text/json_template.h"
+#include "data/serial/event_json_writer.h"
+#include "data/text/json_value.h"
 #include "support/printed_difference.h"
 #include "support/random_rows.h"
 

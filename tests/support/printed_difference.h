@@ -1,12 +1,10 @@
 // The two ways of a record to JSON, side by side.
 #pragma once
 
-#include <parson.h>
-
 #include <string>
 
 #include "data/text/json_text.h"
-#include "utils/c_ptr.h"
+#include "data/text/json_value.h"
 
 namespace vrn::test {
 
@@ -14,11 +12,11 @@ inline constexpr const char *failed = "failed";
 
 // Takes `value`, which may be null.
 inline std::string printed_tree(JSON_Value *value, JsonLayout layout) {
-    const CPtr<JSON_Value, json_value_free> owner(value);
+    const vrn_json_value_ptr owner(value);
     if (!value) return failed;
-    const CPtr<char, json_free_serialized_string> text(layout == JsonLayout::pretty
-                                                           ? json_serialize_to_string_pretty(value)
-                                                           : json_serialize_to_string(value));
+    const vrn_json_text_ptr text(layout == JsonLayout::pretty
+                                     ? json_serialize_to_string_pretty(value)
+                                     : json_serialize_to_string(value));
     return text.get();
 }
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "data/schema_id.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "data/writer/schema_writer.h"
 
 namespace vrn::collect {

@@ -6,9 +6,8 @@
 
 #include "data/schema/type_json.h"
 #include "data/schema/type_layout.h"
-#include "data/text/json_file.h"
-#include "data/text/json_template.h"
-#include "data/text/json_write.h"
+#include "data/text/json_document.h"
+#include "data/text/json_value.h"
 #include "data/version.h"
 #include "utils/log.h"
 
@@ -21,22 +20,20 @@ bool write_types(JSON_Array *types, const vrn_schema_t &schema) {
     for (std::size_t i = 0; i < schema.num_types; ++i) {
         vrn_json_value_ptr type(vrn_type_definition_to_json(schema.types[i]));
         if (!type) return false;
-        if (json_object_set_number(json_value_get_object(type.get()), "type_index",
-                                   static_cast<double>(i)) != JSONSuccess)
+        if (!vrn_json_set_number(json_value_get_object(type.get()), "type_index", i) ||
+            !vrn_json_append(types, std::move(type)))
             return false;
-        if (!vrn_json_append(types, std::move(type))) return false;
     }
     return true;
 }
 
 // The order of the calls is the order of the keys, and so part of the schema's id.
 bool write_schema(JSON_Object *object, const vrn_schema_t &schema) {
-    const auto set_text = [object](const char *key, const char *text) {
-        return json_object_set_string(object, key, text) == JSONSuccess;
-    };
-    if (!set_text("title", "Varnel schema") || !set_text("vrn_version", VRN_SCHEMA_VERSION_TEXT) ||
-        !set_text("provider_name", schema.provider_name) ||
-        !set_text("provider_version", vrn_version_format(schema.provider_version)))
+    const char *version = vrn_version_format(schema.provider_version);
+    if (!vrn_json_set_text(object, "title", "Varnel schema") ||
+        !vrn_json_set_text(object, "vrn_version", VRN_SCHEMA_VERSION_TEXT) ||
+        !vrn_json_set_text(object, "provider_name", schema.provider_name) ||
+        !vrn_json_set_text(object, "provider_version", version))
         return false;
     JSON_Array *types = vrn_json_add_array(object, "types");
     return types && write_types(types, schema);

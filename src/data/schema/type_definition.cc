@@ -4,14 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace {
+#include "utils/strings.h"
 
-// A null text has nothing to copy, which is no failure.
-bool copy_text(const char *from, char **to) {
-    if (!from) return true;
-    *to = strdup(from);
-    return *to != nullptr;
-}
+namespace {
 
 vrn_value_form_t form_of(const vrn_type_field_definition_t &field) {
     if (!field.type) return VRN_VALUE_NONE;
@@ -25,9 +20,9 @@ vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_in
     vrn_field_definition_ptr field(static_cast<vrn_type_field_definition_t *>(
         std::calloc(1, sizeof(vrn_type_field_definition_t))));
     if (!field) return nullptr;
-    if (!copy_text(info->name, &field->field_name) ||
-        !copy_text(info->description, &field->description) ||
-        !copy_text(info->type_name, &field->type_name))
+    if (!vrn_copy_text(info->name, &field->field_name) ||
+        !vrn_copy_text(info->description, &field->description) ||
+        !vrn_copy_text(info->type_name, &field->type_name))
         return nullptr;
     if (info->name && !vrn_json_name_init(&field->json_name, info->name)) return nullptr;
     field->counting_mode = info->counting_mode;
@@ -54,7 +49,7 @@ void vrn_field_definition_bind(vrn_type_field_definition_t *field,
 vrn_type_definition_t *vrn_type_definition_create(const char *name) {
     vrn_type_definition_ptr type(
         static_cast<vrn_type_definition_t *>(std::calloc(1, sizeof(vrn_type_definition_t))));
-    if (!type || !copy_text(name, &type->name)) return nullptr;
+    if (!type || !vrn_copy_text(name, &type->name)) return nullptr;
     return type.release();  // to the caller
 }
 

@@ -6,9 +6,8 @@
 #include <utility>
 
 #include "data/selection/name_tables.h"
-#include "data/text/json_number.h"
-#include "data/text/json_template.h"
-#include "data/text/json_write.h"
+#include "data/text/json_document.h"
+#include "data/text/json_value.h"
 #include "utils/log.h"
 
 namespace {
@@ -22,29 +21,23 @@ constexpr char field_template[] =
     R"({"field_name" : "", "description" : "", "type_size" : 0, "offset" : 0, "type_name" : "", )"
     R"("counting_mode" : ""})";
 
-bool set_text(JSON_Object *object, const char *key, const char *text) {
-    return json_object_set_string(object, key, text) == JSONSuccess;
-}
-
-bool set_number(JSON_Object *object, const char *key, std::uint64_t number) {
-    return json_object_set_number(object, key, static_cast<double>(number)) == JSONSuccess;
-}
-
 // The order of the calls is the order of the keys, and so part of a schema's id.
 bool write_field(JSON_Object *object, const vrn_type_field_definition_t &field) {
     const char *mode = vrn_value_to_name(vrn_counting_mode_names, field.counting_mode);
-    return set_text(object, "field_name", field.field_name) &&
-           set_text(object, "description", field.description) &&
-           set_text(object, "type_name", field.type_name) &&
-           set_text(object, "counting_mode", mode) &&
-           (field.array_length <= 1 || set_number(object, "array_length", field.array_length)) &&
-           set_number(object, "offset", field.offset) &&
-           set_number(object, "type_size", field.type_size) &&
-           set_number(object, "index", field.index);
+    return vrn_json_set_text(object, "field_name", field.field_name) &&
+           vrn_json_set_text(object, "description", field.description) &&
+           vrn_json_set_text(object, "type_name", field.type_name) &&
+           vrn_json_set_text(object, "counting_mode", mode) &&
+           (field.array_length <= 1 ||
+            vrn_json_set_number(object, "array_length", field.array_length)) &&
+           vrn_json_set_number(object, "offset", field.offset) &&
+           vrn_json_set_number(object, "type_size", field.type_size) &&
+           vrn_json_set_number(object, "index", field.index);
 }
 
 bool write_type(JSON_Object *object, const vrn_type_definition_t &type) {
-    if (!set_text(object, "name", type.name) || !set_number(object, "size", type.size))
+    if (!vrn_json_set_text(object, "name", type.name) ||
+        !vrn_json_set_number(object, "size", type.size))
         return false;
     JSON_Array *fields = vrn_json_add_array(object, "fields");
     if (!fields) return false;

@@ -10,7 +10,7 @@
 #include "counters/counters_schema_json.h"
 #include "data/schema/schema_json.h"
 #include "data/schema/type_layout.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "data/version.h"
 #include "utils/log.h"
 

@@ -5,8 +5,7 @@
 
 #include "counters/counters_schema_json.h"
 #include "data/schema/schema_json.h"
-#include "data/text/json_template.h"
-#include "data/text/json_write.h"
+#include "data/text/json_value.h"
 #include "data/version.h"
 #include "utils/log.h"
 
@@ -34,8 +33,8 @@ bool write_schemas(JSON_Object *object, const vrn_type_system_t &ts) {
 }
 
 bool write_system(JSON_Object *object, const vrn_type_system_t &ts) {
-    return json_object_set_string(object, "name", "Varnel type system") == JSONSuccess &&
-           json_object_set_string(object, "version", VRN_SCHEMA_VERSION_TEXT) == JSONSuccess &&
+    return vrn_json_set_text(object, "name", "Varnel type system") &&
+           vrn_json_set_text(object, "version", VRN_SCHEMA_VERSION_TEXT) &&
            write_counters_schema(object, ts) && write_schemas(object, ts);
 }
 

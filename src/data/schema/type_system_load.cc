@@ -4,8 +4,8 @@
 
 #include "counters/counters_schema_json.h"
 #include "data/schema/schema_json.h"
-#include "data/text/json_file.h"
-#include "data/text/json_template.h"
+#include "data/text/json_document.h"
+#include "data/text/json_value.h"
 #include "utils/log.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include "data/serial/event_walk.h"
 #include "data/text/guid_name.h"
 #include "data/text/guid_switch.h"
-#include "data/text/json_write.h"
+#include "data/text/json_value.h"
 #include "data/text/value_text.h"
 
 namespace {

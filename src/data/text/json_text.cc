@@ -6,7 +6,8 @@
 #include <cmath>
 #include <string>
 
-#include "utils/c_ptr.h"
+#include "data/text/json_value.h"
+#include "data/text/utf8.h"
 
 namespace vrn {
 namespace {
@@ -76,19 +77,6 @@ char *write_escaped(char *out, std::string_view text) {
             out = write_escape(out, byte, escapes[byte]);
     }
     return out;
-}
-
-bool is_ascii(std::string_view text) {
-    unsigned char all = 0;
-    for (const char character : text) all |= static_cast<unsigned char>(character);
-    return all < 0x80;
-}
-
-// parson's own rule; it reads on to a terminator.
-bool is_utf8(std::string_view text) {
-    const std::string copy(text);
-    return CPtr<JSON_Value, json_value_free>(
-               json_value_init_string_with_len(copy.data(), copy.size())) != nullptr;
 }
 
 }  // namespace
@@ -180,8 +168,8 @@ void JsonText::escaped(std::string_view text) {
 }
 
 bool JsonText::tree(const JSON_Value *value) {
-    const CPtr<char, json_free_serialized_string> text(
-        pretty_ ? json_serialize_to_string_pretty(value) : json_serialize_to_string(value));
+    const vrn_json_text_ptr text(pretty_ ? json_serialize_to_string_pretty(value)
+                                         : json_serialize_to_string(value));
     if (text) append(text.get());
     return text != nullptr;
 }

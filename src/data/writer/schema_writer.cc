@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "data/schema_id.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "data/version.h"
 #include "data/writer/data_path.h"
 #include "utils/env.h"

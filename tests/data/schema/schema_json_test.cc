@@ -3,7 +3,7 @@
 #include "data/schema/schema_registration.h"
 #include "data/schema/schema_text.h"
 #include "data/schema/type_json.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "support/test.h"
 #include "utils/name_table.h"
 

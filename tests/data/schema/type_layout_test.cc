@@ -2,7 +2,7 @@
 
 #include "data/schema/schema_json.h"
 #include "data/schema/schema_text.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "support/test.h"
 
 namespace vrn::test {

@@ -1,7 +1,7 @@
 #include "data/schema/type_system_json.h"
 
 #include "data/schema/schema_text.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "support/test.h"
 #include "utils/name_table.h"
 

@@ -5,7 +5,7 @@
 #include "counters/counters_schema_json.h"
 #include "data/schema/schema_json.h"
 #include "data/schema/schema_registration.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "support/test.h"
 
 namespace vrn::test {

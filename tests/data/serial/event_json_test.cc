@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "data/serial/influx_fixtures.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "support/test.h"
 
 namespace vrn::test {

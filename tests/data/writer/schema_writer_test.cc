@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "data/schema_id.h"
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "support/child_process.h"
 #include "support/file_limit.h"
 #include "support/test.h"

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <functional>
 
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "data/writer/data_writer.h"
 #include "data/writer/schema_writer.h"
 #include "support/data_tree.h"

@@ -1,6 +1,6 @@
-#include "data/text/json_number.h"
+#include "data/text/json_document.h"
 
-#include "data/text/json_template.h"
+#include "data/text/json_value.h"
 #include "support/test.h"
 
 namespace vrn::test {

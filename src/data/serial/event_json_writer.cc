@@ -1,9 +1,10 @@
-#include "data/serial/event_text.h"
+#include "data/serial/event_json_writer.h"
 
 #include <new>
 
 #include "data/serial/event_json.h"
 #include "data/serial/event_walk.h"
+#include "data/text/json_value.h"
 
 namespace {
 
@@ -52,7 +53,7 @@ class TextSink {
 };
 
 bool write_tree(const vrn_type_definition_t *type, const void *record, vrn::JsonText *text) {
-    const vrn::CPtr<JSON_Value, json_value_free> value(vrn_event_to_json(type, record));
+    const vrn_json_value_ptr value(vrn_event_to_json(type, record));
     return value && text->tree(value.get());
 }
 
