@@ -10,7 +10,6 @@
 #include <string>
 #include <utility>
 
-#include "utils/env.h"
 #include "utils/hexdump.h"
 
 std::uint32_t vrn_log_level = VRN_LOG_UNINITIALIZED;
@@ -33,7 +32,9 @@ void destroy_mutex_at_exit() {
 
 // False when logging goes on without a mutex of its own making.
 bool _vrn_init_logger_mutex() {
-    const char *thread_safe = vrn_getenv("VRN_LOG_THREAD_SAFE");
+    const vrn::EnvLookup setting = vrn::look_up_env("VRN_LOG_THREAD_SAFE");
+    if (setting.is_conflict()) vrn_log_env_conflict(setting);
+    const char *thread_safe = setting.value();
     if (thread_safe && *thread_safe && !vrn_env_value_is_true(thread_safe)) {
         VRN_LOG(VRN_LOG_DEBUG,
                 "[logger] [%s] Thread safety is disabled by environment variable "
@@ -134,13 +135,20 @@ void vrn_vlog(std::uint32_t level, const char *format, std::va_list arguments) {
     std::fflush(stream);
 }
 
+void vrn_log_env_conflict(const vrn::EnvLookup &found) {
+    VRN_LOG(VRN_LOG_WARNING,
+            "[vrn_getenv] Environment variables conflict - VRN_%s=%s and %s=%s. Using VRN_%s",
+            found.bare_name, found.prefixed_value, found.bare_name, found.bare_value,
+            found.bare_name);
+}
+
 void vrn_log_init_from_env() {
     // A level of -1 leaves the log uninitialised: a message on the way must not start it again.
     static bool starting = false;
     if (starting) return;
     starting = true;
     int level = 0;
-    const char *text = vrn_getenv("VRN_API_LOG_LEVEL");
+    const char *text = vrn::look_up_env("VRN_API_LOG_LEVEL").value();
     // sscanf and its lenience are part of the variable's meaning: "7x" is 7, "abc" is 0.
     if (!text || std::sscanf(text, "%d", &level) != 1) level = 0;  // NOLINT(cert-err34-c)
     vrn_init_stderr_logger(static_cast<std::uint32_t>(level));

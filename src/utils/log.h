@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "utils/env_lookup.h"
+
 // Levels are syslog priorities; the system's own messages use these four.
 inline constexpr std::uint32_t VRN_LOG_ERROR = 3;
 inline constexpr std::uint32_t VRN_LOG_WARNING = 4;
@@ -58,6 +60,9 @@ extern bool vrn_log_registered;
 void vrn_log(std::uint32_t level, const char *format, ...) __attribute__((format(printf, 2, 3)));
 void vrn_vlog(std::uint32_t level, const char *format, std::va_list arguments)
     __attribute__((format(printf, 2, 0)));
+
+// Tells, at level 4, that a variable is set differently under its two spellings.
+void vrn_log_env_conflict(const vrn::EnvLookup &found);
 
 // Starts the standard error sink at the level of VRN_API_LOG_LEVEL; unset or unparsable is 0.
 void vrn_log_init_from_env();
