@@ -19,15 +19,5 @@ TEST(CntxBlockTables, HashesLabelSetsByTheirNames) {
     EXPECT_EQ(tables.names_of(2), Lines{});
 }
 
-TEST(CntxBlockTables, LabelsOverwriteConstants) {
-    CntxBlockTables tables;
-    tables.label_names = {{3, {"cpu", "host"}}};
-    tables.constant_labels = {{"host", "n1"}, {"site", "x"}};
-    EXPECT_EQ(resolve_labels(tables, 3, {"c0", "n2"}),
-              (LabelMap{{"cpu", "c0"}, {"host", "n2"}, {"site", "x"}}));
-    EXPECT_EQ(resolve_labels(tables, 4, {}), tables.constant_labels);
-    EXPECT_THROW(resolve_labels(tables, 3, {"a", "b", "c"}), std::runtime_error);
-}
-
 }  // namespace
 }  // namespace vrn::test

@@ -122,8 +122,11 @@ TEST(HistogramStore, BoundsOfOneTextShareASeries) {
                p + "Generated histogram derivative data for: 'lat_bucket' with 1 derivatives"}));
 }
 
-TEST(HistogramStore, LabelsThatAreGoneAreLeftOut) {
+TEST(HistogramStore, LabelsThatAreGoneAreLeftOutAndAMissingNameEndsTheDerivation) {
     MetricsHistory source;
+    EXPECT_FALSE(metrics::is_histogram_metric("lat", &source));
+    EXPECT_TRUE(source.find_table<metrics::HistogramBuckets>());
+    EXPECT_TRUE(metrics::is_histogram_metric("any_sum", &source));
     const std::uint64_t set = source.intern_labels({{"disk", "sda"}});
     store(&source, 1, {}, set);
     source.release_labels(source.label_sets().at(set));
@@ -132,27 +135,15 @@ TEST(HistogramStore, LabelsThatAreGoneAreLeftOut) {
     EXPECT_TRUE(
         log.take().at(0).starts_with("4 [vrn typed metrics data] Could not translate histogram "
                                      "label: Symbol not found for key: "));
-}
 
-TEST(HistogramStore, AMetricWithoutNameEndsTheDerivation) {
-    MetricsHistory source;
     source.get_series<metrics::HistogramBuckets>(7, 0).push(1, {});
+    EXPECT_TRUE(metrics::is_histogram_metric("lat", &source));
+    EXPECT_FALSE(metrics::is_histogram_metric("la", &source));
     std::unique_ptr<MetricsHistory> target;
     EXPECT_THROW(metrics::generate_histogram_derivative(&target, source, "lat", 0, 0),
                  SymbolTable::SymbolNotFoundError);
     ASSERT_TRUE(target);
     EXPECT_TRUE(target->symbols().find("+Inf"));
-    EXPECT_FALSE(metrics::is_histogram_metric("lat", &source));
-}
-
-TEST(HistogramStore, KnowsHistogramsByName) {
-    MetricsHistory source;
-    EXPECT_FALSE(metrics::is_histogram_metric("lat", &source));
-    EXPECT_TRUE(source.find_table<metrics::HistogramBuckets>());
-    EXPECT_TRUE(metrics::is_histogram_metric("any_sum", &source));
-    fill(&source);
-    EXPECT_TRUE(metrics::is_histogram_metric("lat", &source));
-    EXPECT_FALSE(metrics::is_histogram_metric("la", &source));
 }
 
 TEST(HistogramStore, GroupsTheSeriesOfAHistogram) {

@@ -263,9 +263,7 @@ TEST(MetricsFeed, StoresHistogramsUnderTheirLabels) {
               (Lines{"lat{disk=sda|host=n1} G 9=2/4", "lat{disk=sdb|host=n1} G 9=2/4"}));
     EXPECT_EQ(store.metric_type("lat"), ValueType::histogram);
 
-    const std::string second_lost = with_bytes(builder.build(), "sdb", 3,
-                                               "hist"
-                                               "HIST");
+    const std::string second_lost = with_bytes(builder.build(), "sdb", 3, std::string("histHIST"));
     const auto result = metrics::feed_cntx_blocks(ExactBytes(second_lost), nullptr, &store);
     EXPECT_EQ(log.take(), Lines{error + "Error parsing histograms: Invalid binary data format: "
                                         "Truncated 'HIST' section"});
@@ -323,16 +321,15 @@ TEST(MetricsFeed, BoundsTheWorkOfLabelsNotTheirNumber) {
 
     store.set_max_bytes(1);
     EXPECT_THROW(feed(labelled_block(1, 1, true), &store), metrics::StoreFull);
-}
 
-TEST(MetricsFeed, EachRecordIsAUseOfItsLabels) {
-    MetricsCurrent store;
-    feed(labelled_block(0, 3, true), &store);
-    const metrics::LabelIds labels = store.label_sets().begin()->second;
-    for (int i = 0; i < 2; ++i) store.release_labels(labels);
-    EXPECT_EQ(store.label_text(store.label_sets().begin()->first), "a=0|b=0");
-    store.release_labels(labels);
-    EXPECT_FALSE(store.symbols().find("a"));
+    // Each record is a use of its labels.
+    MetricsCurrent other;
+    feed(labelled_block(0, 3, true), &other);
+    const auto [hash, labels] = *other.label_sets().begin();
+    for (int i = 0; i < 2; ++i) other.release_labels(labels);
+    EXPECT_EQ(other.label_text(hash), "a=0|b=0");
+    other.release_labels(labels);
+    EXPECT_FALSE(other.symbols().find("a"));
 }
 
 }  // namespace
