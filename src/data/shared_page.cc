@@ -13,7 +13,9 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -21,6 +23,7 @@
 #include "utils/descriptor.h"
 #include "utils/guarded_copy.h"
 #include "utils/log.h"
+#include "utils/run_guarded.h"
 
 namespace {
 
@@ -72,7 +75,9 @@ class Mappings {
 };
 
 Mappings &mappings() {
-    static auto &instance = *new Mappings;  // for good: pages may outlive static objects
+    // For good, since pages may outlive static objects; in its place, since memory may be short.
+    alignas(Mappings) static std::byte place[sizeof(Mappings)];
+    static auto &instance = *new (place) Mappings;
     return instance;
 }
 
@@ -186,10 +191,11 @@ int vrn_allocate_shared_page(vrn_page_memory_t *memory, std::uint64_t size, vrn_
                              std::int32_t *creator_pid) {
     constexpr std::size_t limit = 119;
     char name[limit + 1];
-    const std::string base(vrn::field_text(memory->name));
-    if (std::snprintf(name, limit, "%s_%d", base.c_str(), memory->id) < 1) {
-        VRN_LOG(VRN_LOG_ERROR, "[%s] snprintf failed write '%s_%d' to buf size %ld", __func__,
-                base.c_str(), memory->id, static_cast<long>(limit));
+    const std::string_view base = vrn::field_text(memory->name);
+    const auto base_length = static_cast<int>(base.size());
+    if (std::snprintf(name, limit, "%.*s_%d", base_length, base.data(), memory->id) < 1) {
+        VRN_LOG(VRN_LOG_ERROR, "[%s] snprintf failed write '%.*s_%d' to buf size %ld", __func__,
+                base_length, base.data(), memory->id, static_cast<long>(limit));
         return -1;
     }
     const std::size_t length = std::min(std::strlen(name), sizeof memory->name - 1);
@@ -231,8 +237,14 @@ int vrn_allocate_shared_mem(const char *name, std::uint64_t size, vrn_data_page_
     VRN_LOG(VRN_LOG_INFO, "Allocating shared_page: %s of size: %lu ptr=%p", name, size, bytes);
     *page = static_cast<vrn_data_page_t *>(bytes);
     const std::int32_t owner = is_new ? *creator_pid : heir_of(object, *page, size);
-    mappings().add(bytes, {name, size, owner, identity_of(object)});
-    return 0;
+    if (vrn::run_guarded([&] { mappings().add(bytes, {name, size, owner, identity_of(object)}); }))
+        return 0;
+    VRN_LOG(VRN_LOG_ERROR, "FAILED to allocate shared_page: %s of size: %lu ", name, size);
+    munmap(bytes, size);
+    if (is_new) shm_unlink(name);
+    *page = nullptr;
+    errno = ENOMEM;  // for the caller's line
+    return -1;
 }
 
 bool vrn_data_page_is_shared(const vrn_data_page_t *page) {
