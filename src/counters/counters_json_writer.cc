@@ -2,7 +2,6 @@
 
 #include <cinttypes>
 #include <cstring>
-#include <new>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -13,6 +12,8 @@
 #include "counters/metadata_enrich.h"
 #include "data/text/json_value.h"
 #include "utils/log.h"
+#include "utils/rollback.h"
+#include "utils/with_memory.h"
 
 namespace vrn {
 namespace {
@@ -251,16 +252,17 @@ bool CountersJsonWriter::write(std::uint64_t timestamp, Bytes values, bool micro
                 max_label_bytes);
         return false;
     }
-    const JsonText::Mark start = text_.mark();
-    try {
-        if (needs_tree_) return write_tree(timestamp, values, microseconds);
-        const CounterRow row(values);
-        return metadata_ ? write_text<true>(timestamp, row, microseconds)
-                         : write_text<false>(timestamp, row, microseconds);
-    } catch (const std::bad_alloc &) {
-        text_.rewind(start);
-        return false;
-    }
+    Rollback added([this, start = text_.mark()] { text_.rewind(start); });
+    const bool done = write_members(timestamp, values, microseconds);
+    if (done) added.keep();
+    return done;
+}
+
+bool CountersJsonWriter::write_members(std::uint64_t timestamp, Bytes values, bool microseconds) {
+    if (needs_tree_) return write_tree(timestamp, values, microseconds);
+    const CounterRow row(values);
+    return metadata_ ? write_text<true>(timestamp, row, microseconds)
+                     : write_text<false>(timestamp, row, microseconds);
 }
 
 template <bool has_metadata>
@@ -274,9 +276,11 @@ bool CountersJsonWriter::write_text(std::uint64_t timestamp, const CounterRow &r
 }
 
 bool CountersJsonWriter::write_tree(std::uint64_t timestamp, Bytes values, bool microseconds) {
-    const vrn_json_value_ptr value(
-        vrn_counters_row_to_json(timestamp, values, &schema_, microseconds));
-    return value && text_.tree(vrn_metadata_enrich(value.get(), metadata_));
+    return with_memory([&] {
+        const vrn_json_value_ptr value(
+            vrn_counters_row_to_json(timestamp, values, &schema_, microseconds));
+        return value && text_.tree(vrn_metadata_enrich(value.get(), metadata_));
+    });
 }
 
 }  // namespace vrn

@@ -21,9 +21,9 @@ class CountersJsonWriter {
     CountersJsonWriter(const vrn_counters_schema_t &schema, const vrn_metadata_t *metadata,
                        JsonText &text);
 
-    // Appends what parson prints for vrn_counters_row_to_json() after vrn_metadata_enrich(). False,
-    // with nothing appended, when out of memory, and after an error line when the metadata would
-    // make rows long without reason.
+    // Appends what parson prints for vrn_counters_row_to_json() after vrn_metadata_enrich().
+    // Nothing is appended when the metadata would make rows long without reason, which is told by
+    // false after an error line, or memory runs out, by std::bad_alloc.
     bool write(std::uint64_t timestamp, Bytes values, bool microseconds);
 
   private:
@@ -51,6 +51,7 @@ class CountersJsonWriter {
         std::string pieces;  // one after the other
     };
 
+    bool write_members(std::uint64_t timestamp, Bytes values, bool microseconds);
     template <bool has_metadata>
     bool write_text(std::uint64_t timestamp, const CounterRow &row, bool microseconds);
     bool write_tree(std::uint64_t timestamp, Bytes values, bool microseconds);

@@ -4,6 +4,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <limits>
 
@@ -48,8 +49,10 @@ uInt to_zlib_size(std::size_t size) {
 bool gzip_decode(const void *data, std::size_t size, void *buffer, std::size_t buffer_size,
                  std::size_t *decoded_size) {
     z_stream stream{};
-    if (inflateInit2(&stream, gzip_window_bits) != Z_OK) {
+    const int begun = inflateInit2(&stream, gzip_window_bits);
+    if (begun != Z_OK) {
         VRN_LOG(VRN_LOG_ERROR, "[encoded_data] inflateInit failed while decompressing.");
+        if (begun == Z_MEM_ERROR) errno = ENOMEM;
         return false;
     }
     Bytef nothing = 0;  // zlib refuses null even where there is no room to write
@@ -62,6 +65,7 @@ bool gzip_decode(const void *data, std::size_t size, void *buffer, std::size_t b
     inflateEnd(&stream);
     if (result < 0) {
         VRN_LOG(VRN_LOG_ERROR, "[encoded_data] zlib error while decompressing");
+        if (result == Z_MEM_ERROR) errno = ENOMEM;
         return false;
     }
     if (result != Z_STREAM_END) {

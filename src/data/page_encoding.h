@@ -23,8 +23,8 @@ std::uint64_t vrn_encoded_data_max_decoded_size(vrn_page_encoding_t encoding, st
 
 // Decodes the `size` bytes of stream at `data` into the `buffer_size` bytes at `buffer`, which may
 // be null when `buffer_size` is 0. Of a gzip stream only the first member is read; a buffer it does
-// not fill is zeroed behind it. False after one line if the stream is corrupt or does not fit;
-// false without a line if the encoding is unknown.
+// not fill is zeroed behind it. False after one line if the stream is corrupt or does not fit, or,
+// with errno ENOMEM, if memory runs out; false without a line if the encoding is unknown.
 [[nodiscard]] bool vrn_encoded_data_decode(vrn_page_encoding_t encoding, const void *data,
                                            std::size_t size, void *buffer, std::size_t buffer_size);
 

@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <exception>
 #include <memory_resource>
+#include <new>
 #include <string>
 #include <unordered_map>
 
 #include "metrics/json_fit.h"
 #include "metrics/section_mark.h"
 #include "utils/log.h"
+#include "utils/rollback.h"
 
 namespace vrn::metrics {
 namespace {
@@ -184,15 +186,17 @@ bool MetricsJsonWriter::constants_fit() const {
 }
 
 bool MetricsJsonWriter::write(bool microseconds, JsonText *text) {
-    const JsonText::Mark start = text->mark();
+    // Part of the members may stand in the text.
+    Rollback added([text, start = text->mark()] { text->rewind(start); });
+    bool done = false;
     try {
-        if ((records_fit_ || check_records()) && write_members(microseconds, text)) return true;
+        done = (records_fit_ || check_records()) && write_members(microseconds, text);
     } catch (const std::exception &error) {
         VRN_LOG(VRN_LOG_ERROR, "failed to JSONify metrics: %s", error.what());
+        if (dynamic_cast<const std::bad_alloc *>(&error)) throw;
     }
-    // Part of the members may stand in the text.
-    text->rewind(start);
-    return false;
+    if (done) added.keep();
+    return done;
 }
 
 bool MetricsJsonWriter::write_members(bool microseconds, JsonText *text) {

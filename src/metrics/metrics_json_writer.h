@@ -27,8 +27,9 @@ class MetricsJsonWriter {
     // and parse_constant_labels().
     void read(Bytes bytes);
 
-    // Appends what parson prints for metrics_to_json() of the block. False after an error line,
-    // with nothing appended, when there is no such tree.
+    // Appends what parson prints for metrics_to_json() of the block. Nothing is appended, after
+    // an error line, when there is no such tree, which is told by false, or memory runs out, by
+    // std::bad_alloc.
     bool write(bool microseconds, JsonText *text);
 
   private:

@@ -1,10 +1,10 @@
 #include "data/serial/event_json_writer.h"
 
-#include <new>
-
 #include "data/serial/event_json.h"
 #include "data/serial/event_walk.h"
 #include "data/text/json_value.h"
+#include "utils/rollback.h"
+#include "utils/with_memory.h"
 
 namespace {
 
@@ -53,8 +53,10 @@ class TextSink {
 };
 
 bool write_tree(const vrn_type_definition_t *type, const void *record, vrn::JsonText *text) {
-    const vrn_json_value_ptr value(vrn_event_to_json(type, record));
-    return value && text->tree(value.get());
+    return vrn::with_memory([&] {
+        const vrn_json_value_ptr value(vrn_event_to_json(type, record));
+        return value && text->tree(value.get());
+    });
 }
 
 }  // namespace
@@ -62,13 +64,13 @@ bool write_tree(const vrn_type_definition_t *type, const void *record, vrn::Json
 bool vrn_event_write_json(const vrn_type_definition_t *type, const void *record,
                           vrn::JsonText *text) {
     const vrn::JsonText::Mark start = text->mark();
-    try {
-        TextSink sink(*text);
-        if (vrn::EventWalk(sink, vrn_event_converts_guids()).record(*type, record)) return true;
+    vrn::Rollback added([&] { text->rewind(start); });
+    TextSink sink(*text);
+    bool done = vrn::EventWalk(sink, vrn_event_converts_guids()).record(*type, record);
+    if (!done && sink.needs_tree()) {
         text->rewind(start);
-        return sink.needs_tree() && write_tree(type, record, text);
-    } catch (const std::bad_alloc &) {
-        text->rewind(start);
-        return false;
+        done = write_tree(type, record, text);
     }
+    if (done) added.keep();
+    return done;
 }
