@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <span>
-#include <vector>
 
 #include "reader/input_file.h"
 #include "utils/log.h"
@@ -85,13 +84,11 @@ bool fill_entries(vrn_file_entry_t *entries, const vrn_reader_options_t *options
 void vrn_file_entries_sort(vrn_file_entry_t *entries, std::size_t count,
                            const vrn_sort_order_t *order) {
     const std::span<vrn_file_entry_t> all(entries, count);
-    std::vector<vrn_file_entry_t> sorted(all.begin(), all.end());
-    for (const vrn_file_entry_t &entry : sorted)
+    for (const vrn_file_entry_t &entry : all)
         VRN_LOG(VRN_LOG_DEBUG, "before sort: %s \u2192 source_id = %s | source_tag = %s | ts = %lu",
                 entry.path, entry.source_id, entry.source_tag, entry.first_timestamp);
-    std::sort(sorted.begin(), sorted.end(),
+    std::sort(all.begin(), all.end(),
               [order](const auto &a, const auto &b) { return stands_before(a, b, order); });
-    std::copy(sorted.begin(), sorted.end(), all.begin());
     for (const vrn_file_entry_t &entry : all)
         VRN_LOG(VRN_LOG_DEBUG, "after sort:  %s \u2192 source_id = %s | source_tag = %s | ts = %lu",
                 entry.path, entry.source_id, entry.source_tag, entry.first_timestamp);

@@ -15,8 +15,7 @@ struct vrn_file_entry_t {
 };
 static_assert(sizeof(vrn_file_entry_t) == 96);
 
-// Sorts in place. Entries that are equal by all keys come out in any order. Ends the process when
-// memory runs out.
+// Sorts in place. Entries that are equal by all keys come out in any order.
 void vrn_file_entries_sort(vrn_file_entry_t *entries, std::size_t count,
                            const vrn_sort_order_t *order);
 

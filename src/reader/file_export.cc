@@ -7,6 +7,7 @@
 
 #include "data/block.h"
 #include "utils/log.h"
+#include "utils/with_memory.h"
 
 namespace vrn::reader {
 
@@ -67,7 +68,9 @@ void FileExport::header(const vrn_data_file_header_t &header) {
 }
 
 bool FileExport::begin() {
-    if (output_.options.metadata) metadata_.reset(vrn_metadata_load(output_.options.schema_path));
+    if (output_.options.metadata)
+        metadata_ = with_memory(
+            [this] { return vrn_metadata_ptr(vrn_metadata_load(output_.options.schema_path)); });
     run_->counters.use_metadata(metadata_.get());
     has_begun_ = true;
     if (output_.options.format == VRN_FORMAT_JSON) {

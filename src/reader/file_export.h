@@ -32,6 +32,9 @@ class FileExport final : public scan::Visitor {
     // Borrows all; `pages` is null unless the format is bin. `is_first`: first entry of the list.
     FileExport(const char *file_name, bool is_first, ReaderRun *run, PageExport *pages);
 
+    // Says why the file can't be read on.
+    void give_up(const char *reason) const { output_.fail("%s", reason); }
+
     // Ends the framing of a file that was read to its end, or tells that it was not.
     void end(bool is_done);
 

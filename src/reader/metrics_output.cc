@@ -1,6 +1,7 @@
 #include "reader/metrics_output.h"
 
 #include <exception>
+#include <new>
 
 #include "metrics/metrics_json_writer.h"
 #include "utils/log.h"
@@ -34,6 +35,8 @@ bool MetricsOutput::show(Bytes block, FileOutput *output) {
         return print(block, output);
     } catch (const std::exception &error) {
         VRN_LOG(VRN_LOG_ERROR, "failed to parse full block: %s", error.what());
+        // Padding excuses a block, but not that memory ran out.
+        if (dynamic_cast<const std::bad_alloc *>(&error)) throw;
         return false;
     }
 }

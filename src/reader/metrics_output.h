@@ -18,7 +18,7 @@ class MetricsOutput {
     ~MetricsOutput();
 
     // Prints a CNTX block, which may be shorter than `block`, as one JSON value. Formats other than
-    // JSON are refused in words, which is no failure. False after a line.
+    // JSON are refused in words, which is no failure. False after a line. Throws std::bad_alloc.
     bool show(Bytes block, FileOutput *output);
 
   private:

@@ -1,13 +1,16 @@
 #include "reader/page_export.h"
 
+#include <new>
+
 #include "utils/log.h"
+#include "utils/with_memory.h"
 
 namespace vrn::reader {
 
 std::unique_ptr<PageExport> PageExport::create(const char *output_dir) {
-    std::unique_ptr<PageExport> pages(new PageExport);
-    pages->client_id_.reset(vrn_client_id_create());
-    if (!pages->client_id_) {
+    std::unique_ptr<PageExport> pages(new (std::nothrow) PageExport);
+    if (pages) pages->client_id_.reset(vrn_client_id_create());
+    if (!pages || !pages->client_id_) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to allocate client ID");
         return nullptr;
     }
@@ -19,8 +22,12 @@ std::unique_ptr<PageExport> PageExport::create(const char *output_dir) {
 
 bool PageExport::add(const void *header, Bytes payload) {
     page_.reset(vrn_reader_page_prepare(page_.release(), payload.size()));
-    return page_ && vrn_reader_page_write(writer_.get(), payload.data(), payload.size(), header,
-                                          page_.get());
+    if (!page_) throw std::bad_alloc();
+    // The writer goes on after a lost page, whatever the cause.
+    return with_memory([&] {
+        return vrn_reader_page_write(writer_.get(), payload.data(), payload.size(), header,
+                                     page_.get());
+    });
 }
 
 }  // namespace vrn::reader

@@ -22,7 +22,7 @@ class PageExport {
     void end_chunk() { page_.reset(); }
 
     // Hands a decoded payload to the data writer, under the names and times of the compressed page
-    // header at `header`. False after a line.
+    // header at `header`. False after a line. Throws std::bad_alloc.
     bool add(const void *header, Bytes payload);
 
   private:

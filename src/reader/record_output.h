@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstddef>
-#include <new>
 
 #include "data/text/json_text.h"
 #include "reader/reader_options.h"
+#include "utils/rollback.h"
 
 namespace vrn::reader {
 
@@ -20,20 +20,15 @@ class RecordOutput {
     // Hands the records written so far over. To be called before anything else prints.
     void flush();
 
-    // Adds what `write` appends to the text that it is given. When that returns false or memory
-    // runs out, nothing is added and the result is false.
+    // Adds what `write` appends to the text that it is given. When that returns false or throws,
+    // as it does when memory runs out, nothing is added.
     template <typename Write>
     bool add_text(Write write) {
-        const JsonText::Mark start = text_.mark();
-        bool done = false;
-        try {
-            done = write(&text_);
-        } catch (const std::bad_alloc &) {
-            done = false;
-        }
-        if (!done) text_.rewind(start);
+        Rollback added([this, start = text_.mark()] { text_.rewind(start); });
+        if (!write(&text_)) return false;
+        added.keep();
         if (text_.size() >= piece_size_) flush();
-        return done;
+        return true;
     }
 
     // The same for a JSON record, framed as the format asks. `is_first`: of its file.

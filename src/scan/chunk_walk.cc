@@ -112,9 +112,11 @@ Next ChunkWalk::walk_page(const CompressedPage &page) {
             FaultKind::no_memory, page.place, page.block, page.block.size(),
             "Failed to allocate data block of size %lu: %s", room, std::strerror(errno)));
     Bytes payload;
+    errno = 0;
     if (!buffer_->decode(page.header, room, &payload))
-        return visitor_->fault(make_fault(FaultKind::page_damaged, page.place, page.block,
-                                          page.block.size(), "A page's stream doesn't decode"));
+        return visitor_->fault(
+            make_fault(errno == ENOMEM ? FaultKind::no_memory : FaultKind::page_damaged, page.place,
+                       page.block, page.block.size(), "A page's stream doesn't decode"));
     return use == PageUse::payload ? visitor_->payload(page, payload) : walk_payload(page, payload);
 }
 

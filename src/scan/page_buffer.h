@@ -18,7 +18,8 @@ class PageBuffer {
     [[nodiscard]] bool reserve(std::size_t size);
 
     // Decodes the page whose header is at `header` into the `room` bytes that were reserved for it,
-    // with slack after them. False when the stream is damaged, after a line of the decoder.
+    // with slack after them. False when the stream is damaged, after a line of the decoder; errno
+    // is ENOMEM when memory ran out instead.
     [[nodiscard]] bool decode(const void *header, std::size_t room, Bytes *payload);
 
   private:
