@@ -22,7 +22,7 @@ cmake --build "$work/package" >/dev/null
 mkdir "$work/plain"
 export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
 cd "$work/examples"
-for name in collector host page_to_influx; do
+for name in collector host page_to_influx read_file; do
     # Unquoted, for they are lists.
     ${CXX:-c++} -std=c++20 $flags $(pkg-config --cflags vrn) $name.cc fan_page.cc nic_page.cc sensor.cc \
         -o "$work/plain/vrn_example_$name" $(pkg-config --libs vrn)
