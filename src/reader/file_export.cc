@@ -106,9 +106,9 @@ Next FileExport::pages_end(Bytes rest) {
 }
 
 Next FileExport::events(const scan::EventBatch &batch) {
-    show_event_header(batch.header);
+    if (output_.options.print_page_info) show_event_header(batch.header);
     if (batch.count == 0 || run_->events.show(batch, &output_)) return Next::block;
-    return refuse_in_run(VRN_EVENTS_BLOCK, batch.place);
+    return refuse_in_run(VRN_EVENTS_BLOCK, batch.place());
 }
 
 Next FileExport::counters(const scan::CountersBlock &block) {
@@ -174,7 +174,8 @@ Next FileExport::fault(const scan::Fault &fault) {
         case FaultKind::schemas_block_bad:
             return refuse_in_run(VRN_SCHEMAS_BLOCK, fault.place);
         case FaultKind::type_unknown:
-            show_event_header(load_le<vrn_event_header_t>(fault.block.data()));
+            if (output_.options.print_page_info)
+                show_event_header(load_le<vrn_event_header_t>(fault.block.data()));
             VRN_LOG(VRN_LOG_ERROR, "%s", fault.reason);
             return refuse_in_run(VRN_EVENTS_BLOCK, fault.place);
         case FaultKind::page_cut:
@@ -216,7 +217,6 @@ Next FileExport::refuse_header(const scan::Fault &fault) {
 }
 
 void FileExport::show_event_header(const vrn_event_header_t &header) {
-    if (!output_.options.print_page_info) return;
     output_.records.flush();
     vrn_event_header_print(stdout, &header);
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "data/magic.h"
+#include "data/schema/event_rows.h"
 
 namespace vrn::scan {
 
@@ -25,16 +26,121 @@ std::size_t find_event_block(Bytes bytes) {
     return bytes.size();
 }
 
+// Walks one run of event and schemas blocks.
+class EventRun {
+  public:
+    EventRun(const BlockRun &run, SchemasInUse *schemas, Visitor *visitor)
+        : run_(run), schemas_(schemas), visitor_(visitor) {}
+
+    Next walk() {
+        std::size_t offset = 0;
+        while (offset + VRN_MAGIC_SIZE < run_.bytes.size()) {
+            std::size_t advance = 0;
+            const Next next = step(offset, &advance);
+            if (next == Next::run) return Next::block;
+            if (next != Next::block) return next;
+            offset += advance;
+        }
+        return Next::block;
+    }
+
+  private:
+    Next step(std::size_t offset, std::size_t *advance) {
+        const vrn_block_type_t kind = vrn_block_type_of(run_.bytes.data() + offset);
+        if (kind == VRN_EVENTS_BLOCK) return step_events(offset, advance);
+        const BlockRun rest = run_.from(offset);
+        if (kind != VRN_SCHEMAS_BLOCK) return end_events(rest, kind, advance);
+        type_ = nullptr;
+        return step_schemas(rest, advance);
+    }
+
+    Next step_events(std::size_t offset, std::size_t *advance) {
+        constexpr std::size_t header_size = sizeof(vrn_event_header_t);
+        const Bytes block = run_.bytes.subspan(offset);
+        const auto header = load_le<vrn_event_header_t>(block.data());
+        if (!type_ || schema_index_ != header.schema_index || type_index_ != header.type_index)
+            find_type(header);
+        if (!type_) return report_type(run_.from(offset), header, advance);
+        const std::size_t count = count_event_rows(*type_, header, block);
+        const std::size_t size = count * type_->size;
+        *advance = header_size + size;
+        return visitor_->events({
+            .type = type_,
+            .header = header,
+            .rows = {block.data() + (size > 0 ? header_size : 0), size},
+            .count = count,
+            .place_in_run = {&run_.place, offset},
+        });
+    }
+
+    void find_type(const vrn_event_header_t &header) {
+        const vrn_type_system_t *system = schemas_->type_system();
+        schema_index_ = header.schema_index;
+        type_index_ = header.type_index;
+        type_ = system ? vrn_type_system_find_type(system, schema_index_, type_index_) : nullptr;
+    }
+
+    Next report_type(const BlockRun &rest, const vrn_event_header_t &header, std::size_t *advance) {
+        // Lookups use the low 8 bits; the field is 16 bits wide on disk.
+        const auto type_index = static_cast<std::uint8_t>(header.type_index);
+        return report(
+            make_fault(FaultKind::type_unknown, rest.place, rest.bytes, 0,
+                       "Type definition %u:%u not found", header.schema_index, type_index),
+            rest, advance);
+    }
+
+    Next step_schemas(const BlockRun &rest, std::size_t *advance) {
+        const std::size_t size = rest.bytes.size();
+        const auto header = load_le<vrn_schemas_block_t>(rest.bytes.data());
+        const auto report_bad = [&] {
+            return report(make_fault(FaultKind::schemas_block_bad, rest.place, rest.bytes, 0,
+                                     "Schemas block of %u bytes with %u ids doesn't hold",
+                                     header.size, header.num_schema_ids),
+                          rest, advance);
+        };
+        if (size < VRN_SCHEMAS_BLOCK_MIN_BYTES || size < header.size ||
+            header.num_schema_ids > VRN_SCHEMAS_BLOCK_MAX_IDS)
+            return report_bad();
+        vrn_schema_id_t ids[VRN_SCHEMAS_BLOCK_MAX_IDS];
+        std::copy_n(rest.bytes.data() + sizeof header, sizeof ids, &ids[0].bytes[0]);
+        *advance = std::max<std::size_t>(header.size, VRN_MAGIC_SIZE);
+        // Later blocks may be of the schemas that are there.
+        if (!schemas_->use(ids, header.num_schema_ids))
+            return visitor_->fault(make_fault(FaultKind::schemas_missing, rest.place, rest.bytes,
+                                              header.size,
+                                              "Schemas of a schemas block can't be loaded"));
+        // A block that leads nowhere has named its schemas all the same.
+        return header.size == 0 ? report_bad() : Next::block;
+    }
+
+    Next end_events(const BlockRun &rest, vrn_block_type_t kind, std::size_t *advance) {
+        visitor_->padding({kind, rest.bytes, rest.place});
+        if (is_all_zero(rest.bytes)) return Next::run;
+        return report(make_fault(FaultKind::not_a_block, rest.place, rest.bytes, 0,
+                                 "No event block where one could begin"),
+                      rest, advance);
+    }
+
+    // `advance` is set to what looks like the next block, which ends the run when there is none.
+    Next report(Fault fault, const BlockRun &rest, std::size_t *advance) {
+        *advance = find_event_block(rest.bytes);
+        fault.lost = *advance;
+        return visitor_->fault(fault);
+    }
+
+    const BlockRun &run_;
+    SchemasInUse *schemas_;
+    Visitor *visitor_;
+    // Of the block before: mostly that of the next one, too.
+    const vrn_type_definition_t *type_ = nullptr;
+    std::uint8_t schema_index_ = 0;
+    std::uint16_t type_index_ = 0;
+};
+
 }  // namespace
 
 BlockRun BlockRun::from(std::size_t offset) const {
-    BlockRun rest = {bytes.subspan(offset), reach.subspan(offset), place};
-    if (place.is_in_page)
-        rest.place.in_page += offset;
-    else
-        rest.place.block += offset;
-    rest.place.in_run += offset;
-    return rest;
+    return {bytes.subspan(offset), reach.subspan(offset), PlaceInRun{&place, offset}.get()};
 }
 
 Next BlockWalk::walk(const BlockRun &run) {
@@ -45,10 +151,10 @@ Next BlockWalk::walk(const BlockRun &run) {
             return schemas_->lacks_counters() ? report_no_schema(run) : Next::block;
         case VRN_EVENTS_BLOCK:
         case VRN_SCHEMAS_BLOCK:
-            if (schemas_->has_events()) return walk_events(run);
+            if (schemas_->has_events()) return EventRun(run, schemas_, visitor_).walk();
             if (!schemas_->lacks_events()) return Next::block;
             if (const Next next = report_no_schema(run); next != Next::block) return next;
-            return walk_events(run);  // a schemas block may name some
+            return EventRun(run, schemas_, visitor_).walk();  // a schemas block may name some
         case VRN_CNTX_BLOCK:
             return visitor_->metrics({kind, run.bytes, run.place});
         case VRN_BLOB_BLOCK:
@@ -71,80 +177,6 @@ Next BlockWalk::show_counters(const BlockRun &run) {
     });
 }
 
-Next BlockWalk::walk_events(const BlockRun &run) {
-    std::size_t offset = 0;
-    while (offset + VRN_MAGIC_SIZE < run.bytes.size()) {
-        const BlockRun rest = run.from(offset);
-        const vrn_block_type_t kind = vrn_block_type_of(rest.bytes.data());
-        std::size_t advance = 0;
-        const Next next = kind == VRN_EVENTS_BLOCK    ? step_events(rest, &advance)
-                          : kind == VRN_SCHEMAS_BLOCK ? step_schemas(rest, &advance)
-                                                      : end_events(rest, kind, &advance);
-        if (next == Next::run) return Next::block;
-        if (next != Next::block) return next;
-        offset += advance;
-    }
-    return Next::block;
-}
-
-Next BlockWalk::step_events(const BlockRun &rest, std::size_t *advance) {
-    constexpr std::size_t header_size = sizeof(vrn_event_header_t);
-    const auto header = load_le<vrn_event_header_t>(rest.bytes.data());
-    // Lookups use the low 8 bits; the field is 16 bits wide on disk.
-    const auto type_index = static_cast<std::uint8_t>(header.type_index);
-    const vrn_type_system_t *system = schemas_->type_system();
-    const vrn_type_definition_t *type =
-        system ? vrn_type_system_find_type(system, header.schema_index, type_index) : nullptr;
-    if (!type) {
-        return report_in_run(
-            make_fault(FaultKind::type_unknown, rest.place, rest.bytes, 0,
-                       "Type definition %u:%u not found", header.schema_index, type_index),
-            rest, advance);
-    }
-    const std::size_t room = rest.bytes.size() - std::min(rest.bytes.size(), header_size);
-    const std::size_t count = std::min<std::size_t>(header.num_events, room / type->size);
-    *advance = header_size + count * type->size;
-    return visitor_->events({
-        .type = type,
-        .header = header,
-        .rows = count > 0 ? rest.bytes.subspan(header_size, count * type->size) : Bytes(),
-        .count = count,
-        .place = rest.place,
-    });
-}
-
-Next BlockWalk::step_schemas(const BlockRun &rest, std::size_t *advance) {
-    const std::size_t size = rest.bytes.size();
-    const auto header = load_le<vrn_schemas_block_t>(rest.bytes.data());
-    const auto report_bad = [&] {
-        return report_in_run(make_fault(FaultKind::schemas_block_bad, rest.place, rest.bytes, 0,
-                                        "Schemas block of %u bytes with %u ids doesn't hold",
-                                        header.size, header.num_schema_ids),
-                             rest, advance);
-    };
-    if (size < VRN_SCHEMAS_BLOCK_MIN_BYTES || size < header.size ||
-        header.num_schema_ids > VRN_SCHEMAS_BLOCK_MAX_IDS)
-        return report_bad();
-    vrn_schema_id_t ids[VRN_SCHEMAS_BLOCK_MAX_IDS];
-    std::copy_n(rest.bytes.data() + sizeof header, sizeof ids, &ids[0].bytes[0]);
-    *advance = std::max<std::size_t>(header.size, VRN_MAGIC_SIZE);
-    // Later blocks may be of the schemas that are there.
-    if (!schemas_->use(ids, header.num_schema_ids))
-        return visitor_->fault(make_fault(FaultKind::schemas_missing, rest.place, rest.bytes,
-                                          header.size,
-                                          "Schemas of a schemas block can't be loaded"));
-    // A block that leads nowhere has named its schemas all the same.
-    return header.size == 0 ? report_bad() : Next::block;
-}
-
-Next BlockWalk::end_events(const BlockRun &rest, vrn_block_type_t kind, std::size_t *advance) {
-    visitor_->padding({kind, rest.bytes, rest.place});
-    if (is_all_zero(rest.bytes)) return Next::run;
-    return report_in_run(make_fault(FaultKind::not_a_block, rest.place, rest.bytes, 0,
-                                    "No event block where one could begin"),
-                         rest, advance);
-}
-
 Next BlockWalk::report_no_schema(const BlockRun &run) {
     return visitor_->fault(make_fault(FaultKind::schema_none, run.place, run.bytes,
                                       run.bytes.size(), "No schema is named for a block"));
@@ -159,13 +191,6 @@ Next BlockWalk::report_unknown(const BlockRun &run) {
     if (next != Next::block) return next;
     if (offset == run.bytes.size()) return Next::page;  // the chunk may still hold pages
     return walk(run.from(offset));
-}
-
-// `advance` is set to what looks like the next block, which ends the run when there is none.
-Next BlockWalk::report_in_run(Fault fault, const BlockRun &rest, std::size_t *advance) {
-    *advance = find_event_block(rest.bytes);
-    fault.lost = *advance;
-    return visitor_->fault(fault);
 }
 
 Fault make_fault(FaultKind kind, const Place &place, Bytes block, std::uint64_t lost,

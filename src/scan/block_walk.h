@@ -29,14 +29,9 @@ class BlockWalk {
     Next walk(const BlockRun &run);
 
   private:
-    Next walk_events(const BlockRun &run);
-    Next step_events(const BlockRun &rest, std::size_t *advance);
-    Next step_schemas(const BlockRun &rest, std::size_t *advance);
-    Next end_events(const BlockRun &rest, vrn_block_type_t kind, std::size_t *advance);
     Next show_counters(const BlockRun &run);
     Next report_no_schema(const BlockRun &run);
     Next report_unknown(const BlockRun &run);
-    Next report_in_run(Fault fault, const BlockRun &rest, std::size_t *advance);
 
     SchemasInUse *schemas_;
     Visitor *visitor_;

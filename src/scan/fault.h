@@ -20,6 +20,19 @@ struct Place {
     bool is_in_page = false;
 };
 
+// A place in a run of event blocks, worked out when it is asked for.
+struct PlaceInRun {
+    const Place *run;
+    std::size_t offset;
+
+    Place get() const {
+        Place place = *run;
+        (place.is_in_page ? place.in_page : place.block) += offset;
+        place.in_run += offset;
+        return place;
+    }
+};
+
 enum class FaultKind : std::uint8_t {
     header_cut,         // fewer than 256 bytes, or they can't be read
     header_bad,         // wrong magic, version or size

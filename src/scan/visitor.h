@@ -21,8 +21,9 @@ struct EventBatch {
     vrn_event_header_t header;
     Bytes rows;         // `count` rows of `type->size` bytes
     std::size_t count;  // whole rows that are there: the header may claim more
-    Place place;
+    PlaceInRun place_in_run;
 
+    Place place() const { return place_in_run.get(); }
     const std::uint8_t *row(std::size_t index) const { return rows.data() + index * type->size; }
 };
 

@@ -148,7 +148,7 @@ class ChunkVisitor : public scan::Visitor {
     std::map<std::uint64_t, Lines> chunks;
 
     Next events(const scan::EventBatch &batch) override {
-        return add(batch.place, {batch.rows.begin(), batch.rows.end()});
+        return add(batch.place(), {batch.rows.begin(), batch.rows.end()});
     }
     Next counters(const scan::CountersBlock &block) override {
         return add(block.place, {block.row.begin(), block.row.begin() + block.held});
