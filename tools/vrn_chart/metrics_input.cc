@@ -1,109 +1,98 @@
 #include "vrn_chart/metrics_input.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <string>
 
-#include "data/block.h"
-#include "data/compressed_page.h"
-#include "data/data_file_header.h"
 #include "metrics/store/metrics_feed.h"
-#include "scan/byte_source.h"
-#include "utils/byte_reader.h"
-#include "utils/c_ptr.h"
+#include "scan/data_file_scan.h"
 #include "utils/log.h"
 
 namespace vrn::chart {
 namespace {
 
-using metrics::MetricsHistory;
-
-constexpr std::uint32_t max_block_size = 1 << 27;
+using scan::FaultKind;
+using scan::Next;
 
 bool fail(const std::string &path, const std::string &what) {
     VRN_LOG(VRN_LOG_ERROR, "%s: %s", path.c_str(), what.c_str());
     return false;
 }
 
-vrn_block_type_t kind_of(Bytes rest) {
-    return rest.size() < VRN_MAGIC_SIZE ? VRN_UNKNOWN_BLOCK : vrn_block_type_of(rest.data());
-}
+// Stores the metrics of one file and remembers what was wrong last.
+class MetricsInput final : public scan::Visitor {
+  public:
+    MetricsInput(const std::string &path, const ByteSource &source, metrics::MetricsHistory *store)
+        : path_(path), source_(source), store_(store) {}
 
-// These return what is wrong, null when nothing is.
+    // Empty when nothing is lost.
+    const std::string &loss() const { return loss_; }
 
-const char *store_blocks(Bytes blocks, MetricsHistory *store) {
-    const vrn_block_type_t kind = kind_of(blocks);
-    if (kind == VRN_UNKNOWN_BLOCK) return "holds a block of unknown type";
-    if (kind != VRN_CNTX_BLOCK) return nullptr;
-    const metrics::FeedResult result = metrics::feed_cntx_blocks(blocks, nullptr, store);
-    if (result.blocks > 0 && result.incomplete == 0) return nullptr;
-    return "not all of its metrics could be taken";
-}
-
-// Pages stand back to back; what follows the last whole one is padding.
-const char *store_pages(Bytes chunk, MetricsHistory *store) {
-    const char *fault = nullptr;
-    while (kind_of(chunk) == VRN_PAGE_BLOCK) {
-        const std::size_t page_size = vrn_compressed_page_whole_size(chunk);
-        if (page_size == 0) return fault;
-        std::uint64_t size = 0;
-        const CPtr<void, std::free> payload(
-            vrn_compressed_page_decode_alloc(chunk.data() + VRN_MAGIC_SIZE, &size));
-        const Bytes blocks(static_cast<const std::uint8_t *>(payload.get()), payload ? size : 0);
-        if (!payload)
-            fault = "holds a damaged page";
-        else if (const char *damage = blocks.empty() ? nullptr : store_blocks(blocks, store))
-            fault = damage;
-        chunk = chunk.subspan(page_size);
+    Next metrics(const scan::PlainBlock &block) override {
+        const metrics::FeedResult result = metrics::feed_cntx_blocks(block.bytes, nullptr, store_);
+        if (result.blocks == 0 || result.incomplete != 0)
+            loss_ = "not all of its metrics could be taken";
+        return Next::block;
     }
-    return fault;
-}
 
-const char *store_chunk(Bytes chunk, MetricsHistory *store) {
-    return kind_of(chunk) == VRN_PAGE_BLOCK ? store_pages(chunk, store)
-                                            : store_blocks(chunk, store);
-}
-
-// All chunks are stored, also after a faulty one, which the next ones don't depend on.
-bool store_chunks(const std::string &path, std::uint32_t block_size, ByteSource *source,
-                  MetricsHistory *store) {
-    // Not cleared: a false size takes no memory.
-    const auto chunk = std::make_unique_for_overwrite<std::uint8_t[]>(block_size);
-    const char *fault = nullptr;
-    while (source->state() == ByteSource::State::open) {
-        const std::size_t size = source->read(chunk.get(), block_size);
-        const char *new_fault = size > 0 ? store_chunk({chunk.get(), size}, store) : nullptr;
-        if (new_fault) fault = new_fault;
+    Next fault(const scan::Fault &fault) override {
+        switch (fault.kind) {
+            case FaultKind::header_cut:
+                loss_ = source_.state() == ByteSource::State::failed
+                            ? std::string("can't be read: ") + fault.reason
+                            : "holds no data file header";
+                return Next::nothing;
+            case FaultKind::header_bad:
+                loss_ = "is no data file";
+                return Next::nothing;
+            case FaultKind::block_size_bad:
+                loss_ = "has a block size out of range";
+                return Next::nothing;
+            case FaultKind::read_failed:
+                loss_ = std::string("can't be read to its end: ") + fault.reason;
+                return Next::nothing;
+            case FaultKind::no_memory:
+                loss_ = fault.reason;
+                break;
+            case FaultKind::stream_cut:
+                VRN_LOG(VRN_LOG_WARNING, "Data file %s is cut short: its gzip stream has no end",
+                        path_.c_str());
+                break;
+            case FaultKind::page_damaged:
+                loss_ = "holds a damaged page";
+                break;
+            case FaultKind::tail_short:
+            case FaultKind::block_unknown:
+                loss_ = "holds a block of unknown type";
+                break;
+            default:
+                break;  // padding
+        }
+        return Next::page;
     }
-    if (source->state() == ByteSource::State::cut_short)
-        VRN_LOG(VRN_LOG_WARNING, "Data file %s is cut short: its gzip stream has no end",
-                path.c_str());
-    if (source->state() == ByteSource::State::failed)
-        return fail(path, std::string("can't be read to its end: ") + source->error_text());
-    return !fault || fail(path, fault);
-}
+
+  private:
+    const std::string &path_;
+    const ByteSource &source_;
+    metrics::MetricsHistory *store_;
+    std::string loss_;
+};
 
 }  // namespace
 
-bool read_metrics(const std::string &path, MetricsHistory *store) {
+bool read_metrics(const std::string &path, metrics::MetricsHistory *store) {
     const auto source = ByteSource::open_path(path.c_str());
     if (!source) return fail(path, std::string("can't be opened: ") + std::strerror(errno));
-    vrn_data_file_header_t header{};
-    if (source->read(&header, sizeof header) != sizeof header)
-        return fail(path, source->state() == ByteSource::State::failed
-                              ? std::string("can't be read: ") + source->error_text()
-                              : "holds no data file header");
-    if (!vrn_data_file_header_validate(&header)) return fail(path, "is no data file");
-    if (header.block_size < VRN_MAGIC_SIZE || header.block_size > max_block_size)
-        return fail(path, "has a block size out of range");
+    MetricsInput input(path, *source, store);
     try {
-        return store_chunks(path, header.block_size, source.get(), store);
+        scan::PageBuffer buffer;
+        scan::DataFileScan(source.get(), nullptr, &buffer, &input).run();
     } catch (const metrics::StoreFull &) {
         return fail(path,
                     "holds more series than there is room for; fewer samples of each leave more "
                     "room");
     }
+    return input.loss().empty() || fail(path, input.loss());
 }
 
 }  // namespace vrn::chart

@@ -6,6 +6,7 @@
 
 #include "counters/counter_row.h"
 #include "data/block.h"
+#include "data/schema/event_rows.h"
 #include "data/serial/influx_event.h"
 #include "data/serial/influx_text.h"
 #include "utils/log.h"
@@ -78,9 +79,10 @@ class PageWalk {
             vrn_type_system_find_type(type_system_, header.schema_index, header.type_index);
         if (!type) return 0;
         const std::string start = serializer_.line_start(type->name, tags_);
+        const std::size_t count =
+            count_event_rows(*type, header, page_.subspan(offset, end_ - offset));
         std::uint64_t place = offset + sizeof header;
-        for (std::uint8_t i = 0; i < header.num_events; ++i) {
-            if (place > end_ || type->size > end_ - place) break;
+        for (std::size_t i = 0; i < count; ++i) {
             if (!influx_write_event_line(start, type, page_.data() + place, header.timestamp, room_,
                                          &text_))
                 return refuse_lines();
