@@ -10,8 +10,8 @@
 #include <cstring>
 #include <ctime>
 
+#include "reader/options_parse.h"
 #include "reader/reader.h"
-#include "reader/reader_options.h"
 #include "utils/env.h"
 #include "utils/log.h"
 

@@ -39,17 +39,6 @@ struct vrn_reader_options_t {
 // Stores the defaults. False: out of memory.
 bool vrn_reader_options_init(vrn_reader_options_t *options);
 
-// Fills `options` from the command line and checks it. False: a message is on standard error and
-// the record only fit to be freed. Exits with status 0 on --help and --version.
-bool vrn_reader_options_parse(vrn_reader_options_t *options, int argc, char **argv);
-
-// Help text on standard output. False: out of memory, and nothing is printed.
-bool vrn_reader_print_usage();
-
 // Frees what the record owns and zeroes it.
 void vrn_reader_options_clear(vrn_reader_options_t *options);
 void vrn_reader_options_free(vrn_reader_options_t *options);  // the same; accepts null
-
-// Folder `name` beside the file at `path` or above it, within `levels` folders; the root itself is
-// never tried. Freed by the caller; null when not found.
-char *vrn_reader_find_schema_dir(const char *path, const char *name, int levels);

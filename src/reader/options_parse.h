@@ -1,0 +1,15 @@
+// The command line of vrn_read.
+#pragma once
+
+#include "reader/reader_options.h"
+
+// Fills `options` from the command line and checks it. False: a message is on standard error and
+// the record only fit to be freed. Exits with status 0 on --help and --version.
+bool vrn_reader_options_parse(vrn_reader_options_t *options, int argc, char **argv);
+
+// Help text on standard output. False: out of memory, and nothing is printed.
+bool vrn_reader_print_usage();
+
+// Folder `name` beside the file at `path` or above it, within `levels` folders; the root itself is
+// never tried. Freed by the caller; null when not found.
+char *vrn_reader_find_schema_dir(const char *path, const char *name, int levels);
