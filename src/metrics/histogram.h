@@ -24,7 +24,7 @@ struct Histogram {
     std::vector<std::string> label_values = {};
 
     // Fills `histogram` from the section whose mark starts `section`; the bytes end with the range
-    // that is scanned. Returns the offset behind its labels block. Throws std::runtime_error when
+    // that is scanned. Returns the offset after its labels block. Throws std::runtime_error when
     // the section leaves the range or a label has no text.
     static std::uint64_t parse(Bytes section, const std::vector<std::string> &label_values,
                                Histogram *histogram);

@@ -32,7 +32,7 @@ struct HistogramSet {
     // 0 for an empty set, else one above the highest id present.
     std::uint64_t next_id() const;
 
-    // Adds the histograms of all HIST sections in `range`; returns the bytes behind the last one.
+    // Adds the histograms of all HIST sections in `range`; returns the bytes after the last one.
     // Throws what Histogram::parse throws; the histograms before the fault stay.
     Bytes parse_sections(Bytes range, const std::vector<std::string> &label_values);
 

@@ -22,9 +22,8 @@ namespace vrn::metrics {
 class MetricsJsonWriter {
   public:
     // Walks the block that starts `bytes`, which must stay in place until it is written; its first
-    // "CNTX" tells its size. Throws std::runtime_error when it is
-    // malformed, with the lines of VrnMetricsParser's find_cntx_total_size(), parse_cntx_block()
-    // and parse_constant_labels().
+    // "CNTX" tells its size. Throws std::runtime_error when it is malformed, with the lines of
+    // VrnMetricsParser's find_cntx_total_size(), parse_cntx_block() and parse_constant_labels().
     void read(Bytes bytes);
 
     // Appends what parson prints for metrics_to_json() of the block. Nothing is appended, after

@@ -26,7 +26,7 @@ class PreallocatedVector {
 
     void append(Bytes bytes);
 
-    // Moves the bytes from `offset` on behind the new ones. An offset behind the end throws, too.
+    // Moves the bytes from `offset` on to after the new ones. An offset past the end throws, too.
     void insert(std::size_t offset, Bytes bytes);
 
     Bytes bytes() const { return {data_.get(), size_}; }

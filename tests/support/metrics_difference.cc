@@ -110,7 +110,7 @@ class RandomBlock {
     std::size_t num_metrics_ = 0;
 };
 
-// What `outcome` returns or throws, behind the lines it logs.
+// What `outcome` returns or throws, after the lines it logs.
 template <typename Outcome>
 std::string with_lines(std::uint32_t level, Outcome outcome) {
     CapturedLog log(level);
@@ -141,7 +141,7 @@ std::string tree_of(Bytes bytes, JsonLayout layout) {
 
 std::string metrics_difference(std::string_view choices) {
     const std::string made = RandomBlock(choices).build();
-    // Memory of exactly that size, so that a sanitizer sees each read behind it.
+    // Memory of exactly that size, so that a sanitizer sees each read past it.
     const std::vector<std::uint8_t> block(made.begin(), made.end());
     return metrics_block_difference(block, made.size() % 8 == 0);
 }

@@ -11,7 +11,7 @@
 
 namespace vrn::test {
 
-// A copy of `bytes` in memory of exactly that size, so that a sanitizer sees each read behind it.
+// A copy of `bytes` in memory of exactly that size, so that a sanitizer sees each read past it.
 class ExactBytes {
   public:
     explicit ExactBytes(const std::string &bytes) : bytes_(bytes.begin(), bytes.end()) {
@@ -55,7 +55,7 @@ inline metrics::CntxBuilder sample_stream() {
     return builder;
 }
 
-// Writes `bytes` at `offset` behind the first `mark`.
+// Writes `bytes` at `offset` after the start of the first `mark`.
 inline std::string with_bytes(std::string block, std::string_view mark, std::size_t offset,
                               std::string_view bytes) {
     return block.replace(block.find(mark) + offset, bytes.size(), bytes);

@@ -80,7 +80,7 @@ class TypedMetricsData : public MetricsCatalog {
     bool has_metric(const std::string &name) { return has_metric(intern(name)); }
     bool has_metric(std::uint64_t metric_id) const;
 
-    // The same for all names.
+    // True when any table holds the metric, RESERVED_NAME too.
     bool is_in_tables(std::uint64_t metric_id) const {
         return any_table([&](const auto &table) { return table.metrics.contains(metric_id); });
     }
