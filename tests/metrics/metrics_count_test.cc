@@ -29,9 +29,9 @@ std::string block_of(const std::string &records) {
     return with_bytes(block, "CNTD", 4, std::string("\xff\xff\0\0", 4));
 }
 
-std::string record(std::uint16_t num_samples, std::uint16_t sample_id) {
+std::string record(std::uint16_t num_samples) {
     ByteBuilder bytes;
-    bytes.u16(0).u64(1).text("C").u8(1).u16(num_samples).u16(sample_id).u64(5);
+    bytes.u16(0).u64(1).text("C").u8(1).u16(num_samples).u16(0).u64(5);
     return bytes.u8(0).u8(0).text("L").done();
 }
 
@@ -40,6 +40,9 @@ TEST(MetricsCount, CountsBlocksAndNamesEachFault) {
     const std::string tables = good.substr(0, good.find("CNTD"));
     const MetricCounts all = {{"busy", 2}, {"idle", 2}};
     const MetricCounts one = {{"m", 1}};
+    metrics::CntxBuilder unknown_first;
+    unknown_first.add_metric("m");
+    unknown_first.add_record({.samples = {{1, 5}, {0, 5}}});
     const std::string w = "4 [vrn metrics parser] ";
     const std::string missing = "Invalid binary data format: Missing ";
     const std::string invalid_size = w + "Invalid block size ";
@@ -63,11 +66,11 @@ TEST(MetricsCount, CountsBlocksAndNamesEachFault) {
         {"no blocksize", tables + "CNTDabccntdcntx", false, {},
          {w + "Insufficient data for blocksize in CNTX block"}},
         {"blocksize alone", tables + "CNTDabcdcntdcntx", true, {}, {}},
-        {"record header cut", block_of(record(1, 0) + std::string(13, '\0')), true, one, {}},
-        {"no samples", block_of(record(0, 0)), true, {}, {}},
-        {"samples after the end", block_of(record(2, 0)), true, {},
+        {"record header cut", block_of(record(1) + std::string(13, '\0')), true, one, {}},
+        {"no samples", block_of(record(0)), true, {}, {}},
+        {"samples after the end", block_of(record(2)), true, {},
          {w + "num_samples 2 exceeds available data (max: 1)"}},
-        {"unknown metric", block_of(record(1, 1) + record(1, 0)), true, one,
+        {"unknown metric", unknown_first.build(), true, one,
          {w + "Invalid metric_id 1 (max: 1), skipping"}},
         {"any metric type", with_bytes(good, "CNTD", 8 + 10, "H"), true, all, {}},
         {"bad labels", with_bytes(good, "CNTD", 8 + 14 + 20 + 2, "X"), true, {{"busy", 1}, {"idle", 1}},
@@ -91,7 +94,7 @@ TEST(MetricsCount, CountsBlocksAndNamesEachFault) {
 }
 
 TEST(MetricsCount, ShowsItsBlocksAtDebugLevel) {
-    const std::string block = block_of(record(0, 0));
+    const std::string block = block_of(record(0));
     CapturedLog log(7);
     EXPECT_TRUE(count(block + block).counted);
     const std::string p = "7 [vrn metrics parser] ";

@@ -117,6 +117,7 @@ TEST(MetricsFeed, GivesUpABlockAtItsFault) {
         {"no records", without(block, "CNTD", block.size() - records), no_records, 0},
         {"half a trailer", with_bytes(block, "cntdcntx", 4, "x"),
          {given_up + "Invalid magic numbers in the binary data"}, 0},
+        {"more labels than names", with_bytes(block, "CNTD", 8 + 14 + 20, "\1"), {given_up + "label count mismatch"}, 0},
         {"type H", with_bytes(block, "CNTD", 8 + 10, "H"), {given_up + "invalid metric type"}, 0},
         {"sample id", with_bytes(block, "CNTD", 8 + 14 + 10, std::string("\2\0", 2)), no_metric("2", 2), 1},
         {"no metric names", without(block, "CNTI", 18), no_metric("0", 0), 0},
