@@ -9,7 +9,8 @@
 
 namespace {
 
-// Frees an inner text that should be there.
+// Frees an inner text that should be there. Deliberate: null would be harmless, but a counter
+// without its texts was built wrongly.
 void free_text(char *text, const char *function, int line) {
     if (!text)
         VRN_LOG(VRN_LOG_WARNING, "on %s, %s %d attempted to free NULL ptr", __FILE_NAME__, function,
@@ -43,6 +44,7 @@ vrn_counter_info_t *vrn_counter_info_copy(const vrn_counter_info_t *counter) {
     if (!record) return nullptr;
     *record = *counter;
     record->hidden = 0;
+    // So that a copy that fails half-way can be destroyed.
     record->name = record->description = record->units = nullptr;
     vrn_counter_info_ptr copy(record);
     if (!vrn_copy_text(counter->name, &copy->name) ||
@@ -96,6 +98,7 @@ bool vrn_counter_group_add_counter(vrn_counter_group_t *group, const vrn_counter
         VRN_LOG(VRN_LOG_ERROR, "Deep copy of the counter failed");
         return false;
     }
+    // The place comes first: hooks count the entry before it is filled.
     if (!grow(group)) return false;
     const std::uint32_t place = group->num_counters;
     if (!group->provider_hooks)

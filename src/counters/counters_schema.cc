@@ -109,6 +109,7 @@ std::uint32_t vrn_counters_schema_size_of_counters(const vrn_counters_schema_t *
         for (const vrn_counter_info_t *counter : counters_of(group))
             size += vrn::counter_size(*counter);
     }
+    // The spare letter is part of the text, deliberately.
     VRN_LOG(VRN_LOG_DEBUG, "%s returning %d d", __func__, static_cast<int>(size));
     return size;
 }
@@ -128,6 +129,7 @@ std::uint32_t vrn_counters_schema_number_of_counters(const vrn_counters_schema_t
 
 std::uint64_t vrn_counters_schema_number_of_values(const vrn_counters_schema_t *schema) {
     std::uint64_t count = 0;
+    // Deliberate: unlike the number of counters, this minds no repeats.
     for (const vrn_counter_group_t *group : groups_of(schema))
         count += static_cast<std::uint64_t>(group->num_counters) * group->num_counter_sets;
     return count;
@@ -138,6 +140,7 @@ void vrn_counters_schema_update_counter_offsets(vrn_counters_schema_t *schema) {
     for (const vrn_counter_group_t *group : groups_of(schema)) {
         for (vrn_counter_info_t *counter : counters_of(group)) {
             const std::uint32_t step = step_of(*counter);
+            // A STRING without a length would share its bytes with the next counter.
             if (step == 0) {
                 VRN_LOG(VRN_LOG_ERROR, "[%s] Fail: received 0 length string counter %s", __func__,
                         counter->name);

@@ -44,7 +44,7 @@ std::uint64_t vrn_counters_schema_number_of_values(const vrn_counters_schema_t *
 
 // Lays the counters out back to back in 32-bit offsets. Deliberate: the step of a plain counter is
 // its `length` when it has one, unlike in the row size. An error line and the end of the assignment
-// at a STRING of length 0: it and the counters behind it keep the offset that they had.
+// at a STRING of length 0: it and the counters after it keep the offset that they had.
 void vrn_counters_schema_update_counter_offsets(vrn_counters_schema_t *schema);
 
 // First counter named `name`, groups in order; null when there is none. Owned by the schema.

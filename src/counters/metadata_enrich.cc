@@ -9,6 +9,7 @@
 
 namespace {
 
+// In spite of its name in the file, a pattern is compared as it stands. The first one counts.
 const vrn_metadata_entry_t *find_entry(const vrn_metadata_t *metadata, const char *name) {
     const std::span entries(metadata->entries, static_cast<std::size_t>(metadata->num_entries));
     for (const vrn_metadata_entry_t &entry : entries)
@@ -51,6 +52,7 @@ vrn_json_value_ptr enriched_counter(const char *name, const JSON_Value *value,
     append(pair.get(), vrn_json_value_ptr(json_value_deep_copy(value)));
     append(pair.get(), labels_of(entry));
     vrn_json_value_ptr counter(json_value_init_object());
+    // A counter that the file doesn't list keeps its index prefix.
     set_member(counter.get(), entry ? entry->short_name : name, std::move(pair));
     return counter;
 }
@@ -69,6 +71,7 @@ void enrich_group(JSON_Object *group, const vrn_metadata_t *metadata) {
     for (std::size_t i = 0; i < json_array_get_count(sets); ++i)
         if (const JSON_Object *set = json_array_get_object(sets, i))
             replace_element(sets, i, enriched_set(set, metadata));
+    // Each counter has its own now.
     json_object_remove(group, "labels");
 }
 

@@ -127,7 +127,7 @@ TEST_F(CountersRow, TablesFitTheirGroups) {
 }
 
 TEST_F(CountersRow, EveryTruncationOfARowIsShown) {
-    // The empty text leaves the offsets of the document to those behind it.
+    // The empty text leaves the offsets of the document to those after it.
     const auto schema = parse_schema(
         schema_json(counter_json("a", "UINT64") + "," + counter_json("empty", "STRING") + "," +
                         counter_json("b", "INT128", R"(, "offset": 4294967290)") + "," +

@@ -8,7 +8,7 @@ namespace vrn::test {
 
 // One type and its field list for the line protocol, made from `bytes`: empty, or what differs.
 std::string influx_difference(std::string_view bytes);
-// The same for the tables of one counters schema.
+// The tables of one counters schema.
 std::string table_difference(std::string_view bytes);
 
 }  // namespace vrn::test

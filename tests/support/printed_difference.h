@@ -20,7 +20,7 @@ inline std::string printed_tree(JSON_Value *value, JsonLayout layout) {
     return text.get();
 }
 
-// What `write` appends behind a record that stands there already, twice.
+// What `write` appends to an empty text, and again after a record that stands there already.
 template <typename Write>
 std::string written(JsonText &text, Write write) {
     text.clear();

@@ -10,7 +10,7 @@
 
 namespace vrn::test {
 
-// Reads zeros behind the end.
+// Reads zeros beyond the end.
 class RandomSource {
   public:
     explicit RandomSource(std::string_view bytes) : bytes_(bytes) {}
@@ -39,7 +39,8 @@ class RandomSource {
     std::string text() {
         // clang-format off
         static const std::vector<std::string> pieces = {
-            "12_", "a", "b", "guid", "GUID", "Guid", "_", "x1", "\"", "\\", "/", "\n", "\t", "\x01", "\x1f",
+            "12_", "a", "b",
+            "guid", "GUID", "Guid", "_", "x1", "\"", "\\", "/", "\n", "\t", "\x01", "\x1f",
             "\x7f", "\xc3\xa4", "\xff", "\xc3", "ab", " ", "\xe2\x82", "\xed\xa0\x80",
             "\xf0\x9f\x98\x80", "a_name_of_more_than_thirty_two_bytes"};
         // clang-format on

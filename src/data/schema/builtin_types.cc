@@ -61,11 +61,13 @@ std::uint32_t vrn_builtin_type_id(const char *name) {
     return found == builtin_types.end() ? VRN_BUILTIN_NONE : found->id;
 }
 
+// A composite type has no size here, so all 64 bits are spare.
 std::uint8_t vrn_builtin_spare_bits(std::uint32_t id) {
     return static_cast<std::uint8_t>(64 - 8 * vrn_builtin_type_size(id));
 }
 
 vrn_value_form_t vrn_builtin_value_form(std::uint32_t id, bool contains_guid) {
+    // Deliberate: "long", "long long" and timestamps stay numbers, whatever their name says.
     const bool may_hold_guid = id == VRN_BUILTIN_INT64 || id == VRN_BUILTIN_UINT64 ||
                                id == VRN_BUILTIN_ULONG || id == VRN_BUILTIN_ULONGLONG;
     if (contains_guid && may_hold_guid) return VRN_VALUE_HEX;

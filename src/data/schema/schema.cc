@@ -11,6 +11,7 @@
 
 namespace {
 
+// JSON text can't be written from front to back when a key is set twice.
 bool has_repeated_names(const vrn_type_definition_t &type) {
     std::unordered_set<std::string_view> names;
     for (std::uint16_t i = 0; i < type.num_fields; ++i) {
@@ -48,12 +49,14 @@ const char *vrn_schema_provider_text(const vrn_schema_t *schema) {
 
 bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type) {
     if (schema->num_types == VRN_MAX_TYPES) return false;
+    // Found out once here and not for each record.
     const auto compare_names = [&] { type->has_repeated_names = has_repeated_names(*type); };
     if (!vrn::run_guarded(compare_names)) return false;
     schema->types[schema->num_types++] = type.release();  // to the schema
     return true;
 }
 
+// A linear search: schemas are linked once, and records don't come by here.
 const vrn_type_definition_t *vrn_schema_find_type(const vrn_schema_t *schema, const char *name) {
     if (!name) return nullptr;
     for (; schema; schema = schema->parent) {

@@ -35,7 +35,7 @@ const vrn_type_definition_t *vrn_schema_find_type(const vrn_schema_t *schema, co
 std::uint64_t vrn_schema_type_size(const vrn_schema_t *schema, const char *name);
 
 // Binds each field's `type` by its `type_name`. False after one error line at the first name that
-// is found nowhere: that field is then unbound and those behind it are untouched.
+// is found nowhere: that field is then unbound and those after it are untouched.
 bool vrn_schema_resolve_type_fields(const vrn_schema_t *schema, vrn_type_definition_t *type);
 
 // Appends the built-in types in table order, as far as there is room. False: out of memory.

@@ -44,6 +44,7 @@ bool can_read(const JSON_Value *value) {
     const vrn_json_value_ptr expected = vrn_json_template_parse(schema_template);
     if (!expected) return false;
     if (json_validate(expected.get(), value) != JSONSuccess) {
+        // The usual way of a counters schema, which loaders try as both.
         VRN_LOG(VRN_LOG_INFO, "Not an event schema");
         return false;
     }

@@ -22,7 +22,7 @@ vrn_schema_t *vrn_schema_from_json(const JSON_Value *value,
                                    const vrn_provider_field_set_t *field_set, bool *out_parsed);
 vrn_schema_t *vrn_schema_from_json(const JSON_Value *value);
 
-// Reads a schema file, links its types with `parent` (borrowed, may be null) behind them, and
+// Reads a schema file, links its types, also to those of `parent` (borrowed, may be null), and
 // computes the digest. The caller's; null after an error line.
 vrn_schema_t *vrn_schema_load_from_file(const char *path, const vrn_schema_t *parent);
 

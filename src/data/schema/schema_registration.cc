@@ -17,6 +17,7 @@ bool same_name(const char *a, const char *b) {
     return a && b && std::strcmp(a, b) == 0;
 }
 
+// For messages: printf of a null text is undefined.
 const char *text_or_null(const char *text) {
     return text ? text : "(null)";
 }
@@ -51,6 +52,7 @@ bool add_field(const vrn_schema_t *schema, vrn_type_definition_t *type,
                 number);
         return false;
     }
+    // Packed: nothing is aligned, so that the writers of records need no layout rules but this one.
     created->offset = type->size;
     vrn_type_field_definition_t *field = vrn_type_definition_append(type, std::move(created));
     vrn_field_definition_bind(field, vrn_schema_find_type(schema, field->type_name));
@@ -60,6 +62,7 @@ bool add_field(const vrn_schema_t *schema, vrn_type_definition_t *type,
                 text_or_null(field->field_name), number);
         return false;
     }
+    // An array of length 0 stays one and takes no room, deliberately.
     field->type_size = field->type->size;
     type->size += field->array_length * field->type_size;
     return true;
@@ -99,6 +102,7 @@ std::uint16_t number_fields(const vrn_type_definition_t *type,
         const auto fields = fields_of(type);
         const auto found = std::ranges::find_if(
             fields, [name](const auto *field) { return same_name(field->field_name, name); });
+        // A name that is given twice moves its field to the later number; unknown names take none.
         if (found != fields.end()) (*found)->index = ++assigned;
     }
     return assigned;
@@ -116,6 +120,7 @@ vrn_schema_result_t vrn_schema_add_type(vrn_schema_t *schema, const char *type_n
                 __func__, schema->num_types);
         return VRN_SCHEMA_LIMIT_REACHED;
     }
+    // Types count their fields in 16 bits.
     if (count > std::numeric_limits<std::uint16_t>::max()) {
         VRN_LOG(VRN_LOG_ERROR, "[%s] Type '%s' has too many fields: %zu", __func__, type_name,
                 count);
@@ -163,6 +168,7 @@ vrn_schema_result_t vrn_schema_set_field_indexes(vrn_schema_t *schema, std::uint
     for (vrn_type_field_definition_t *field : fields_of(type)) field->index = 0;
     if (count == 0) return VRN_SCHEMA_OK;
     const std::uint16_t assigned = number_fields(type, {index_names, count});
+    // Deliberately no failure: providers name fields that this type needn't have.
     if (count != assigned)
         VRN_LOG(VRN_LOG_DEBUG, "Mismatch in assigned indices: expected %zu, but assigned %u (%s).",
                 count, assigned, type->name);

@@ -60,6 +60,6 @@ using vrn_type_definition_ptr = vrn::CPtr<vrn_type_definition_t, vrn_type_defini
 
 // Makes room for `max_fields` fields in a new type. False: out of memory.
 bool vrn_type_definition_reserve(vrn_type_definition_t *type, std::uint16_t max_fields);
-// Moves `field` behind the others; room for it must have been reserved. Returns it, borrowed.
+// Moves `field` after the others; room for it must have been reserved. Returns it, borrowed.
 vrn_type_field_definition_t *vrn_type_definition_append(vrn_type_definition_t *type,
                                                         vrn_field_definition_ptr field);

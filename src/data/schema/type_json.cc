@@ -134,6 +134,7 @@ vrn_type_field_definition_t *vrn_field_definition_from_json(const JSON_Value *va
         .array_length = 0,
     };
     if (!read_u16(object, "array_length", &info.array_length)) return nullptr;
+    // Scalars are written without a length.
     if (info.array_length == 0) info.array_length = 1;
     vrn_field_definition_ptr field(vrn_field_definition_create(&info));
     if (!field) {
@@ -168,6 +169,7 @@ vrn_type_definition_t *vrn_type_definition_from_json(const JSON_Value *value,
         parsed = true;
         return nullptr;
     }
+    // Records of no bytes would never end; deliberately without a line of its own.
     if (!read_u64(object, "size", &type->size) || type->size == 0) return nullptr;
     if (!read_fields(json_object_get_array(object, "fields"), field_set, type.get()))
         return nullptr;

@@ -7,7 +7,7 @@
 // that do not overlap never reach it; those that do can't turn few bytes into endless output.
 inline constexpr std::uint64_t VRN_MAX_SPARE_VALUES = 256;
 inline constexpr std::uint64_t VRN_MAX_VALUES_PER_BYTE = 16;
-// The same for the bytes of all names that stand before its values.
+// Likewise for the bytes of the names that stand before those values.
 inline constexpr std::uint64_t VRN_MAX_SPARE_NAME_BYTES = 64 << 20;
 inline constexpr std::uint64_t VRN_MAX_NAME_BYTES_PER_BYTE = 256;
 
@@ -15,5 +15,5 @@ inline constexpr std::uint64_t VRN_MAX_NAME_BYTES_PER_BYTE = 256;
 // that no type contains itself (so that nesting ends within VRN_MAX_TYPES levels), that each field
 // lies within its type, and that neither overlapping fields nor long names blow up the output.
 // False after one error line at the first type that fails; the fields of that type and of those
-// behind it then have a null `type`, so that nothing is decoded by them.
+// after it then have a null `type`, so that nothing is decoded by them.
 bool vrn_schema_link_types(vrn_schema_t *schema);

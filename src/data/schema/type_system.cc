@@ -89,6 +89,7 @@ std::uint8_t vrn_type_system_remove_last_schema(vrn_type_system_t *ts) {
     return --ts->num_schemas;
 }
 
+// The built-in schema lives in the system, so a schema must be linked anew wherever it moves.
 bool vrn_type_system_adjust_type_fields(const vrn_type_system_t *ts, vrn_schema_t *schema) {
     schema->parent = ts->builtin_schema;
     return vrn_schema_link_types(schema);
@@ -124,6 +125,7 @@ bool vrn_type_system_find_schema_by_hex(const vrn_type_system_t *ts, const char 
 
 bool vrn_type_system_get_counters_schema_id(vrn_type_system_t *ts, vrn_schema_id_t *out_id) {
     if (!ts->counters_schema) return true;
+    // Kept from then on: schemas don't change once rows are written.
     if (vrn_schema_id_is_zero(&ts->counters_schema_id)) {
         const vrn_json_value_ptr value(vrn_counters_schema_jsonify(ts->counters_schema));
         if (!value || !vrn_md5_of_json(&ts->counters_schema_id, value.get())) return false;

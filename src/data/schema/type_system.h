@@ -67,5 +67,5 @@ bool vrn_type_system_get_counters_schema_id(vrn_type_system_t *ts, vrn_schema_id
 // Bytes of the largest event record, capped to 32 bits; 0 without types. Built-in types don't
 // count.
 std::uint32_t vrn_type_system_max_type_size(const vrn_type_system_t *ts);
-// The same with the counters row taken in.
+// Bytes of the largest event record or counters row, likewise.
 std::uint32_t vrn_type_system_max_record_size(const vrn_type_system_t *ts);

@@ -25,6 +25,7 @@ bool write_schemas(JSON_Object *object, const vrn_type_system_t &ts) {
     JSON_Array *schemas = vrn_json_add_array(object, "schemas");
     if (!schemas) return false;
     for (std::size_t i = 0; i < ts.num_schemas; ++i) {
+        // A schema without types has no document.
         if (ts.schemas[i]->num_types == 0) continue;
         if (!vrn_json_append(schemas, vrn_json_value_ptr(vrn_schema_to_json(ts.schemas[i]))))
             return false;
@@ -32,6 +33,7 @@ bool write_schemas(JSON_Object *object, const vrn_type_system_t &ts) {
     return true;
 }
 
+// The order of the calls is the order of the keys.
 bool write_system(JSON_Object *object, const vrn_type_system_t &ts) {
     return vrn_json_set_text(object, "name", "Varnel type system") &&
            vrn_json_set_text(object, "version", VRN_SCHEMA_VERSION_TEXT) &&
@@ -70,10 +72,11 @@ bool read_schema(vrn_type_system_t *ts, const JSON_Value *element) {
 
 bool read_schemas(vrn_type_system_t *ts, const JSON_Array *schemas) {
     const std::size_t count = json_array_get_count(schemas);
+    // Deliberately no failure: those that fit are read.
     if (count > VRN_MAX_SCHEMAS)
         VRN_LOG(VRN_LOG_ERROR, "[ts] Failed to deserialize: number of schemas %zu exceeds limit %d",
                 count, static_cast<int>(VRN_MAX_SCHEMAS));
-    // There is no place for the elements behind the limit.
+    // There is no place for the elements beyond the limit.
     for (std::size_t i = 0; i < std::min(count, VRN_MAX_SCHEMAS); ++i) {
         const JSON_Value *element = json_array_get_value(schemas, i);
         if (!element) {
@@ -143,6 +146,7 @@ vrn_type_system_t *vrn_type_system_from_json(const JSON_Value *value) {
         VRN_LOG(VRN_LOG_ERROR, "[ts] Failed to deserialize: missing Varnel schema version");
         return nullptr;
     }
+    // Deliberate: a version is told of and never refused here.
     warn_of_old_version(version);
     vrn_type_system_ptr ts(vrn_type_system_create());
     if (!ts) {

@@ -25,6 +25,7 @@ bool find_digest(const vrn_type_system_t *ts, const vrn_schema_id_t &digest,
 
 void merge_counters_schema(vrn_type_system_t *ts, vrn_counters_schema_ptr counters,
                            std::uint8_t *out_index) {
+    // There is one counters schema in a system: the last one wins.
     VRN_LOG(VRN_LOG_DEBUG, "FOUND COUNTERS SCHEMA");
     vrn_counters_schema_destroy(ts->counters_schema);
     ts->counters_schema = counters.release();  // to the system
@@ -66,6 +67,7 @@ vrn_schema_t *vrn_type_system_load_schema_file(vrn_type_system_t *ts, const char
     if (!vrn_type_system_adjust_type_fields(ts, schema.get())) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to adjust type fields within schema %s",
                 schema->provider_name);
+        // Not to be taken for a schema that the field set dropped.
         if (out_parsed) *out_parsed = false;
         return nullptr;
     }
@@ -85,6 +87,7 @@ std::uint32_t vrn_type_system_add_schema_from_json_string(vrn_type_system_t *ts,
         return VRN_TYPE_SYSTEM_FAILED;
     }
     vrn_schema_ptr schema(vrn_schema_from_json(value.get()));
+    // Both are tried, and both tell what is wrong: nothing in a document names its kind.
     vrn_counters_schema_ptr counters(vrn_counters_schema_from_json(value.get(), nullptr));
     if (!schema && !counters) {
         VRN_LOG(VRN_LOG_ERROR,

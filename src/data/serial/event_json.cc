@@ -43,6 +43,7 @@ class TreeSink {
         return take(vrn_json_value_ptr(json_value_init_string(std::string(text).c_str())));
     }
     // When false, the field takes the normal route.
+    // Whatever the type of the field: its name alone decides, deliberately.
     bool guid_word(const vrn_type_field_definition_t &field, std::uint64_t value) {
         const vrn::CString text(vrn_format_guid_string(value));
         if (!text) {

@@ -16,6 +16,7 @@ class TextSink {
     // A member that is set twice keeps its first place and its last value: a matter for a tree.
     bool needs_tree() const { return needs_tree_; }
 
+    // Ends the walk at the first type of that kind: the tree begins anew.
     bool begin_object(const vrn_type_definition_t &type) {
         needs_tree_ = needs_tree_ || type.has_repeated_names;
         text_.begin_object();
@@ -44,7 +45,7 @@ class TextSink {
     bool string(std::string_view text) { return text_.string(text); }
     bool guid_word(const vrn_type_field_definition_t &, std::uint64_t value) { return hex(value); }
     static std::uint64_t load_word(const void *data, unsigned) {
-        return vrn::load_le<std::uint64_t>(data);  // at the cost of slack behind records
+        return vrn::load_le<std::uint64_t>(data);  // at the cost of slack after records
     }
 
   private:

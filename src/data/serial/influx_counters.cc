@@ -108,6 +108,7 @@ std::string InfluxSerializer::counter_value_text(Bytes data,
 std::vector<std::string> InfluxSerializer::group_lines(const Tags &tags,
                                                        const vrn_counter_group_t *group,
                                                        Bytes block) const {
+    // An empty measurement would be no line.
     const bool is_named = group->name && *group->name != '\0';
     vrn_influx_line_record_t record = {.measurement = is_named ? group->name : "counters",
                                        .tags = tags,

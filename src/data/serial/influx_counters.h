@@ -26,12 +26,12 @@ class InfluxCountersLine {
     void add_field(std::string_view key, std::uint64_t slot, const vrn_counter_info_t *counter);
 
     // Appends the line of a block, whose bytes go to the end of its page. One whose fields take
-    // more than `max_size` bytes ends somewhere behind them: it is to be refused.
+    // more than `max_size` bytes ends somewhere after them: it is to be refused.
     void write(Bytes block, std::uint64_t max_size, TextBuffer *text) const;
 
   private:
     struct Field {
-        std::string key;  // with the comma before and the equals sign behind it
+        std::string key;  // with the comma before and the equals sign after it
         std::uint64_t slot;
         const vrn_counter_info_t *counter;
     };

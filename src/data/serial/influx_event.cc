@@ -75,6 +75,7 @@ class FieldWriter {
 
     void add_string(const vrn_type_field_definition_t &field, const std::uint8_t *data) {
         add_key(field.field_name);
+        // Deliberate: quotes within the text aren't escaped.
         text_.append('"');
         text_.append(
             {reinterpret_cast<const char *>(data), printable_length(data, field.array_length)});
@@ -113,7 +114,7 @@ class FieldWriter {
     TextBuffer &text_;
     std::size_t start_;       // of the list
     std::uint64_t max_size_;  // that ends it
-    std::string prefix_;      // of the keys, without the point behind it
+    std::string prefix_;      // of the keys, without the point after it
 };
 
 }  // namespace

@@ -15,12 +15,13 @@ bool vrn_influx_write_event(const vrn_type_definition_t *type, const void *recor
 
 namespace vrn::data {
 
-// The same up to a given size.
+// As vrn_influx_write_event(), up to a given size.
 bool influx_write_event_fields(const vrn_type_definition_t *type, const void *record,
                                std::uint64_t max_size, TextBuffer *text);
 
-// Appends a whole line behind its measurement and tags; `timestamp` is in microseconds. False when
-// its fields take more than `max_size` bytes: what stands there is to be refused.
+// Appends a whole line, which begins with its measurement and tags, `start`; `timestamp` is in
+// microseconds. False when its fields take more than `max_size` bytes: what stands there is to be
+// refused.
 bool influx_write_event_line(std::string_view start, const vrn_type_definition_t *type,
                              const void *record, std::uint64_t timestamp, std::uint64_t max_size,
                              TextBuffer *text);

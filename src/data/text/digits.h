@@ -21,7 +21,7 @@ inline std::uint64_t eight_digits(std::uint64_t number) {
 }
 
 // Decimal digits of a number below EIGHT_DIGITS_LIMIT, at least one. Short, since all that is
-// written behind the number waits for it.
+// written after the number waits for it.
 inline unsigned count_digits(std::uint32_t number) {
     constexpr std::uint32_t powers[] = {0,       10,        100,        1'000,      10'000,
                                         100'000, 1'000'000, 10'000'000, 100'000'000};
@@ -44,7 +44,7 @@ inline char *write_short_digits(char *out, std::uint64_t number) {
     return out + count;
 }
 
-// Writes the digits of `number` and returns their end. Up to 8 bytes behind it are written, too.
+// Writes the digits of `number` and returns their end. Up to 8 bytes after it are written, too.
 inline char *write_digits(char *out, std::uint64_t number) {
     if (number < EIGHT_DIGITS_LIMIT) return write_short_digits(out, number);
     const std::uint64_t upper = number / EIGHT_DIGITS_LIMIT;

@@ -15,6 +15,7 @@ bool set_key(vrn_json_name_t *name, const char *text) {
             piece.key(text);
         });
     name->key_size = key.size();
+    // One step more than the key ends in, for copies that begin after the comma.
     const std::size_t steps = name->key_size / VRN_JSON_KEY_STEP + 2;
     name->key = static_cast<char *>(std::calloc(steps, VRN_JSON_KEY_STEP));
     if (name->key) std::ranges::copy(key, name->key);

@@ -7,7 +7,7 @@ struct vrn_json_name_t {
     bool is_guid_word;     // see vrn_name_is_guid_word
     bool contains_guid;    // see vrn_name_contains_guid
     std::size_t key_size;  // bytes of `key`
-    // Owned: a comma, the name as a JSON string and a colon. VRN_JSON_KEY_STEP bytes behind it may
+    // Owned: a comma, the name as a JSON string and a colon. VRN_JSON_KEY_STEP bytes after it may
     // be read, so that it can be copied in steps.
     char *key;
 };

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t max_escape_size = 6;
 // From here on doubles are printed with an exponent.
 constexpr double exponent_limit = 1e17;
-// For each byte the letter behind its backslash, 'u' for four hexadecimal digits, 0 for none.
+// For each byte the letter after its backslash, 'u' for four hexadecimal digits, 0 for none.
 constexpr std::array<char, 256> make_escapes() {
     std::array<char, 256> escapes{};
     std::fill_n(escapes.begin(), 0x20, 'u');
@@ -87,6 +87,7 @@ JsonText::JsonText(JsonLayout layout)
     set_level(0);
 }
 
+// The level is set back too: what failed may have stood in objects that were never closed.
 void JsonText::rewind(const Mark &mark) {
     cut(mark.size);
     set_level(mark.level);
@@ -97,6 +98,7 @@ void JsonText::set_level(std::size_t level) {
     constexpr std::size_t indent_size = 4;
     level_ = level;
     if (pretty_) separator_size_ = 2 + level * indent_size;
+    // Never shrinks: deeper levels come and go with every record.
     if (separator_.size() < separator_size_ + step) separator_.resize(separator_size_ + step, ' ');
 }
 
@@ -128,6 +130,8 @@ bool JsonText::number(double value) {
     return true;
 }
 
+// parson prints "%1.17g": whole numbers below the limit have neither point nor exponent there.
+// A negative zero keeps its sign.
 char *JsonText::write_number(char *out, double value) {
     if (std::abs(value) < exponent_limit && !(value == 0 && std::signbit(value))) {
         const auto whole = static_cast<std::int64_t>(value);

@@ -117,7 +117,7 @@ class JsonText : public TextBuffer {
     bool tree(const JSON_Value *value);
 
   private:
-    // Copies are made in whole steps; what is copied must be readable so far behind its end.
+    // Copies are made in whole steps; what is copied must be readable so far after its end.
     static constexpr std::size_t step = VRN_JSON_KEY_STEP;
     static_assert(step <= slack);
     // Sign, 17 digits, point, exponent of a number: 24 bytes at most.
@@ -163,7 +163,7 @@ class JsonText : public TextBuffer {
     }
 
     bool pretty_;
-    std::size_t colon_gap_;     // blanks behind a colon
+    std::size_t colon_gap_;     // blanks after a colon
     std::size_t is_empty_ = 1;  // 1 when nothing stands in the innermost object or array yet
     std::size_t level_ = 0;
     std::string separator_;  // a comma, a line break and the blanks of the deepest level so far

@@ -43,6 +43,7 @@ std::string any_year_text(std::uint64_t second) {
 
 bool LocalTimeText::begin_second(std::uint64_t second) {
     if (!set_four_digit_year_text(second, &text_)) text_ = any_year_text(second);
+    // A failed look-up must not leave the text of another second in use.
     second_ = UINT64_MAX;
     if (text_.empty()) return false;
     prefix_size_ = text_.size() - microsecond_digits;
@@ -69,6 +70,7 @@ char *vrn_format_timestamp(std::uint64_t timestamp, bool microseconds) {
     if (!localtime_r(&seconds, &local)) return nullptr;
 
     const int digits = microseconds ? 6 : 3;
+    // Cut, not rounded: a rounded one could reach the next second.
     const int fraction = microseconds ? rest : rest / 1000;
     const auto print = [&](char *buffer, std::size_t size) {
         return std::snprintf(buffer, size, "%04d-%02d-%02d %02d:%02d:%02d.%0*d",

@@ -23,7 +23,7 @@ using Wide = unsigned __int128;
 // `number`, of 73 bits at most, shifted to the right by `shift` bits, at least one; rounded to the
 // nearest, halves to the even one.
 std::uint64_t shift_rounded(Wide number, int shift) {
-    constexpr int max_shift = 74;  // behind it there is less than a half
+    constexpr int max_shift = 74;  // beyond it there is less than a half
     if (shift > max_shift) return 0;
     const Wide half = Wide{1} << (shift - 1);
     const Wide whole = number >> shift;

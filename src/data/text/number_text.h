@@ -1,5 +1,5 @@
 // Numbers as text, written in place. Functions return the end of the text; up to NUMBER_TEXT_SLACK
-// bytes behind it are written, too.
+// bytes after it are written, too.
 #pragma once
 
 #include <array>
@@ -14,7 +14,7 @@
 namespace vrn {
 
 inline constexpr std::size_t NUMBER_TEXT_SLACK = 8;
-// Bytes of the longest texts: an integer, the largest double with 6 digits behind the point.
+// Bytes of the longest texts: an integer, the largest double with 6 digits after the point.
 inline constexpr std::size_t INTEGER_TEXT_SIZE = 20;
 inline constexpr std::size_t FIXED_TEXT_SIZE = 317;
 

@@ -15,7 +15,7 @@ namespace vrn {
 // Functions throw std::bad_alloc when the buffer can't grow.
 class TextBuffer {
   public:
-    // Writable bytes behind those that reserve() gives: copies may go in steps.
+    // Writable bytes after those that reserve() gives: copies may go in steps.
     static constexpr std::size_t slack = 32;
     static_assert(slack >= NUMBER_TEXT_SLACK);
 

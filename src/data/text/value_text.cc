@@ -44,6 +44,7 @@ char *write_wide_hex(char *out, const WideBytes &bytes, std::initializer_list<st
 }
 
 // "%.6f", cut to what a text of 32 bytes with its terminator can hold.
+// Deliberate: a larger number shows its first 31 characters only.
 char *write_double_decimal(char *out, double value) {
     constexpr std::ptrdiff_t max_size = 31;
     char text[FIXED_TEXT_SIZE + NUMBER_TEXT_SLACK];
@@ -105,6 +106,7 @@ char *write_value(char *out, double value, std::uint32_t format) {
         case VRN_STRING_HEXADECIMAL:
         case VRN_STRING_BINARY:
             return write_value(out, std::bit_cast<std::uint64_t>(value), format);
+        // Deliberate: these warn for each value.
         case VRN_STRING_UUID:
             VRN_LOG(VRN_LOG_WARNING, "UUID format is not supported for FP64 types, using DECIMAL");
             break;

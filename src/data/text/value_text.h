@@ -37,7 +37,7 @@ constexpr bool is_plain_format(std::uint32_t format) {
 
 }  // namespace vrn
 
-// The same texts on the heap, which the caller frees; null when out of memory.
+// Heap texts of values, which the caller frees; null when out of memory.
 char *vrn_format_uint64_string(std::uint64_t value, std::uint32_t format);
 char *vrn_format_int64_string(std::int64_t value, std::uint32_t format);
 char *vrn_format_double_string(std::uint32_t format, double value);

@@ -21,7 +21,7 @@ inline std::vector<std::string> split(const std::string &text, char separator) {
     return items;
 }
 
-// "name:type@offset,type_size", and "xN" behind it for an array of N elements; without the '@' it
+// "name:type@offset,type_size", and "xN" after it for an array of N elements; without the '@' it
 // is JSON already.
 inline std::string field_text(const std::string &notation) {
     const std::size_t at = notation.find('@');

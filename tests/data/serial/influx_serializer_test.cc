@@ -57,7 +57,7 @@ TEST_F(InfluxPage, WalksTheBlocksOfTheDataArea) {
         {"schemas block", schemas_block(20) + "VRND" + one, {x1}},
         {"an empty event block", event_block(0, 0, 0, "") + one, {x1}},
         {"low 8 bits of the type index", event_block(0, 0x100, 1, "\1"), {x1}},
-        // Nothing tells where the block behind these begins.
+        // Nothing tells where the block after these begins.
         {"unknown schema", one + event_block(1, 0, 1, "\1") + one, {x1}},
         {"unknown type", one + event_block(0, 3, 1, "\1") + one, {x1}},
         {"schemas block of no bytes", one + schemas_block(0) + one, {x1}},
