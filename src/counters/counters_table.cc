@@ -24,12 +24,11 @@ std::uint64_t first_column_width(std::string_view label, const vrn_counter_group
 }
 
 // The label, left-justified in and cut to the rest of the line. Deliberate: a line too narrow for
-// its fixed text makes the rest negative, which pads to its absolute value and doesn't cut.
+// its fixed text makes the rest negative, which pads to its absolute value.
 std::string title(std::string_view label, std::uint64_t width) {
     constexpr std::uint64_t fixed_text = 22;
-    const bool is_narrow = width < fixed_text;
-    const std::uint64_t rest = is_narrow ? fixed_text - width : width - fixed_text;
-    const std::string_view shown = is_narrow ? label : label.substr(0, rest);
+    const std::uint64_t rest = width < fixed_text ? fixed_text - width : width - fixed_text;
+    const std::string_view shown = label.substr(0, rest);
     return "| Counter values per " + std::string(shown) + padding(shown.size(), rest) + " |\n";
 }
 

@@ -104,28 +104,6 @@ TEST_F(CountersRow, TablesShowEveryType) {
                   rule + "\n");
 }
 
-TEST_F(CountersRow, TablesFitTheirGroups) {
-    // clang-format off
-    const struct { std::string json, expected; } cases[] = {
-        {schema_json(counter_json("a", "UINT64"), "0"), "------------------------\n"
-          "| Counter values per C |\n" "------------------------\n" "|                    a |\n"
-          "------------------------\n" "------------------------\n"},
-        {schema_json("", "1", "PACKAGE"), "-----------\n" "| Counter values per PACKAGE      |\n"
-          "-----------\n" "| PACKAGE |\n" "-----------\n" "|       0 |\n" "-----------\n"},
-        {schema_json(counter_json(std::string(30, 'n'), "STRING", R"(, "length": 30)"), "1", "?"),
-         "----------------------------------\n" "| Counter values per unknown     |\n"
-          "----------------------------------\n" "| unknown | nnnnnnnnnnnnnnnnnnnnnnnnnnnnnn |\n"
-          "----------------------------------\n" "|       0 | abcdefghijklmnopqrst |\n"
-          "----------------------------------\n"},
-    };
-    // clang-format on
-    for (const auto &c : cases) {
-        const auto schema = parse_schema(c.json);
-        ASSERT_NE(schema, nullptr) << c.json;
-        EXPECT_EQ(table_of("abcdefghijklmnopqrstuvwxyz", schema.get()), table_start + c.expected);
-    }
-}
-
 TEST_F(CountersRow, EveryTruncationOfARowIsShown) {
     // The empty text leaves the offsets of the document to those after it.
     const auto schema = parse_schema(
