@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <span>
-#include <string>
+#include <string_view>
 
 #include "utils/byte_reader.h"
 #include "utils/c_ptr.h"
@@ -42,11 +42,14 @@ void print_field(std::FILE *stream, int index, const char *name, const char *fie
 }
 
 void set_guid(JSON_Object *root, const vrn_hca_info_t &entry, const GuidField &field) {
-    const std::string key = std::string(vrn::field_text(entry.hca_name)) + "." + field.name;
+    const std::string_view name = vrn::field_text(entry.hca_name);
+    char key[100];
+    std::snprintf(key, sizeof key, "%.*s.%s", static_cast<int>(name.size()), name.data(),
+                  field.name);
     char guid[VRN_HCA_GUID_SIZE + 1];
     std::snprintf(guid, sizeof guid, "%.*s", static_cast<int>(VRN_HCA_GUID_SIZE),
                   entry.*field.guid);
-    if (json_object_dotset_string(root, key.c_str(), guid) != JSONSuccess)
+    if (json_object_dotset_string(root, key, guid) != JSONSuccess)
         VRN_LOG(VRN_LOG_ERROR, "HCA info: unable to set '%s' field", field.name);
 }
 

@@ -9,6 +9,7 @@
 #include "data/text/guid_switch.h"
 #include "data/text/json_value.h"
 #include "data/text/value_text.h"
+#include "utils/run_guarded.h"
 
 namespace {
 
@@ -96,11 +97,20 @@ class TreeSink {
     vrn_json_value_ptr result_;
 };
 
-// What `walk`, given an EventWalk, makes; null when it fails.
+// What `make` makes in the sink that it is given; null when it fails or memory runs out.
+template <typename Make>
+JSON_Value *made_value(Make make) {
+    TreeSink sink;
+    bool is_made = false;
+    vrn::run_guarded([&] { is_made = make(sink); });
+    return is_made ? sink.release() : nullptr;
+}
+
+// What `walk`, given an EventWalk, makes.
 template <typename Walk>
 JSON_Value *walked_value(Walk walk) {
-    TreeSink sink;
-    return walk(vrn::EventWalk(sink, vrn_event_converts_guids())) ? sink.release() : nullptr;
+    return made_value(
+        [&](TreeSink &sink) { return walk(vrn::EventWalk(sink, vrn_event_converts_guids())); });
 }
 
 }  // namespace
@@ -133,7 +143,7 @@ JSON_Value *vrn_event_field_array_to_json(const vrn_type_field_definition_t *fie
 
 JSON_Value *vrn_scalar_to_json(std::uint32_t builtin_id, const void *data, const char *field_name) {
     const auto form = vrn_builtin_value_form(builtin_id, vrn_name_contains_guid(field_name));
-    TreeSink sink;
-    return vrn::walk_value(form, vrn_builtin_spare_bits(builtin_id), data, sink) ? sink.release()
-                                                                                 : nullptr;
+    return made_value([&](TreeSink &sink) {
+        return vrn::walk_value(form, vrn_builtin_spare_bits(builtin_id), data, sink);
+    });
 }
