@@ -11,7 +11,7 @@ elseif(EXISTS ${CMAKE_SOURCE_DIR}/third_party/parson/parson.c)
     target_include_directories(parson SYSTEM PUBLIC
         $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/third_party/parson>
         $<INSTALL_INTERFACE:include/vrn/third_party>)
-    set_target_properties(parson PROPERTIES POSITION_INDEPENDENT_CODE ON OUTPUT_NAME vrn_parson)
+    set_target_properties(parson PROPERTIES OUTPUT_NAME vrn_parson)
     set(VRN_PARSON_IS_BUNDLED ON)
 else()
     message(FATAL_ERROR "parson not found: run scripts/install-deps.sh first")

@@ -12,6 +12,10 @@
 namespace vrn::test {
 namespace {
 
+JsonLayout random_layout(RandomSource &source) {
+    return source.one_in(2) ? JsonLayout::compact : JsonLayout::pretty;
+}
+
 // A metadata document whose entries mostly name counters of the schema, and which is odd in any way
 // that the loader must bear.
 std::string random_metadata(RandomSource &source, const vrn_counters_schema_t *schema) {
@@ -85,14 +89,11 @@ std::string event_difference(std::string_view bytes) {
     const vrn_type_definition_t *type = types.last();
     if (!type) return "";
     const std::string record = random_record(source, type->size);
-    std::string all;
-    for (const JsonLayout layout : {JsonLayout::compact, JsonLayout::pretty}) {
-        JsonText text(layout);
-        const auto write = [&] { return vrn_event_write_json(type, record.data(), &text); };
-        all += difference(printed_tree(vrn_event_to_json(type, record.data()), layout),
-                          written(text, write));
-    }
-    return all;
+    const JsonLayout layout = random_layout(source);
+    JsonText text(layout);
+    const auto write = [&] { return vrn_event_write_json(type, record.data(), &text); };
+    return difference(printed_tree(vrn_event_to_json(type, record.data()), layout),
+                      written(text, write));
 }
 
 std::string counters_difference(std::string_view bytes) {
@@ -104,13 +105,12 @@ std::string counters_difference(std::string_view bytes) {
         metadata =
             vrn_metadata_from_json(vrn_json_value_ptr(json_parse_string(text.c_str())).get());
     }
+    const JsonLayout layout = random_layout(source);
+    JsonText text(layout);
+    CountersJsonWriter rows(*counters.schema(), metadata.get(), text);
     std::string all;
-    for (const JsonLayout layout : {JsonLayout::compact, JsonLayout::pretty}) {
-        JsonText text(layout);
-        CountersJsonWriter rows(*counters.schema(), metadata.get(), text);
-        for (int i = 0; i < 3; ++i)
-            all += row_difference(source, counters.schema(), metadata.get(), layout, &text, &rows);
-    }
+    for (int i = 0; i < 2; ++i)  // the second row meets what the first one left
+        all += row_difference(source, counters.schema(), metadata.get(), layout, &text, &rows);
     return all;
 }
 

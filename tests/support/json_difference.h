@@ -6,8 +6,8 @@
 
 namespace vrn::test {
 
-// One type and a row of it, made from `bytes`: empty when the text equals the printed tree in both
-// layouts, or fails as it does; otherwise what differs.
+// One type and a row of it, made from `bytes`: empty when the text equals the printed tree in a
+// layout of their choice, or fails as it does; otherwise what differs.
 std::string event_difference(std::string_view bytes);
 // One counters schema, mostly with metadata, and its rows.
 std::string counters_difference(std::string_view bytes);
