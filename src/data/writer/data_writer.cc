@@ -123,7 +123,7 @@ vrn_data_file_t *file_of(vrn_data_writer_t *writer, const vrn_data_page_t *page,
     const auto [place, is_new] = writer->files.try_emplace(key_of(page));
     vrn_data_file_t *file = &place->second;
     if (!is_new) return file;
-    vrn::Rollback added([&] { writer->files.erase(place); });
+    vrn::Rollback added([writer, place = place] { writer->files.erase(place); });
     const auto &[source, tag] = place->first;
     vrn_data_file_init(file, &writer->client_id, source, tag, kind == VRN_COUNTERS_BLOCK ? 0 : 1);
     apply_settings(writer, file);
