@@ -25,6 +25,8 @@ constexpr auto kinds_by_letter = [] {
 
 }  // namespace
 
+// Only the fourth byte is looked at, with a wrap-around below 'B': whatever ends in a known letter
+// is a block, and the caller's walk decides where blocks can stand.
 vrn_block_type_t vrn_block_type_of(const void *block) {
     const auto letter = static_cast<const std::uint8_t *>(block)[3];
     const auto place = static_cast<std::uint8_t>(letter - first_letter);
@@ -91,6 +93,8 @@ void vrn_blob_block_init(vrn_blob_block_t *block, std::uint64_t timestamp,
 }
 
 void vrn_event_header_print(std::FILE *stream, const vrn_event_header_t *header) {
+    // The prints leave the timestamp out and call that of a counters block the last one. Their
+    // texts are output that users compare.
     std::fputs("Event header\n", stream);
     vrn_print_magic(stream, "magic number", header->magic);
     vrn_print_u64(stream, "schema index", header->schema_index);

@@ -17,7 +17,7 @@ using Header = vrn_compressed_page_header_t;
 constexpr std::size_t fixed_size = sizeof(Header);
 // Two length bytes come with the fixed fields, whatever the texts.
 constexpr std::size_t size_without_texts = fixed_size + 2;
-constexpr std::size_t max_pascal_length = 255;
+constexpr std::size_t max_pascal_length = 255;  // what a length byte can tell
 
 constexpr char end_magic[] = {'v', 'r', 'n', 'p'};
 
@@ -35,7 +35,7 @@ std::size_t fitting_size(const vrn_source_t *source, std::size_t buffer_size, co
     return 0;
 }
 
-// Writes the fixed fields and the texts behind them; returns the size of the header or 0.
+// Writes the fixed fields and then the texts; returns the size of the header or 0.
 std::size_t write_header(const Header &fixed, const vrn_source_t *source, void *buffer,
                          std::size_t buffer_size) {
     auto *to = static_cast<std::uint8_t *>(buffer);
@@ -58,6 +58,8 @@ std::string_view read_pascal_string(vrn::ByteReader *reader) {
     return text;
 }
 
+// No terminator after a full text, none of the rest cleared, and an empty text changes nothing: a
+// page that is reused keeps what stood after a shorter name. Deliberate.
 template <std::size_t N>
 void copy_like_strncpy(char (&to)[N], std::string_view text) {
     if (text.empty()) return;
@@ -72,6 +74,8 @@ vrn::Bytes stream_of(const void *header) {
     return {as_bytes(header) + fixed.header_size, fixed.data_size};
 }
 
+// The claim comes from a trailer that anybody can write. What the stream can hold at most bounds
+// the memory that is taken for it.
 std::uint64_t room_for(std::uint64_t claimed, const void *header) {
     const Header fixed = vrn_compressed_page_header_load(header);
     return std::min(claimed, vrn_encoded_data_max_decoded_size(fixed.encoding, fixed.data_size));
@@ -93,6 +97,7 @@ std::size_t vrn_compressed_page_whole_size(vrn::Bytes rest) {
     if (!reader.skip(VRN_MAGIC_SIZE) || !reader.read(&header_size) || !reader.read(&encoding) ||
         !reader.read(&data_size))
         return 0;
+    // Cannot overflow: 8 and 32 bits in 64.
     const std::size_t end = VRN_MAGIC_SIZE + header_size + data_size;
     const std::size_t size = end + sizeof end_magic;
     if (size > rest.size()) return 0;
@@ -100,6 +105,7 @@ std::size_t vrn_compressed_page_whole_size(vrn::Bytes rest) {
 }
 
 vrn_compressed_page_header_t vrn_compressed_page_header_load(const void *header) {
+    // A header shorter than its fixed fields reads as if zeros followed.
     const std::size_t covered =
         std::clamp<std::size_t>(as_bytes(header)[0], VRN_COMPRESSED_PAGE_LEAD_SIZE, fixed_size);
     Header fixed{};
@@ -119,6 +125,8 @@ std::size_t vrn_pascal_strings_size(const char *source, const char *tag) {
 std::size_t vrn_copy_as_pascal_string_info_buffer(const char *string, std::size_t max_length,
                                                   void *buffer, std::size_t buffer_size) {
     const std::size_t length = strnlen(string, std::min(max_length, max_pascal_length));
+    // Deliberate: a text of exactly `buffer_size` bytes passes and takes one more for its length.
+    // Callers size the buffer by vrn_pascal_strings_size.
     if (length > buffer_size) {
         VRN_LOG(VRN_LOG_ERROR,
                 "[%s] buffer of %lu bytes is too small to accommodate string of %lu bytes",
@@ -161,6 +169,7 @@ std::size_t vrn_embed_vrnp_header_into_buffer(const void *header, const vrn_sour
                                               void *buffer, std::size_t buffer_size) {
     const std::size_t needed = fitting_size(source, buffer_size, __func__);
     if (needed == 0) return 0;
+    // Encoding, stream size and times are those of the old header, whatever they are.
     Header fixed = vrn_compressed_page_header_load(header);
     fixed.header_size = static_cast<std::uint8_t>(needed);
     return write_header(fixed, source, buffer, buffer_size);
@@ -199,6 +208,7 @@ void *vrn_compressed_page_decode_alloc(const void *header, std::uint64_t *uncomp
         return nullptr;
     }
     const std::uint64_t claimed = vrn_compressed_page_uncompressed_size(header);
+    // Set before anything can fail: callers report the claimed size.
     *uncompressed_size = claimed;
     const std::uint64_t room = room_for(claimed, header);
     // Large blocks come cleared from the system, so that what is not decoded takes no memory.
@@ -211,6 +221,7 @@ void *vrn_compressed_page_decode_alloc(const void *header, std::uint64_t *uncomp
     std::size_t decoded_size = 0;
     if (!vrn_compressed_page_decode_prefix(header, block.get(), room, &decoded_size))
         return nullptr;
+    // The rest of the claim does not exist, so that nobody reads it.
     *uncompressed_size = room;
     return block.release();  // to the caller
 }

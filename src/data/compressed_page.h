@@ -4,7 +4,7 @@
 // `header` always points at `header_size`, which is offset 4 of the block, and stands for bytes
 // that others may have made. Callers vouch for the first VRN_COMPRESSED_PAGE_LEAD_SIZE bytes at it
 // and for `header_size` plus `data_size` bytes in all; more is never read. Header fields and texts
-// that lie behind `header_size` read as zeros.
+// that lie beyond `header_size` read as zeros.
 #pragma once
 
 #include <cstddef>
@@ -44,7 +44,7 @@ vrn_compressed_page_header_t vrn_compressed_page_header_load(const void *header)
 
 // Bytes a header takes with these texts, of which at most the width of their fields counts.
 std::size_t vrn_pascal_strings_size(const vrn_source_t *source);
-// The same for terminated texts, which count whole.
+// For terminated texts, which count whole.
 std::size_t vrn_pascal_strings_size(const char *source, const char *tag);
 
 // Writes a length byte and at most `max_length` (and 255) characters of `string`; returns the bytes
@@ -53,8 +53,8 @@ std::size_t vrn_pascal_strings_size(const char *source, const char *tag);
 std::size_t vrn_copy_as_pascal_string_info_buffer(const char *string, std::size_t max_length,
                                                   void *buffer, std::size_t buffer_size);
 
-// Unpacks the texts of a header into `source`. Copies as strncpy does: behind a shorter text the
-// old one stays.
+// Unpacks the texts of a header into `source`. Copies as strncpy does: after a shorter text the
+// rest of the old one stays.
 void vrn_pascal_strings_to_source(const void *header, vrn_source_t *source);
 
 // Writes the header for a stream of `stream_size` bytes of the page's data. Returns its size, or 0
@@ -69,7 +69,7 @@ std::size_t vrn_copy_vrnp_header_into_buffer(const vrn_data_page_t *page,
 std::size_t vrn_embed_vrnp_header_into_buffer(const void *header, const vrn_source_t *source,
                                               void *buffer, std::size_t buffer_size);
 
-// Bytes that the stream behind `header` claims to decode to; 0 means unknown.
+// Bytes that the stream of `header` claims to decode to; 0 means unknown.
 std::uint64_t vrn_compressed_page_uncompressed_size(const void *header);
 
 // Bytes of room that the decoding takes: the claimed size, or the most that a stream of this length
@@ -82,8 +82,8 @@ std::uint64_t vrn_compressed_page_decoded_room(const void *header);
 [[nodiscard]] bool vrn_compressed_page_decode(const void *header, void *buffer,
                                               std::size_t buffer_size);
 
-// The same into a buffer of exactly vrn_compressed_page_decoded_room, with bytes after the decoded
-// ones left as they are; see vrn_encoded_data_decode_prefix.
+// Decodes into a buffer of exactly vrn_compressed_page_decoded_room and leaves the bytes after the
+// decoded ones as they are; see vrn_encoded_data_decode_prefix.
 [[nodiscard]] bool vrn_compressed_page_decode_prefix(const void *header, void *buffer,
                                                      std::size_t buffer_size,
                                                      std::size_t *decoded_size);

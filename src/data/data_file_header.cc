@@ -19,6 +19,7 @@ std::uint32_t packed_version(const vrn_data_file_header_t *header) {
 }
 
 bool is_version_known(const vrn_data_file_header_t *header) {
+    // A patch never changes the layout, so it plays no part.
     constexpr std::uint32_t major_and_minor = 0xFFFF;
     return vrn_version_is_compatible(packed_version(header) & major_and_minor,
                                      VRN_DATA_FILE_VERSION & major_and_minor);
@@ -41,10 +42,13 @@ vrn_data_file_header_t *vrn_data_file_header_create() {
     vrn_magic_set(header->magic, VRN_MAGIC_FILE);
     vrn_magic_set_end(header->magic_end, VRN_MAGIC_FILE);
     std::memcpy(&header->version, &VRN_DATA_FILE_VERSION, sizeof header->version);
+    // A header alone is a valid file.
     header->file_size = sizeof *header;
     return header;
 }
 
+// Closing magic, byte order and padding are not looked at, and the claimed size is not held against
+// the file: readers have to take what older writers left.
 bool vrn_data_file_header_is_valid(const vrn_data_file_header_t *header) {
     return vrn_magic_matches(header->magic, VRN_MAGIC_FILE) && is_version_known(header) &&
            header->file_size >= sizeof *header;
@@ -52,6 +56,7 @@ bool vrn_data_file_header_is_valid(const vrn_data_file_header_t *header) {
 
 bool vrn_data_file_header_validate(const vrn_data_file_header_t *header) {
     if (!vrn_magic_matches(header->magic, VRN_MAGIC_FILE)) {
+        // "data page" for a file and "less then" stay: tools look for these texts.
         VRN_LOG(VRN_LOG_ERROR, "Wrong data page magic number.");
         return false;
     }
@@ -90,13 +95,14 @@ void vrn_data_file_header_print(std::FILE *stream, const vrn_data_file_header_t 
         std::fprintf(stream, " schema id[%zu]         = %s\n", i, id);
     }
     std::fprintf(stream, " %-20s = %hhu (%s)\n", "byte order", header->byte_order,
+                 // Informative only: no byte is ever swapped.
                  header->byte_order == 0 ? "LE" : "BE");
     vrn_print_magic(stream, "end magic number", header->magic_end);
 }
 
 char *vrn_data_file_header_schema_id_hex(const vrn_data_file_header_t *header, std::size_t index) {
     if (index >= VRN_EVENT_SCHEMA_IDS) return nullptr;
-    return vrn_schema_id_to_hex(&header->event_schema_ids[index]);
+    return vrn_schema_id_to_hex(&header->event_schema_ids[index]);  // for the caller to free
 }
 
 #define VRN_LAYOUT_ROW(field)                                             \

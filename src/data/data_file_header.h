@@ -48,7 +48,7 @@ using vrn_data_file_header_ptr = vrn::CPtr<vrn_data_file_header_t, std::free>;
 // Checks magic, version and `file_size`.
 bool vrn_data_file_header_is_valid(const vrn_data_file_header_t *header);
 
-// The same, with a line that tells what is wrong.
+// vrn_data_file_header_is_valid with a line that tells what is wrong.
 bool vrn_data_file_header_validate(const vrn_data_file_header_t *header);
 
 void vrn_data_file_header_print(std::FILE *stream, const vrn_data_file_header_t *header);

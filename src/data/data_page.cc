@@ -24,6 +24,7 @@ vrn_data_page_t new_header(std::uint32_t block_size, std::uint64_t size,
     header.page_size = size;
     header.filled_bytes = VRN_DATA_PAGE_HEADER_SIZE;
     header.block_size =
+        // 0 asks for one block that fills the page. The low 32 bits count when it is larger.
         block_size != 0 ? block_size : static_cast<std::uint32_t>(size - VRN_DATA_PAGE_HEADER_SIZE);
     header.memory = memory;
     return header;
@@ -36,6 +37,7 @@ vrn_data_page_t *allocate_regular(std::uint32_t block_size, std::uint64_t size,
     if (!bytes) return nullptr;
     VRN_LOG(VRN_LOG_DEBUG, "Allocating regular_page: size: %lu ptr=%p", size, bytes);
     auto *page = static_cast<vrn_data_page_t *>(bytes);
+    // The address may have been that of a mapping that its owner unmapped without us.
     vrn_shared_page_forget(page);
     *page = new_header(block_size, size, memory);
     return page;
@@ -54,6 +56,7 @@ vrn_data_page_t *allocate_shared(std::uint32_t block_size, std::uint64_t size,
     vrn_data_page_t *raw = nullptr;
     std::int32_t creator_pid = -1;
     if (vrn_allocate_shared_page(&memory, size, &raw, &creator_pid) != 0) return nullptr;
+    // Unmapped again when a copy fails; the object stays for the processes that have it.
     vrn_data_page_ptr page(raw);
     vrn_data_page_t header = new_header(block_size, size, memory);
     header.creator_pid = creator_pid;
@@ -155,6 +158,7 @@ void vrn_data_page_get_free_space(vrn_data_page_t *page, void **space, std::uint
     *size = page_size - filled_bytes;
 }
 
+// The addition is made in any case: an overfull page shows in its header, not by what is missing.
 void vrn_data_page_consume_free_space(vrn_data_page_t *page, std::uint64_t size) {
     if (page->filled_bytes > page->page_size)
         VRN_LOG(VRN_LOG_ERROR,
@@ -164,6 +168,7 @@ void vrn_data_page_consume_free_space(vrn_data_page_t *page, std::uint64_t size)
 }
 
 bool vrn_data_page_is_blob(const vrn_data_page_t *page) {
+    // A blob page has no filled bytes by design: writers of data must take it for an empty page.
     return page->page_size >= blob_overhead && page->filled_bytes == VRN_DATA_PAGE_HEADER_SIZE &&
            vrn_schema_id_is_blob(&page->schema_id);
 }

@@ -33,7 +33,7 @@ struct vrn_data_page_t {
     std::uint32_t block_size;    // bytes of a chunk of the file the data goes to
     std::uint32_t reserved_28;
     std::uint64_t first_ts;     // microseconds since the epoch; 0 when unset
-    std::uint64_t last_ts;      // the same
+    std::uint64_t last_ts;      // of the last data, in the unit of first_ts
     vrn_schema_id_t schema_id;  // of the page's blocks, or the reserved id of blobs
     vrn_source_t source;        // name and tag
     vrn_page_memory_t memory;

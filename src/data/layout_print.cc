@@ -12,6 +12,7 @@ void vrn_print_u64(std::FILE *stream, const char *label, std::uint64_t value) {
 }
 
 void vrn_print_layout_heading() {
+    // Column widths are pinned: the tables are compared as texts.
     std::puts("Field                       Offset    Size");
 }
 

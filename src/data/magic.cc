@@ -12,6 +12,7 @@ void vrn_magic_set(char *magic, char letter) {
 void vrn_magic_set_end(char *magic, char letter) {
     vrn_magic_set(magic, letter);
     for (int i = 0; i < 4; ++i)
+        // Also the last letter, whatever the caller gave.
         magic[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(magic[i])));
 }
 
@@ -24,5 +25,6 @@ bool vrn_magic_matches(const char *magic, char letter) {
 }
 
 bool vrn_magic_equal(const char *a, const char *b) {
+    // As texts: a NUL among the first three bytes ends the comparison.
     return std::strncmp(a, b, 3) == 0 && a[3] == b[3];
 }

@@ -31,6 +31,7 @@ void *gzip_encode(const void *data, std::size_t size, std::size_t *encoded_size)
                      default_memory_level, Z_DEFAULT_STRATEGY) != Z_OK)
         return fail("deflateInit failed");
     const std::size_t bound = deflateBound(&stream, size);
+    // zlib counts room in 32 bits; a page that could outgrow them is refused as if memory ran out.
     Block block(bound <= std::numeric_limits<uInt>::max() ? std::malloc(bound) : nullptr);
     if (!block) {
         deflateEnd(&stream);
@@ -60,6 +61,7 @@ void *snappy_encode(const void *data, std::size_t size, std::size_t *encoded_siz
 
 std::size_t write_page_header(const vrn_page_info_t *info, std::size_t stream_size, void *buffer,
                               std::size_t buffer_size) {
+    // The header is made of a page, of which only these fields count.
     vrn_data_page_t page{};
     page.source = info->source;
     page.first_ts = info->first_timestamp;
@@ -88,6 +90,7 @@ void *vrn_compressed_page_encode(const vrn_page_info_t *info, const void *payloa
     std::size_t stream_size = 0;
     const Block stream(vrn_encoded_data_encode(info->encoding, payload, size, &stream_size));
     if (!stream) return nullptr;
+    // The header would keep the low 32 bits only. Snappy may grow what it can't shrink.
     if (stream_size > std::numeric_limits<std::uint32_t>::max()) return fail("more than 4 GiB");
 
     const std::size_t header_size = vrn_pascal_strings_size(&info->source);

@@ -31,6 +31,7 @@ std::uint64_t gzip_uncompressed_size(const std::uint8_t *data, std::size_t size)
         VRN_LOG(VRN_LOG_ERROR, "[encoded_data] Error: Compressed data is too small");
         return 0;
     }
+    // The trailer's size is believed as it stands; callers bound what they allocate for it.
     return vrn::load_le<std::uint32_t>(data + size - sizeof(std::uint32_t));
 }
 
@@ -38,6 +39,7 @@ std::uint64_t snappy_claimed_size(const void *data, std::size_t size) {
     std::size_t claimed = 0;
     const snappy_status status =
         snappy_uncompressed_length(static_cast<const char *>(data), size, &claimed);
+    // Quiet here: the decoder reports the same stream right after.
     return status == SNAPPY_OK ? claimed : 0;
 }
 
@@ -60,6 +62,7 @@ bool gzip_decode(const void *data, std::size_t size, void *buffer, std::size_t b
     stream.avail_in = to_zlib_size(size);
     stream.next_out = buffer_size > 0 ? static_cast<Bytef *>(buffer) : &nothing;
     stream.avail_out = to_zlib_size(buffer_size);
+    // One call for all: the room is known, and output beyond it means that the trailer lied.
     const int result = inflate(&stream, Z_NO_FLUSH);
     const std::size_t written = stream.total_out;
     inflateEnd(&stream);
@@ -97,6 +100,8 @@ std::uint64_t vrn_encoded_data_uncompressed_size(vrn_page_encoding_t encoding, c
             return gzip_uncompressed_size(static_cast<const std::uint8_t *>(data), size);
         case VRN_ENCODING_SNAPPY:
             return snappy_claimed_size(data, size);
+        // An unknown encoding is no error of its own: its size is 0, its decoding fails without a
+        // line.
         default:
             return 0;
     }
@@ -132,6 +137,7 @@ bool vrn_encoded_data_decode(vrn_page_encoding_t encoding, const void *data, std
     if (!vrn_encoded_data_decode_prefix(encoding, data, size, buffer, buffer_size, &decoded_size))
         return false;
     if (decoded_size < buffer_size)
+        // A trailer may claim more than the stream gives; no earlier bytes may show through.
         std::memset(static_cast<char *>(buffer) + decoded_size, 0, buffer_size - decoded_size);
     return true;
 }

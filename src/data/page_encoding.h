@@ -22,14 +22,15 @@ std::uint64_t vrn_encoded_data_uncompressed_size(vrn_page_encoding_t encoding, c
 std::uint64_t vrn_encoded_data_max_decoded_size(vrn_page_encoding_t encoding, std::size_t size);
 
 // Decodes the `size` bytes of stream at `data` into the `buffer_size` bytes at `buffer`, which may
-// be null when `buffer_size` is 0. Of a gzip stream only the first member is read; a buffer it does
-// not fill is zeroed behind it. False after one line if the stream is corrupt or does not fit, or,
+// be null when `buffer_size` is 0. Of a gzip stream only the first member is read; what it does not
+// fill of the buffer is zeroed. False after one line if the stream is corrupt or does not fit, or,
 // with errno ENOMEM, if memory runs out; false without a line if the encoding is unknown.
 [[nodiscard]] bool vrn_encoded_data_decode(vrn_page_encoding_t encoding, const void *data,
                                            std::size_t size, void *buffer, std::size_t buffer_size);
 
-// The same, but bytes behind the decoded ones stay as they are and `decoded_size` tells where they
-// begin, so that a claimed size never has to become resident memory.
+// vrn_encoded_data_decode without the zeroing: bytes after the decoded ones stay as they are, and
+// `decoded_size` tells where they begin, so that a claimed size never has to become resident
+// memory.
 [[nodiscard]] bool vrn_encoded_data_decode_prefix(vrn_page_encoding_t encoding, const void *data,
                                                   std::size_t size, void *buffer,
                                                   std::size_t buffer_size,

@@ -12,6 +12,7 @@
 
 namespace {
 
+// Sixteen characters that stand for an id; no digest will ever equal them.
 constexpr char blob_schema_id[] = "BLOB_DATA_SCHEMA";
 static_assert(sizeof blob_schema_id - 1 == sizeof(vrn_schema_id_t));
 
@@ -41,7 +42,7 @@ char *vrn_schema_id_to_hex(const vrn_schema_id_t *id) {
 
 void vrn_schema_id_format(const vrn_schema_id_t *id, char *buffer) {
     for (std::size_t i = 0; i < sizeof id->bytes; ++i)
-        std::snprintf(buffer + 2 * i, 3, "%02x", id->bytes[i]);
+        std::snprintf(buffer + 2 * i, 3, "%02x", id->bytes[i]);  // two digits and a terminator
 }
 
 bool vrn_schema_id_from_hex(const char *text, vrn_schema_id_t *id) {
@@ -65,12 +66,14 @@ void vrn_schema_id_set_blob(vrn_schema_id_t *id) {
 
 bool vrn_md5_of_string(const char *text, vrn_schema_id_t *digest) {
     if (!text) return false;
+    // An id, not a protection: MD5 is what the format has.
     MD5_CTX context;
     return MD5_Init(&context) == 1 && MD5_Update(&context, text, std::strlen(text)) == 1 &&
            MD5_Final(digest->bytes, &context) == 1;
 }
 
 bool vrn_md5_of_json(vrn_schema_id_t *digest, const JSON_Value *value) {
+    // The digest of the pretty text, though the compact one is what schema files hold.
     const vrn_json_text_ptr text(json_serialize_to_string_pretty(value));
     return vrn_md5_of_string(text.get(), digest);
 }

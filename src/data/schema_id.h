@@ -19,7 +19,7 @@ int vrn_schema_id_compare(const vrn_schema_id_t *a, const vrn_schema_id_t *b);  
 
 // 32 lower-case digits; the caller frees the text. Null: out of memory.
 char *vrn_schema_id_to_hex(const vrn_schema_id_t *id);
-// The same into a buffer of VRN_SCHEMA_ID_HEX_SIZE bytes.
+// Writes them into a buffer of VRN_SCHEMA_ID_HEX_SIZE bytes.
 void vrn_schema_id_format(const vrn_schema_id_t *id, char *buffer);
 
 // Reads exactly 32 digits of either case; `id` may be partly written on failure.

@@ -29,6 +29,7 @@ namespace {
 
 using vrn::Descriptor;
 
+// Producers and consumers run under users of their own.
 constexpr mode_t object_mode = 0666;
 
 vrn::FileIdentity identity_of(const Descriptor &object) {
@@ -89,6 +90,7 @@ Descriptor open_existing(const char *name) {
 
 // Fails when the object exists, so that it has one creator.
 Descriptor create_new(const char *name) {
+    // Otherwise the mask takes the rights of the others away again.
     const mode_t mask = umask(0);
     Descriptor object(shm_open(name, O_RDWR | O_CREAT | O_EXCL, object_mode));
     umask(mask);
@@ -189,6 +191,8 @@ bool copy_checked(void *to, const void *from, std::uint64_t size, std::uint64_t 
 
 int vrn_allocate_shared_page(vrn_page_memory_t *memory, std::uint64_t size, vrn_data_page_t **page,
                              std::int32_t *creator_pid) {
+    // One below the buffer, so that a cut name still ends inside it. The field below is shorter
+    // still.
     constexpr std::size_t limit = 119;
     char name[limit + 1];
     const std::string_view base = vrn::field_text(memory->name);
@@ -218,6 +222,8 @@ int vrn_allocate_shared_mem(const char *name, std::uint64_t size, vrn_data_page_
         if (ftruncate(object.get(), static_cast<off_t>(size)) != 0) {
             VRN_LOG(VRN_LOG_ERROR, "[%s] Cannot ftruncate shared page %s.  Cleaning up this page",
                     __func__, name);
+            // Ours and still without a size: left in place, it would keep every later start
+            // waiting.
             shm_unlink(name);
             return -1;
         }
@@ -230,6 +236,7 @@ int vrn_allocate_shared_mem(const char *name, std::uint64_t size, vrn_data_page_
     }
     *creator_pid = is_new ? getpid() : -1;
     void *bytes = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, object.get(), 0);
+    // The object is left in existence: another process may have mapped it by now.
     if (bytes == MAP_FAILED) {
         VRN_LOG(VRN_LOG_ERROR, "FAILED to allocate shared_page: %s of size: %lu ", name, size);
         return -1;
@@ -258,6 +265,7 @@ std::uint64_t vrn_shared_page_size(const vrn_data_page_t *page) {
 void vrn_shared_page_free(vrn_data_page_t *page) {
     const Mapping mapping = mappings().take(page);
     VRN_LOG(VRN_LOG_INFO, "Freeing shared-memory page: %p", static_cast<void *>(page));
+    // Unlinked first: the header that tells the owner is gone once it is unmapped.
     if (is_own(mapping, page)) unlink_object(mapping, page);
     unmap(mapping, page);
 }
@@ -291,5 +299,7 @@ bool vrn_data_page_publish(const vrn_data_page_t *page, vrn_data_page_t *shared)
     return check_header(*page, mapped) &&
            copy_checked(shared + 1, page + 1, page->page_size - sizeof *page, mapped) &&
            copy_checked(shared->hca_info, page->hca_info, sizeof page->hca_info, mapped) &&
+           // The leading fields last: filled_bytes is what tells a consumer that there is data.
+           // Memory and creator stay those of the object.
            copy_checked(shared, page, offsetof(vrn_data_page_t, memory), mapped);
 }

@@ -26,12 +26,14 @@ std::uint32_t vrn_version_parse(const char *text) {
 }
 
 const char *vrn_version_format(std::uint32_t packed) {
+    // Each call overwrites the text before; the longest text, 255.255.65535, fits.
     static char buffer[16];
     std::snprintf(buffer, sizeof buffer, "%hhu.%hhu.%hu", major_of(packed), minor_of(packed),
                   patch_of(packed));
     return buffer;
 }
 
+// A newer minor reads the older ones, not the reverse. The patch plays no part here nor below.
 bool vrn_version_is_compatible(std::uint32_t wanted, std::uint32_t current) {
     return major_of(wanted) == major_of(current) && minor_of(current) >= minor_of(wanted);
 }
@@ -44,6 +46,7 @@ int vrn_version_compare(std::uint32_t a, std::uint32_t b) {
 bool vrn_version_text_is_compatible(const char *wanted, const char *current) {
     const std::uint32_t wanted_packed = vrn_version_parse(wanted);
     const std::uint32_t current_packed = vrn_version_parse(current);
+    // 0 stands for a text that is no version; "0.0.0" is refused with it.
     return wanted_packed != 0 && current_packed != 0 &&
            vrn_version_is_compatible(wanted_packed, current_packed);
 }

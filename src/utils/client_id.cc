@@ -16,8 +16,9 @@ void vrn_client_id_copy(vrn_client_id_t *to, const vrn_client_id_t *from) {
 }
 
 void vrn_client_id_print_fields() {
+    // The table is part of the output: widths and the doubled line feed of the title are pinned.
     constexpr char row[] = " %-25s  %-8zu  %-zu\n";
-    std::puts("Client identifier vrn_client_id_t\n");  // with an empty line behind it
+    std::puts("Client identifier vrn_client_id_t\n");  // and an empty line
     std::puts("Field                 Offset    Size");
     std::printf(row, "host_name", offsetof(vrn_client_id_t, host_name),
                 sizeof vrn_client_id_t::host_name);

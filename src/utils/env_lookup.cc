@@ -33,12 +33,14 @@ bool EnvLookup::is_conflict() const {
 }
 
 EnvLookup look_up_env(const char *name) {
+    // Either spelling may be asked for; both lead to one bare name.
     const char *bare = std::string_view(name).starts_with(prefix) ? name + prefix.size() : name;
     return {bare, std::getenv(bare), prefixed_value_of(bare)};
 }
 
 }  // namespace vrn
 
+// Only the first character counts, so "true", "Yes" and "10" are true and "on" is not. Deliberate.
 bool vrn_env_value_is_true(const char *value) {
     if (!value) return false;
     const int first = std::tolower(static_cast<unsigned char>(*value));

@@ -12,6 +12,8 @@ namespace {
 // What a pipe holds by default; a step beyond its room is cut short by the kernel.
 constexpr std::size_t step_limit = 65536;
 
+// The kernel checks both addresses of a transfer and answers EFAULT, where a load or a store of our
+// own would be a signal. Non-blocking: a full pipe must not wait for a reader that is ourselves.
 class Pipe {
   public:
     Pipe() { is_open_ = pipe2(ends_, O_CLOEXEC | O_NONBLOCK) == 0; }

@@ -55,6 +55,7 @@ void set_guid(JSON_Object *root, const vrn_hca_info_t &entry, const GuidField &f
 
 void set_entry(JSON_Object *root, const vrn_hca_info_t &entry) {
     for (const GuidField &field : guid_fields) {
+        // An adapter without a second port has no member for it.
         const bool is_optional = field.guid == &vrn_hca_info_t::port_2_guid;
         if (is_optional && entry.port_2_guid[0] == 0) continue;
         set_guid(root, entry, field);
@@ -85,6 +86,7 @@ bool vrn_hca_info_to_json(const std::uint64_t *timestamp, const vrn_hca_info_t *
         return false;
     }
     if (timestamp &&
+        // A member that can't be set is left out: a document with less is better than none.
         json_object_set_number(root, "timestamp", static_cast<double>(*timestamp)) != JSONSuccess)
         VRN_LOG(VRN_LOG_ERROR, "HCA info: unable to set 'timestamp' field");
     for (const vrn_hca_info_t &entry : std::span(array, leading_entries(array, count)))
@@ -106,6 +108,7 @@ void vrn_hca_info_free_json(char *text) {
 void vrn_hca_info_digest(const vrn_hca_info_t *array, int count, std::uint8_t *digest) {
     MD5_CTX context;
     MD5_Init(&context);
+    // Entries after the first empty one may hold stale bytes and play no part.
     MD5_Update(&context, array, leading_entries(array, count) * sizeof *array);
     MD5_Final(digest, &context);
 }

@@ -25,13 +25,13 @@ constexpr char infiniband_class_dir[] = "/sys/class/infiniband";
 
 // Longest text of a value: a GID has 39 characters and a line feed.
 constexpr std::size_t value_limit = 40;
-// The high half of a GID and the colon behind it; a text longer than this is a GID.
+// The high half of a GID and its colon; a text longer than this is a GID.
 constexpr std::size_t gid_prefix = 20;
 
 using Guid = char[VRN_HCA_GUID_SIZE];
 
-// Copies the digits of a GUID, or of the low half of a GID: groups of four with a colon or a line
-// feed behind each.
+// Copies the digits of a GUID, or of the low half of a GID: groups of four, each followed by a
+// colon or a line feed.
 void copy_guid(Guid &guid, std::string_view text) {
     if (text.size() > gid_prefix) text.remove_prefix(gid_prefix);
     std::size_t digits = 0;
@@ -54,6 +54,7 @@ void read_guid(Guid &guid, const char *path_template, ...) {
     if (file < 0) return;  // e.g. an adapter without a second port
     char text[value_limit];
     errno = 0;
+    // One read: sysfs hands out a value whole, and what lies beyond the limit is no GUID.
     const ssize_t size = read(file, text, sizeof text);
     if (size <= 0)
         VRN_LOG(VRN_LOG_ERROR, "HCA info: failed to read file %s: %s", path.get(),
@@ -66,6 +67,7 @@ void read_guid(Guid &guid, const char *path_template, ...) {
 void read_entry(vrn_hca_info_t *entry, const char *class_dir, const char *name) {
     *entry = {};
     const std::size_t length = std::strlen(name);
+    // The field needs no terminator, so a name of exactly its size is whole.
     if (length > sizeof entry->hca_name)
         VRN_LOG(VRN_LOG_WARNING, "HCA info: name %s does not fit %zu buffer", name,
                 sizeof entry->hca_name);
@@ -94,6 +96,8 @@ class Glob {
 
 bool Glob::find(const char *pattern) {
     errno = 0;
+    // GLOB_MARK adds the last slash, between which and the one before the device's name stands.
+    // GLOB_MARK ends each match with a slash, which a device's name is cut at.
     int result = glob(pattern, GLOB_ERR | GLOB_MARK, nullptr, &found_);
     // A class folder that is not there is a machine without HCAs, not a failure to read one.
     if (result == GLOB_ABORTED && errno == ENOENT) result = GLOB_NOMATCH;
@@ -152,6 +156,7 @@ void vrn_hca_info_collect_below(const char *class_dir, vrn_hca_info_t *array, in
         read_entry(&array[i], class_dir, names->strings[i]);
 }
 
+// Always 0: the outcome is seen in the array, whose unfilled entries stay as they were.
 int vrn_hca_info_collect(vrn_hca_info_t *array, int capacity) {
     vrn_hca_info_collect_below(infiniband_class_dir, array, capacity);
     return 0;
@@ -163,6 +168,7 @@ int vrn_port_has_no_smi_below(const char *class_dir, const char *device, int por
     char path[1024];
     std::snprintf(path, sizeof path, "%s/%s/ports/%d/has_smi", class_dir, device, port);
     struct stat status {};
+    // Where the kernel does not tell, a port counts as one with an SMI.
     if (stat(path, &status) != 0) return 0;
     const vrn::FilePtr file(std::fopen(path, "r"));
     if (!file) {

@@ -12,6 +12,8 @@
 
 #include "utils/hexdump.h"
 
+// Plain variables, read and written without atomics: a second module may share them by their names,
+// and the level test at each call costs one load.
 std::uint32_t vrn_log_level = VRN_LOG_UNINITIALIZED;
 vrn_log_kind_t vrn_log_kind = VRN_LOG_KIND_STDERR;
 std::FILE *vrn_log_stream = nullptr;
@@ -22,19 +24,24 @@ bool vrn_log_registered = false;
 namespace {
 
 pthread_mutex_t static_mutex;
+// Takes the messages of one thread, so that scans in several threads keep theirs apart.
 thread_local vrn_log_callback_t thread_taker = nullptr;
 
 void destroy_mutex_at_exit() {
+    // A mutex that came from another module is that module's to destroy.
     if (vrn_log_registered || !vrn_log_mutex) return;
     pthread_mutex_destroy(vrn_log_mutex);
     vrn_log_mutex = nullptr;
 }
 
 // False when logging goes on without a mutex of its own making.
+// The name is what the messages below print, so the leading underscore stays.
 bool _vrn_init_logger_mutex() {
+    // Not vrn_getenv: it is built on the log that starts here.
     const vrn::EnvLookup setting = vrn::look_up_env("VRN_LOG_THREAD_SAFE");
     if (setting.is_conflict()) vrn_log_env_conflict(setting);
     const char *thread_safe = setting.value();
+    // An empty value keeps the mutex. An earlier mutex stays in place in any case.
     if (thread_safe && *thread_safe && !vrn_env_value_is_true(thread_safe)) {
         VRN_LOG(VRN_LOG_DEBUG,
                 "[logger] [%s] Thread safety is disabled by environment variable "
@@ -83,6 +90,7 @@ void write_time_prefix(std::FILE *stream) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     long milliseconds = now.tv_nsec / 1000000;
+    // For clocks that hand out a whole second of nanoseconds.
     if (milliseconds > 999) {
         milliseconds -= 1000;
         now.tv_sec += 1;
@@ -121,6 +129,7 @@ void vrn_log(std::uint32_t level, const char *format, ...) {
 
 void vrn_vlog(std::uint32_t level, const char *format, std::va_list arguments) {
     if (vrn_log_kind == VRN_LOG_KIND_SYSLOG) {
+        // The daemon adds time and level of its own, and syslog locks for itself.
         vsyslog(static_cast<int>(level), format, arguments);
         return;
     }
@@ -132,6 +141,7 @@ void vrn_vlog(std::uint32_t level, const char *format, std::va_list arguments) {
     std::fputs(level_tag(level), stream);
     std::vfprintf(stream, format, arguments);
     std::fputc('\n', stream);
+    // Line by line: a crash right after a message must not take it along.
     std::fflush(stream);
 }
 
@@ -175,9 +185,11 @@ bool vrn_init_syslog_logger(const char *ident, std::uint32_t level) {
 
 bool vrn_init_file_logger(const char *path, std::uint32_t level) {
     if (refuse_when_registered(__func__)) return false;
+    // The old sink first: both may name one file.
     vrn_close_logger();
     std::FILE *stream = std::fopen(path, "w");
     if (!stream) {
+        // A log with nowhere to go would hide the failure that made it so.
         vrn_init_stderr_logger(level);
         return false;
     }
@@ -205,6 +217,7 @@ std::uint32_t vrn_log_set_level(std::uint32_t level) {
     return before;
 }
 
+// Also allowed in a registered module, unlike the other sinks: a callback owns nothing to close.
 void vrn_log_register_callback(vrn_log_callback_t callback, std::uint32_t level) {
     vrn_log_callback = callback;
     vrn_log_level = level;
@@ -227,6 +240,7 @@ vrn_log_state_t *vrn_log_export_state() {
     auto *state = static_cast<vrn_log_state_t *>(std::calloc(1, sizeof(vrn_log_state_t)));
     if (!state) return nullptr;
     state->kind = vrn_log_kind;
+    // Only what the kind uses: a leftover of an earlier sink may be closed by now.
     if (vrn_log_kind == VRN_LOG_KIND_STDERR || vrn_log_kind == VRN_LOG_KIND_FILE)
         state->stream = vrn_log_stream;
     if (vrn_log_kind == VRN_LOG_KIND_CALLBACK) state->callback = vrn_log_callback;
@@ -237,6 +251,7 @@ vrn_log_state_t *vrn_log_export_state() {
 
 bool vrn_log_import_state(const vrn_log_state_t *state) {
     if (!state) return false;
+    // One's own state must not count as registered: that would disable every sink for good.
     if (state->kind == vrn_log_kind && state->level == vrn_log_level &&
         state->mutex == vrn_log_mutex && state->callback == vrn_log_callback &&
         state->stream == vrn_log_stream)

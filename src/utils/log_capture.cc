@@ -11,6 +11,7 @@ namespace vrn {
 
 namespace {
 
+// Captures nest like scopes; a line goes to the innermost one of its thread.
 thread_local LogCapture *innermost = nullptr;
 
 }  // namespace
@@ -45,6 +46,7 @@ void LogCapture::keep(std::int32_t level, const char *format, ...) {
     }
 }
 
+// Already formatted, so the text must not be taken for a format a second time.
 void log_again(const std::vector<LogLine> &lines) {
     for (const LogLine &line : lines) VRN_LOG(line.level, "%s", line.text.c_str());
 }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+// Tables have a handful of rows; an index would cost more than the walk.
 const char *vrn_value_to_name(const vrn_name_value_t *table, std::uint32_t value) {
     for (; table->name; ++table)
         if (table->value == value) return table->name;

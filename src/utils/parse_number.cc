@@ -15,6 +15,8 @@ bool parse_strict(T (*parse)(const char *, char **, int), const char *text, Out 
     if (!text || !out) return false;
     char *end = nullptr;
     errno = 0;
+    // Base 0: "0x10" is 16 and "010" is 8. Leading blanks pass and a minus sign wraps round in the
+    // unsigned parsers, both as strtoull has it and both deliberate.
     const T value = parse(text, &end, 0);
     using Limits = std::numeric_limits<T>;
     if (errno == ERANGE && (value == Limits::max() || value == Limits::min())) return false;
@@ -26,6 +28,7 @@ bool parse_strict(T (*parse)(const char *, char **, int), const char *text, Out 
 
 template <typename Out>
 bool parse_narrow(const char *text, Out *out) {
+    // Through 64 bits, so that "-1" wraps to a value that no narrow type takes.
     std::uint64_t value = 0;
     if (!out || !vrn_parse_ullong(text, &value)) return false;
     if (value > std::numeric_limits<Out>::max()) return false;
@@ -69,6 +72,7 @@ bool vrn_parse_u8(const char *text, std::uint8_t *out) {
 
 bool vrn_parse_int_n(const char *text, std::size_t length, std::int32_t *out) {
     if (!text || !out) return false;
+    // The parser needs a terminator, and the text may go on after the number.
     const std::string copy(text, strnlen(text, length));
     std::int64_t value = 0;
     if (!vrn_parse_long(copy.c_str(), &value)) return false;

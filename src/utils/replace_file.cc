@@ -23,6 +23,7 @@ bool write_all(const Descriptor &file, std::string_view bytes) {
     return true;
 }
 
+// True when the file has exactly this content. An unchanged file keeps its time and its inode.
 bool holds(const std::string &path, std::string_view content) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     char buffer[4096];
@@ -34,6 +35,7 @@ bool holds(const std::string &path, std::string_view content) {
     return count == 0 && content.empty();
 }
 
+// For pipes and devices, which can't be replaced and keep nothing that could be lost.
 ReplacedFile write_in_place(const std::string &path, std::string_view content) {
     Descriptor file(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     if (!file.is_open()) return ReplacedFile::not_opened;
@@ -59,6 +61,7 @@ class Replacement {
         if (!file.is_open()) return ReplacedFile::not_opened;
         if (!fill(file, content)) return ReplacedFile::not_written;
         if (link(file, name_)) return ReplacedFile::done;
+        // A link can't take a name that exists, a rename can: so link beside it first.
         const auto link_spare = [&] { return link(file, spare_); };
         const bool is_linked = errno == EEXIST && with_spare_name(link_spare);
         return is_linked && take_name() ? ReplacedFile::done : ReplacedFile::not_written;
@@ -94,6 +97,7 @@ class Replacement {
                0;
     }
 
+    // Tries names until one is free: two processes may replace files of one folder at a time.
     template <typename Make>
     bool with_spare_name(Make make) {
         for (unsigned number = 0;; ++number) {
@@ -134,11 +138,13 @@ ReplacedFile replace_file(const std::string &path, std::string_view content) {
     if (exists && ::access(path.c_str(), W_OK) != 0) return ReplacedFile::not_opened;
     std::error_code error;
     std::filesystem::path target = path;
+    // A symbolic link stays one: the file that it leads to is replaced.
     if (exists) target = std::filesystem::canonical(path, error);
     if (error) return errno = error.value(), ReplacedFile::not_opened;
     Replacement replacement(target, exists ? &status : nullptr);
     if (!replacement.has_folder()) return ReplacedFile::not_opened;
     if (replacement.put_nameless(content) == ReplacedFile::done) return ReplacedFile::done;
+    // Also after a nameless file failed for any other reason: /proc may be missing, for one.
     return replacement.put_named(content);
 }
 

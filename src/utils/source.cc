@@ -22,7 +22,9 @@ std::string_view running_source(const vrn_source_t *source) {
 }  // namespace
 
 bool vrn_source_get_id(char *buffer, const char *name) {
+    // All of the field is written to disk, so nothing of what was there before may stay.
     std::memset(buffer, 0, VRN_SOURCE_NAME_SIZE);
+    // By plain getenv: this variable has no spelling without the prefix.
     if (!name) name = std::getenv("VRN_SOURCE_ID");
     if (name) {
         std::memcpy(buffer, name, strnlen(name, VRN_SOURCE_NAME_SIZE - 1));
@@ -56,6 +58,7 @@ int vrn_source_compare(const vrn_source_t *a, const vrn_source_t *b) {
 }
 
 char *vrn_source_name_dup(const vrn_source_t *source) {
+    // All 64 bytes: a full field has no terminator of its own.
     auto *name = static_cast<char *>(std::malloc(sizeof source->source + 1));
     if (!name) return nullptr;
     std::memcpy(name, source->source, sizeof source->source);
@@ -66,7 +69,7 @@ char *vrn_source_name_dup(const vrn_source_t *source) {
 bool vrn_source_to_string(const vrn_source_t *source, char *buffer, std::size_t size) {
     const std::string name(vrn::field_text(source->source));
     const std::string tag(vrn::field_text(source->tag));
-    if (name.size() + tag.size() + 2 > size) {
+    if (name.size() + tag.size() + 2 > size) {  // the colon and the terminator
         VRN_LOG(VRN_LOG_DEBUG, "[source] buffer too small for source %s:%s (got %zu)", name.c_str(),
                 tag.c_str(), size);
         return false;

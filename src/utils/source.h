@@ -27,7 +27,8 @@ bool vrn_source_get_id(char *buffer, const char *name);
 vrn_source_t *vrn_source_create(const char *name, const char *tag);
 using vrn_source_ptr = vrn::CPtr<vrn_source_t, std::free>;
 
-// The same, named by vrn_source_get_id without a name. Null also when that fails.
+// A new record with the name that vrn_source_get_id gives without one. Null also when it gives
+// none.
 vrn_source_t *vrn_source_create_default(const char *tag);
 
 void vrn_source_copy(vrn_source_t *to, const vrn_source_t *from);
@@ -35,7 +36,7 @@ void vrn_source_copy(vrn_source_t *to, const vrn_source_t *from);
 // Order by `source`, then by `tag`: negative, 0 or positive. A full `source` runs on into `tag`.
 int vrn_source_compare(const vrn_source_t *a, const vrn_source_t *b);
 
-// The 64 bytes of `source` with a terminator behind them; the caller frees it. Null: out of memory.
+// The 64 bytes of `source` and a terminator; the caller frees it. Null: out of memory.
 char *vrn_source_name_dup(const vrn_source_t *source);
 
 // Writes "source:tag" and a terminator to the `size` bytes at `buffer`. False after a level 7 line

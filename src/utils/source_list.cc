@@ -19,6 +19,7 @@ void vrn_source_list_free(vrn_source_list_t *list) {
 }
 
 bool vrn_source_list_add(vrn_source_list_t *list, vrn_source_t *source) {
+    // The last index is VRN_SOURCE_NOT_FOUND, so the list ends one short of 16 bits.
     if (!source || list->count >= VRN_SOURCE_LIST_MAX) return false;
     const std::size_t count = list->count;
     // The block has room for the next power of two.
@@ -34,6 +35,7 @@ bool vrn_source_list_add(vrn_source_list_t *list, vrn_source_t *source) {
 
 std::uint16_t vrn_source_list_index_of(const vrn_source_list_t *list, const vrn_source_t *source) {
     const std::span items(list->items, list->count);
+    // By pointer: two entries with one name are two sources.
     const auto found = std::ranges::find(items, source);
     return found == items.end() ? VRN_SOURCE_NOT_FOUND
                                 : static_cast<std::uint16_t>(found - items.begin());

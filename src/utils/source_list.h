@@ -38,6 +38,6 @@ vrn_source_list_t *vrn_source_list_create_default(const char *tag);
 vrn_source_list_t *vrn_source_list_from_spec(const char *text);
 
 // The sources NAME_1 to NAME_N of "N", NAME_A to NAME_B of "A-B", both of the name that
-// vrn_source_get_id gives, or PREFIX_A to PREFIX_B of "PREFIX[A-B]"; what stands behind the "]" is
-// not looked at. Null after one line for any other text.
+// vrn_source_get_id gives, or PREFIX_A to PREFIX_B of "PREFIX[A-B]"; what follows the "]" is not
+// looked at. Null after one line for any other text.
 vrn_source_list_t *vrn_source_list_from_range(const char *text);

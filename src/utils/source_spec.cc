@@ -16,11 +16,13 @@
 
 namespace {
 
+// A longer line is read in pieces, and each piece counts as a line. Deliberate.
 constexpr std::size_t line_size = 1024;
 
 // Of a pipe, which might never end; as much as of a scope file.
 constexpr std::size_t max_pipe_bytes = 10'485'760;
 
+// In memory, not in a temporary folder: it needs no name and nothing to clean up.
 vrn::FilePtr open_memory() {
     const int descriptor = memfd_create("sources", MFD_CLOEXEC);
     if (descriptor < 0) return nullptr;
@@ -56,6 +58,7 @@ vrn::FilePtr open_spec(const char *path) {
         if (file) return is_pipe ? copy_pipe(file.get(), path) : std::move(file);
         VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open file: %s", path);
     }
+    // A file that can't be opened gets both lines; what is neither file nor pipe gets this one.
     VRN_LOG(VRN_LOG_ERROR, "[source] Failed to open text file: %s", path);
     return nullptr;
 }
@@ -89,7 +92,7 @@ vrn_source_list_t *read_names(std::FILE *file, Add add) {
 bool add_fabscan_line(vrn_source_list_t *list, char *line) {
     char *open = std::strchr(line, '(');
     char *close = std::strchr(line, ')');
-    if (!open || !close || close < open) return true;
+    if (!open || !close || close < open) return true;  // no node on this line
     *close = 0;
     return add_source(list, open + 1);
 }
@@ -118,6 +121,7 @@ struct Range {
 
 // Cuts `text` into the parts of one of its three forms; false when it has none of them.
 bool split_range(std::string_view text, Range *range) {
+    // No dash: a count. The two numbers of the other forms are checked by their parser.
     const std::size_t dash = text.find('-');
     if (dash == std::string_view::npos) {
         *range = {"1", text, {}, false};
@@ -129,6 +133,7 @@ bool split_range(std::string_view text, Range *range) {
         *range = {text.substr(0, dash), text.substr(dash + 1), {}, false};
         return true;
     }
+    // A prefix with a dash of its own is refused: which dash parts the range is open.
     if (dash < open || close < dash) return false;
     *range = {text.substr(open + 1, dash - open - 1), text.substr(dash + 1, close - dash - 1),
               text.substr(0, open), true};
@@ -165,6 +170,7 @@ vrn_source_list_t *vrn_source_list_from_range(const char *text) {
     if (!base_name(range, base)) return nullptr;
     vrn_source_list_ptr list(vrn_source_list_create());
     if (!list) return nullptr;
+    // 64 bits: a range may end at the largest 32-bit number.
     for (std::int64_t number = first; number <= last; ++number) {
         char name[VRN_SOURCE_NAME_SIZE + 16];
         std::snprintf(name, sizeof name, "%s_%d", base, static_cast<int>(number));
@@ -174,6 +180,7 @@ vrn_source_list_t *vrn_source_list_from_range(const char *text) {
 }
 
 vrn_source_list_t *vrn_source_list_from_spec(const char *text) {
+    // Whatever exists is a file, even when its name looks like a range.
     if (access(text, F_OK) != 0) return vrn_source_list_from_range(text);
     const vrn::FilePtr file = open_spec(text);
     if (!file) return nullptr;

@@ -15,6 +15,7 @@
 
 namespace {
 
+// Longer items are refused rather than cut: a filter on half a name would select the wrong thing.
 constexpr std::size_t csv_item_limit = 1024;
 
 // Slots of a block with `count` strings. A power of two, so that appending one by one stays linear
@@ -49,6 +50,7 @@ bool append_copy(vrn_string_array_t **array, std::string_view text) {
     return reserve(array, (*array ? (*array)->count : 0) + 1) && push_copy(*array, text);
 }
 
+// Owns the buffer that getline grows.
 struct FileLine {
     char *text = nullptr;
     std::size_t capacity = 0;
@@ -80,6 +82,7 @@ bool vrn_string_array_extend(vrn_string_array_t **array, const vrn_string_array_
     const auto added = vrn_string_array_items(other);
     if (!reserve(array, (*array ? (*array)->count : 0) + added.size())) return false;
     for (const char *text : added) {
+        // Half an extension is of no use to a caller, who gets null and nothing to free.
         if (push_copy(*array, text)) continue;
         vrn_string_array_free(*array);
         *array = nullptr;
@@ -122,6 +125,7 @@ vrn_string_array_t *vrn_string_array_from_csv(const char *text, std::size_t leng
 
 bool vrn_string_array_remove_duplicates(vrn_string_array_t **array, bool sorted) {
     if (!*array || (*array)->count == 0) return true;
+    // Nothing calls for unsorted arrays; the message is what callers of this form get.
     if (!sorted) {
         VRN_LOG(VRN_LOG_ERROR, "[%s] not implemented", __func__);
         return false;
@@ -135,6 +139,7 @@ bool vrn_string_array_remove_duplicates(vrn_string_array_t **array, bool sorted)
             strings[kept++] = text;
     }
     (*array)->count = kept;
+    // The block must shrink: its slots are told from the count.
     return resize_block(array, slots_for(kept));
 }
 
@@ -149,8 +154,10 @@ bool vrn_string_array_load_file(vrn_string_array_t **array, const char *path, co
     FileLine line;
     while (getline(&line.text, &line.capacity, file.get()) >= 0) {
         const char *text = vrn_trim(line.text);
+        // A comment is known after trimming, so it may be indented.
         if (*text == '\0' || *text == '#') continue;
         if (!vrn_string_array_append(array, text)) return false;
     }
+    // getline ends for a read error and for lack of memory too.
     return std::feof(file.get()) != 0;
 }

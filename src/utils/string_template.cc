@@ -14,6 +14,7 @@ int measure(const char *format, std::va_list arguments) __attribute__((format(pr
 
 int measure(const char *format, std::va_list arguments) {
     std::va_list copy;
+    // The list is walked a second time, when the text is made.
     va_copy(copy, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, copy);
     va_end(copy);
@@ -35,6 +36,7 @@ char *vrn_expand_string_template(const char *format, std::va_list arguments) {
                 length, std::strerror(errno));
         return nullptr;
     }
+    // The arguments may have changed between the two walks.
     if (std::vsnprintf(text.get(), size, format, arguments) != length) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to expand file string template");
         return nullptr;
@@ -64,12 +66,14 @@ std::string vrn_expand_template(std::string_view template_text,
         if (name_end == std::string_view::npos) break;
 
         const std::string name(rest.substr(name_start, name_end - name_start));
-        const std::size_t behind = name_end + closing.size();
+        const std::size_t after = name_end + closing.size();
         const auto variable = variables.find(name);
         expanded += rest.substr(0, start);
+        // An unknown name keeps its braces: a later pass with other variables may know it. A value
+        // is not expanded again, so no value can make the expansion endless.
         expanded += variable != variables.end() ? std::string_view(variable->second)
-                                                : rest.substr(start, behind - start);
-        rest.remove_prefix(behind);
+                                                : rest.substr(start, after - start);
+        rest.remove_prefix(after);
     }
     return expanded.append(rest);
 }

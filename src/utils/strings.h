@@ -33,7 +33,7 @@ char *string_concat_comma_separated_token(const char *list, const char *token);
 bool find_ith_substr(const char *text, const char *needle, std::size_t index,
                      std::size_t *position);
 
-// Text behind the last '/', or all of it; null for null or empty.
+// Text after the last '/', or all of it; null for null or empty.
 char *vrn_path_basename(const char *path);
 
 bool vrn_str_ends_with(const char *text, const char *suffix);

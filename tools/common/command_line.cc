@@ -23,7 +23,7 @@ const Option &help_row() {
 std::vector<const Option *> list_rows(const CommandLine &line) {
     std::vector<const Option *> rows;
     for (const Option &row : line.options) rows.push_back(&row);
-    rows.push_back(&help_row());
+    rows.push_back(&help_row());  // last in the help, as is usual
     return rows;
 }
 
@@ -40,6 +40,7 @@ std::string wrapped_row(const Option &row, std::size_t indent) {
     std::size_t column = indent;
     std::istringstream words(row.help);
     for (std::string word; words >> word;) {
+        // A word longer than a line stands alone and sticks out.
         if (column > indent && column + 1 + word.size() > help_width) {
             text += "\n" + std::string(indent, ' ');
             column = indent;
@@ -68,7 +69,7 @@ std::vector<option> long_options_of(const std::vector<const Option *> &rows) {
     for (const Option *row : rows)
         options.push_back(
             {row->name, row->argument ? required_argument : no_argument, nullptr, code++});
-    options.push_back({});
+    options.push_back({});  // getopt's mark of the end
     return options;
 }
 
@@ -87,6 +88,7 @@ const Option *row_of(const std::vector<const Option *> &rows, int code) {
         throw UsageError(std::string("--") + row->name +
                          (code == ':' ? " needs a value" : " takes no value"));
     if (optopt != 0) throw UsageError(std::string("unknown option -") + static_cast<char>(optopt));
+    // A long one: getopt tells no letter for it.
     throw UsageError(std::string("unknown option ") + argv[optind - 1]);
 }
 
@@ -117,12 +119,14 @@ std::optional<std::vector<std::string>> parse_command_line(const CommandLine &li
     const std::vector<const Option *> rows = list_rows(line);
     const std::string letters = letters_of(rows);
     const std::vector<option> long_options = long_options_of(rows);
+    // Messages are ours, so that all tools word them alike.
     opterr = 0;
     optind = 0;  // glibc starts anew, whatever was parsed before
     int code = 0;
     while ((code = getopt_long(argc, argv, letters.c_str(), long_options.data(), nullptr)) != -1) {
         if (code == '?' || code == ':') refuse_option(rows, code, argv);
         const Option *row = row_of(rows, code);
+        // At once: what follows may be wrong without harm.
         if (row == &help_row()) return std::nullopt;
         take_value(*row);
     }

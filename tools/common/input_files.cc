@@ -38,6 +38,8 @@ class InputSearch {
         struct stat status {};
         if (stat(path.c_str(), &status) != 0) return fail(path, std::strerror(errno));
         if (S_ISDIR(status.st_mode)) return take_folder(path, status);
+        // Named by the user, so taken as it is: even twice, and even if it doesn't look like a data
+        // file.
         files_->push_back({path, FileId(status)});
         taken_.insert(FileId(status));
         return true;
@@ -56,6 +58,7 @@ class InputSearch {
             good &= list_folder(folder, &entries);
             for (std::string &entry : entries) good &= sort_out(std::move(entry), &pending, &found);
         }
+        // In the order of paths, not of folders: results then don't depend on the file system.
         std::ranges::sort(found, {}, &InputFile::path);
         std::ranges::for_each(found, [&](InputFile &file) { take_found(std::move(file)); });
         return good;
@@ -75,9 +78,11 @@ class InputSearch {
                   std::vector<InputFile> *found) {
         struct stat status {};
         if (stat(path.c_str(), &status) != 0) {
+            // A link to nothing is common in folders of data that are cleaned up.
             if (errno != ENOENT && errno != ELOOP) return fail(path, std::strerror(errno));
             VRN_LOG(VRN_LOG_INFO, "%s: leads to no file, passed over", path.c_str());
         } else if (S_ISDIR(status.st_mode)) {
+            // Links may lead back up: each folder is entered once.
             if (folders_.insert(FileId(status)).second) folders->push_back(std::move(path));
         } else if (S_ISREG(status.st_mode)) {
             found->push_back({std::move(path), FileId(status)});
@@ -105,6 +110,7 @@ class InputSearch {
 bool find_input_files(const std::vector<std::string> &operands, std::vector<InputFile> *files) {
     InputSearch search(files);
     bool good = true;
+    // One that fails doesn't keep the others from being read.
     for (const std::string &path : operands) good &= search.take_operand(path);
     return good;
 }

@@ -18,6 +18,7 @@ void append_escaped(std::string_view bytes, std::string *out) {
 
 }  // namespace
 
+// Names come from files: an escape sequence in one must not reach the terminal.
 std::string shown_text(std::string_view text) {
     std::string shown;
     while (!text.empty()) {

@@ -24,6 +24,7 @@ void occupy_standard_streams() {
 // False, after a line, when standard output didn't take everything.
 bool flush_output(const char *program) {
     errno = 0;
+    // A full disk shows only now, when the last of the output leaves the buffer.
     if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return true;
     const std::string cause = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
     print_error(program, "can't write to standard output" + cause);
@@ -42,6 +43,7 @@ __attribute__((format(printf, 2, 3))) void log_shown(std::int32_t level, const c
     std::va_list arguments;
     va_start(arguments, format);
     char *raw = nullptr;
+    // glibc leaves the pointer undefined when it fails.
     if (vasprintf(&raw, format, arguments) < 0) raw = nullptr;
     va_end(arguments);
     const CString text(raw);
@@ -63,6 +65,7 @@ int run_tool(const CommandLine &line, int argc, char **argv,
     } catch (const std::exception &error) {
         print_error(line.program, error.what());
     }
+    // Output is flushed also after a failure: what there is of it may be of use.
     return flush_output(line.program) && done ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

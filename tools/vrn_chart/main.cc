@@ -22,6 +22,7 @@ namespace vrn::chart {
 namespace {
 
 constexpr char program[] = "vrn_chart";
+// A browser draws no more; the bound keeps a slip in the option from taking the memory.
 constexpr std::uint64_t max_samples = 1'000'000;
 constexpr std::uint64_t max_store_bytes = std::uint64_t{1} << 30;
 
@@ -69,6 +70,7 @@ bool is_standard_output(const struct stat &status) {
 
 // False with errno; nothing is left in the stream for a second line when the tool ends.
 bool write_to_standard_output(std::string_view page) {
+    // The page is one piece already; a second copy in the stream would be for nothing.
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     const bool done = std::fwrite(page.data(), 1, page.size(), stdout) == page.size();
     std::clearerr(stdout);
@@ -116,7 +118,9 @@ bool make_page(const std::vector<tool::InputFile> &files, const ChartOptions &op
     store.set_label_form(metrics::script_text);
     bool read_all = true;
     for (const tool::InputFile &file : files) read_all &= read_metrics(file.path, &store);
+    // No page rather than an empty one: it would replace a page that shows something.
     if (store.series_keys().empty()) return fail("there are no metrics to show");
+    // In memory first, so that a page is written whole or not at all.
     std::ostringstream page;
     metrics::write_chart_page(page, store, 0);
     if (!page) return fail("there is no memory for the page");
@@ -128,6 +132,7 @@ bool run(const ChartOptions &options, const std::vector<std::string> &operands) 
     tool::start_log(options.log_level);
     std::vector<tool::InputFile> files;
     const bool found_all = tool::find_input_files(operands, &files);
+    // Looked at before anything is written, so that no input can be replaced by its chart.
     const Output output(options.output);
     if (output.is_one_of(files)) return fail(output.name() + " is one of the files to read");
     return make_page(files, options, output) && found_all;

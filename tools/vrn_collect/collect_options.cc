@@ -39,6 +39,7 @@ constexpr char notes[] =
 
 Take text_into(std::string *text, const char *what) {
     return [=](const char *value) {
+        // An empty value is mostly a variable of a script that was never set.
         if (!*value) throw BadValue(what);
         *text = value;
     };
@@ -51,6 +52,7 @@ Take bytes_into(std::optional<std::uint64_t> *bytes) {
 
 template <typename Milliseconds>
 Take milliseconds_into(Milliseconds *time, std::uint64_t min) {
+    // 49 days; in microseconds it still fits every sum with a time.
     constexpr std::uint64_t max = std::numeric_limits<std::uint32_t>::max();
     return [=](const char *value) {
         *time = std::chrono::milliseconds(tool::number_value(value, min, max));

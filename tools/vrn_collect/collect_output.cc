@@ -42,6 +42,7 @@ PageSettings make_settings(PageSettings settings, const char *tag, std::uint32_t
 }
 
 std::string make_schemas_block(const vrn_schema_id_t &id) {
+    // Readers accept a schemas block only where this many bytes are left, so it takes them all.
     std::string block(VRN_SCHEMAS_BLOCK_MIN_BYTES, '\0');
     vrn_schemas_block_t header{};
     vrn_block_set_magic(&header, VRN_SCHEMAS_BLOCK);
@@ -124,6 +125,7 @@ CollectOutput::CollectOutput(const CollectOptions &options, const ProcSample &sa
         make_metrics_settings(common, metrics_record_.make_block(sample).size());
     writer_ = make_run_writer(options, plan_streams(sources_, {&counters, &events, &metrics}));
     make_data_folder(options.output_dir + "/data");
+    // Before the first data: files whose schemas are missing can't be read.
     if (!schemas_.store())
         throw std::runtime_error("can't store schemas in " + options.output_dir + "/schema");
     for (const std::string &name : sources_) add_source(name, counters, events, metrics);
@@ -160,10 +162,12 @@ bool CollectOutput::finish() {
     if (lost_pages != 0)
         tool::print_error("vrn_collect",
                           "pages that were not stored: " + std::to_string(lost_pages));
+    // Somebody may have cleaned up the folder during the run.
     const bool has_schemas = schemas_.restore();
     if (!has_schemas) tool::print_error("vrn_collect", "not all schemas are stored");
     const bool has_infos = has_node_infos();
     if (!has_infos) tool::print_error("vrn_collect", "not all node information is stored");
+    // Closes the last files and writes their headers.
     writer_.reset();
     return is_flushed && lost_pages == 0 && has_schemas && has_infos;
 }

@@ -79,12 +79,14 @@ vrn_counters_schema_ptr make_counters_schema(const ProcSample &sample) {
     if (!schema ||
         !vrn_counters_schema_add_counters(schema.get(), infos.data(), infos.size(), "system"))
         throw std::runtime_error("cannot build the counters schema");
+    // Only now, when all counters and so all offsets are known.
     vrn_counters_schema_update_counter_offsets(schema.get());
     return schema;
 }
 
 std::string make_counters_block(const ProcSample &sample, const vrn_counters_schema_t &schema) {
     std::map<std::string, std::uint64_t> values;
+    // By name: devices may have come and gone since the schema was made.
     for (const Counter &counter : list_counters(sample)) values[counter.name] = counter.value;
 
     vrn_data_block_t header{};

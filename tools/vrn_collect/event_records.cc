@@ -61,6 +61,7 @@ void add_type(vrn_schema_t *schema, const char *name, std::initializer_list<Fiel
     }
     std::uint8_t index = 0;
     if (vrn_schema_add_type(schema, name, infos.data(), infos.size(), &index) != 0 ||
+        // Rows are written by the structures above, so the schema must agree with them to the byte.
         index != expected_index || schema->types[index]->size != expected_size)
         throw std::runtime_error(std::string("cannot register event type ") + name);
 }
@@ -127,6 +128,7 @@ std::vector<InterfaceRow> interface_rows(const ProcSample &sample) {
 LoadRow load_row(const ProcSample &sample) {
     const auto total = static_cast<double>(sample.memory.total);
     const auto available = static_cast<double>(sample.memory.available);
+    // 0 where /proc/meminfo can't be read.
     const double used = total > 0 ? 1.0 - available / total : 0.0;
     return {sample.timestamp,
             {sample.load[0], sample.load[1], sample.load[2]},
@@ -141,6 +143,7 @@ const vrn_schema_t &add_event_schema(vrn_type_system_t *types) {
     vrn_schema_t *schema =
         vrn_type_system_add_new_schema(types, "vrn_collect", VRN_SCHEMA_VERSION, nullptr);
     if (!schema) throw std::runtime_error("cannot create the event schema");
+    // Registered before the type that nests it.
     add_type(schema, "cpu_times",
              {{"user", "ticks in user mode", "uint64_t"},
               {"nice", "ticks in user mode with low priority", "uint64_t"},

@@ -18,6 +18,7 @@ void sample_until_the_end(const CollectOptions &options, CollectOutput *output) 
     const auto start = Clock::now();
     const bool is_endless = options.duration.count() == 0;
     const auto end = is_endless ? Clock::time_point::max() : start + options.duration;
+    // Steps from the start and not from the sample before, so that delays don't add up.
     for (auto next = start; next < end && !wait_for_stop_signal(next); next += options.interval)
         output->add(read_proc_sample());
 }

@@ -16,10 +16,12 @@ MetricsRecord::MetricsRecord()
       interface_set_(builder_.add_label_set({"interface"})),
       device_set_(builder_.add_label_set({"device"})) {
     char host[64];
+    // Told once for each block and not in each record.
     builder_.add_constant_label("host", vrn_get_host_name(host, sizeof host) ? host : "");
 }
 
 std::string MetricsRecord::make_block(const ProcSample &sample) {
+    // Names and labels stay known to the builder, so that their ids are those of the blocks before.
     builder_.clear_records();
     timestamp_ = sample.timestamp;
     for (const CpuSample &cpu : sample.cpus)

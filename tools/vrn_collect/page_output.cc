@@ -33,6 +33,7 @@ PageSettings without_head(PageSettings settings) {
 }  // namespace
 
 void PageOutput::add_block(const std::string &block, std::uint64_t first, std::uint64_t last) {
+    // Blocks never straddle pages: readers take each page by itself.
     if (page_ && block.size() > room()) flush();
     // Devices that come later make longer blocks.
     const std::size_t needed = settings_.head.size() + block.size();
@@ -45,6 +46,7 @@ void PageOutput::add_block(const std::string &block, std::uint64_t first, std::u
 
 void PageOutput::flush() {
     const vrn_data_page_ptr page = std::move(page_);
+    // A page that is lost is counted by the writer, and told when the run ends.
     if (page) vrn_data_writer_write_page(writer_, page.get(), nullptr);
 }
 
@@ -91,6 +93,7 @@ void EventOutput::add_block(const std::string &block, std::uint64_t timestamp) {
         pages_.add_block(block, timestamp, timestamp);
         return;
     }
+    // Measured before compression: readers hold the decoded page in memory.
     if (payload_.size() + block.size() > payload_settings_.chunk_size) flush_payload();
     if (payload_.empty()) {
         payload_ = payload_settings_.head;

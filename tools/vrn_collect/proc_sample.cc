@@ -20,6 +20,7 @@ std::vector<CpuSample> read_cpus() {
         std::istringstream words(line);
         std::string label;
         words >> label;
+        // The line "cpu" is the sum of the others.
         if (!label.starts_with("cpu") || label == "cpu") continue;
         CpuSample sample{};
         sample.cpu = static_cast<std::uint16_t>(std::stoul(label.substr(3)));
@@ -37,12 +38,14 @@ MemorySample read_memory() {
     std::string unit;
     std::uint64_t value = 0;
     for (std::string name; file >> name >> value && std::getline(file, unit);)
+        // The kernel says "kB" and counts 1024.
         bytes[name] = value * kilobyte;
     return {bytes["MemTotal:"], bytes["MemFree:"], bytes["MemAvailable:"],
             bytes["Buffers:"],  bytes["Cached:"],  bytes["SwapFree:"]};
 }
 
 std::array<std::uint8_t, 6> read_mac(const std::string &interface) {
+    // Zeros for an interface without an address, such as a tunnel.
     std::array<std::uint8_t, 6> mac{};
     std::ifstream file("/sys/class/net/" + interface + "/address");
     std::string text;
@@ -66,6 +69,7 @@ std::vector<InterfaceSample> read_interfaces() {
         std::istringstream words(line.substr(colon + 1));
         std::uint64_t skipped = 0;
         words >> sample.rx_bytes >> sample.rx_packets >> sample.rx_errors;
+        // drop, fifo, frame, compressed and multicast stand between.
         for (int i = 0; i < 5; ++i) words >> skipped;
         words >> sample.tx_bytes >> sample.tx_packets >> sample.tx_errors;
         sample.mac = read_mac(sample.name);
@@ -84,6 +88,7 @@ std::vector<DiskSample> read_disks() {
         DiskSample sample{};
         words >> major >> minor >> sample.name >> sample.reads >> skipped >> sample.read_sectors >>
             skipped >> sample.writes >> skipped >> sample.written_sectors;
+        // Partitions have no folder of their own there; with them, sums would count twice.
         const bool is_whole = std::filesystem::exists("/sys/block/" + sample.name);
         if (is_whole && sample.reads + sample.writes > 0) disks.push_back(sample);
     }
@@ -101,6 +106,7 @@ void read_load(ProcSample *sample) {
 
 ProcSample read_proc_sample() {
     ProcSample sample{};
+    // One time for all of it: the files are read within a few milliseconds.
     sample.timestamp = vrn_time_now();
     sample.cpus = read_cpus();
     sample.memory = read_memory();

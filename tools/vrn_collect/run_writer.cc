@@ -32,6 +32,7 @@ void check_tags(const std::string &list, const char *option,
                 const std::vector<StreamPlan> &streams) {
     for (const std::string &item : vrn_split_value_list(list)) {
         const vrn_value_filter_t filter = vrn_value_filter_parse({item}, false);
+        // A slip in a tag would store nothing, and nobody would notice before the data is needed.
         const bool is_known = std::ranges::any_of(streams, [&](const StreamPlan &stream) {
             return vrn_value_filter_matches(filter, stream.tag);
         });
@@ -76,10 +77,11 @@ std::string sample_path(const vrn_data_writer_t *writer, const StreamPlan &strea
     vrn_data_file_t file;
     vrn_data_file_init(&file, &writer->client_id, stream.source, stream.tag,
                        stream.is_not_counters);
-    file.root_dir.clear();
+    file.root_dir.clear();  // the path below it is what is looked for
     file.path_template =
         stream.is_not_counters ? writer->data_path_template : writer->counters_path_template;
     file.tag_in_path = writer->tag_in_path;
+    // Any time but 0, for which the variables of dates are not replaced.
     file.first_ts = 1;
     file.id = "1";
     return vrn_data_file_expand_path(&file);
@@ -111,8 +113,10 @@ void refuse_shared_paths(const vrn_data_writer_t *writer, const std::vector<Stre
 
 void set_templates(vrn_data_writer_t *writer, const WriterOptions &options,
                    const std::vector<StreamPlan> &streams) {
+    // The names stand sorted, so equal ends mean one name only.
     const bool has_one_source = streams.front().source == streams.back().source;
     const char *path = has_one_source ? "{{tag}}{{id}}.bin" : "{{source}}/{{tag}}{{id}}.bin";
+    // Sources get folders of their own only where there are several.
     const auto path_or = [&](const std::string &text) { return text.empty() ? path : text; };
     if (!vrn_data_writer_set_counters_path_template(writer,
                                                     path_or(options.counters_template).c_str()) ||
@@ -126,6 +130,7 @@ void set_templates(vrn_data_writer_t *writer, const WriterOptions &options,
 // exceed the limit of a file by a page.
 void set_sizes(vrn_data_writer_t *writer, const WriterOptions &options,
                const std::vector<StreamPlan> &streams) {
+    // One more than there are streams: the writer keeps room for the next file of any of them.
     const std::uint64_t files = streams.size() + 1;
     std::uint64_t pages = 0;
     for (const StreamPlan &stream : streams) pages += stream.chunk_size;
@@ -161,6 +166,7 @@ vrn_data_writer_ptr make_run_writer(const CollectOptions &options,
     if (!writer ||
         !vrn_data_writer_set_data_dir(writer.get(), (options.output_dir + "/data").c_str()))
         throw std::bad_alloc();
+    // Before the first page, which makes the first file with what is set by then.
     vrn_data_writer_set_keep_files_open(writer.get(), settings.keep_files_open);
     vrn_data_writer_set_write_nodeinfo(writer.get(), settings.write_nodeinfo);
     set_filter(writer.get(), settings, streams);

@@ -31,6 +31,7 @@ bool SchemaFiles::restore() {
     bool done = true;
     for (const Schema &schema : schemas_) {
         std::error_code ignored;
+        // Only what is missing, so that a sample costs no write.
         if (!std::filesystem::exists(schema.path, ignored)) done &= store(schema);
     }
     return done;

@@ -19,7 +19,7 @@ class SchemaFiles {
 
     // False, after a line, when one can't be stored.
     bool store();
-    // The same for those that are gone: without its schema no data can be read.
+    // Stores those that are gone: without its schema no data can be read. False as above.
     bool restore();
 
   private:

@@ -11,6 +11,7 @@ namespace {
 
 using tool::UsageError;
 
+// A pipe counts: shells make one of "<(...)".
 bool is_file(const std::string &text) {
     std::error_code ignored;
     const auto status = std::filesystem::status(text, ignored);
@@ -23,12 +24,14 @@ bool is_range(const std::string &text) {
 }
 
 std::set<std::string> one_name(const std::string &name) {
+    // Cutting it could make one source of two.
     if (name.size() >= VRN_SOURCE_NAME_SIZE)
         throw UsageError("'" + name + "' is too long for the name of a source");
     return {name};
 }
 
 std::set<std::string> names_of(const vrn_source_list_t *list) {
+    // A set, because a name that comes twice would store all its data twice.
     std::set<std::string> names;
     for (std::uint16_t i = 0; list && i < list->count; ++i) names.emplace(list->items[i]->source);
     return names;
@@ -63,6 +66,7 @@ std::set<std::string> make_source_names(const CollectOptions &options) {
         throw UsageError("--source and --source-name exclude each other");
     if (!options.source_name.empty()) return one_name(options.source_name);
     if (text.empty()) return this_host();
+    // A file wins over a range of the same spelling, as it does in the library.
     if (is_file(text)) return names_by_file(text);
     if (is_range(text)) return names_by_range(text);
     // Most likely the name of a file with a slip; data would get a source that nobody looks for.

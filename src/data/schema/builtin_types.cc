@@ -76,6 +76,7 @@ vrn_value_form_t vrn_builtin_value_form(std::uint32_t id, bool contains_guid) {
 }
 
 void vrn_builtin_types_print(std::FILE *stream) {
+    // The heading pads the last column, the rows follow it: the blanks at the line ends are pinned.
     std::fprintf(stream, " %2s %-25s  %-8s\n", "Id", "Name", "Size");
     for (const BuiltinType &type : builtin_types)
         std::fprintf(stream, " %2u %-25s  %-8zu\n", type.id, type.name, type.size);

@@ -31,6 +31,7 @@ vrn_schema_t *vrn_schema_create(const char *provider_name, std::uint32_t provide
         schema->provider_name = strdup(provider_name);
         if (!schema->provider_name) return nullptr;
     }
+    // calloc cleared it; the line stays for those who follow the life of a schema in a log.
     VRN_LOG(VRN_LOG_DEBUG, "clearing md5_digest of schema: %p", static_cast<void *>(schema.get()));
     return schema.release();  // to the caller, its digest zeroed like the rest
 }
@@ -59,6 +60,7 @@ bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type) 
 // A linear search: schemas are linked once, and records don't come by here.
 const vrn_type_definition_t *vrn_schema_find_type(const vrn_schema_t *schema, const char *name) {
     if (!name) return nullptr;
+    // A schema's own types hide built-in ones of their name.
     for (; schema; schema = schema->parent) {
         for (std::size_t i = 0; i < schema->num_types; ++i)
             if (std::strcmp(schema->types[i]->name, name) == 0) return schema->types[i];

@@ -13,6 +13,7 @@
 
 namespace {
 
+// A template demands keys and their types; a document may have more.
 constexpr char schema_template[] =
     R"({"vrn_version" : "", "provider_name" : "", "provider_version" : "", "types" : []})";
 
@@ -20,6 +21,7 @@ bool write_types(JSON_Array *types, const vrn_schema_t &schema) {
     for (std::size_t i = 0; i < schema.num_types; ++i) {
         vrn_json_value_ptr type(vrn_type_definition_to_json(schema.types[i]));
         if (!type) return false;
+        // After the other keys, where it has always stood; readers go by the place in the array.
         if (!vrn_json_set_number(json_value_get_object(type.get()), "type_index", i) ||
             !vrn_json_append(types, std::move(type)))
             return false;
@@ -122,6 +124,7 @@ vrn_schema_t *vrn_schema_from_json(const JSON_Value *value,
     }
     const JSON_Array *types = json_object_get_array(object, "types");
     if (!read_types(types, field_set, out_parsed, schema.get())) return nullptr;
+    // Also for what follows: nothing went wrong, there is just nothing left to read.
     if (out_parsed) *out_parsed = true;
     if (field_set && schema->num_types == 0) {
         VRN_LOG(VRN_LOG_DEBUG, "No types found in the schema after filtering by field set");
@@ -142,6 +145,7 @@ vrn_schema_t *vrn_schema_load_from_file(const char *path, const vrn_schema_t *pa
     }
     vrn_schema_ptr schema(vrn_schema_from_json(value.get()));
     if (!schema) return nullptr;
+    // Before linking, which looks up built-in types there.
     schema->parent = parent;
     if (!vrn_schema_link_types(schema.get())) return nullptr;
     if (!vrn_schema_refresh_digest(schema.get())) return nullptr;

@@ -45,6 +45,7 @@ const char *find_repeated_name(FieldInfos infos) {
 // Appends one field to a type under construction and grows the type by it.
 bool add_field(const vrn_schema_t *schema, vrn_type_definition_t *type,
                const vrn_type_field_info_t &info, int number) {
+    // Messages name the public entry and not the step of it.
     constexpr const char *caller = "vrn_schema_add_type";
     vrn_field_definition_ptr created(vrn_field_definition_create(&info));
     if (!created) {
@@ -165,6 +166,7 @@ vrn_schema_result_t vrn_schema_set_field_indexes(vrn_schema_t *schema, std::uint
         return VRN_SCHEMA_BAD_ARGUMENT;
     }
     const vrn_type_definition_t *type = schema->types[type_index];
+    // Old numbers would otherwise mix with the new ones.
     for (vrn_type_field_definition_t *field : fields_of(type)) field->index = 0;
     if (count == 0) return VRN_SCHEMA_OK;
     const std::uint16_t assigned = number_fields(type, {index_names, count});
@@ -178,6 +180,7 @@ vrn_schema_result_t vrn_schema_set_field_indexes(vrn_schema_t *schema, std::uint
 const char **vrn_schema_get_indexed_field_names(const vrn_schema_t *schema,
                                                 std::uint32_t type_index, std::size_t *out_count) {
     if (!out_count) {
+        // Deliberate: the messages here carry file and line instead of the function.
         VRN_LOG(VRN_LOG_ERROR, "[%s %i] out_count is NULL", __FILE__, __LINE__);
         return nullptr;
     }

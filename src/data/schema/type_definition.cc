@@ -20,6 +20,7 @@ vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_in
     vrn_field_definition_ptr field(static_cast<vrn_type_field_definition_t *>(
         std::calloc(1, sizeof(vrn_type_field_definition_t))));
     if (!field) return nullptr;
+    // The destroy call of the owner frees what was copied before one of them fails.
     if (!vrn_copy_text(info->name, &field->field_name) ||
         !vrn_copy_text(info->description, &field->description) ||
         !vrn_copy_text(info->type_name, &field->type_name))

@@ -23,6 +23,7 @@ constexpr char field_template[] =
 
 // The order of the calls is the order of the keys, and so part of a schema's id.
 bool write_field(JSON_Object *object, const vrn_type_field_definition_t &field) {
+    // Null for a mode that was unknown when it was read, which fails the whole document.
     const char *mode = vrn_value_to_name(vrn_counting_mode_names, field.counting_mode);
     return vrn_json_set_text(object, "field_name", field.field_name) &&
            vrn_json_set_text(object, "description", field.description) &&
@@ -51,6 +52,8 @@ bool write_type(JSON_Object *object, const vrn_type_definition_t &type) {
 bool matches_field_templates(const JSON_Value *value) {
     const vrn_json_value_ptr indexed = vrn_json_template_parse(indexed_field_template);
     if (!indexed) return false;
+    // The form with "index" first: an index of another JSON type then still passes the older form,
+    // and reads as 0. Deliberate.
     if (json_validate(indexed.get(), value) == JSONSuccess) return true;
     const vrn_json_value_ptr plain(json_parse_string(field_template));
     if (!plain) {
@@ -87,6 +90,7 @@ bool read_u16(const JSON_Object *object, const char *key, std::uint16_t *out) {
 bool read_fields(const JSON_Array *fields, const vrn_provider_field_set_t *field_set,
                  vrn_type_definition_t *type) {
     const std::size_t count = json_array_get_count(fields);
+    // Checked before room is made: the count comes from the document.
     if (count > std::numeric_limits<std::uint16_t>::max()) {
         VRN_LOG(VRN_LOG_ERROR, "Type '%s' has too many fields: %zu", type->name, count);
         return false;
@@ -103,6 +107,7 @@ bool read_fields(const JSON_Array *fields, const vrn_provider_field_set_t *field
                     type->name, field->field_name);
             continue;
         }
+        // A field that was dropped leaves offsets and size alone: records stay decodable.
         vrn_type_definition_append(type, std::move(field));
     }
     return true;
@@ -135,6 +140,7 @@ vrn_type_field_definition_t *vrn_field_definition_from_json(const JSON_Value *va
     };
     if (!read_u16(object, "array_length", &info.array_length)) return nullptr;
     // Scalars are written without a length.
+    // Written only when above 1, so that 0 is what a scalar reads as.
     if (info.array_length == 0) info.array_length = 1;
     vrn_field_definition_ptr field(vrn_field_definition_create(&info));
     if (!field) {
@@ -166,6 +172,7 @@ vrn_type_definition_t *vrn_type_definition_from_json(const JSON_Value *value,
         VRN_LOG(VRN_LOG_DEBUG,
                 "Skipping type definition '%s' as it is not required by the provided field set",
                 name);
+        // Tells a type that was dropped from one that failed.
         parsed = true;
         return nullptr;
     }

@@ -12,6 +12,7 @@
 
 namespace {
 
+// A sum at the limit exceeds every bound, which is all that the checks below ask.
 std::uint64_t saturating_add(std::uint64_t a, std::uint64_t b) {
     return a > std::numeric_limits<std::uint64_t>::max() - b
                ? std::numeric_limits<std::uint64_t>::max()
@@ -34,13 +35,16 @@ std::uint64_t element_stride(const vrn_type_field_definition_t &field) {
 // All of it is compared with what remains: offsets and sizes of a document may be near 2^64.
 bool field_fits(const vrn_type_field_definition_t &field, std::uint64_t record_size) {
     if (field.offset > record_size) return false;
+    // Nothing is read of such a field, so its size may be anything.
     if (field.array_length == 0) return true;
     const std::uint64_t room = record_size - field.offset;
     if (field.type->size > room) return false;
     const std::uint64_t stride = element_stride(field);
+    // An element of stride 0 is read again and again in one place.
     return stride == 0 || field.array_length - 1U <= (room - field.type->size) / stride;
 }
 
+// A few bytes of a document could otherwise declare a type whose rows fill the memory.
 // What one record expands to.
 struct Expansion {
     std::uint64_t values = 0;      // each character of a text counting one
@@ -126,6 +130,7 @@ std::size_t check_leading_types(const vrn_schema_t *schema, std::size_t count) {
     return i;
 }
 
+// Fields without a type are passed over by every decoder.
 void unbind_fields(const vrn_type_definition_t *type) {
     for (std::uint16_t i = 0; i < type->num_fields; ++i)
         vrn_field_definition_bind(type->fields[i], nullptr);
@@ -141,6 +146,7 @@ bool vrn_schema_link_types(vrn_schema_t *schema) {
     if (!vrn::run_guarded(find_usable))
         VRN_LOG(VRN_LOG_ERROR, "Failed to check the types of schema '%s': %s",
                 vrn_schema_provider_text(schema), std::strerror(ENOMEM));
+    // Types after the first bad one may refer to it, so none of them is kept.
     for (std::size_t i = usable; i < schema->num_types; ++i) unbind_fields(schema->types[i]);
     return usable == schema->num_types;
 }

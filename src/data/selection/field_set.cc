@@ -11,11 +11,13 @@ namespace {
 
 constexpr vrn::SetFileKind file_kind{"ProviderFieldSet", "field set", "fset"};
 
+// Only a final '*' is special; a lone one takes every type.
 bool type_matches(std::string_view name, std::string_view pattern) {
     if (pattern.ends_with('*')) return name.starts_with(pattern.substr(0, pattern.size() - 1));
     return name == pattern;
 }
 
+// A head without its closing bracket is a field pattern that fits nothing.
 bool is_head(std::string_view line) {
     return line.starts_with('[') && line.ends_with(']');
 }
@@ -26,10 +28,12 @@ bool selects_all(const auto &sections) {
 
 bool selects_field(const auto &sections, const char *field_name) {
     const auto fits = [field_name](const std::string &pattern) {
+        // A pattern is cut to what a token holds.
         vrn_filter_token_t token;
         vrn_copy_bounded(token, sizeof token, pattern.data(), pattern.size());
         return vrn_filter_token_match(field_name, token);
     };
+    // A type without field lines is wanted whole.
     return selects_all(sections) || std::ranges::any_of(sections, [&](const auto &part) {
                return std::ranges::any_of(*part.fields, fits);
            });
@@ -53,6 +57,7 @@ bool ProviderFieldSet::loadFromLines(std::span<const std::string> lines) {
             fields->emplace_back(line);
             continue;
         }
+        // All types of a head share one list, which the lines that follow still fill.
         fields = std::make_shared<FieldPatterns>();
         add_head(line.substr(1, line.size() - 2), fields);
     }
@@ -66,6 +71,7 @@ void ProviderFieldSet::add_head(std::string_view inside,
         inside.remove_prefix(std::min(piece.size() + 1, inside.size()));
         const std::string_view pattern = vrn::trim_set_text(piece);
         if (pattern.empty()) continue;
+        // An entry is made even without field lines: it then selects all fields of the type.
         TypeSections &sections = type_patterns_[std::string(pattern)];
         if (!sections.empty() && sections.back().fields == fields)
             ++sections.back().times;
@@ -75,6 +81,7 @@ void ProviderFieldSet::add_head(std::string_view inside,
 }
 
 bool ProviderFieldSet::is_type_of_interest(std::string_view type_name) const {
+    // [default] takes no part: a type that only it would cover is dropped here already. Deliberate.
     return std::ranges::any_of(type_patterns_, [type_name](const auto &entry) {
         return type_matches(type_name, entry.first);
     });
@@ -88,7 +95,9 @@ bool ProviderFieldSet::should_include_field(std::string_view type_name,
         if (selects_field(sections, field_name)) return true;
         type_matched = true;
     }
+    // A section that names the type is final: [default] can't add what it leaves out.
     if (type_matched) return false;
+    // By its key: a pattern such as "def*" is no fallback.
     const auto fallback = type_patterns_.find("default");
     return fallback != type_patterns_.end() && selects_field(fallback->second, field_name);
 }

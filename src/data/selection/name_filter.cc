@@ -30,6 +30,7 @@ class TailedPattern {
     const char *text() const { return text_; }  // null: out of memory
 
   private:
+    // Names of types are short; a heap block for each item of each match would show in a profile.
     char near_[256];
     vrn::CString far_;
     char *text_;
@@ -37,6 +38,7 @@ class TailedPattern {
 
 bool match_any_wildcard(const char *text, const vrn_string_array_t *patterns) {
     for (const char *item : vrn_string_array_items(patterns)) {
+        // An item also stands for its dotted children: "foo" fits "foo.bar", but not "foobar".
         if (wildcard_fits(item, text)) return true;
         const TailedPattern tailed(item);
         if (!tailed.text()) {
@@ -48,12 +50,14 @@ bool match_any_wildcard(const char *text, const vrn_string_array_t *patterns) {
     return false;
 }
 
+// Byte order, as strcmp has it, whatever the locale.
 void sort_names(vrn_string_array_t *names) {
     std::ranges::sort(names->strings, names->strings + names->count, {},
                       [](const char *name) { return std::string_view(name); });
 }
 
 bool merge_mandatory(vrn_string_array_t **names, const vrn_string_array_t *mandatory) {
+    // Mandatory names are kept whether or not the source knows them.
     if (!vrn_string_array_extend(names, mandatory)) {
         VRN_LOG(VRN_LOG_ERROR, "could not join mandatory counters properly to names array");
         return false;
@@ -69,6 +73,7 @@ bool merge_mandatory(vrn_string_array_t **names, const vrn_string_array_t *manda
 vrn_string_array_t *include_and_exclude(const vrn_string_array_t *names,
                                         const vrn_string_array_t *include,
                                         const vrn_string_array_t *exclude, std::uint32_t mode) {
+    // In this order: excluding from nothing gives nothing, so an empty include list keeps no name.
     const vrn_string_array_ptr included(vrn_string_array_filter(names, include, mode, true));
     return included ? vrn_string_array_filter(included.get(), exclude, mode, false) : nullptr;
 }
@@ -95,6 +100,7 @@ bool vrn_string_array_match(const char *text, const vrn_string_array_t *patterns
         case VRN_MATCH_CONTAINS:
             return std::ranges::any_of(
                 items, [text](const char *item) { return std::strstr(text, item) != nullptr; });
+        // "regexp" has a name and no meaning: nothing matches in that mode. Deliberate.
         default:
             return false;
     }
@@ -127,6 +133,7 @@ vrn_string_array_t *vrn_match_counter_names(const vrn_string_array_t *names,
         vrn_string_array_free(kept);
         return nullptr;
     }
+    // Repeats stay here, and go only where mandatory names could have caused them.
     if (!has_mandatory) sort_names(kept);
     return kept;
 }

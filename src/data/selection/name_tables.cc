@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+// The capitalisation is that of the schema files and so part of a schema's id.
 const vrn_name_value_t vrn_counter_data_type_names[] = {
     {VRN_DATA_UNDEFINED, "Undefined"}, {VRN_DATA_UINT64, "UINT64"}, {VRN_DATA_FP64, "FP64"},
     {VRN_DATA_BIT64, "BIT64"},         {VRN_DATA_INT64, "INT64"},   {VRN_DATA_STRING, "STRING"},

@@ -7,6 +7,7 @@
 
 namespace {
 
+// Inside the lambdas below, __func__ would be "operator()": messages need the entry's own name.
 constexpr vrn::SetTexts texts{"vrn_provider_counter_set_t",
                               "Failed to create ProviderCounterSet instance", "counter_set"};
 

@@ -45,6 +45,7 @@ bool vrn_provider_field_set_should_include_field(const vrn_provider_field_set_t 
 
 bool vrn_provider_field_set_is_type_of_interest(const vrn_provider_field_set_t *set,
                                                 const char *type_name) {
+    // Every failure is a yes: a broken set must not hide types.
     if (!vrn::check_arguments(__func__, texts, set, {{"type_name", type_name}})) return true;
     return vrn::guarded({__func__, "Failed to check if type is of interest"}, true,
                         [&] { return set->set->is_type_of_interest(type_name); });
@@ -57,6 +58,7 @@ char *vrn_provider_field_set_get_name(const vrn_provider_field_set_t *set) {
         {function, "Failed to get field set name"}, static_cast<char *>(nullptr), [&] {
             const char *name = set->set->name().c_str();
             char *copy = strdup(name);
+            // In lower case, unlike its neighbours; the text is pinned.
             if (!copy) VRN_LOG(VRN_LOG_ERROR, "[%s] failed to copy field set name", function);
             return copy;
         });

@@ -18,10 +18,12 @@ constexpr std::string_view file_suffix = "_provider.so";
 std::string_view name_in(const char *file_name) {
     if (!file_name) return {};
     std::string_view name = file_name;
+    // At least one character has to remain between the two.
     if (name.size() <= file_prefix.size() + file_suffix.size()) return {};
     if (!name.starts_with(file_prefix) || !name.ends_with(file_suffix)) return {};
     name.remove_prefix(file_prefix.size());
     name.remove_suffix(file_suffix.size());
+    // A provider may be called "events_": alone, the prefix is the name.
     if (name.size() > events_prefix.size() && name.starts_with(events_prefix))
         name.remove_prefix(events_prefix.size());
     return name;
@@ -43,6 +45,7 @@ bool allow_unless_disabled(const char *name, bool disabled) {
 std::optional<std::string_view> component_stem(std::string_view item) {
     const std::size_t dot = item.rfind('.');
     if (dot == std::string_view::npos) return std::nullopt;
+    // The last dot: "a.b.conf" selects by "a.b".
     return item.substr(0, dot);
 }
 
@@ -87,11 +90,13 @@ bool vrn_provider_file_is_enabled(const char *file_name, const vrn_string_array_
         VRN_LOG(VRN_LOG_WARNING, "unable to extract provider name from file name %s", file_name);
         return false;
     }
+    // By equal texts, unlike the two above, which take the name itself.
     return contains_text(enabled, name) &&
            allow_unless_disabled(file_name, contains_text(disabled, name));
 }
 
 bool vrn_provider_is_selected(const char *name, const vrn_provider_options_t *options) {
+    // A host that names no list runs everything.
     if (!options || (!options->enabled && !options->disabled)) return true;
     return vrn_provider_is_enabled(name, options->enabled, options->disabled);
 }

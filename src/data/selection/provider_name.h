@@ -13,16 +13,16 @@ struct vrn_provider_options_t {
 // Name in "lib<name>_provider.so" or "libevents_<name>_provider.so", for the caller to free. False,
 // without a line, for any other text.
 bool vrn_provider_name_from_file_name(const char *file_name, char **out_name);
-// The same for what stands behind the last '/'.
+// Takes the name from what follows the last '/'.
 bool vrn_provider_name_from_path(const char *path, char **out_name);
 
 // True when wildcards of `enabled` match and none of `disabled`; a warning when both do.
 bool vrn_provider_is_enabled(const char *name, const vrn_string_array_t *enabled,
                              const vrn_string_array_t *disabled);
-// The same with substrings: `enabled` also matches by them, `disabled` only.
+// With substrings, by which `enabled` matches as well and `disabled` only.
 bool vrn_provider_is_enabled_contains(const char *name, const vrn_string_array_t *enabled,
                                       const vrn_string_array_t *disabled);
-// The same with equal texts, for the name in `file_name`; a warning when it holds none.
+// With equal texts, for the name in `file_name`; a warning also when it holds none.
 bool vrn_provider_file_is_enabled(const char *file_name, const vrn_string_array_t *enabled,
                                   const vrn_string_array_t *disabled);
 // True without options, and with options that hold no list.

@@ -14,6 +14,7 @@ constexpr char loader[] = "loadFromFile";
 
 }  // namespace
 
+// Files from other systems end their lines with a carriage return, too.
 std::string_view trim_set_text(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";
     const std::size_t start = text.find_first_not_of(blanks);
@@ -33,6 +34,7 @@ std::optional<std::vector<std::string>> read_set_file(const SetFileKind &kind, c
     }
     const std::filesystem::path path(filename);
     std::error_code unreachable;
+    // With an error code: a folder that may not be searched must not throw here.
     if (!std::filesystem::exists(path, unreachable)) {
         VRN_LOG(VRN_LOG_ERROR, "[%s] file %s does not exist", loader, filename);
         return std::nullopt;
@@ -42,6 +44,7 @@ std::optional<std::vector<std::string>> read_set_file(const SetFileKind &kind, c
         VRN_LOG(VRN_LOG_WARNING, "[%s] cannot open %s file %s", loader, kind.title, filename);
         return std::nullopt;
     }
+    // Set before the lines are read, so that it names the file of the last attempt.
     *name = path.stem();
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) lines.push_back(std::move(line));
@@ -51,6 +54,7 @@ std::optional<std::vector<std::string>> read_set_file(const SetFileKind &kind, c
         return std::nullopt;
     }
 
+    // Only now, as a file that can't be read has no lines to show.
     VRN_LOG(VRN_LOG_DEBUG, "[%s] loading %s file %s", loader, kind.extension, filename);
     for (const std::string &line : lines) VRN_LOG(VRN_LOG_DEBUG, "[%s] %s", loader, line.c_str());
     VRN_LOG(VRN_LOG_DEBUG, "[%s] -----------------------", loader);

@@ -9,6 +9,7 @@
 
 namespace {
 
+// By the process locale, as both sides of a comparison are.
 char to_lower(char character) {
     return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
 }
@@ -22,6 +23,7 @@ std::size_t find_ignoring_case(std::string_view text, std::string_view literal) 
 // An empty token is dropped. False, after an error line, when the token can't be kept.
 bool keep_token(std::string_view token, vrn_filter_token_t *tokens, std::size_t *count) {
     if (token.empty()) return true;
+    // Cut short, it would fit more texts than the user asked for.
     if (token.size() >= VRN_FILTER_TOKEN_SIZE) {
         VRN_LOG(VRN_LOG_ERROR, "Token of size %zu is too long to keep in the tokens array",
                 token.size());
@@ -62,7 +64,9 @@ void vrn_filter_parse(const char *text, vrn_filter_token_t *inclusive, std::size
                         excluding ? exclusive_count : inclusive_count))
             return;
         rest.remove_prefix(token.size());
+        // The end closes the last token; a sign there opens none.
         if (rest.empty()) return;
+        // The sign in front of a token tells its list. No token can hold a sign.
         excluding = rest.front() == '-';
         rest.remove_prefix(1);
     }
@@ -73,16 +77,21 @@ bool vrn_filter_token_match(const char *text, const char *token) {
     std::string_view rest = token;
     const bool from_start = rest.starts_with('^');
     rest.remove_prefix(std::min(rest.find_first_not_of('^'), rest.size()));
+    // Any number of leading '^' counts as one.
     const std::string_view literal = rest.substr(0, rest.find_first_of("^$"));
     rest.remove_prefix(literal.size());
 
+    // An empty literal stands at the start with '^', else at the end: "$" fits every text and "^$"
+    // only the empty one.
     std::size_t position = from_start ? 0 : whole.size();
     if (!literal.empty()) {
+        // Only the first occurrence counts: "abc$" doesn't fit "abcabc". Deliberate.
         const std::size_t found = find_ignoring_case(whole, literal);
         if (found == std::string_view::npos || (from_start && found != 0)) return false;
         position = found + literal.size();
     }
     if (rest.starts_with('$') && position != whole.size()) return false;
+    // Whatever else is left, such as a second '^', makes the token fit nothing.
     return rest.find_first_not_of('$') == std::string_view::npos;
 }
 
@@ -90,6 +99,7 @@ bool vrn_filter_have_match(const vrn_filter_token_t *inclusive, std::size_t incl
                            const vrn_filter_token_t *exclusive, std::size_t exclusive_count,
                            const char *text) {
     if (!inclusive || !exclusive || !text) return false;
+    // Exclusive tokens first: one that fits decides. Inclusive ones must fit all together.
     for (const char *token : tokens_of(exclusive, exclusive_count))
         if (token_is_in("exclusive", token, text)) return false;
     for (const char *token : tokens_of(inclusive, inclusive_count))

@@ -1,5 +1,5 @@
 // Filter of texts by tokens: "a+b-c" wants a and b and refuses c. In a token, leading '^' anchors
-// the literal at the start of the text and '$' behind it at the end; case does not count.
+// the literal at the start of the text and a '$' after it at the end; case does not count.
 #pragma once
 
 #include <cstddef>

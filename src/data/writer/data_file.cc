@@ -14,6 +14,9 @@
 
 namespace {
 
+// The file in progress keeps the settings that its header tells; the next one begins with the new
+// value. A page with the first time of the file that ended finds no reason to rotate and is lost,
+// deliberately.
 template <typename Value, typename New>
 void change(vrn_data_file_t *file, Value *value, const New &new_value) {
     if (*value == new_value) return;
@@ -108,6 +111,7 @@ std::uint64_t vrn_data_file_write_padded(vrn_data_file_t *file, std::uint64_t fi
                                          std::uint64_t padding, bool *rotated) {
     const bool is_new = vrn_data_file_rotate(file, first_ts, last_ts);
     if (rotated) *rotated = is_new;
+    // Kept also when nothing is appended: the header tells the last time that was tried.
     file->last_ts = last_ts;
     return file->path.empty() ? 0 : vrn_data_file_append(file, data, padding);
 }
@@ -115,15 +119,18 @@ std::uint64_t vrn_data_file_write_padded(vrn_data_file_t *file, std::uint64_t fi
 bool vrn_data_file_needs_rotation(const vrn_data_file_t *file, std::uint64_t first_ts,
                                   std::uint64_t last_ts) {
     if (file->first_ts == 0) return true;
+    // Somebody removed it: what is written to it now would be lost.
     if (!file->path.empty() && !vrn_data_file_is_present(file)) return true;
     // Before the size is looked at: pages of one first time never part.
     if (first_ts == file->first_ts) return false;
     if (file->file_size >= file->max_file_size) return true;
     if (last_ts < file->first_ts) {
+        // The missing blank is part of the message.
         VRN_LOG(VRN_LOG_WARNING, "first_timestamp %luis greater than current timestamp: %lu",
                 file->first_ts, last_ts);
         return true;
     }
+    // Young enough, but a file that ended for another reason has no path to go on with.
     if (last_ts - file->first_ts < file->max_file_age) return file->path.empty();
     return true;
 }
@@ -134,6 +141,7 @@ bool vrn_data_file_rotate(vrn_data_file_t *file, std::uint64_t first_ts, std::ui
     name_next_file(file, first_ts);
     if (file->path.empty()) return true;
     if (!confine(file)) return give_up_rotation(file);
+    // A run that starts again goes on in its file, whose header stays as it is.
     if (vrn_data_file_has_content(file->path)) {
         continue_existing(file);
         return true;
@@ -167,10 +175,11 @@ void vrn_data_file_set_counters_schema_id(vrn_data_file_t *file, const vrn_schem
 }
 
 void vrn_data_file_set_event_schema_ids(vrn_data_file_t *file, vrn::Bytes block) {
+    // Always seven, whatever count the block tells; what the block does not reach is zero.
     vrn_schema_id_t ids[VRN_EVENT_SCHEMA_IDS] = {};
     if (block.size() > sizeof(vrn_schemas_block_t)) {
-        const vrn::Bytes behind_header = block.subspan(sizeof(vrn_schemas_block_t));
-        std::memcpy(ids, behind_header.data(), std::min(sizeof ids, behind_header.size()));
+        const vrn::Bytes after_header = block.subspan(sizeof(vrn_schemas_block_t));
+        std::memcpy(ids, after_header.data(), std::min(sizeof ids, after_header.size()));
     }
     if (std::memcmp(file->event_schema_ids, ids, sizeof ids) == 0) return;
     vrn_data_file_finish(file);

@@ -35,8 +35,8 @@ struct vrn_data_file_t {
     std::uint64_t max_file_size = 26'214'400;  // bytes; a file that reaches it is finished
     std::uint64_t max_file_age = 900'000'000;  // microseconds that the data of a file may span
     std::uint32_t block_size = 65'536;         // goes into the header of a new file
-    vrn_schema_id_t counters_schema_id{};      // the same
-    vrn_schema_id_t event_schema_ids[VRN_EVENT_SCHEMA_IDS]{};  // the same
+    vrn_schema_id_t counters_schema_id{};      // go into that header as well
+    vrn_schema_id_t event_schema_ids[VRN_EVENT_SCHEMA_IDS]{};
     std::uint32_t is_not_counters = 0;  // 0 for a file of counters blocks, otherwise 1
     bool has_other_blocks = false;      // the open file's header has another block size
 };
@@ -55,7 +55,7 @@ std::uint64_t vrn_data_file_write(vrn_data_file_t *file, std::uint64_t first_ts,
                                   std::uint64_t last_ts, const void *data, std::uint64_t size,
                                   bool *rotated);
 
-// The same with `padding` zeros after `data`, which need neither memory nor room on the disk.
+// Writes `data` and then `padding` zeros, which need neither memory nor room on the disk.
 // Returns the bytes of both or 0.
 std::uint64_t vrn_data_file_write_padded(vrn_data_file_t *file, std::uint64_t first_ts,
                                          std::uint64_t last_ts, vrn::Bytes data,
@@ -79,7 +79,7 @@ void vrn_data_file_set_max_size(vrn_data_file_t *file, std::uint64_t bytes);    
 void vrn_data_file_set_max_age(vrn_data_file_t *file, std::uint64_t microseconds);  // ignores
 void vrn_data_file_set_block_size(vrn_data_file_t *file, std::uint32_t bytes);
 void vrn_data_file_set_counters_schema_id(vrn_data_file_t *file, const vrn_schema_id_t *id);
-// Takes all seven ids behind the header of a schemas block; what `block` lacks reads as zeros.
+// Takes all seven ids after the header of a schemas block; what `block` lacks reads as zeros.
 void vrn_data_file_set_event_schema_ids(vrn_data_file_t *file, vrn::Bytes block);
 void vrn_data_file_set_tag(vrn_data_file_t *file, std::string_view tag);
 void vrn_data_file_set_root_dir(vrn_data_file_t *file, std::string_view dir);        // ignores

@@ -22,7 +22,7 @@ using vrn::Descriptor;
 
 constexpr std::size_t header_size = sizeof(vrn_data_file_header_t);
 
-// The mark of a `file_size` behind which an append of other blocks is under way.
+// The mark of a `file_size` after which an append of other blocks is under way.
 constexpr std::uint64_t unfinished = std::uint64_t{1} << 63;
 
 // Appends wherever another process puts the end meanwhile.
@@ -61,6 +61,7 @@ std::uint64_t write_bytes(const Descriptor &stream, const void *data, std::uint6
 }
 
 bool read_header(const Descriptor &stream, vrn_data_file_header_t *header) {
+    // A read that ends early sets none.
     errno = 0;
     return ::pread(stream.get(), header, header_size, 0) == ssize_t{header_size};
 }
@@ -122,13 +123,13 @@ bool complete_header(vrn_data_file_t *file, const Descriptor &stream) {
 std::uint64_t end_of_pages(const vrn_data_file_header_t &header, std::uint64_t size) {
     const std::uint64_t told = header.file_size & ~unfinished;
     const bool is_within = told >= header_size && told <= size;
+    // Marked: an append was under way when its process ended, and blocks are no guide.
     if (is_within && told != header.file_size) return told;
     if (header.block_size == 0) return size;
     return size - (size - (is_within ? told : header_size)) % header.block_size;
 }
 
-// Takes `file_size` from the last page of a locked file of `size` bytes and cuts off what is
-// behind.
+// Takes `file_size` from the last page of a locked file of `size` bytes and cuts off the rest.
 bool cut_unfinished(vrn_data_file_t *file, const Descriptor &stream,
                     const vrn_data_file_header_t &header, std::uint64_t size) {
     file->file_size = end_of_pages(header, size);
@@ -172,6 +173,7 @@ bool rewrite_header(const vrn_data_file_t *file, const Descriptor &stream, std::
         VRN_LOG(VRN_LOG_ERROR, "[data_file] Header of file %s is invalid. Will not update.", path);
         return false;
     }
+    // Of the other fields none is touched: they may come from another process.
     if (header.first_timestamp == 0) header.first_timestamp = file->first_ts;
     header.last_timestamp = file->last_ts;
     header.file_size = file->file_size | mark;
@@ -233,6 +235,7 @@ bool enter(vrn_data_file_t *file, std::optional<vrn::FileLock> *lock, struct sta
         lock->emplace(file->stream.get());
         if (!(*lock)->is_held()) return false;
         *status = status_of(file->stream);
+        // A file that was removed and made anew between the open and the lock has no name any more.
         if (status->st_nlink != 0 || vrn_data_file_is_present(file)) return true;
         lock->reset();
         file->stream.close();
@@ -241,7 +244,7 @@ bool enter(vrn_data_file_t *file, std::optional<vrn::FileLock> *lock, struct sta
     return false;
 }
 
-// Tells in the header of the locked file what is about to happen behind its last page.
+// Tells in the header of the locked file what is about to happen after its last page.
 bool announce(vrn_data_file_t *file, const vrn_data_file_header_t &header) {
     const bool is_valid = header.file_size != 0;
     if (is_valid) file->has_other_blocks = header.block_size != file->block_size;
@@ -327,6 +330,7 @@ bool vrn_data_file_has_content(const std::string &path) {
     const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) return false;
     if (!fs::is_regular_file(status)) return true;
+    // The part of a header is no content: a process was killed while it made the file.
     const std::uintmax_t size = fs::file_size(path, error);
     return error || size >= header_size;
 }
@@ -356,6 +360,7 @@ std::uint64_t vrn_data_file_append(vrn_data_file_t *file, vrn::Bytes data, std::
         return give_up_file(file);
     }
     const bool is_appended = append(file, status, data, padding);
+    // Given back before the header is brought up to date, which takes a lock of its own.
     lock.reset();
     if (!is_appended) return give_up_file(file);
     file->last_write_ok = true;
@@ -376,6 +381,7 @@ bool vrn_data_file_read_size(vrn_data_file_t *file) {
     const off_t end = stream.is_open() ? ::lseek(stream.get(), 0, SEEK_END) : -1;
     if (end < 0) {
         if (file->last_write_ok)
+            // The line feed inside the message stays.
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open %s\n", file->path.c_str());
         return false;
     }

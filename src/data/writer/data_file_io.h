@@ -3,10 +3,10 @@
 // Any number of streams and processes may share a file. Each append and each update of the header
 // happens under a lock on the file; readers take none. Whoever holds the lock finds out what a
 // killed process left unfinished, and cuts it off:
-// - A stream whose blocks are of the header's size only appends. Behind the `file_size` of the
+// - A stream whose blocks are of the header's size only appends. After the `file_size` of the
 //   header all whole blocks are data then, and what is left over at the end is unfinished.
-// - A stream of other blocks marks the `file_size` in the header in front of its append, and writes
-//   the new size there behind it. Behind a marked size nothing is data.
+// - A stream of other blocks marks the `file_size` in the header before its append, and writes the
+//   new size there after it. Nothing after a marked size is data.
 #pragma once
 
 #include <cstdint>

@@ -23,6 +23,8 @@ void add_scope_file(vrn_string_set *scope, const std::string &path, const std::s
     }
 }
 
+// A file of allowed sources that was refused leaves its dimension open, too: lists that are not
+// there forbid nothing.
 bool is_open(const vrn_value_filter_t &allowed, const vrn_value_filter_t &excluded) {
     return allowed.match_all || (allowed.is_empty && excluded.is_empty);
 }
@@ -41,6 +43,7 @@ bool has_conflict(const vrn_value_filter_t &allowed, const vrn_value_filter_t &e
 
 void validate(const vrn_data_page_filter_t &filter) {
     const char *prefix = filter.log_prefix.c_str();
+    // A conflict is only told: both lists apply, the allowed one first.
     const bool tags = has_conflict(filter.allowed_tags, filter.excluded_tags, filter.log_prefix,
                                    VRN_TAG_WORDS.list);
     const bool scope = has_conflict(filter.allowed_scope, filter.excluded_scope, filter.log_prefix,
@@ -123,7 +126,9 @@ bool vrn_data_page_filter_accepts(const vrn_data_page_filter_t &filter,
 
 bool vrn_data_page_filter_accepts_page(const vrn_data_page_filter_t &filter,
                                        const vrn_data_page_t &page) {
+    // The one check that a writer without a filter pays for.
     if (filter.accept_all) return true;
+    // Without a line: there would be one for each page.
     if (filter.reject_all) return false;
     const std::string tag(vrn::field_text(page.source.tag));
     const std::string source(vrn::field_text(page.source.source));

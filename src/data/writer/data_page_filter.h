@@ -14,7 +14,7 @@ struct vrn_data_page_filter_t {
     vrn_value_filter_t excluded_tags;
     vrn_value_filter_t allowed_scope;
     vrn_value_filter_t excluded_scope;
-    std::string log_prefix;   // stands behind "[data page filter] " in messages
+    std::string log_prefix;   // follows "[data page filter] " in messages
     bool accept_all = true;   // no lookup is needed
     bool reject_all = false;  // an excluded list holds everything; accept_all goes first
 };

@@ -24,6 +24,7 @@ using Variables = std::map<std::string, std::string>;
 
 std::string tag_text(const vrn_data_file_t *file) {
     if (!file->tag.empty()) return file->tag + "_";
+    // A folder must have some name; a file's name does without.
     return file->is_not_counters == 0 && file->tag_in_path ? "counters" : "";
 }
 
@@ -42,7 +43,7 @@ std::string format_time(const std::string &format, std::uint64_t timestamp) {
     if (timestamp >= year_10000) throw boost::gregorian::bad_year();
     const pt::ptime time(boost::gregorian::date(1970, 1, 1),
                          pt::milliseconds(static_cast<std::int64_t>(timestamp / 1000)));
-    // The count of 1 keeps it from the locale, which would leave it behind where it can't be made.
+    // The count of 1 keeps it from the locale, which would leak it where it can't be made.
     pt::time_facet facet(format.c_str(), {}, {}, {}, 1);
     std::ostringstream text;
     text.exceptions(std::ios::badbit);  // else memory that runs out would only cut the text short
@@ -123,6 +124,7 @@ std::int32_t hash_of_source(const std::string &source, std::int32_t number) {
 }  // namespace
 
 bool vrn_path_template_is_confined(std::string_view path_template) {
+    // Any names will do: what matters is how far the points between them lead.
     const std::string rest(path_template.substr(own_folders(path_template).size()));
     const std::string path =
         vrn_expand_template("/folder/" + rest, {{"source", "x"}, {"tag", "x"}});
@@ -140,6 +142,7 @@ void vrn_expand_hash_in_template(const vrn_data_file_t *file, std::string *text)
     constexpr std::string_view closing = "}}";
     const std::size_t start = text->find("{{hash");
     if (start == std::string::npos) return;
+    // The first one only; those that follow stay in the name, braces and all.
     std::int32_t number = 0;
     const bool has_number = std::sscanf(text->c_str() + start, "{{hash%d}}", &number) == 1;
     const std::size_t end = text->find(closing, start);
@@ -161,6 +164,7 @@ void vrn_expand_hash_in_template(const vrn_data_file_t *file, std::string *text)
 bool vrn_data_file_confine_path(const vrn_data_file_t *file, std::string *path) {
     if (file->root_dir.empty()) return true;
     const std::string root = fs::absolute(file->root_dir).string();
+    // The common case, without the work on paths.
     if (path->find("..", root.size()) == std::string::npos) return true;
     std::string folders = expand(file, own_folders(file->path_template));
     drop_separators_of_folders(&folders);
@@ -174,6 +178,7 @@ bool vrn_data_file_confine_path(const vrn_data_file_t *file, std::string *path) 
 std::string vrn_data_file_ensure_directory(const std::string &path) {
     const fs::path parent = fs::path(path).parent_path();
     if (parent.empty()) return path;
+    // A file in the folder's place is told by the check below, with the message callers print.
     if (!fs::exists(parent)) fs::create_directories(parent);
     if (!fs::is_directory(fs::status(parent)))
         throw std::runtime_error("Inaccessible data path " + parent.string());

@@ -17,6 +17,7 @@
 #include "utils/rollback.h"
 #include "utils/run_guarded.h"
 
+// For hosts that want to stop all writing at once; nothing here ever changes it.
 bool vrn_data_writer_enabled = true;
 
 namespace {
@@ -71,6 +72,7 @@ std::string text_or_empty(const char *text) {
 
 bool is_version_known(std::uint32_t version) {
     constexpr std::uint32_t major = 1;
+    // Other headers than this one may belong to older pages and to a newer major.
     constexpr std::uint32_t min_minor = 7;
     return (version & 0xFF) == major && (version >> 8 & 0xFF) >= min_minor;
 }
@@ -125,6 +127,7 @@ vrn_data_file_t *file_of(vrn_data_writer_t *writer, const vrn_data_page_t *page,
     if (!is_new) return file;
     vrn::Rollback added([writer, place = place] { writer->files.erase(place); });
     const auto &[source, tag] = place->first;
+    // The first page of a key decides on its template for as long as the writer lives.
     vrn_data_file_init(file, &writer->client_id, source, tag, kind == VRN_COUNTERS_BLOCK ? 0 : 1);
     apply_settings(writer, file);
     added.keep();
@@ -135,6 +138,7 @@ void refuse_unknown(const vrn_data_page_t *page, vrn_block_type_t kind) {
     VRN_LOG(VRN_LOG_WARNING, "[data_writer] Unrecognized type of data page. Cannot save to file.");
     VRN_LOG(VRN_LOG_WARNING, "[data_writer] type: %d ", static_cast<int>(kind));
     std::uint8_t head[1024] = {};
+    // Pages may be shorter than the dump, which is of one size for all.
     std::memcpy(head, page, std::min<std::uint64_t>(sizeof head, page->page_size));
     vrn_hexdump(head, sizeof head, stdout);
 }
@@ -168,6 +172,7 @@ bool note_schemas(vrn_data_file_t *file, const vrn_data_page_t *page, vrn_block_
 // Bytes of the whole blocks that hold the page's data, counted in 32 bits.
 std::uint64_t size_in_blocks(const vrn_data_page_t *page, std::uint32_t block_size) {
     const std::uint64_t last_byte = page->filled_bytes - VRN_DATA_PAGE_HEADER_SIZE - 1;
+    // The sum may wrap round in 32 bits, deliberately.
     const std::uint32_t reach = static_cast<std::uint32_t>(last_byte) + block_size;
     return static_cast<std::uint64_t>(reach / block_size) * block_size;
 }
@@ -202,6 +207,7 @@ void note_written(vrn_data_writer_t *writer, const vrn_data_file_t *file, bool r
         vrn_data_writer_note_file(writer, file->path);
     else if (rotated && was_ok)  // told once per stretch of failures
         VRN_LOG(VRN_LOG_ERROR, "[data_writer] Failed to get file path after rotation");
+    // Booked to the newest file, whichever received them: exact in sum, rough for one file.
     vrn_data_writer_note_bytes(writer, bytes);
 }
 
@@ -262,6 +268,7 @@ bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const
     return vrn::run_guarded([&] {
         std::string new_text = text;
         if (writer->counters_path_template == new_text) return;
+        // One template is enough for a writer that needs no two.
         if (writer->data_path_template.empty()) writer->data_path_template = new_text;
         writer->tag_in_path = new_text.find("/{{tag}}/") != std::string::npos;
         change_setting(writer, &writer->counters_path_template, std::move(new_text));
@@ -309,6 +316,7 @@ bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allo
                                   text_or_empty(excluded_tags), text_or_empty(allowed_scopes),
                                   text_or_empty(excluded_scopes), text_or_empty(allowed_scope_file),
                                   text_or_empty(excluded_scope_file), "[data_writer] ");
+        // Only once it is whole: a failure leaves the filter before in force.
         writer->page_filter = std::move(filter);
         vrn_data_page_filter_print_config(writer->page_filter);
     });
@@ -323,6 +331,7 @@ bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t
             is_safe = store_page(writer, page);
             return;
         }
+        // Its producer may write on while the page is stored, so all checks look at a copy.
         const vrn_data_page_ptr snapshot(vrn_data_page_snapshot(page));
         is_safe = snapshot && store_page(writer, snapshot.get());
     });
@@ -338,6 +347,7 @@ std::uint64_t vrn_data_writer_get_first_timestamp(const vrn_data_writer_t *write
                                                   const vrn_data_page_t *page) {
     const auto place = writer->files.find(key_of(page));
     if (place == writer->files.end()) {
+        // No prefix, and a line feed of its own: the text is pinned.
         VRN_LOG(VRN_LOG_ERROR, "could not find the source of the page!\n");
         return 0;
     }

@@ -79,7 +79,7 @@ bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allo
                                      const char *excluded_scopes, const char *allowed_scope_file,
                                      const char *excluded_scope_file);
 
-// Stores the blocks of `page`, in whole units of its block size: what the page holds behind its
+// Stores the blocks of `page`, in whole units of its block size: what the page holds after its
 // data, then zeros, pads the last one. True also when the page was not stored.
 bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t *page,
                                 const void *unused);

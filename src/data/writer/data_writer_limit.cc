@@ -15,6 +15,7 @@ bool remove_file(const std::string &path) {
         if (fs::exists(path))
             fs::remove(path);
         else
+            // Removed by somebody else: its bytes are free all the same, so the entry goes as well.
             VRN_LOG(VRN_LOG_ERROR, "[data_writer] File doesn't exist: %s", path.c_str());
         return true;
     } catch (const fs::filesystem_error &error) {
@@ -26,6 +27,7 @@ bool remove_file(const std::string &path) {
 }  // namespace
 
 void vrn_data_writer_note_file(vrn_data_writer_t *writer, const std::string &path) {
+    // Files from before this run, or from before the limit was set, are never removed.
     writer->written_files.push_back({path, 0});
 }
 
@@ -49,6 +51,7 @@ void vrn_data_writer_enforce_limit(vrn_data_writer_t *writer) {
         if (!remove_file(path)) return;
         writer->total_size -= files.front().size;
         files.erase(files.begin());
+        // Down to room for one more file, which may take the one that is being written, too.
         if (writer->total_size + writer->file_size_limit <= writer->data_size_limit) return;
     }
 }

@@ -17,6 +17,7 @@ namespace {
 
 // Makes the document of the page's HCAs, of which `digest` is the digest.
 bool make_document(vrn_nodeinfo_t *state, const vrn_data_page_t *page, const std::uint8_t *digest) {
+    // What it told is out of date, even if no new one can be made.
     state->json.reset();
     state->timestamp = vrn_data_page_get_first_ts(page);
     char *text = nullptr;
@@ -44,6 +45,7 @@ std::string choose_path(const vrn_nodeinfo_t *state) {
 }
 
 vrn::ReplacedFile replace(const std::string &path, std::string_view content) {
+    // The limit is deliberate, whatever the file system would take.
     constexpr std::size_t max_path_size = 1000;  // with its terminator
     if (path.size() < max_path_size) return vrn::replace_file(path, content);
     errno = ENAMETOOLONG;
@@ -79,6 +81,7 @@ void vrn_nodeinfo_update(vrn_nodeinfo_t *state, const char *dir, const vrn_data_
     vrn_hca_info_digest(page->hca_info, VRN_PAGE_HCA_INFOS, digest);
     const bool is_new = std::memcmp(digest, state->hca_digest, sizeof digest) != 0 &&
                         make_document(state, page, digest);
+    // Also after a document that could not be made: the next page tries again.
     if (!is_new && state->dir == dir) return;
     state->dir = dir;
     if (!state->json) return;

@@ -48,6 +48,7 @@ namespace vrn {
 
 void SchemaWriter::onSchema(const JSON_Value *value) {
     const JSON_Object *object = json_value_get_object(value);
+    // One event schema, stored whole whatever its version.
     if (json_object_get_string(object, "provider_version")) {
         VRN_LOG(VRN_LOG_INFO, "vrn::SchemaWriter::onSchema() identified single event schema.");
         write_schema(value);
@@ -65,6 +66,7 @@ void SchemaWriter::onSchema(const JSON_Value *value) {
     } else if (!schemas) {
         if (!may_be_empty && !has_counter_groups(object))
             vrn_throw_runtime_error(
+                // "not recognized neither" stays: the text is pinned.
                 "[schema writer] schema was not recognized neither as type system nor as counters "
                 "schema");
         write_schema(value);
@@ -108,12 +110,14 @@ bool SchemaWriter::store(const std::string &path, const char *text) {
         warn("create", path, error.what());
         return false;
     }
+    // The name is the digest of the text, so whatever has it already holds the same bytes.
     if (vrn::replace_file(path, text) == vrn::ReplacedFile::done) return true;
     warn("write", path, std::strerror(errno));
     return false;
 }
 
 void SchemaWriter::warn(const char *what, const std::string &path, const char *reason) {
+    // Once for a stretch of failures, which often lasts as long as the disk is full.
     if (!last_write_ok_) return;
     VRN_LOG(VRN_LOG_WARNING, "[data] Could not %s schema file '%s': %s", what, path.c_str(),
             reason);

@@ -13,6 +13,7 @@ namespace {
 
 namespace fs = boost::filesystem;
 
+// Limits of what a user's file may ask of the process. All of them are inclusive.
 constexpr std::size_t max_path_length = 4096;
 constexpr std::uintmax_t max_file_size = 10485760;  // bytes
 constexpr std::size_t max_lines = 10000;
@@ -21,15 +22,18 @@ constexpr std::size_t max_entries = 5000;
 
 [[noreturn]] void refuse(const std::string &text) {
     VRN_LOG(VRN_LOG_ERROR, "[data page filter] %s", text.c_str());
+    // Logged here and told again by the caller, who adds what it means for the filter.
     throw std::runtime_error(text);
 }
 
 bool is_refused_in_path(char character) {
     const auto code = static_cast<unsigned char>(character);
+    // A path may hold these three, odd as they are.
     return code < 32 && character != '\t' && character != '\n' && character != '\r';
 }
 
 void check_path(const std::string &path) {
+    // Also inside a name such as "a..b": strict rather than clever.
     if (path.find("..") != std::string::npos)
         refuse("File path contains path traversal sequences: " + path);
     if (path.size() > max_path_length)
@@ -78,6 +82,7 @@ vrn_string_set read_entries(std::istream &file, const std::string &path) {
     vrn_string_set entries;
     std::string line;
     for (std::size_t number = 1; std::getline(file, line); ++number) {
+        // Cut short, not refused: what was read so far is a valid list.
         if (number > max_lines) {
             // Deliberate: a last line without a line feed has set the end and goes unreported.
             if (!file.eof())

@@ -8,6 +8,7 @@
 
 namespace {
 
+// In capitals only: "all" is a name like any other.
 constexpr std::string_view empty_keyword = "EMPTY";
 constexpr std::string_view self_keyword = "SELF";
 constexpr std::string_view all_keyword = "ALL";
@@ -21,7 +22,7 @@ std::string_view trim_blanks(std::string_view text) {
 }
 
 std::string own_host_name() {
-    char buffer[64] = {};
+    char buffer[64] = {};  // the size of a source's field
     return vrn_get_host_name(buffer, sizeof buffer) ? buffer : "";
 }
 
@@ -63,6 +64,7 @@ vrn_string_set vrn_split_value_list(const std::string &text) {
 }
 
 vrn_value_filter_t vrn_value_filter_parse(const vrn_string_set &values, bool allow_self) {
+    // Looked up once, and only where it can be asked for: a host may have no name.
     const std::string host_name = allow_self ? own_host_name() : "";
     vrn_value_filter_t list;
     for (const std::string &value : values) {
