@@ -327,30 +327,5 @@ TEST_F(SharedPage, HasOneCreatorAmongMany) {
     }
 }
 
-TEST_F(SharedPage, SnapshotsHoldWhileAnotherProcessScribblesAndShrinks) {
-    const vrn_data_page_ptr page(allocate());
-    const pid_t vandal = start([&] {
-        const int object = shm_open(name.c_str(), O_RDWR, 0);
-        for (std::uint64_t i = 0;; ++i) {
-            const std::uint64_t sizes[] = {i * 7919 % 20000, i * 104729 % 20000};
-            if (ftruncate(object, i * 31 % page_size) != 0) return false;
-            if (ftruncate(object, page_size) != 0) return false;
-            if (pwrite(object, sizes, sizeof sizes, 8) < 0) return false;
-        }
-    });
-    int taken = 0;
-    for (int i = 0; i < 1000000 && taken < 300; ++i) {
-        const vrn_data_page_ptr copy(vrn_data_page_snapshot(page.get()));
-        if (!copy) continue;
-        ++taken;
-        EXPECT_LE(copy->page_size, page_size);
-        EXPECT_LE(copy->filled_bytes, copy->page_size);
-        EXPECT_GE(copy->filled_bytes, 720);
-    }
-    kill(vandal, SIGKILL);
-    EXPECT_TRUE(WIFSIGNALED(status_of(vandal)));
-    EXPECT_EQ(taken, 300);
-}
-
 }  // namespace
 }  // namespace vrn::test

@@ -144,34 +144,25 @@ class Race {
     Progress *progress_;
 };
 
-TEST(DataFileRace, CreatorsOfOneFileLoseNoPage) {
+TEST(DataFileRace, WritersOfOneFileLoseNoPage) {
+    const std::pair<int, std::vector<Plan>> cases[] = {
+        {50, std::vector<Plan>(3, {.block_size = 64, .blocks = 1, .pages = 2})},
+        {6,
+         {{.block_size = 4096, .blocks = 16, .pages = 200},
+          {.block_size = 4096, .blocks = 16, .pages = 1},
+          {.block_size = 65536, .blocks = 1, .pages = 1},
+          {.block_size = 4096, .blocks = 1, .pages = 40},
+          {.block_size = 100, .blocks = 3, .pages = 40}}}};
     CapturedLog log(4);
-    const std::vector<Plan> plans(3, {.block_size = 64, .blocks = 1, .pages = 2});
-    for (int round = 0; round < 50; ++round) {
-        const TempDir dir;
-        Race race(dir);
-        race.run(plans);
-        for (std::uint32_t writer = 0; writer < plans.size(); ++writer)
-            ASSERT_EQ(race.reported(writer), plans[writer].pages) << round;
-        ASSERT_EQ(race.check(plans), "") << round;
-    }
-}
-
-TEST(DataFileRace, ShortWritersDisturbNoLongOne) {
-    CapturedLog log(4);
-    const std::vector<Plan> plans = {{.block_size = 4096, .blocks = 16, .pages = 200},
-                                     {.block_size = 4096, .blocks = 16, .pages = 1},
-                                     {.block_size = 65536, .blocks = 1, .pages = 1},
-                                     {.block_size = 4096, .blocks = 1, .pages = 40},
-                                     {.block_size = 100, .blocks = 3, .pages = 40}};
-    for (int round = 0; round < 6; ++round) {
-        const TempDir dir;
-        Race race(dir);
-        race.run(plans);
-        for (std::uint32_t writer = 0; writer < plans.size(); ++writer)
-            ASSERT_EQ(race.reported(writer), plans[writer].pages) << round;
-        ASSERT_EQ(race.check(plans), "") << round;
-    }
+    for (const auto &[rounds, plans] : cases)
+        for (int round = 0; round < rounds; ++round) {
+            const TempDir dir;
+            Race race(dir);
+            race.run(plans);
+            for (std::uint32_t writer = 0; writer < plans.size(); ++writer)
+                ASSERT_EQ(race.reported(writer), plans[writer].pages) << round;
+            ASSERT_EQ(race.check(plans), "") << round;
+        }
 }
 
 TEST(DataFileRace, KilledWritersTakeNoPageWithThem) {

@@ -412,10 +412,16 @@ TEST_F(DataFile, TellsOncePerStretchThatItsPlaceFails) {
                                         "3 [data_file] Failed opening data file " + folder +
                                             ": Is a directory"));
     fs::remove_all(folder);
-    fs::create_symlink(dir.file("gone/f"), folder);
-    EXPECT_EQ(write(start + 5), 0U);
+    EXPECT_NE(write(start + 5), 0U);
     fs::remove(folder);
-    EXPECT_NE(write(start + 6), 0U);
+    fs::create_symlink(dir.file("gone/f"), folder);
+    for (const std::uint64_t time : {start + 6, start + 7}) EXPECT_EQ(write(time), 0U);
+    EXPECT_THAT(log.take(), ElementsAre("3 [data_file] Failed to open file " + folder +
+                                            " for writing: No such file or directory",
+                                        "3 [data_file] Failed to create empty data file " + folder +
+                                            ": No such file or directory"));
+    fs::remove(folder);
+    EXPECT_NE(write(start + 8), 0U);
     EXPECT_THAT(log.take(), IsEmpty());
 }
 

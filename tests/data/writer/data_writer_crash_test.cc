@@ -1,9 +1,6 @@
-// What a data writer leaves when it is killed, when disk or folder fail it, and when another
-// process spoils its pages.
+// What a data writer leaves when it is killed, and when another process spoils its pages.
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/mman.h>
-#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,8 +8,6 @@
 #include <array>
 #include <atomic>
 #include <csignal>
-#include <filesystem>
-#include <functional>
 #include <numeric>
 
 #include "data/writer/data_writer.h"
@@ -23,8 +18,6 @@
 
 namespace vrn::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::uint64_t start = 1'794'712'886'000'000;
 constexpr std::uint64_t two_pages_a_file = 256 + 2 * page_block_size;
@@ -85,119 +78,6 @@ TEST(DataWriterCrash, KeepsReportedPagesWhereverItIsKilled) {
         ASSERT_EQ(check_data_tree(dir.path(), times_up_to(pages_of_run)), "");
     }
     EXPECT_GT(calls, pages_of_run * 2);  // every page is written, every second one opens a file
-}
-
-// A child that checks a writer in a folder as it likes: its text is what is wrong.
-void expect_no_fault(const std::function<std::string(const std::string &)> &check) {
-    const TempDir dir;
-    const std::string fault = run_in_child([&] { return check(dir.path()); });
-    if (fault == "skip") GTEST_SKIP() << "neither file system nor user can be had here";
-    EXPECT_EQ(fault, "");
-}
-
-// Mounts a file system of `bytes` for this process alone.
-bool mount_disk(const std::string &path, std::size_t bytes) {
-    const std::string options = "size=" + std::to_string(bytes);
-    if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
-    return mount("disk", path.c_str(), "tmpfs", 0, options.c_str()) == 0;
-}
-
-struct DiskRun {
-    explicit DiskRun(const std::string &root) : writer(make_writer(root)) {}
-
-    // True when the page was stored.
-    bool write() {
-        write_page(writer.get(), ++time, "a");
-        const bool is_stored = !writer->files.begin()->second.path.empty();
-        if (is_stored) stored.push_back(time);
-        return is_stored;
-    }
-
-    CapturedLog log{4};
-    vrn_data_writer_ptr writer;
-    std::uint64_t time = start;
-    std::vector<std::uint64_t> stored;
-};
-
-std::string check_full_disk(const std::string &root, std::size_t disk_pages, std::uint64_t limit) {
-    const std::size_t page_bytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    if (!mount_disk(root, disk_pages * page_bytes)) return "skip";
-    DiskRun run(root);
-    vrn_data_writer_set_data_size_limit(run.writer.get(), limit);
-    while (run.stored.size() < 100 && run.write()) {
-    }
-    for (int page = 0; page < 5; ++page)
-        if (run.write()) return "stored on a full disk";
-    // A file of two pages takes one page of the disk.
-    if (run.stored.size() != 2 * disk_pages) return "stored " + std::to_string(run.stored.size());
-    if (run.log.take().size() != 2) return "not reported once";  // its cause and its effect
-    std::string fault = check_data_tree(root, run.stored);
-    if (!fault.empty()) return fault;
-
-    fs::remove(data_files_of(root).front());
-    run.stored.erase(run.stored.begin(), run.stored.begin() + 2);
-    if (!run.write() || !run.write()) return "not resumed";
-    run.writer.reset();
-    if (!run.log.take().empty()) return "reported when there was room again";
-    return check_data_tree(root, run.stored);
-}
-
-TEST(DataWriterCrash, ReportsAFullDiskOnceAndResumes) {
-    for (std::size_t disk_pages = 1; disk_pages <= 6; ++disk_pages)
-        for (const std::uint64_t limit : {0, 10'000}) {
-            SCOPED_TRACE(disk_pages);
-            SCOPED_TRACE(limit);
-            expect_no_fault(
-                [&](const auto &dir) { return check_full_disk(dir, disk_pages, limit); });
-        }
-}
-
-// A disk that holds more than the limit never fills.
-std::string check_limited_disk(const std::string &root) {
-    if (!mount_disk(root, 8 * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)))) return "skip";
-    DiskRun run(root);
-    vrn_data_writer_set_data_size_limit(run.writer.get(), 12 * page_block_size);
-    for (int page = 0; page < 100; ++page)
-        if (!run.write()) return "not stored";
-    if (!run.log.take().empty()) return "reported a failure";
-    return check_data_tree(root, {run.stored.end() - 4, run.stored.end()});
-}
-
-TEST(DataWriterCrash, KeepsWithinItsDisk) {
-    expect_no_fault(check_limited_disk);
-}
-
-// Folders refuse root nothing.
-bool become_plain_owner(const std::string &dir) {
-    constexpr uid_t nobody = 65534;
-    if (geteuid() != 0) return true;
-    return chown(dir.c_str(), nobody, nobody) == 0 && setresuid(nobody, nobody, nobody) == 0;
-}
-
-std::string check_unwritable_folder(const std::string &root) {
-    if (!become_plain_owner(root)) return "skip";
-    DiskRun run(root);
-    for (int stretch = 0; stretch < 2; ++stretch) {
-        if (!run.write()) return "not stored";
-        fs::permissions(root + "/a", fs::perms(0555));
-        if (!run.write()) return "not stored in the file at hand";
-        for (int page = 0; page < 5; ++page)
-            if (run.write()) return "stored in an unwritable folder";
-        const Lines lines = run.log.take();
-        if (lines.size() != 2 || !lines[0].starts_with("3 [data_file] Failed to open file ") ||
-            !lines[1].starts_with("3 [data_file] Failed to create empty data file "))
-            return "not reported once";
-        fs::permissions(root + "/a", fs::perms(0755));
-        if (!run.write() || !run.write()) return "not resumed";
-    }
-    run.writer.reset();
-    if (!run.log.take().empty()) return "reported when the folder was well again";
-    return check_data_tree(root, run.stored);
-}
-
-TEST(DataWriterCrash, ReportsAnUnwritableFolderOnceAndResumes) {
-    expect_no_fault(check_unwritable_folder);
 }
 
 constexpr std::uint32_t unit = 20;  // bytes, of all block sizes below

@@ -7,6 +7,7 @@
 
 #include "data/writer/data_writer_limit.h"
 #include "support/data_tree.h"
+#include "support/file_limit.h"
 #include "support/test.h"
 #include "support/test_page.h"
 
@@ -222,15 +223,6 @@ TEST_F(DataWriter, AppliesChangesToOpenFiles) {
     EXPECT_FALSE(vrn_data_writer_set_counters_path_template(w, nullptr));
 }
 
-TEST_F(DataWriter, CountsPagesThatNoFileTakes) {
-    dir.write("node1", "in place of a folder");
-    const CapturedLog log;
-    EXPECT_TRUE(write(page));
-    EXPECT_TRUE(write(page.times(start + 1, start + 1)));
-    EXPECT_TRUE(write(page.names("node2", "")));
-    EXPECT_EQ(vrn_data_writer_get_lost_pages(writer.get()), 2U);
-}
-
 TEST_F(DataWriter, LosesOnlyThePageOfARefusedTime) {
     EXPECT_TRUE(write(page));
     EXPECT_FALSE(write(page.times(UINT64_MAX, UINT64_MAX)));
@@ -342,6 +334,21 @@ TEST_F(DataWriterLimit, RemovesTheFileBeingWrittenWhenItIsTheLast) {
     EXPECT_TRUE(write_at(start));
     EXPECT_THAT(data_files_of(dir.path()), ElementsAre(path(start)));
     EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(DataWriterLimit, TellsOnceThatNoFileTakesAPage) {
+    CapturedLog log(4);
+    EXPECT_TRUE(vrn_data_writer_set_data_size_limit(writer.get(), UINT64_MAX));
+    Lines lines;
+    with_file_limit(header_size + 99, [&] {
+        for (int i = 0; i < 3; ++i) EXPECT_TRUE(write_at(start + i));
+        lines = log.take();
+    });
+    EXPECT_THAT(lines, ElementsAre(StartsWith("3 [data_file] Failed appending data file "),
+                                   "3 [data_writer] Failed to get file path after rotation"));
+    EXPECT_TRUE(write_at(start + 3));
+    EXPECT_THAT(log.take(), IsEmpty());
+    EXPECT_EQ(vrn_data_writer_get_lost_pages(writer.get()), 3U);
 }
 
 TEST_F(DataWriterLimit, CountsIntoTheNewestFile) {
