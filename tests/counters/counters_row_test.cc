@@ -104,6 +104,33 @@ TEST_F(CountersRow, TablesShowEveryType) {
                   rule + "\n");
 }
 
+TEST_F(CountersRow, TablesFrameGroupsWithoutCountersOrSets) {
+    const std::string hex = counter_json("hex", "UINT64", R"(, "string_format": "HEXADECIMAL")");
+    const auto group = [&](const char *granularity, int counters, int sets) {
+        return std::string(R"({"name": "g", "granularity": ")") + granularity +
+               R"(", "num_counter_sets": )" + std::to_string(sets) + R"(, "num_counters": )" +
+               std::to_string(counters) + R"(, "counters": [)" + (counters == 0 ? "" : hex) + "]}";
+    };
+    const auto schema =
+        parse_schema(R"({"version": "1.5.0", "counter_groups": [)" + group("CPU", 0, 1) + "," +
+                     group("NODE", 1, 0) + "," + group("SOCKET", 1, 1) + "]}");
+    ASSERT_NE(schema, nullptr);
+    EXPECT_EQ(table_of(ByteBuilder().u64(255).done(), schema.get()),
+              table_start +
+                  "-------\n| Counter values per CPU              |\n-------\n| CPU |\n"
+                  "-------\n|   0 |\n-------\n"
+                  "------------------------\n| Counter values per N |\n"
+                  "------------------------\n|                  hex |\n"
+                  "------------------------\n------------------------\n"
+                  "----------------------------------\n"
+                  "| Counter values per unknown     |\n"
+                  "----------------------------------\n"
+                  "| unknown |                  hex |\n"
+                  "----------------------------------\n"
+                  "|       0 |   0x00000000000000ff |\n"
+                  "----------------------------------\n");
+}
+
 TEST_F(CountersRow, EveryTruncationOfARowIsShown) {
     // The empty text leaves the offsets of the document to those after it.
     const auto schema = parse_schema(

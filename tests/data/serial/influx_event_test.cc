@@ -13,7 +13,42 @@ class InfluxEvent : public ::testing::Test {
     const data::InfluxSerializer serializer_;
 };
 
-// Random records are compared with what printf gives.
+TEST_F(InfluxEvent, WritesEveryKindOfValue) {
+    const auto *type = add_type(schema_, "t",
+                                {{"bool", "b"},
+                                 {"char", "c"},
+                                 {"char", "e", 0},
+                                 {"short", "s"},
+                                 {"int8_t", "i"},
+                                 {"unsigned int", "n"},
+                                 {"int", "m"},
+                                 {"long long", "l"},
+                                 {"float", "f"},
+                                 {"double", "d"},
+                                 {"timestamp", "t"},
+                                 {"uint64_t", "guid"},
+                                 {"uint16_t", "z"}});
+    const std::string record = ByteBuilder()
+                                   .u8(2)
+                                   .u8(200)
+                                   .u16(0xFFFE)
+                                   .u8(0x80)
+                                   .u32(0x80000000)
+                                   .u32(0x80000000)
+                                   .i64(-3)
+                                   .f32(-1.5)
+                                   .f64(0.1)
+                                   .u64(1000)
+                                   .u64(UINT64_MAX)
+                                   .u16(0xFFFF)
+                                   .done();
+    // Memory of exactly that size, so that a sanitizer sees each read beyond it.
+    const std::vector<char> exact(record.begin(), record.end());
+    EXPECT_EQ(serializer_.event_fields(type, exact.data()),
+              "b=false,c=200i,e=\"\",s=-2i,i=-128i,n=2147483648i,m=-2147483648i,l=-3i,f=-1.500000,"
+              "d=0.100000,t=1000i,guid=18446744073709551615i,z=65535i");
+}
+
 TEST_F(InfluxEvent, GrowsKeysAlongInnerTypes) {
     add_type(schema_, "point", {{"uint8_t", "x"}, {"char", "n", 2}});
     add_type(schema_, "pair", {{"point", "p"}, {"point", "a", 2}});

@@ -6,7 +6,6 @@
 #include <random>
 
 #include "support/captured_log.h"
-#include "support/plain_difference.h"
 
 namespace vrn::test {
 namespace {
@@ -42,14 +41,6 @@ TEST(JsonDifference, NoneBetweenTheTextAndTheTreeOfACountersRow) {
     for (const char *guid_switch : {"1", "0"})
         EXPECT_EXIT(expect_no_difference(counters_difference, guid_switch),
                     testing::ExitedWithCode(0), "");
-}
-
-TEST(PlainDifference, NoneBetweenTheFieldsOfAnEventAndPrintf) {
-    EXPECT_EXIT(expect_no_difference(influx_difference, "1"), testing::ExitedWithCode(0), "");
-}
-
-TEST(PlainDifference, NoneBetweenTheTablesOfACountersRowAndPrintf) {
-    EXPECT_EXIT(expect_no_difference(table_difference, "1"), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
