@@ -22,10 +22,7 @@ std::string copy_header(const vrn_source_t &source, std::size_t stream_size,
 TEST(CompressedPageHeader, HoldsTheFieldsOfThePage) {
     const std::string full_source(64, 's');
     const std::string full_tag(16, 't');
-    const struct {
-        vrn_source_t source;
-        HeaderFields expected;
-    } cases[] = {
+    const std::pair<vrn_source_t, HeaderFields> cases[] = {
         {make_source("abc", "x"), {.header_size = 28, .data_size = 77}},
         {make_source("", ""), {24, 'G', 77, 0, "", 0, ""}},
         {make_source(full_source, full_tag), {104, 'G', 77, 64, full_source, 16, full_tag}},
@@ -63,23 +60,21 @@ TEST(CompressedPageHeader, IsEmbeddedUnderOtherTexts) {
 }
 
 TEST(CompressedPageHeader, ReadsTextsWithinItsSizeOnly) {
+    // clang-format off
     const struct {
-        const char *name;
-        HeaderFields fields;
-        std::string source;  // the fields hold "######" before
-        std::string tag;
+        const char *name; HeaderFields fields;
+        std::string source, tag;  // the fields hold "######" before
     } cases[] = {
         {"whole", {}, "abc###", "x#####"},
-        {"a NUL in a text pads it",
-         {.source = std::string("a\0c", 3)},
-         std::string("a\0\0###", 6),
-         "x#####"},
+        {"a NUL in a text pads it", {.source = std::string("a\0c", 3)},
+         std::string("a\0\0###", 6), "x#####"},
         {"source past the header", {.source_length = 255}, "abc\x01x#", "######"},
         {"tag past the header", {.tag_length = 200}, "abc###", "x#####"},
         {"no tag length", {.header_size = 26}, "abc###", "######"},
         {"source cut", {.header_size = 24}, "a#####", "######"},
         {"no header", {.header_size = 0}, "######", "######"},
     };
+    // clang-format on
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);
         const std::string bytes = header_bytes(test.fields);

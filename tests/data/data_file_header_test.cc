@@ -12,11 +12,9 @@ TEST(DataFileHeader, ChecksMagicVersionAndSizeOnly) {
         return Lines{"3 Version of data page " + shown + " is incompatible with Varnel version " +
                      vrn_version_string()};
     };
+    // clang-format off
     const struct {
-        std::uint8_t major, minor;
-        std::uint16_t patch;
-        const char *magic;
-        std::uint64_t file_size;
+        std::uint8_t major, minor; std::uint16_t patch; const char *magic; std::uint64_t file_size;
         Lines log;  // none when the header is valid
     } cases[] = {
         {1, 7, 9, "VRNF", 256, {}},
@@ -27,6 +25,7 @@ TEST(DataFileHeader, ChecksMagicVersionAndSizeOnly) {
         {1, 7, 0, "VRND", 256, {"3 Wrong data page magic number."}},
         {1, 7, 0, "VRNF", 255, {"3 Wrong data file size 255 is less then file header size 256"}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         const ByteBuilder bytes =
             ByteBuilder().text(c.magic).u8(c.major).u8(c.minor).u16(c.patch).u64(c.file_size);

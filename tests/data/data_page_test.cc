@@ -9,17 +9,11 @@ namespace {
 constexpr vrn_page_memory_t regular = {VRN_PAGE_MEMORY_REGULAR, 7, "a_page"};
 
 TEST(DataPage, IsAllocatedEmpty) {
-    const struct {
-        std::uint32_t block_size;
-        std::uint64_t size;
-        std::uint32_t expected_block_size;
-    } cases[] = {
-        {1000, 1720, 1000},
-        {0, 1720, 1000},
-        // Sizes below the header wrap around; it is whole all the same.
-        {16, 100, 16},
-        {0, 0, 0xFFFFFD30},
-    };
+    // Sizes below the header wrap around; it is whole all the same.
+    // clang-format off
+    const struct { std::uint32_t block_size; std::uint64_t size; std::uint32_t expected; } cases[] = {
+        {1000, 1720, 1000}, {0, 1720, 1000}, {16, 100, 16}, {0, 0, 0xFFFFFD30}};
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.size);
         CapturedLog log;
@@ -30,7 +24,7 @@ TEST(DataPage, IsAllocatedEmpty) {
         expected.version = 0x00031801;
         expected.page_size = c.size;
         expected.filled_bytes = 720;
-        expected.block_size = c.expected_block_size;
+        expected.block_size = c.expected;
         expected.memory = regular;
         EXPECT_EQ(std::memcmp(page.get(), &expected, sizeof expected), 0);
     }
@@ -62,12 +56,10 @@ TEST(DataPage, FreesOnlyWhatIsItsOwn) {
 TEST(DataPage, GivesItsFreeSpace) {
     const vrn_data_page_ptr page(vrn_data_page_allocate(0, 1720, regular));
     auto *start = reinterpret_cast<std::uint8_t *>(page.get());
-    const struct {
-        std::uint64_t filled_bytes;
-        void *space;
-        std::uint64_t size;
-    } cases[] = {
+    // clang-format off
+    const struct { std::uint64_t filled_bytes; void *space; std::uint64_t size; } cases[] = {
         {720, start + 720, 1000}, {1719, start + 1719, 1}, {1720, nullptr, 0}, {1721, nullptr, 0}};
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.filled_bytes);
         page->filled_bytes = c.filled_bytes;

@@ -35,13 +35,8 @@ std::string read_pages(const std::string &bytes, Times *times) {
 }  // namespace
 
 std::string page_data(std::uint64_t time) {
-    return ByteBuilder()
-        .text("VRND")
-        .u32(0)
-        .u64(time)
-        .text("values")
-        .pad_to(page_block_size)
-        .done();
+    ByteBuilder bytes;
+    return bytes.text("VRND").u32(0).u64(time).text("values").pad_to(page_block_size).done();
 }
 
 std::vector<std::string> data_files_of(const std::string &root) {

@@ -52,17 +52,10 @@ struct HeaderFields {
 };
 
 inline std::string header_bytes(const HeaderFields &fields) {
-    return ByteBuilder()
-        .u8(fields.header_size)
-        .u8(fields.encoding)
-        .u32(fields.data_size)
-        .u64(1000)
-        .u64(2000)
-        .u8(fields.source_length)
-        .text(fields.source)
-        .u8(fields.tag_length)
-        .text(fields.tag)
-        .done();
+    ByteBuilder bytes;
+    bytes.u8(fields.header_size).u8(fields.encoding).u32(fields.data_size).u64(1000).u64(2000);
+    bytes.u8(fields.source_length).text(fields.source);
+    return bytes.u8(fields.tag_length).text(fields.tag).done();
 }
 
 // A page block around a stream that may be anything.

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "data/data_file_header.h"
+#include "data/schema/schema_text.h"
 #include "support/byte_builder.h"
 #include "support/page_blocks.h"
 
@@ -45,16 +46,10 @@ std::string chunk(const std::string &blocks) {
 }  // namespace
 
 std::string sample_event_schema() {
-    return R"({"vrn_version":"1.5.0","provider_name":"p","provider_version":"1.0.0","types":[
-{"name":"point","size":4,"fields":[
- {"field_name":"x","description":"","type_name":"int16_t","counting_mode":"DELTA","offset":0,"type_size":2,"index":1},
- {"field_name":"y","description":"","type_name":"int16_t","counting_mode":"DELTA","offset":2,"type_size":2}]},
-{"name":"move","size":32,"fields":[
- {"field_name":"timestamp","description":"","type_name":"timestamp","counting_mode":"ABSOLUTE","offset":0,"type_size":8},
- {"field_name":"name","description":"","type_name":"char","counting_mode":"ABSOLUTE","array_length":6,"offset":8,"type_size":1},
- {"field_name":"track","description":"","type_name":"point","counting_mode":"ABSOLUTE","array_length":2,"offset":14,"type_size":4},
- {"field_name":"load","description":"","type_name":"double","counting_mode":"ABSOLUTE","offset":22,"type_size":8},
- {"field_name":"guid","description":"","type_name":"uint16_t","counting_mode":"ABSOLUTE","offset":30,"type_size":2}]}]})";
+    return schema_text(
+        "point 4 x:int16_t@0,2 y:int16_t@2,2;"
+        "move 32 timestamp:timestamp@0,8 name:char@8,1x6 track:point@14,4x2 load:double@22,8 "
+        "guid:uint16_t@30,2");
 }
 
 std::string sample_counters_schema() {

@@ -6,7 +6,7 @@
 namespace vrn::test {
 namespace {
 
-TEST(StringArray, AppendCreatesAndGrows) {
+TEST(StringArray, IsCreatedAndGrows) {
     vrn_string_array_t *raw = nullptr;
     EXPECT_FALSE(vrn_string_array_append(&raw, nullptr));
     EXPECT_EQ(raw, nullptr);
@@ -15,19 +15,13 @@ TEST(StringArray, AppendCreatesAndGrows) {
         expected.push_back(std::to_string(i));
         ASSERT_TRUE(vrn_string_array_append(&raw, expected.back().c_str()));
     }
-    const vrn_string_array_ptr array(raw);
-    EXPECT_EQ(items(raw), expected);
     EXPECT_TRUE(vrn_string_array_contains(raw, "999"));
     EXPECT_FALSE(vrn_string_array_contains(raw, "99 "));
-}
-
-TEST(StringArray, ExtendCopiesBehindWhatIsThere) {
-    vrn_string_array_t *raw = make_array({"a"}).release();
-    const auto other = make_array({"b", "c", "d", "e"});
+    const auto other = make_array(Lines(3000, "x"));
     EXPECT_TRUE(vrn_string_array_extend(&raw, other.get()));
     const vrn_string_array_ptr array(raw);
-    EXPECT_EQ(items(raw), (Lines{"a", "b", "c", "d", "e"}));
-    EXPECT_EQ(items(other.get()), (Lines{"b", "c", "d", "e"}));
+    expected.resize(4000, "x");
+    EXPECT_EQ(items(raw), expected);
 }
 
 TEST(StringArray, CsvItemsArePlainTextBetweenCommas) {

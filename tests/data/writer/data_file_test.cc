@@ -40,21 +40,10 @@ struct Header {
 };
 
 std::string header_bytes(const Header &header) {
-    return ByteBuilder()
-        .text("VRNF")
-        .u8(1)
-        .u8(header.minor)
-        .u16(0)
-        .u64(header.file_size)
-        .field(header.source, 64)
-        .field(header.tag, 16)
-        .u64(header.first_ts)
-        .u64(header.last_ts)
-        .u32(header.block_size)
-        .text(header.schema_ids)
-        .zeros(8)
-        .text("vrnf")
-        .done();
+    ByteBuilder bytes;
+    bytes.text("VRNF").u8(1).u8(header.minor).u16(0).u64(header.file_size);
+    bytes.field(header.source, 64).field(header.tag, 16).u64(header.first_ts).u64(header.last_ts);
+    return bytes.u32(header.block_size).text(header.schema_ids).zeros(8).text("vrnf").done();
 }
 
 class DataFile : public ::testing::Test {

@@ -33,10 +33,9 @@ Lines prefixed(char level, const Lines &texts) {
 TEST(DataPageFilter, DecidesByTagAndThenBySource) {
     const std::string full_tag(16, 't');
     const std::string full_source(64, 's');
+    // clang-format off
     const struct {
-        Settings settings;
-        std::string source;
-        std::string tag;
+        Settings settings; std::string source, tag;
         const char *why;  // skipped; silently when empty, not at all when null
     } cases[] = {
         {{}, "s", "t", nullptr},
@@ -60,6 +59,7 @@ TEST(DataPageFilter, DecidesByTagAndThenBySource) {
         {{"ALL", "*", "s"}, "s", "t", ""},
         {{full_tag, "", full_source}, full_source, full_tag, nullptr},
     };
+    // clang-format on
     const ScopedEnv host("VRN_HOST_NAME", "node1");
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.settings));
@@ -88,19 +88,15 @@ TEST(DataPageFilter, ReportsConflictsAndSettings) {
     const std::string no_tags = "excluded tag filtering enabled - excluded tags: ALL";
     const std::string scope_b = "scope filtering enabled - allowed sources: b*";
     const std::string no_d = "excluded scope filtering enabled - excluded sources: d";
-    const struct {
-        Settings settings;
-        bool accept_all;
-        bool reject_all;
-        Lines errors;
-        Lines config;
-    } cases[] = {
+    // clang-format off
+    const struct { Settings settings; bool accept_all, reject_all; Lines errors, config; } cases[] = {
         {{}, true, false, {}, {all_tags, all_sources}},
         {{"a", "", "b*"}, false, false, {}, {tags_a, scope_b}},
         {{"", "*", "", "d"}, false, true, {}, {all_tags, no_tags, all_sources, no_d}},
         {{"a", "*"}, false, true, {conflict("tags"), found}, {tags_a, no_tags, all_sources}},
         {{"", "", "b*", "d"}, false, false, {conflict("scope"), found}, {all_tags, scope_b, no_d}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.settings));
         CapturedLog log(7);

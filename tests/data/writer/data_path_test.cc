@@ -126,10 +126,9 @@ TEST(DataPath, FormatsWhateverASourceHolds) {
 }
 
 TEST(DataPath, StaysInsideItsRoot) {
+    // clang-format off
     const struct {
-        const char *root;
-        const char *path;
-        const char *confined = nullptr;  // refused
+        const char *root, *path, *confined = nullptr;  // refused
         const char *path_template = "{{source}}";
     } cases[] = {
         {"/root", "/root/a..b/...", "/root/a..b/..."},
@@ -145,6 +144,7 @@ TEST(DataPath, StaysInsideItsRoot) {
         {"/root", "/root/../out/../f", nullptr, "../out/{{source}}"},
         {"/root", "/root/a/../f", "/root/f", "a/{{source}}"},
     };
+    // clang-format on
     for (const auto &test : cases) {
         SCOPED_TRACE(test.path);
         vrn_data_file_t file;

@@ -60,16 +60,13 @@ class DataWriter : public ::testing::Test {
 };
 
 TEST_F(DataWriter, WritesWholeBlocks) {
-    const struct {
-        std::size_t filled;
-        std::size_t area;
-        std::uint32_t block_size;
-        std::size_t written;
-    } cases[] = {
+    // clang-format off
+    const struct { std::size_t filled, area; std::uint32_t block_size; std::size_t written; } cases[] = {
         {1, 1000, 100, 100},   {100, 1000, 100, 100}, {101, 1000, 100, 200}, {1, 1000, 0, 1000},
         {1000, 1000, 0, 1000}, {250, 250, 100, 300},  {5, 5, 5, 5},          {6, 9, 1, 6},
         {5, 9, 100, 100},      {9, 9, 1000, 1000},
     };
+    // clang-format on
     for (const auto &test : cases) {
         SCOPED_TRACE(test.filled);
         TestPage sized(test.area, 0);
@@ -140,21 +137,19 @@ TEST_F(DataWriter, ActsOnTheFirstBlock) {
     const std::string schemas =
         ByteBuilder().text("VRNS").u16(128).u16(7).zeros(8).text("0123").done();
     const std::string no_ids(18, '\0');
+    // clang-format off
     const struct {
-        const char *tag;
-        std::string data;
-        Lines lines;
+        const char *tag; std::string data; Lines lines;
         std::string schema_ids;  // first bytes of the header's counters and event schema ids
     } cases[] = {
         {"counters", "VRND", {}, ByteBuilder().u8(7).zeros(17).done()},
         {"schemas", schemas, {}, ByteBuilder().zeros(16).text("01").done()},
-        {"events",
-         "VRNE",
-         {"4 [data_writer] First data block is VRNE. No schema ids could be extracted."},
-         no_ids},
+        {"events", "VRNE",
+         {"4 [data_writer] First data block is VRNE. No schema ids could be extracted."}, no_ids},
         {"metrics", "CNTX", {"7 [data_writer] First data block is CNTX."}, no_ids},
         {"page", "VRNP", {"7 [data_writer] First data block is VRNP."}, no_ids},
     };
+    // clang-format on
     page.head().schema_id.bytes[0] = 7;
     for (const auto &test : cases) {
         SCOPED_TRACE(test.tag);

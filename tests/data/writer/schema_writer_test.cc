@@ -53,11 +53,9 @@ TEST(SchemaWriter, StoresDocumentsByTheDigestOfTheirCompactText) {
     const std::string with_counters = start + R"("counters_schema":)" + counters;
     const std::string without = start + R"("counters_schema":)" + empty;
     const std::string schemas = R"(,"schemas":[)" + event + " , " + other + "]}";
+    // clang-format off
     const struct {
-        const char *name;
-        std::string document;
-        const char *allow_empty;
-        std::string outcome;
+        const char *name; std::string document; const char *allow_empty; std::string outcome;
         Lines stored;
     } cases[] = {
         {"event schema", ' ' + event + '\n', nullptr, is_event, {event}},
@@ -79,6 +77,7 @@ TEST(SchemaWriter, StoresDocumentsByTheDigestOfTheirCompactText) {
         {"old", R"({"version":"1.3.9","schemas":[{}]})", nullptr, too_old, {}},
         {"no number", R"({"version":"abc","schemas":[{}]})", nullptr, too_old, {}},
     };
+    // clang-format on
     json_set_escape_slashes(1);
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);

@@ -41,10 +41,7 @@ Lines refusal(const std::string &text) {
 }
 
 TEST(ScopeFile, ReadsOneEntryALine) {
-    const struct {
-        std::string content;
-        Lines entries;
-    } cases[] = {
+    const std::pair<std::string, Lines> cases[] = {
         {"", {}},
         {"node1   # the first\n", {"node1"}},
         {"# a\n \t# b\n\n \t\r\n #\n", {}},
@@ -53,14 +50,14 @@ TEST(ScopeFile, ReadsOneEntryALine) {
         {"a\nb\n a\n", {"a", "b"}},
     };
     const TempDir dir;
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.content);
-        const std::string path = dir.write("scope", c.content);
+    for (const auto &[content, expected] : cases) {
+        SCOPED_TRACE(content);
+        const std::string path = dir.write("scope", content);
         CapturedLog log;
         const vrn_string_set entries = vrn_load_scope_file(path);
-        EXPECT_EQ(entries, vrn_string_set(c.entries.begin(), c.entries.end()));
+        EXPECT_EQ(entries, vrn_string_set(expected.begin(), expected.end()));
         EXPECT_EQ(log.take(),
-                  Lines{"6 [data page filter] Loaded " + std::to_string(c.entries.size()) +
+                  Lines{"6 [data page filter] Loaded " + std::to_string(expected.size()) +
                         " scope entries from file: " + path});
     }
     EXPECT_TRUE(vrn_load_scope_file("").empty());
@@ -74,11 +71,8 @@ TEST(ScopeFile, KeepsItsLimitsToTheByte) {
     const std::string full = repeated("#" + std::string(1022, '.') + "\n", 10240);
     const std::string many =
         "4 File has more than 10000 lines, only first 10000 lines were processed: " + path;
-    const struct {
-        const char *name;
-        std::string content;
-        Lines outcome;
-    } cases[] = {
+    // clang-format off
+    const struct { const char *name; std::string content; Lines outcome; } cases[] = {
         {"line of 1024", line, {"1"}},
         {"line of 1025", "x\n" + line + "\r\n",
          refusal("Line 2 exceeds maximum length 1024 characters in file: " + path)},
@@ -91,10 +85,10 @@ TEST(ScopeFile, KeepsItsLimitsToTheByte) {
         {"10485760 bytes", full, {"0", many}},
         {"10485761 bytes", full + "#",
          refusal("File size 10485761 bytes exceeds maximum allowed size 10485760 bytes: " + path)},
-        {"NUL",
-         std::string("a\0b\nc", 5),
+        {"NUL", std::string("a\0b\nc", 5),
          {"1", "4 Skipping entry with null character at line 1 in file: " + path}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         dir.write("scope", c.content);

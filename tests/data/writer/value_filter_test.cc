@@ -8,26 +8,20 @@ namespace vrn::test {
 namespace {
 
 TEST(ValueList, SplitsAtCommasAndDropsEmptyItems) {
-    const struct {
-        const char *text;
-        Lines items;
-    } cases[] = {
+    const std::pair<const char *, Lines> cases[] = {
         {"", {}},
         {"a, b,,", {"a", "b"}},
         {" \ta b\t ,a b", {"a b"}},  // blanks inside stay; repeats fall together
         {", \t,a\r", {"a\r"}},       // only blanks and tabs are trimmed
     };
-    for (const auto &c : cases)
-        EXPECT_THAT(vrn_split_value_list(c.text), testing::UnorderedElementsAreArray(c.items));
+    for (const auto &[text, items] : cases)
+        EXPECT_THAT(vrn_split_value_list(text), testing::UnorderedElementsAreArray(items));
 }
 
 TEST(ValueFilter, ReadsNamesPatternsAndKeywords) {
+    // clang-format off
     const struct {
-        vrn_string_set values;
-        bool allow_self;
-        const char *description;
-        Lines matched;
-        Lines refused;
+        vrn_string_set values; bool allow_self; const char *description; Lines matched, refused;
         const char *why = nullptr;  // SELF is skipped
     } cases[] = {
         {{"node1"}, false, "node1", {"node1"}, {"node10", "Node1", ""}},
@@ -45,6 +39,7 @@ TEST(ValueFilter, ReadsNamesPatternsAndKeywords) {
         {{""}, true, "", {}, {""}},
         {{"*z", "EMPTY", "a*"}, false, "EMPTY, a*, *z", {"", "ab", "yz"}, {"b"}},
     };
+    // clang-format on
     const ScopedEnv host("VRN_HOST_NAME", "host.a");
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.values) + (c.allow_self ? " with SELF" : ""));
