@@ -1,6 +1,7 @@
 // host PAGE DIR TAGS: stores the shared page of a collector below DIR when its tag is one of TAGS.
 #include <cstdlib>
 
+#include <vrn/data/page_snapshot.h>
 #include <vrn/data/shared_page.h>
 #include <vrn/data/writer/data_writer.h>
 #include <vrn/utils/log.h>

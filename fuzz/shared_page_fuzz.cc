@@ -1,5 +1,5 @@
 // Input: what another process left in a shared-memory object. The lines of its snapshot are made.
-#include "data/shared_page.h"
+#include "data/page_snapshot.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

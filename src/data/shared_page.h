@@ -4,7 +4,8 @@
 // - The size of a mapping, the name of its object and whether this process created it are kept
 //   privately per mapping. The header's copies of them decide nothing.
 // - No mapping is made over more bytes than its object has.
-// - A process that reads a page another one writes takes vrn_data_page_snapshot and works on that:
+// - A process that reads a page another one writes takes vrn_data_page_snapshot
+// (data/page_snapshot.h) and works on that:
 //   the kernel does the copying, so a part that the object lost since fails the copy instead of
 //   raising a signal, and the header's sizes are checked against the mapping once, on the copy.
 // A mapping lasts until vrn_data_page_free, also when its creator ends or unlinks the object.
@@ -16,7 +17,7 @@
 
 #include <cstdint>
 
-#include "data/data_page.h"
+#include "data/data_page_header.h"
 
 // Forms the object's name from `memory`, stores it there, and maps it as vrn_allocate_shared_mem
 // does. 0, or -1 after a line.
@@ -44,14 +45,3 @@ void vrn_shared_page_free(vrn_data_page_t *page);
 // Tells that regular memory stands at `page` now, where a mapping may have been that was not ended
 // by vrn_data_page_free.
 void vrn_shared_page_forget(const vrn_data_page_t *page);
-
-// A private regular page with the bytes that shared `page` holds at present: `page_size` is within
-// the mapping and `filled_bytes` between the header's size and `page_size`. Ends with
-// vrn_data_page_free. Null after one line when the header or the object does not allow it, and
-// when `page` is not shared.
-[[nodiscard]] vrn_data_page_t *vrn_data_page_snapshot(const vrn_data_page_t *page);
-
-// Puts what regular `page` holds into the page at `shared`, which keeps its name and its creator:
-// first the data, then the header that tells of it. False after one line when the mapping has not
-// the room or the object has lost its bytes.
-[[nodiscard]] bool vrn_data_page_publish(const vrn_data_page_t *page, vrn_data_page_t *shared);

@@ -1,4 +1,5 @@
 #include "data/shared_page.h"
+#include "data/page_snapshot.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -36,7 +36,7 @@ std::string random_metadata(RandomSource &source, const vrn_counters_schema_t *s
         if (!source.one_in(9)) {
             text.key("pattern_match");
             text.append("[");
-            text.escaped(name());
+            append_json_string(name(), &text);
             text.append(R"(,"other"])");
         }
         text.key("labels");
@@ -49,7 +49,7 @@ std::string random_metadata(RandomSource &source, const vrn_counters_schema_t *s
                 if (source.one_in(5)) {
                     odd();
                 } else {
-                    text.escaped(source.text());
+                    append_json_string(source.text(), &text);
                 }
             }
             text.end_object();

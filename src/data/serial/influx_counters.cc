@@ -5,9 +5,7 @@
 #include "counters/counter_row.h"
 #include "counters/counter_value.h"
 #include "data/block.h"
-#include "data/serial/influx_serializer.h"
 #include "data/serial/influx_text.h"
-#include "utils/log.h"
 
 namespace vrn::data {
 
@@ -82,59 +80,6 @@ void InfluxCountersLine::write(Bytes block, std::uint64_t max_size, TextBuffer *
         if (text->size() - fields_start > max_size) break;
     }
     influx_write_time(text, CounterRow(block).read<vrn_data_block_t>(0).timestamp);
-}
-
-InfluxCountersLine InfluxSerializer::prepare_line(const vrn_influx_line_record_t &record) const {
-    InfluxCountersLine line(line_start(record.measurement, record.tags));
-    for (const vrn_influx_field_t &field : record.fields)
-        line.add_field(influx_escape(field.key, tag_escapes_), field.slot, field.counter);
-    return line;
-}
-
-std::string InfluxSerializer::counters_record_line(const vrn_influx_line_record_t &record,
-                                                   Bytes block) const {
-    TextBuffer text;
-    prepare_line(record).write(block, UINT64_MAX, &text);
-    return std::string(text.view());
-}
-
-std::string InfluxSerializer::counter_value_text(Bytes data,
-                                                 const vrn_counter_info_t *counter) const {
-    TextBuffer text;
-    influx_write_counter(data, *counter, &text);
-    return std::string(text.view());
-}
-
-std::vector<std::string> InfluxSerializer::group_lines(const Tags &tags,
-                                                       const vrn_counter_group_t *group,
-                                                       Bytes block) const {
-    // An empty measurement would be no line.
-    const bool is_named = group->name && *group->name != '\0';
-    vrn_influx_line_record_t record = {.measurement = is_named ? group->name : "counters",
-                                       .tags = tags,
-                                       .prefix = "",
-                                       .fields = {}};
-    std::vector<std::string> lines;
-    if (group->num_counters == 0) return lines;
-    const char *granularity = vrn_counter_group_granularity_name(group);
-    std::uint64_t room = influx_text_limit(block.size());
-    for (std::uint64_t set = 0; set < group->num_counter_sets; ++set) {
-        if (group->num_counter_sets > 1) record.tags[granularity] = std::to_string(set);
-        record.fields.clear();
-        for (std::uint64_t i = 0; i < group->num_counters; ++i)
-            record.fields.push_back({.key = group->counters[i]->name,
-                                     .slot = set * group->num_counters + i,
-                                     .counter = group->counters[i]});
-        TextBuffer text;
-        prepare_line(record).write(block, room, &text);
-        if (text.size() > room) {
-            VRN_LOG(VRN_LOG_ERROR, "Lines of a counter group take too much memory");
-            break;
-        }
-        room -= text.size();
-        lines.emplace_back(text.view());
-    }
-    return lines;
 }
 
 }  // namespace vrn::data

@@ -8,15 +8,12 @@
 
 #include "data/schema/builtin_types.h"
 #include "data/serial/event_walk.h"
-#include "data/serial/influx_serializer.h"
 #include "data/serial/influx_text.h"
 #include "data/text/printable.h"
 
 namespace vrn::data {
 
 namespace {
-
-constexpr const char *too_long = "the fields of an event take too much memory";
 
 bool is_character(const vrn_type_definition_t &type) {
     return type.builtin_id == VRN_BUILTIN_CHAR || type.builtin_id == VRN_BUILTIN_UCHAR;
@@ -60,7 +57,8 @@ class FieldWriter {
     }
 
     void add_key(std::string_view name) {
-        if (text_.size() - start_ > max_size_) throw std::length_error(too_long);
+        if (text_.size() - start_ > max_size_)
+            throw std::length_error("the fields of an event take too much memory");
         char *out = text_.reserve(prefix_.size() + name.size() + 3);
         if (text_.size() > start_) *out++ = ',';
         if (!prefix_.empty()) {
@@ -141,33 +139,10 @@ bool influx_write_event_line(std::string_view start, const vrn_type_definition_t
     return true;
 }
 
-std::string InfluxSerializer::event_fields(const vrn_type_definition_t *type,
-                                           const void *record) const {
-    TextBuffer text;
-    if (!vrn_influx_write_event(type, record, &text)) throw std::length_error(too_long);
-    return std::string(text.view());
-}
-
-std::string InfluxSerializer::event_line(const Tags &tags, const vrn_type_definition_t *type,
-                                         const void *record, std::uint64_t timestamp) const {
-    TextBuffer text;
-    if (!influx_write_event_line(line_start(type->name, tags), type, record, timestamp,
-                                 influx_text_limit(type->size), &text))
-        throw std::length_error(too_long);
-    return std::string(text.view());
-}
-
 }  // namespace vrn::data
 
 bool vrn_influx_write_event(const vrn_type_definition_t *type, const void *record,
                             vrn::TextBuffer *text) {
     return vrn::data::influx_write_event_fields(type, record,
                                                 vrn::data::influx_text_limit(type->size), text);
-}
-
-char *vrn_influx_serialize_event(const vrn_type_definition_t *type, const void *record) {
-    vrn::TextBuffer text;
-    if (!vrn_influx_write_event(type, record, &text)) return nullptr;
-    text.append('\0');
-    return strdup(text.view().data());
 }

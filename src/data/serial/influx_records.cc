@@ -1,10 +1,11 @@
-// The counters of a schema sorted into lines.
+#include "data/serial/influx_records.h"
+
 #include <cctype>
 #include <iterator>
 #include <utility>
 
 #include "data/selection/name_tables.h"
-#include "data/serial/influx_serializer.h"
+#include "utils/byte_reader.h"
 
 namespace vrn::data {
 
@@ -150,8 +151,9 @@ class RecordSorter {
 
 }  // namespace
 
-std::vector<vrn_influx_line_record_t> InfluxSerializer::counters_records(
-    const Tags &tags, const vrn_data_page_t &page, const vrn_counters_schema_t *schema) const {
+std::vector<vrn_influx_line_record_t> influx_counters_records(const Tags &tags,
+                                                              const vrn_data_page_t &page,
+                                                              const vrn_counters_schema_t *schema) {
     return RecordSorter(tags, page, schema).sort();
 }
 

@@ -15,6 +15,8 @@ namespace vrn::data {
 
 namespace {
 
+constexpr char too_long[] = "the fields of an event take too much memory";
+
 // Walks the blocks of one page. What lies beyond its bytes reads as zeros.
 class PageWalk {
   public:
@@ -151,4 +153,85 @@ std::string InfluxSerializer::line_start(std::string_view measurement, const Tag
     return start;
 }
 
+std::string InfluxSerializer::event_fields(const vrn_type_definition_t *type,
+                                           const void *record) const {
+    TextBuffer text;
+    if (!vrn_influx_write_event(type, record, &text)) throw std::length_error(too_long);
+    return std::string(text.view());
+}
+
+std::string InfluxSerializer::event_line(const Tags &tags, const vrn_type_definition_t *type,
+                                         const void *record, std::uint64_t timestamp) const {
+    TextBuffer text;
+    if (!influx_write_event_line(line_start(type->name, tags), type, record, timestamp,
+                                 influx_text_limit(type->size), &text))
+        throw std::length_error(too_long);
+    return std::string(text.view());
+}
+
+std::vector<vrn_influx_line_record_t> InfluxSerializer::counters_records(
+    const Tags &tags, const vrn_data_page_t &page, const vrn_counters_schema_t *schema) const {
+    return influx_counters_records(tags, page, schema);
+}
+
+InfluxCountersLine InfluxSerializer::prepare_line(const vrn_influx_line_record_t &record) const {
+    InfluxCountersLine line(line_start(record.measurement, record.tags));
+    for (const vrn_influx_field_t &field : record.fields)
+        line.add_field(influx_escape(field.key, tag_escapes_), field.slot, field.counter);
+    return line;
+}
+
+std::string InfluxSerializer::counters_record_line(const vrn_influx_line_record_t &record,
+                                                   Bytes block) const {
+    TextBuffer text;
+    prepare_line(record).write(block, UINT64_MAX, &text);
+    return std::string(text.view());
+}
+
+std::string InfluxSerializer::counter_value_text(Bytes data,
+                                                 const vrn_counter_info_t *counter) const {
+    TextBuffer text;
+    influx_write_counter(data, *counter, &text);
+    return std::string(text.view());
+}
+
+std::vector<std::string> InfluxSerializer::group_lines(const Tags &tags,
+                                                       const vrn_counter_group_t *group,
+                                                       Bytes block) const {
+    // An empty measurement would be no line.
+    const bool is_named = group->name && *group->name != '\0';
+    vrn_influx_line_record_t record = {.measurement = is_named ? group->name : "counters",
+                                       .tags = tags,
+                                       .prefix = "",
+                                       .fields = {}};
+    std::vector<std::string> lines;
+    if (group->num_counters == 0) return lines;
+    const char *granularity = vrn_counter_group_granularity_name(group);
+    std::uint64_t room = influx_text_limit(block.size());
+    for (std::uint64_t set = 0; set < group->num_counter_sets; ++set) {
+        if (group->num_counter_sets > 1) record.tags[granularity] = std::to_string(set);
+        record.fields.clear();
+        for (std::uint64_t i = 0; i < group->num_counters; ++i)
+            record.fields.push_back({.key = group->counters[i]->name,
+                                     .slot = set * group->num_counters + i,
+                                     .counter = group->counters[i]});
+        TextBuffer text;
+        prepare_line(record).write(block, room, &text);
+        if (text.size() > room) {
+            VRN_LOG(VRN_LOG_ERROR, "Lines of a counter group take too much memory");
+            break;
+        }
+        room -= text.size();
+        lines.emplace_back(text.view());
+    }
+    return lines;
+}
+
 }  // namespace vrn::data
+
+char *vrn_influx_serialize_event(const vrn_type_definition_t *type, const void *record) {
+    vrn::TextBuffer text;
+    if (!vrn_influx_write_event(type, record, &text)) return nullptr;
+    text.append('\0');
+    return strdup(text.view().data());
+}

@@ -9,23 +9,9 @@
 #include "counters/counters_schema.h"
 #include "data/schema/type_definition.h"
 #include "data/serial/influx_counters.h"
+#include "data/serial/influx_records.h"
 #include "data/serial/serializer.h"
 #include "utils/byte_reader.h"
-
-// A counter of a line. Values are looked up by slot: the 8-byte places of a row, counted from 0.
-struct vrn_influx_field_t {
-    std::string key;
-    std::uint64_t slot;
-    const vrn_counter_info_t *counter;  // borrowed from the counters schema
-};
-
-// One future line of counters that measure the same thing.
-struct vrn_influx_line_record_t {
-    std::string measurement;
-    vrn::data::Tags tags;
-    std::string prefix;  // of the counter names that belong here; empty for node and CPU records
-    std::vector<vrn_influx_field_t> fields;
-};
 
 // Field list of one event record of `type->size` bytes, without measurement, tags or time; empty
 // for a type without fields. The caller frees the text; null or std::bad_alloc: out of memory.

@@ -5,20 +5,20 @@
 #include <new>
 
 #include "data/text/guid_name.h"
-#include "data/text/json_text.h"
+#include "data/text/json_string.h"
 
 namespace {
 
 bool set_key(vrn_json_name_t *name, const char *text) {
-    const std::string key =
-        vrn::JsonText(vrn::JsonLayout::compact).piece(0, [text](vrn::JsonText &piece) {
-            piece.key(text);
-        });
+    vrn::TextBuffer key;
+    key.append(',');
+    vrn::append_json_string(text, &key);
+    key.append(':');
     name->key_size = key.size();
     // One step more than the key ends in, for copies that begin after the comma.
     const std::size_t steps = name->key_size / VRN_JSON_KEY_STEP + 2;
     name->key = static_cast<char *>(std::calloc(steps, VRN_JSON_KEY_STEP));
-    if (name->key) std::ranges::copy(key, name->key);
+    if (name->key) std::ranges::copy(key.view(), name->key);
     return name->key != nullptr;
 }
 

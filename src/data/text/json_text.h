@@ -13,6 +13,7 @@
 
 #include "data/text/digits.h"
 #include "data/text/json_name.h"
+#include "data/text/json_string.h"
 #include "data/text/text_buffer.h"
 
 namespace vrn {
@@ -109,10 +110,8 @@ class JsonText : public TextBuffer {
     // "0x" and 16 digits, in quotes.
     void hex(std::uint64_t value);
     // False, with nothing written, when `text` isn't UTF-8.
-    bool string(std::string_view text);
+    bool string(std::string_view text) { return append_checked_json_string(text, this); }
 
-    // A string that isn't checked to be UTF-8, as the names of members.
-    void escaped(std::string_view text);
     // A whole parson value; false when parson can't print it.
     bool tree(const JSON_Value *value);
 

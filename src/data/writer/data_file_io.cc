@@ -9,7 +9,7 @@
 #include <cstring>
 #include <optional>
 
-#include "data/writer/data_file.h"
+#include "data/writer/data_file_state.h"
 #include "utils/descriptor.h"
 #include "utils/file_lock.h"
 #include "utils/log.h"
@@ -211,7 +211,8 @@ void cut_back(const vrn_data_file_t *file, std::uint64_t bytes) {
 
 // The header's failures belong to the same stretch, so they are still told. Always 0.
 std::uint64_t give_up_file(vrn_data_file_t *file) {
-    vrn_data_file_finish(file);
+    vrn_data_file_update_header(file);
+    file->path.clear();
     file->last_write_ok = false;
     return 0;
 }

@@ -11,7 +11,8 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "data/writer/data_file.h"
+#include "data/writer/data_file_state.h"
+#include "utils/byte_reader.h"
 #include "utils/log.h"
 #include "utils/string_template.h"
 

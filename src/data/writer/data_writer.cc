@@ -8,10 +8,10 @@
 #include <utility>
 
 #include "data/block.h"
+#include "data/page_snapshot.h"
 #include "data/shared_page.h"
 #include "data/writer/data_file_io.h"
 #include "data/writer/data_path.h"
-#include "data/writer/data_writer_limit.h"
 #include "utils/hexdump.h"
 #include "utils/log.h"
 #include "utils/rollback.h"
@@ -204,11 +204,13 @@ void update_nodeinfo(vrn_data_writer_t *writer, const vrn_data_file_t *file,
 void note_written(vrn_data_writer_t *writer, const vrn_data_file_t *file, bool rotated, bool was_ok,
                   std::uint64_t bytes) {
     if (rotated && !file->path.empty())
-        vrn_data_writer_note_file(writer, file->path);
+        vrn_written_files_add(&writer->written, file->path);
     else if (rotated && was_ok)  // told once per stretch of failures
         VRN_LOG(VRN_LOG_ERROR, "[data_writer] Failed to get file path after rotation");
     // Booked to the newest file, whichever received them: exact in sum, rough for one file.
-    vrn_data_writer_note_bytes(writer, bytes);
+    if (vrn_written_files_count(&writer->written, bytes))
+        vrn_written_files_enforce_limit(&writer->written, writer->data_size_limit,
+                                        writer->file_size_limit);
 }
 
 bool store_blocks(vrn_data_writer_t *writer, vrn_data_file_t *file, const vrn_data_page_t *page) {

@@ -10,29 +10,23 @@
 #include <map>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "data/data_page.h"
 #include "data/writer/data_file.h"
 #include "data/writer/data_page_filter.h"
+#include "data/writer/data_writer_limit.h"
 #include "data/writer/node_info.h"
 #include "utils/c_ptr.h"
 #include "utils/client_id.h"
-
-struct vrn_written_file_t {
-    std::string path;
-    std::uint64_t size;  // bytes of data, approximate when there are several streams
-};
 
 // Used from one thread, through the functions below.
 struct vrn_data_writer_t {
     vrn_client_id_t client_id{};
     std::map<std::pair<std::string, std::string>, vrn_data_file_t> files;  // by source and tag
-    std::vector<vrn_written_file_t> written_files;  // oldest first, since a limit was set
-    std::uint64_t total_size = 0;                   // sum of the sizes in `written_files`
-    std::uint64_t data_size_limit = 0;              // bytes; 0: no limit
-    std::uint64_t file_size_limit = 134'217'728;    // bytes
-    std::uint64_t file_age_limit = 1'800'000'000;   // microseconds
+    vrn_written_files_t written;
+    std::uint64_t data_size_limit = 0;             // bytes; 0: no limit
+    std::uint64_t file_size_limit = 134'217'728;   // bytes
+    std::uint64_t file_age_limit = 1'800'000'000;  // microseconds
     std::string data_dir;
     std::string counters_path_template;  // of files of counters data blocks
     std::string data_path_template;      // of all other files

@@ -3,7 +3,6 @@
 #include <boost/filesystem.hpp>
 #include <utility>
 
-#include "data/writer/data_writer.h"
 #include "utils/log.h"
 
 namespace fs = boost::filesystem;
@@ -26,32 +25,34 @@ bool remove_file(const std::string &path) {
 
 }  // namespace
 
-void vrn_data_writer_note_file(vrn_data_writer_t *writer, const std::string &path) {
+void vrn_written_files_add(vrn_written_files_t *written, const std::string &path) {
     // Files from before this run, or from before the limit was set, are never removed.
-    writer->written_files.push_back({path, 0});
+    written->files.push_back({path, 0});
 }
 
-void vrn_data_writer_note_bytes(vrn_data_writer_t *writer, std::uint64_t bytes) {
-    if (writer->written_files.empty()) return;
-    writer->written_files.back().size += bytes;
-    writer->total_size += bytes;
-    vrn_data_writer_enforce_limit(writer);
+bool vrn_written_files_count(vrn_written_files_t *written, std::uint64_t bytes) {
+    if (written->files.empty()) return false;
+    written->files.back().size += bytes;
+    written->total_size += bytes;
+    return true;
 }
 
-void vrn_data_writer_enforce_limit(vrn_data_writer_t *writer) {
-    if (writer->data_size_limit == 0) {
+void vrn_written_files_enforce_limit(vrn_written_files_t *written, std::uint64_t data_size_limit,
+                                     std::uint64_t file_size_limit) {
+    if (data_size_limit == 0) {
         VRN_LOG(VRN_LOG_ERROR, "[data_writer] Cannot enforce data size limit, limit unset.");
         return;
     }
-    if (writer->total_size <= writer->data_size_limit) return;
-    auto &files = writer->written_files;
+    if (written->total_size <= data_size_limit) return;
+    auto &files = written->files;
     while (!files.empty()) {
         // An entry that can't be removed stays without its path, so that it is given up next time.
         const std::string path = std::exchange(files.front().path, {});
         if (!remove_file(path)) return;
-        writer->total_size -= files.front().size;
+        written->total_size -= files.front().size;
         files.erase(files.begin());
         // Down to room for one more file, which may take the one that is being written, too.
-        if (writer->total_size + writer->file_size_limit <= writer->data_size_limit) return;
+        // Deliberately without care for overflow.
+        if (written->total_size + file_size_limit <= data_size_limit) return;
     }
 }

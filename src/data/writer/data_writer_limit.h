@@ -3,15 +3,27 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-struct vrn_data_writer_t;
+struct vrn_written_file_t {
+    std::string path;
+    std::uint64_t size;  // bytes of data, approximate when there are several streams
+};
+
+// What was written since a limit was set.
+struct vrn_written_files_t {
+    std::vector<vrn_written_file_t> files;  // oldest first
+    std::uint64_t total_size = 0;           // sum of their sizes
+};
 
 // Counts the file at `path` as the newest one written.
-void vrn_data_writer_note_file(vrn_data_writer_t *writer, const std::string &path);
+void vrn_written_files_add(vrn_written_files_t *written, const std::string &path);
 
-// Counts `bytes` into the newest file, whichever received them, and enforces the limit.
-void vrn_data_writer_note_bytes(vrn_data_writer_t *writer, std::uint64_t bytes);
+// Counts `bytes` into the newest file, whichever received them. False when there is none.
+bool vrn_written_files_count(vrn_written_files_t *written, std::uint64_t bytes);
 
-// Once the total is above the limit, removes the oldest files until one more whole file has room.
-// A file that can't be removed ends this after a line; the next call tries it again.
-void vrn_data_writer_enforce_limit(vrn_data_writer_t *writer);
+// Once the total is above `data_size_limit`, removes the oldest files until one more file of
+// `file_size_limit` bytes has room. A file that can't be removed ends this after a line; the next
+// call gives it up. A limit of 0 is none, and an error line.
+void vrn_written_files_enforce_limit(vrn_written_files_t *written, std::uint64_t data_size_limit,
+                                     std::uint64_t file_size_limit);

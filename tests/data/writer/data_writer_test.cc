@@ -5,7 +5,6 @@
 #include <boost/filesystem.hpp>
 #include <functional>
 
-#include "data/writer/data_writer_limit.h"
 #include "support/data_tree.h"
 #include "support/file_limit.h"
 #include "support/test.h"
@@ -285,8 +284,12 @@ class DataWriterLimit : public DataWriter {
     }
     std::string path(std::uint64_t time) const { return dir.file(std::to_string(time)); }
     void keep(const std::string &path_of_file, std::uint64_t size) {
-        writer->written_files.push_back({path_of_file, size});
-        writer->total_size += size;
+        writer->written.files.push_back({path_of_file, size});
+        writer->written.total_size += size;
+    }
+    void enforce_limit() {
+        vrn_written_files_enforce_limit(&writer->written, writer->data_size_limit,
+                                        writer->file_size_limit);
     }
 };
 
@@ -310,11 +313,11 @@ TEST_F(DataWriterLimit, RemovesTheOldestFiles) {
     EXPECT_TRUE(vrn_data_writer_set_data_size_limit(writer.get(), 1000));
     vrn_data_file_finish(&writer->files.begin()->second);
     for (int i = 0; i < 10; ++i) EXPECT_TRUE(write_at(start + i));
-    EXPECT_EQ(writer->total_size, 1000U);
+    EXPECT_EQ(writer->written.total_size, 1000U);
     EXPECT_THAT(data_files_of(dir.path()), SizeIs(6));
     EXPECT_TRUE(write_at(start + 10));
     // 1100 bytes are above the limit; 500 leave room for one more file.
-    EXPECT_EQ(writer->total_size, 500U);
+    EXPECT_EQ(writer->written.total_size, 500U);
     EXPECT_THAT(data_files_of(dir.path()),
                 ElementsAre(path(start - 9), path(start + 6), path(start + 8), path(start + 10)));
 }
@@ -325,7 +328,7 @@ TEST_F(DataWriterLimit, RemovesTheFileBeingWrittenWhenItIsTheLast) {
     EXPECT_TRUE(vrn_data_writer_set_data_size_limit(writer.get(), 357));
     for (int i = 0; i < 4; ++i) EXPECT_TRUE(write_at(start));  // one time, one file
     EXPECT_THAT(data_files_of(dir.path()), IsEmpty());
-    EXPECT_EQ(writer->total_size, 0U);
+    EXPECT_EQ(writer->written.total_size, 0U);
     EXPECT_TRUE(write_at(start));
     EXPECT_THAT(data_files_of(dir.path()), ElementsAre(path(start)));
     EXPECT_THAT(log.take(), IsEmpty());
@@ -351,30 +354,30 @@ TEST_F(DataWriterLimit, CountsIntoTheNewestFile) {
     EXPECT_TRUE(write_at(start, "a"));
     EXPECT_TRUE(write_at(start, "b"));
     EXPECT_TRUE(write_at(start + 1, "a"));
-    ASSERT_THAT(writer->written_files, SizeIs(2));
-    EXPECT_EQ(writer->written_files[0].path, dir.file("a_" + std::to_string(start)));
-    EXPECT_EQ(writer->written_files[0].size, 100U);
-    EXPECT_EQ(writer->written_files[1].size, 200U);
-    EXPECT_EQ(writer->total_size, 300U);
+    ASSERT_THAT(writer->written.files, SizeIs(2));
+    EXPECT_EQ(writer->written.files[0].path, dir.file("a_" + std::to_string(start)));
+    EXPECT_EQ(writer->written.files[0].size, 100U);
+    EXPECT_EQ(writer->written.files[1].size, 200U);
+    EXPECT_EQ(writer->written.total_size, 300U);
 }
 
 TEST_F(DataWriterLimit, ComparesWithoutASign) {
     writer->file_size_limit = UINT64_MAX - 50;
     writer->data_size_limit = UINT64_MAX;
     keep(dir.write("a", ""), 60);
-    vrn_data_writer_enforce_limit(writer.get());
-    EXPECT_THAT(writer->written_files, SizeIs(1));
+    enforce_limit();
+    EXPECT_THAT(writer->written.files, SizeIs(1));
     // The sum with the limit of a file wraps: 60 bytes count as few enough.
     writer->data_size_limit = 80;
     keep(dir.write("b", ""), 60);
-    vrn_data_writer_enforce_limit(writer.get());
-    EXPECT_EQ(writer->total_size, 60U);
+    enforce_limit();
+    EXPECT_EQ(writer->written.total_size, 60U);
     EXPECT_THAT(data_files_of(dir.path()), ElementsAre(dir.file("b")));
 }
 
 TEST_F(DataWriterLimit, GoesOnBehindFilesThatAreGoneAndStopsAtOneThatStays) {
     CapturedLog log;
-    vrn_data_writer_enforce_limit(writer.get());
+    enforce_limit();
     EXPECT_THAT(log.take(),
                 ElementsAre("3 [data_writer] Cannot enforce data size limit, limit unset."));
     writer->file_size_limit = 10;
@@ -383,15 +386,15 @@ TEST_F(DataWriterLimit, GoesOnBehindFilesThatAreGoneAndStopsAtOneThatStays) {
     keep(dir.file("gone"), 60);
     keep(dir.file("full"), 100);  // a folder that isn't empty
     keep(dir.write("b", ""), 60);
-    vrn_data_writer_enforce_limit(writer.get());
+    enforce_limit();
     EXPECT_THAT(log.take(), ElementsAre("3 [data_writer] File doesn't exist: " + dir.file("gone"),
                                         StartsWith("3 [data_writer] Failed to remove file: ")));
-    EXPECT_EQ(writer->total_size, 160U);
+    EXPECT_EQ(writer->written.total_size, 160U);
     // It is given up the next time.
-    vrn_data_writer_enforce_limit(writer.get());
+    enforce_limit();
     EXPECT_THAT(log.take(), ElementsAre("3 [data_writer] File doesn't exist: "));
     EXPECT_THAT(files_on_disk(), ElementsAre("b", "full/a"));
-    EXPECT_EQ(writer->total_size, 60U);
+    EXPECT_EQ(writer->written.total_size, 60U);
 }
 
 }  // namespace

@@ -1,0 +1,100 @@
+#include "data/text/json_string.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+#include "data/text/utf8.h"
+
+namespace vrn {
+namespace {
+
+constexpr std::size_t max_escape_size = 6;
+// For each byte the letter after its backslash, 'u' for four hexadecimal digits, 0 for none.
+constexpr std::array<char, 256> make_escapes() {
+    std::array<char, 256> escapes{};
+    std::fill_n(escapes.begin(), 0x20, 'u');
+    escapes['\b'] = 'b';
+    escapes['\f'] = 'f';
+    escapes['\n'] = 'n';
+    escapes['\r'] = 'r';
+    escapes['\t'] = 't';
+    escapes['"'] = '"';
+    escapes['\\'] = '\\';
+    return escapes;
+}
+
+constexpr std::array<char, 256> escapes = make_escapes();
+constexpr char hex_digits[] = "0123456789abcdef";
+
+char *write_escape(char *out, unsigned char byte, char letter) {
+    *out++ = '\\';
+    *out++ = letter;
+    if (letter != 'u') return out;
+    *out++ = '0';
+    *out++ = '0';
+    *out++ = hex_digits[byte >> 4];
+    *out++ = hex_digits[byte & 15];
+    return out;
+}
+
+// Eight bytes. False also for some words of nothing but plain ASCII.
+bool is_plain_word(std::uint64_t word) {
+    constexpr std::uint64_t ones = 0x0101010101010101;
+    const std::uint64_t quotes = (word ^ ones * '"') - ones;
+    const std::uint64_t backslashes = (word ^ ones * '\\') - ones;
+    const std::uint64_t controls = word - ones * ' ';
+    return ((word | quotes | backslashes | controls) & ones * 0x80) == 0;
+}
+
+std::uint64_t word_at(const char *text) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text, sizeof word);
+    return word;
+}
+
+// Copies whole words for as long as they need no second look.
+char *write_plain_words(char *out, std::string_view *text) {
+    for (; text->size() >= 8 && is_plain_word(word_at(text->data())); text->remove_prefix(8)) {
+        std::memcpy(out, text->data(), 8);
+        out += 8;
+    }
+    return out;
+}
+
+char *write_escaped(char *out, std::string_view text) {
+    out = write_plain_words(out, &text);
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (escapes[byte] == 0)
+            *out++ = character;
+        else
+            out = write_escape(out, byte, escapes[byte]);
+    }
+    return out;
+}
+
+}  // namespace
+
+void append_json_string(std::string_view text, TextBuffer *to) {
+    char *out = to->reserve(text.size() * max_escape_size + 2);
+    *out++ = '"';
+    out = write_escaped(out, text);
+    *out++ = '"';
+    to->advance_to(out);
+}
+
+bool append_checked_json_string(std::string_view text, TextBuffer *to) {
+    char *out = to->reserve(text.size() * max_escape_size + 2);
+    *out++ = '"';
+    std::string_view rest = text;
+    out = write_plain_words(out, &rest);
+    if (!is_ascii(rest) && !is_utf8(text)) return false;
+    out = write_escaped(out, rest);
+    *out++ = '"';
+    to->advance_to(out);
+    return true;
+}
+
+}  // namespace vrn
