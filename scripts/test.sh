@@ -15,6 +15,10 @@ sources | xargs clang-format --dry-run --Werror
 echo "== lint of the chart page's scripts and of node scripts"
 npm run --silent lint
 
+echo "== layers, and the tour through them"
+node scripts/check-layers.mjs
+node scripts/check-tour.mjs
+
 echo "== build"
 for preset in release asan tsan; do
     cmake --preset "$preset" -DVRN_WERROR=ON >/dev/null
