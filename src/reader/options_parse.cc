@@ -1,7 +1,6 @@
 #include "reader/options_parse.h"
 
 #include <getopt.h>
-#include <libgen.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,7 +10,7 @@
 
 #include "reader/data_dir.h"
 #include "reader/output_format.h"
-#include "utils/c_ptr.h"
+#include "scan/schema_folder.h"
 #include "utils/log.h"
 #include "utils/parse_number.h"
 #include "vrn_version.h"
@@ -19,7 +18,6 @@
 namespace {
 
 constexpr int max_verbosity = 7;
-constexpr int schema_search_levels = 5;
 
 // The letters lack 'o' and 'C' and have a 'c' that does nothing: both are kept on purpose.
 constexpr char short_options[] = "hVv:s:g:l:i:e:f:pd:S::c:F:IuM";
@@ -178,10 +176,11 @@ bool default_type_names(vrn_reader_options_t *options) {
 bool find_schema_path(vrn_reader_options_t *options) {
     if (exists(options->schema_path) || options->data_files->count == 0) return true;
     const char *first = options->data_files->strings[0];
-    char *found = vrn_reader_find_schema_dir(first, "schema", schema_search_levels);
+    char *found = vrn_reader_find_schema_dir(first, vrn::scan::schema_folder_name,
+                                             vrn::scan::schema_search_levels);
     if (!found) {
         std::fprintf(stderr, "Schema folder not found within %d levels of %s\n",
-                     schema_search_levels, first);
+                     vrn::scan::schema_search_levels, first);
         return false;
     }
     std::free(options->schema_path);
@@ -265,17 +264,4 @@ bool vrn_reader_print_usage() {
     if (has_defaults) print_usage_with_defaults(&defaults);
     vrn_reader_options_clear(&defaults);
     return has_defaults;
-}
-
-char *vrn_reader_find_schema_dir(const char *path, const char *name, int levels) {
-    const vrn::CString copy(strdup(path));
-    if (!copy) return nullptr;
-    const char *folder = dirname(copy.get());
-    for (int tries = 0; tries < levels && std::strcmp(folder, "/") != 0; ++tries) {
-        char candidate[4096];
-        std::snprintf(candidate, sizeof candidate, "%s/%s", folder, name);
-        if (exists(candidate)) return strdup(candidate);
-        folder = dirname(const_cast<char *>(folder));  // in place, within our copy
-    }
-    return nullptr;
 }

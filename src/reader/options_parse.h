@@ -9,7 +9,3 @@ bool vrn_reader_options_parse(vrn_reader_options_t *options, int argc, char **ar
 
 // Help text on standard output. False: out of memory, and nothing is printed.
 bool vrn_reader_print_usage();
-
-// Folder `name` beside the file at `path` or above it, within `levels` folders; the root itself is
-// never tried. Freed by the caller; null when not found.
-char *vrn_reader_find_schema_dir(const char *path, const char *name, int levels);

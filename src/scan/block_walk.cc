@@ -104,6 +104,7 @@ class EventRun {
         vrn_schema_id_t ids[VRN_SCHEMAS_BLOCK_MAX_IDS];
         std::copy_n(rest.bytes.data() + sizeof header, sizeof ids, &ids[0].bytes[0]);
         *advance = std::max<std::size_t>(header.size, VRN_MAGIC_SIZE);
+        visitor_->schemas_block({VRN_SCHEMAS_BLOCK, rest.bytes, rest.place});
         // Later blocks may be of the schemas that are there.
         if (!schemas_->use(ids, header.num_schema_ids))
             return visitor_->fault(make_fault(FaultKind::schemas_missing, rest.place, rest.bytes,

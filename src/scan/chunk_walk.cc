@@ -121,16 +121,18 @@ Next ChunkWalk::walk_page(const CompressedPage &page) {
 }
 
 Next ChunkWalk::walk_payload(const CompressedPage &page, Bytes payload) {
+    visitor_->decoded(page, payload);
     if (payload.empty()) return Next::block;
     const std::size_t unit = unit_size(payload);
     Place place = page.place;
     place.is_in_page = true;
-    // A tail shorter than a unit is dropped.
-    for (Bytes rest = payload; rest.size() >= unit; rest = rest.subspan(unit)) {
+    Bytes rest = payload;
+    for (; rest.size() >= unit; rest = rest.subspan(unit)) {
         const Next next = blocks_.walk({rest.first(unit), rest, place});
         if (next > Next::run) return next;
         place.in_page += unit;
     }
+    visitor_->page_tail({VRN_COUNTERS_BLOCK, rest, place});
     return Next::block;
 }
 

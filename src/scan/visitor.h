@@ -74,11 +74,17 @@ class Visitor {
     virtual void header(const vrn_data_file_header_t & /*header*/) {}
     // Header and schemas are there; false leaves the blocks out, which is no failure.
     virtual bool begin() { return true; }
+    // A schemas block whose sizes hold.
+    virtual void schemas_block(const PlainBlock & /*block*/) {}
     // What events and counters are decoded by from now on.
     virtual void schemas(const std::shared_ptr<const LoadedSchemas> & /*schemas*/) {}
 
     virtual PageUse page(const CompressedPage & /*page*/) { return PageUse::blocks; }
     virtual Next payload(const CompressedPage & /*page*/, Bytes /*bytes*/) { return Next::block; }
+    // The blocks in `bytes`, which are all of the page, come next.
+    virtual void decoded(const CompressedPage & /*page*/, Bytes /*bytes*/) {}
+    // What is too short for another block of a page; may be empty.
+    virtual void page_tail(const PlainBlock & /*rest*/) {}
     // The run of pages of a chunk ended before `rest`, which is empty at the chunk's end.
     virtual Next pages_end(Bytes /*rest*/) { return Next::block; }
 
