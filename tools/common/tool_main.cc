@@ -31,12 +31,12 @@ bool flush_output(const char *program) {
     return false;
 }
 
-bool run_work(const CommandLine &line, int argc, char **argv,
-              const std::function<bool(const std::vector<std::string> &)> &work) {
+int run_work(const CommandLine &line, int argc, char **argv,
+             const std::function<int(const std::vector<std::string> &)> &work) {
     const auto operands = parse_command_line(line, argc, argv);
     if (operands) return work(*operands);
     std::fputs(help_text(line).c_str(), stdout);
-    return true;
+    return EXIT_SUCCESS;
 }
 
 __attribute__((format(printf, 2, 3))) void log_shown(std::int32_t level, const char *format, ...) {
@@ -54,10 +54,18 @@ __attribute__((format(printf, 2, 3))) void log_shown(std::int32_t level, const c
 
 int run_tool(const CommandLine &line, int argc, char **argv,
              const std::function<bool(const std::vector<std::string> &operands)> &work) {
+    const auto status_of_work = [&](const std::vector<std::string> &operands) {
+        return work(operands) ? EXIT_SUCCESS : EXIT_FAILURE;
+    };
+    return run_tool(line, argc, argv, EXIT_FAILURE, status_of_work);
+}
+
+int run_tool(const CommandLine &line, int argc, char **argv, int failed_status,
+             const std::function<int(const std::vector<std::string> &operands)> &work) {
     occupy_standard_streams();
-    bool done = false;
+    int status = failed_status;
     try {
-        done = run_work(line, argc, argv, work);
+        status = run_work(line, argc, argv, work);
     } catch (const UsageError &error) {
         print_error(line.program, error.what());
         std::fprintf(stderr, "Try '%s --help'.\n", line.program);
@@ -66,7 +74,7 @@ int run_tool(const CommandLine &line, int argc, char **argv,
         print_error(line.program, error.what());
     }
     // Output is flushed also after a failure: what there is of it may be of use.
-    return flush_output(line.program) && done ? EXIT_SUCCESS : EXIT_FAILURE;
+    return flush_output(line.program) ? status : failed_status;
 }
 
 void print_error(const char *program, std::string_view text) {

@@ -20,6 +20,10 @@ inline constexpr int usage_status = 64;  // wrong usage; nothing was done
 int run_tool(const CommandLine &line, int argc, char **argv,
              const std::function<bool(const std::vector<std::string> &operands)> &work);
 
+// The same for a tool whose work returns the exit status; `failed_status` stands for 1.
+int run_tool(const CommandLine &line, int argc, char **argv, int failed_status,
+             const std::function<int(const std::vector<std::string> &operands)> &work);
+
 // Writes "PROGRAM: text" to standard error as shown_text has it.
 void print_error(const char *program, std::string_view text);
 

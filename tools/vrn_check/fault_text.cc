@@ -1,0 +1,79 @@
+#include "vrn_check/fault_text.h"
+
+#include <cstdio>
+
+#include "common/shown_text.h"
+#include "utils/utf8.h"
+
+namespace vrn::check {
+namespace {
+
+std::string json_string(std::string_view text) {
+    std::string json = "\"";
+    while (!text.empty()) {
+        const Utf8Character character = first_utf8_character(text);
+        text.remove_prefix(character.bytes.size());
+        if (character.is_bad_byte()) {
+            json += "\xEF\xBF\xBD";
+        } else if (character.is_control()) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", character.code);
+            json += escape;
+        } else {
+            if (character.bytes == "\"" || character.bytes == "\\") json += '\\';
+            json += character.bytes;
+        }
+    }
+    return json + '"';
+}
+
+std::string json_fault(std::string_view path, const FileFault &fault) {
+    std::string line =
+        "{\"file\":" + json_string(path) + ",\"offset\":" + std::to_string(fault.offset);
+    if (fault.in_page) line += ",\"in_page\":" + std::to_string(*fault.in_page);
+    return line + ",\"lost\":" + std::to_string(fault.lost) +
+           ",\"kind\":" + json_string(fault.kind) + ",\"reason\":" + json_string(fault.reason) +
+           "}\n";
+}
+
+std::string text_fault(std::string_view path, const FileFault &fault) {
+    std::string line = tool::shown_text(path) + ": offset " + std::to_string(fault.offset);
+    if (fault.in_page) line += ", byte " + std::to_string(*fault.in_page) + " of its page";
+    return line + ", lost " + std::to_string(fault.lost) + ": " + std::string(fault.kind) + ": " +
+           tool::shown_text(fault.reason) + "\n";
+}
+
+std::string counted(std::uint64_t count, const char *thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+Totals &Totals::operator+=(const Totals &other) {
+    files += other.files;
+    damaged += other.damaged;
+    faults += other.faults;
+    bytes += other.bytes;
+    lost += other.lost;
+    return *this;
+}
+
+std::string fault_line(Form form, std::string_view path, const FileFault &fault) {
+    return form == Form::json ? json_fault(path, fault) : text_fault(path, fault);
+}
+
+std::string totals_line(Form form, const Totals &totals) {
+    if (form == Form::json)
+        return "{\"files\":" + std::to_string(totals.files) +
+               ",\"damaged\":" + std::to_string(totals.damaged) +
+               ",\"faults\":" + std::to_string(totals.faults) +
+               ",\"bytes\":" + std::to_string(totals.bytes) +
+               ",\"lost\":" + std::to_string(totals.lost) + "}\n";
+    std::string line =
+        "Checked " + counted(totals.files, "file") + " of " + counted(totals.bytes, "byte") + ": ";
+    if (totals.faults == 0) return line + "no faults\n";
+    return line + counted(totals.faults, "fault") + " in " + counted(totals.damaged, "file") +
+           ", " + counted(totals.lost, "byte") + " lost\n";
+}
+
+}  // namespace vrn::check

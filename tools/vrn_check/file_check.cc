@@ -1,0 +1,385 @@
+#include "vrn_check/file_check.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+
+#include "data/magic.h"
+#include "scan/block_walk.h"
+#include "scan/data_file_scan.h"
+#include "vrn_check/page_trailer.h"
+
+namespace vrn::check {
+namespace {
+
+using scan::FaultKind;
+using scan::Next;
+using scan::Place;
+
+// The mark of a `file_size` after which an append is under way.
+constexpr std::uint64_t unfinished = std::uint64_t{1} << 63;
+
+const char *kind_name(FaultKind kind) {
+    switch (kind) {
+        case FaultKind::header_cut:
+            return "header_cut";
+        case FaultKind::header_bad:
+            return "header_bad";
+        case FaultKind::block_size_bad:
+            return "block_size";
+        case FaultKind::schemas_missing:
+            return "schema_bad";
+        case FaultKind::no_memory:
+            return "no_memory";
+        case FaultKind::read_failed:
+            return "read_failed";
+        case FaultKind::stream_cut:
+            return "stream_cut";
+        case FaultKind::tail_short:
+            return "tail_short";
+        case FaultKind::block_unknown:
+            return "block_unknown";
+        case FaultKind::not_a_block:
+            return "not_a_block";
+        case FaultKind::schemas_block_bad:
+            return "schemas_block";
+        case FaultKind::schema_none:
+            return "schema_none";
+        case FaultKind::type_unknown:
+            return "type_unknown";
+        case FaultKind::page_cut:
+            return "page_cut";
+        case FaultKind::page_damaged:
+            return "page_damaged";
+    }
+    return "unknown";
+}
+
+Place at(std::uint64_t offset) {
+    return {.chunk = offset, .block = offset};
+}
+
+Place beyond(Place place, std::uint64_t distance) {
+    (place.is_in_page ? place.in_page : place.block) += distance;
+    return place;
+}
+
+// Of a schemas block or of the header's event schemas.
+std::string key_of(const vrn_schema_id_t &id) {
+    return {reinterpret_cast<const char *>(id.bytes), sizeof id.bytes};
+}
+
+}  // namespace
+
+FileCheck::FileCheck(const std::string &path, SchemaTexts *schemas, scan::PageBuffer *page,
+                     Take take)
+    : path_(path),
+      texts_(schemas),
+      buffer_(page),
+      take_(std::move(take)),
+      metrics_(
+          {.fault =
+               [this](std::size_t offset, std::size_t lost, const char *kind, std::string reason) {
+                   report(beyond(metrics_place_, offset), lost, kind, std::move(reason));
+               },
+           .time =
+               [this](std::size_t offset, std::uint64_t time) {
+                   check_time(time, beyond(metrics_place_, offset));
+               }}) {}
+
+Totals FileCheck::run() {
+    struct stat status {};
+    if (stat(path_.c_str(), &status) == 0 && S_ISREG(status.st_mode))
+        size_ = static_cast<std::uint64_t>(status.st_size);
+    source_ = ByteSource::open_path(path_.c_str());
+    if (source_)
+        scan_file();
+    else
+        report(at(0), size_, "unreadable", std::strerror(errno));
+    give_last();
+    totals_.files = 1;
+    totals_.damaged = totals_.faults > 0 ? 1 : 0;
+    return totals_;
+}
+
+void FileCheck::scan_file() {
+    is_read_whole_ = scan::DataFileScan(source_.get(), texts_->cache(), buffer_, this).run();
+    totals_.bytes = source_->position();
+    if (!has_header_) return;
+    if (is_read_whole_ && !source_->is_compressed() && header_.file_size >= sizeof header_)
+        check_size();
+    if (const std::string fault = times_.fault(); !fault.empty())
+        report(at(offsetof(vrn_data_file_header_t, first_timestamp)), 0, "header_times", fault);
+}
+
+void FileCheck::check_size() {
+    const std::uint64_t told = header_.file_size & ~unfinished;
+    const std::uint64_t size = source_->position();
+    const std::uint64_t field = offsetof(vrn_data_file_header_t, file_size);
+    const std::string sizes = "The header tells of " + std::to_string(told) +
+                              " bytes, the file has " + std::to_string(size);
+    if (told != header_.file_size)
+        report(at(field), 0, "header_size", sizes + " and an append to it was left unfinished");
+    else if (told > size)
+        report(at(size), told - size, "header_size", sizes);
+    else if (told < size)
+        report(at(field), 0, "header_size", sizes);
+}
+
+void FileCheck::header(const vrn_data_file_header_t &header) {
+    header_ = header;
+    if (!vrn_magic_matches(header.magic, VRN_MAGIC_FILE)) return;
+    has_header_ = true;
+    times_.begin(header);
+    told_of_schemas_ = check_schema(header.counters_schema_id,
+                                    at(offsetof(vrn_data_file_header_t, counters_schema_id)));
+    for (std::size_t i = 0; i < VRN_EVENT_SCHEMA_IDS; ++i)
+        told_of_schemas_ |= check_schema(
+            header.event_schema_ids[i],
+            at(offsetof(vrn_data_file_header_t, event_schema_ids) + i * sizeof(vrn_schema_id_t)));
+    if (std::string_view(header.magic_end, sizeof header.magic_end) != "vrnf")
+        report(at(offsetof(vrn_data_file_header_t, magic_end)), 0, kind_name(FaultKind::header_bad),
+               "The header's closing magic is wrong");
+}
+
+void FileCheck::schemas_block(const scan::PlainBlock &block) {
+    const auto fields = load_le<vrn_schemas_block_t>(block.bytes.data());
+    told_of_schemas_ = false;
+    for (std::size_t i = 0; i < fields.num_schema_ids; ++i) {
+        const std::size_t offset = sizeof fields + i * sizeof(vrn_schema_id_t);
+        told_of_schemas_ |= check_schema(load_le<vrn_schema_id_t>(block.bytes.data() + offset),
+                                         beyond(block.place, offset));
+    }
+}
+
+// True when the schema has a fault. Each is told once in a file.
+bool FileCheck::check_schema(const vrn_schema_id_t &id, const Place &place) {
+    SchemaTexts::Finding finding = texts_->look_up(id);
+    if (finding.kind && known_schemas_.insert(key_of(id)).second)
+        report(place, 0, finding.kind, std::move(finding.reason));
+    return finding.kind != nullptr;
+}
+
+void FileCheck::schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) {
+    load_message_ = schemas->messages.empty() ? "" : schemas->messages.front().text;
+    lacks_counters_ = !vrn_schema_id_is_zero(&schemas->ids.counters) && !schemas->counters_schema();
+    // What didn't load has left its place empty.
+    lacks_schema_.clear();
+    const vrn_type_system_t *system = schemas->type_system.get();
+    for (std::size_t i = 0; system && i < system->num_schemas; ++i)
+        lacks_schema_.push_back(system->schemas[i]->num_types == 0);
+}
+
+scan::PageUse FileCheck::page(const scan::CompressedPage &page) {
+    // A fault was thought to reach to the end of the chunk, and a page was found in it.
+    if (last_ && last_->offset < page.place.block && !last_->in_page)
+        last_->lost = std::min(last_->lost, page.place.block - last_->offset);
+    return scan::PageUse::blocks;
+}
+
+void FileCheck::decoded(const scan::CompressedPage &page, Bytes bytes) {
+    payload_size_ = bytes.size();
+    const std::uint64_t claimed = page.decoded_size();
+    if (claimed != bytes.size())
+        report(page.place, claimed - bytes.size(), "page_trailer",
+               "A page's trailer tells of " + std::to_string(claimed) + " bytes, its stream has " +
+                   std::to_string(bytes.size()));
+}
+
+void FileCheck::page_tail(const scan::PlainBlock &rest) {
+    if (!scan::is_all_zero(rest.bytes))
+        report(rest.place, rest.bytes.size(), "page_tail",
+               "Too few bytes for a block at the end of a page");
+}
+
+Next FileCheck::events(const scan::EventBatch &batch) {
+    const Place place = batch.place();
+    if (!check_head(place, sizeof batch.header)) return Next::run;
+    check_time(batch.header.timestamp, place);
+    if (batch.count == batch.header.num_events) return Next::block;
+    const std::size_t lost = (batch.header.num_events - batch.count) * batch.type->size;
+    report(beyond(place, sizeof batch.header + batch.rows.size()), lost, "rows_cut",
+           "Of " + std::to_string(batch.header.num_events) + " rows " +
+               std::to_string(batch.count) + " are there");
+    return Next::run;
+}
+
+Next FileCheck::counters(const scan::CountersBlock &block) {
+    if (!check_head(block.place, sizeof block.header)) return Next::block;
+    check_time(block.header.timestamp, block.place);
+    if (block.held < block.schema->size)
+        report(beyond(block.place, sizeof block.header + block.held),
+               block.schema->size - block.held, "rows_cut",
+               "Of a row of " + std::to_string(block.schema->size) + " bytes " +
+                   std::to_string(block.held) + " are there");
+    return Next::block;
+}
+
+Next FileCheck::metrics(const scan::PlainBlock &block) {
+    metrics_place_ = block.place;
+    metrics_.check(block.bytes);
+    return Next::block;
+}
+
+Next FileCheck::blob(const scan::PlainBlock &block) {
+    if (!check_head(block.place, sizeof(vrn_blob_block_t))) return Next::block;
+    const auto header = load_le<vrn_blob_block_t>(block.bytes.data());
+    check_time(header.timestamp, block.place);
+    const std::size_t room = block.bytes.size() - sizeof header;
+    if (header.data_size > room)
+        report(block.place, block.bytes.size(), "block_cut",
+               "A blob claims " + std::to_string(header.data_size) + " bytes of " +
+                   std::to_string(room));
+    return Next::block;
+}
+
+void FileCheck::chunk_end() {
+    static_cast<void>(log_.take());  // of decoders, which the faults tell better
+}
+
+// False when a block ends within its own header.
+bool FileCheck::check_head(const Place &place, std::size_t size) {
+    const std::uint64_t end = place.is_in_page ? payload_size_ : source_->position();
+    const std::uint64_t begin = place.is_in_page ? place.in_page : place.block;
+    if (end - begin >= size) return true;
+    report(place, end - begin, "block_cut", "A block ends within its header");
+    return false;
+}
+
+void FileCheck::check_time(std::uint64_t time, const Place &place) {
+    if (times_.jumps_back(time))
+        report(place, 0, "time_jump",
+               "Time " + std::to_string(time) + " lies before that of the block before by more " +
+                   "than the " + std::to_string(times_.span()) + " us of the file");
+}
+
+Next FileCheck::fault(const scan::Fault &fault) {
+    switch (fault.kind) {
+        case FaultKind::header_cut:
+        case FaultKind::header_bad:
+        case FaultKind::block_size_bad:
+            return refuse_header(fault);
+        case FaultKind::schemas_missing:
+            return refuse_schemas(fault);
+        case FaultKind::schema_none:
+        case FaultKind::type_unknown:
+            return refuse_type(fault);
+        case FaultKind::page_damaged:
+            return refuse_page(fault);
+        case FaultKind::no_memory:
+            report(fault.place, fault.lost, kind_name(fault.kind), fault.reason);
+            return fault.block.empty() ? Next::nothing : Next::page;
+        case FaultKind::stream_cut:
+            report(at(source_->position()), 0, kind_name(fault.kind), fault.reason);
+            return Next::block;
+        case FaultKind::read_failed:
+        case FaultKind::tail_short:
+            report(fault.place, rest_of_file(fault.place.block), kind_name(fault.kind),
+                   fault.reason);
+            return Next::block;
+        default:
+            report(fault.place, fault.lost, kind_name(fault.kind), fault.reason);
+            return Next::block;
+    }
+}
+
+Next FileCheck::refuse_header(const scan::Fault &fault) {
+    if (fault.kind == FaultKind::block_size_bad) {
+        report(at(offsetof(vrn_data_file_header_t, block_size)), rest_of_file(sizeof header_),
+               kind_name(fault.kind), fault.reason);
+        return Next::nothing;
+    }
+    if (fault.kind == FaultKind::header_cut) {
+        if (source_->state() == ByteSource::State::failed)
+            report(at(0), size_, "unreadable", fault.reason);
+        else
+            report(at(0), source_->position(), kind_name(fault.kind),
+                   "The file has " + std::to_string(source_->position()) + " bytes, a header has " +
+                       std::to_string(sizeof header_));
+        return Next::nothing;
+    }
+    if (!has_header_) {
+        report(at(0), size_, "no_data_file", "The file doesn't begin as data files do");
+        return Next::nothing;
+    }
+    const bool is_size = header_.file_size < sizeof header_;
+    report(at(is_size ? offsetof(vrn_data_file_header_t, file_size)
+                      : offsetof(vrn_data_file_header_t, version)),
+           is_size ? 0 : size_, kind_name(fault.kind), logged(fault.reason));
+    return is_size ? Next::block : Next::nothing;
+}
+
+// Schemas that are no JSON or don't fit; other faults of them have been told.
+Next FileCheck::refuse_schemas(const scan::Fault &fault) {
+    if (told_of_schemas_ || vrn_schema_id_is_blob(&header_.counters_schema_id)) return Next::block;
+    const std::size_t ids = lacks_counters_ ? offsetof(vrn_data_file_header_t, counters_schema_id)
+                                            : offsetof(vrn_data_file_header_t, event_schema_ids);
+    const Place place = fault.block.empty() ? at(ids) : fault.place;
+    report(place, 0, kind_name(fault.kind),
+           load_message_.empty() ? std::string(fault.reason) : load_message_);
+    return Next::block;
+}
+
+// What lacks a schema that has a fault is told by that fault.
+Next FileCheck::refuse_type(const scan::Fault &fault) {
+    const vrn_block_type_t kind = vrn_block_type_of(fault.block.data());
+    if (fault.kind == FaultKind::schema_none) {
+        // Of a run of events, each block is told; a schemas block may name their schemas.
+        if (kind == VRN_COUNTERS_BLOCK && !lacks_counters_)
+            report(fault.place, fault.lost, kind_name(fault.kind), fault.reason);
+        return Next::block;
+    }
+    const auto header = load_le<vrn_event_header_t>(fault.block.data());
+    if (header.schema_index < lacks_schema_.size() && lacks_schema_[header.schema_index])
+        return Next::block;
+    if (check_head(fault.place, sizeof header))
+        report(fault.place, fault.lost, kind_name(fault.kind), fault.reason);
+    return Next::block;
+}
+
+Next FileCheck::refuse_page(const scan::Fault &fault) {
+    const std::string trailer = false_trailer(fault.block);
+    if (trailer.empty())
+        report(fault.place, fault.lost, kind_name(fault.kind), logged(fault.reason));
+    else
+        report(fault.place, fault.lost, "page_trailer", trailer);
+    return Next::page;
+}
+
+// Of a plain file; 0 when the end isn't known.
+std::uint64_t FileCheck::rest_of_file(std::uint64_t offset) const {
+    const std::uint64_t end =
+        source_->is_compressed() ? source_->position() : std::max(size_, source_->position());
+    return end - std::min(offset, end);
+}
+
+// `reason` with what the log told about it.
+std::string FileCheck::logged(const char *reason) {
+    const std::vector<LogLine> lines = log_.take();
+    return lines.empty() ? reason : std::string(reason) + ": " + lines.back().text;
+}
+
+void FileCheck::report(const Place &place, std::uint64_t lost, std::string_view kind,
+                       std::string reason) {
+    give_last();
+    ++totals_.faults;
+    last_ = std::make_unique<FileFault>(FileFault{
+        .offset = place.block,
+        .in_page = place.is_in_page ? std::optional(place.in_page) : std::nullopt,
+        .lost = lost,
+        .kind = kind,
+        .reason = std::move(reason),
+    });
+}
+
+void FileCheck::give_last() {
+    if (!last_) return;
+    totals_.lost += last_->lost;
+    take_(*last_);
+    last_.reset();
+}
+
+}  // namespace vrn::check

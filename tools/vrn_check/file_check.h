@@ -1,0 +1,84 @@
+// The visitor that finds the faults of one data file.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "data/data_file_header.h"
+#include "scan/byte_source.h"
+#include "scan/page_buffer.h"
+#include "scan/visitor.h"
+#include "utils/log_capture.h"
+#include "vrn_check/fault_text.h"
+#include "vrn_check/metrics_check.h"
+#include "vrn_check/schema_texts.h"
+#include "vrn_check/time_check.h"
+
+namespace vrn::check {
+
+class FileCheck final : public scan::Visitor {
+  public:
+    using Take = std::function<void(const FileFault &)>;
+
+    // `take` gets the faults, mostly in the order of their offsets. Borrows `schemas` and `page`.
+    FileCheck(const std::string &path, SchemaTexts *schemas, scan::PageBuffer *page, Take take);
+
+    // To be called once.
+    Totals run();
+
+    void header(const vrn_data_file_header_t &header) override;
+    void schemas_block(const scan::PlainBlock &block) override;
+    void schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) override;
+    scan::PageUse page(const scan::CompressedPage &page) override;
+    void decoded(const scan::CompressedPage &page, Bytes bytes) override;
+    void page_tail(const scan::PlainBlock &rest) override;
+    scan::Next events(const scan::EventBatch &batch) override;
+    scan::Next counters(const scan::CountersBlock &block) override;
+    scan::Next metrics(const scan::PlainBlock &block) override;
+    scan::Next blob(const scan::PlainBlock &block) override;
+    void chunk_end() override;
+    scan::Next fault(const scan::Fault &fault) override;
+
+  private:
+    void scan_file();
+    void check_size();
+    bool check_schema(const vrn_schema_id_t &id, const scan::Place &place);
+    bool check_head(const scan::Place &place, std::size_t size);
+    void check_time(std::uint64_t time, const scan::Place &place);
+    scan::Next refuse_header(const scan::Fault &fault);
+    scan::Next refuse_schemas(const scan::Fault &fault);
+    scan::Next refuse_type(const scan::Fault &fault);
+    scan::Next refuse_page(const scan::Fault &fault);
+    std::uint64_t rest_of_file(std::uint64_t offset) const;
+    std::string logged(const char *reason);
+    void report(const scan::Place &place, std::uint64_t lost, std::string_view kind,
+                std::string reason);
+    void give_last();
+
+    const std::string &path_;
+    SchemaTexts *texts_;
+    scan::PageBuffer *buffer_;
+    Take take_;
+    LogCapture log_;
+    std::unique_ptr<ByteSource> source_;
+    std::uint64_t size_ = 0;  // of the file as it stands on disk
+    vrn_data_file_header_t header_{};
+    bool has_header_ = false;
+    bool is_read_whole_ = false;
+    std::string load_message_;        // of the schemas that were loaded last
+    std::vector<bool> lacks_schema_;  // by schema index
+    bool lacks_counters_ = false;
+    bool told_of_schemas_ = false;         // of those that were named last
+    std::set<std::string> known_schemas_;  // ids with a fault, which has been told
+    TimeCheck times_;
+    MetricsCheck metrics_;
+    scan::Place metrics_place_;
+    std::uint64_t payload_size_ = 0;   // decoded bytes of the page at hand
+    std::unique_ptr<FileFault> last_;  // kept back: what follows may shorten it
+    Totals totals_;
+};
+
+}  // namespace vrn::check
