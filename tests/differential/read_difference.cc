@@ -21,7 +21,8 @@ std::string output_of(const char *binary, const std::string &arguments, const Te
         " >result 2>messages; echo \"status $?\" >>result; sed -E -e 's/^\\[[-0-9: .]+\\] //'"
         " -e 's,^" +
         std::string(binary) +
-        ",vrn_read,' -e 's/0x[0-9a-f]{6,}/ADDRESS/g' messages >>result;"
+        ",vrn_read,' -e 's/0x[0-9a-f]{6,}/ADDRESS/g' -e 's/ [0-9]+ attempted/ LINE attempted/' "
+        "messages >>result;"
         " find out -type f | sort | while read -r f; do echo \"$f\"; cat \"$f\"; done >>result";
     if (std::system(command.c_str()) != 0) return "the shell failed";
     return vrn::test::read_file(dir.file("result"));
