@@ -36,4 +36,11 @@ std::string read_file(const std::string &path) {
     return content.str();
 }
 
+std::map<std::string, std::string> files_in(const std::string &dir) {
+    std::map<std::string, std::string> files;
+    for (const auto &entry : fs::directory_iterator(dir))
+        files[entry.path().filename()] = read_file(entry.path());
+    return files;
+}
+
 }  // namespace vrn::test

@@ -1,6 +1,7 @@
 // A folder that goes with its scope.
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -23,5 +24,8 @@ class TempDir {
 };
 
 std::string read_file(const std::string &path);  // empty when it can't be read
+
+// Contents by name of what is in a folder; those of folders are empty.
+std::map<std::string, std::string> files_in(const std::string &dir);
 
 }  // namespace vrn::test

@@ -19,13 +19,6 @@ namespace fs = std::filesystem;
 
 using Files = std::map<std::string, std::string>;
 
-Files files_in(const TempDir &dir) {
-    Files files;
-    for (const auto &entry : fs::directory_iterator(dir.path()))
-        files[entry.path().filename()] = read_file(entry.path());
-    return files;
-}
-
 struct stat status_of(const std::string &path) {
     struct stat status {};
     stat(path.c_str(), &status);
@@ -65,7 +58,7 @@ TEST(ReplaceFile, ReplacesWhatDiffers) {
         const ino_t before = status_of(path).st_ino;
         EXPECT_EQ(replace(dir.file("link"), text), "done");
         EXPECT_NE(status_of(path).st_ino, before);
-        EXPECT_EQ(files_in(dir), (Files{{"f", text}, {"link", text}}));
+        EXPECT_EQ(files_in(dir.path()), (Files{{"f", text}, {"link", text}}));
     }
     EXPECT_TRUE(fs::is_symlink(dir.file("link")));
     EXPECT_EQ(status_of(path).st_mode & 0777, 0604);
@@ -87,7 +80,7 @@ TEST(ReplaceFile, LeavesTheOldFileWhenItFails) {
     EXPECT_EQ(replace(dir.file("none/f"), new_text), "not opened: No such file or directory");
     EXPECT_EQ(replace("/dev/full", new_text), "not written: No space left on device");
     EXPECT_EQ(replace("/dev/null", new_text), "done");
-    EXPECT_EQ(files_in(dir), (Files{{"f", old_text}, {"folder", ""}}));
+    EXPECT_EQ(files_in(dir.path()), (Files{{"f", old_text}, {"folder", ""}}));
 }
 
 // Without it no file that has no name can be given one.
@@ -106,7 +99,7 @@ TEST(ReplaceFile, DoesWithoutNamelessFiles) {
     });
     if (outcome == "skip") GTEST_SKIP() << "no file system can be hidden here";
     EXPECT_EQ(outcome, "done, done");
-    EXPECT_EQ(files_in(dir), (Files{{"f", new_text}, {"new", new_text}}));
+    EXPECT_EQ(files_in(dir.path()), (Files{{"f", new_text}, {"new", new_text}}));
 }
 
 TEST(ReplaceFile, IsWholeWhereverItIsKilled) {

@@ -84,7 +84,7 @@ TEST(CounterSet, KeepsTheTagsAskedFor) {
 
 TEST(CounterSet, LoadsAFileThroughTheFlatEntries) {
     const TempDir dir;
-    const std::string path = dir.write("net.cset", "#c\n\na=^x\n");
+    const std::string path = dir.write("net.cset", "a=^x\n");
     CapturedLog log(7);
     const vrn_provider_counter_set_ptr owner(vrn_provider_counter_set_create());
     vrn_provider_counter_set_t *set = owner.get();
@@ -92,9 +92,9 @@ TEST(CounterSet, LoadsAFileThroughTheFlatEntries) {
     const std::string file = "7 [loadFromFile] ", lines = "7 [loadFromLines] ";
     EXPECT_EQ(
         log.take(),
-        (Lines{file + "loading cset file " + path, file + "#c", file, file + "a=^x",
-               file + "-----------------------", lines + "Loading cset file from lines...",
-               lines + "Trimmed line: 'a=^x'", lines + "Parsed: counter_pattern='^x', alias='a'",
+        (Lines{file + "loading cset file " + path, file + "a=^x", file + "-----------------------",
+               lines + "Loading cset file from lines...", lines + "Trimmed line: 'a=^x'",
+               lines + "Parsed: counter_pattern='^x', alias='a'",
                lines + "Add mapping: counter_pattern=^x -> alias=a "
                        "(counter_pattern_to_alias_)"}));
     EXPECT_TRUE(vrn_provider_counter_set_should_include_counter(set, "xy"));

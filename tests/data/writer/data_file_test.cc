@@ -177,11 +177,8 @@ TEST_F(DataFile, FinishesOnAChangeOfSettings) {
     const ByteBuilder block = ByteBuilder().text("VRNS").u16(128).u16(7).zeros(8).text("id");
     const vrn::Bytes schemas(reinterpret_cast<const std::uint8_t *>(block.done().data()), 18);
     const vrn_schema_id_t id = {{1}};
-    const struct {
-        const char *name;
-        std::function<void()> change;
-        bool finishes;
-    } cases[] = {
+    // clang-format off
+    const struct { const char *name; std::function<void()> change; bool finishes; } cases[] = {
         {"size", [&] { vrn_data_file_set_max_size(&file, 5000); }, true},
         {"same size", [&] { vrn_data_file_set_max_size(&file, 5000); }, false},
         {"no size", [&] { vrn_data_file_set_max_size(&file, 0); }, false},
@@ -201,6 +198,7 @@ TEST_F(DataFile, FinishesOnAChangeOfSettings) {
         {"keep open", [&] { vrn_data_file_set_keep_open(&file, false); }, false},
         {"tag in path", [&] { vrn_data_file_set_tag_in_path(&file, true); }, false},
     };
+    // clang-format on
     std::uint64_t time = start;
     for (const auto &test : cases) {
         SCOPED_TRACE(test.name);

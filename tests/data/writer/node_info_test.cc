@@ -12,14 +12,6 @@ namespace {
 
 using Files = std::map<std::string, std::string>;
 
-Files files_in(const std::string &dir) {
-    Files files;
-    for (const auto &entry : std::filesystem::directory_iterator(dir))
-        if (entry.is_regular_file())
-            files[entry.path().filename().string()] = read_file(entry.path().string());
-    return files;
-}
-
 vrn_data_page_t page_at(std::uint64_t first_ts, const char *hca_name) {
     vrn_data_page_t page{};
     page.first_ts = first_ts;

@@ -76,26 +76,24 @@ TEST_F(WriterShortage, LosesNoPageThatItDidNotTell) {
 
 TEST_F(WriterShortage, LosesOnlyThePageThatItTold) {
     // A new stream, one that goes on, one whose file ends.
-    const struct {
-        const char *source;
-        std::uint64_t time;
-    } cases[] = {{"another node", start + 1},
-                 {"the first node", start + 1},
-                 {"the first node", start + 1'800'000'001}};
-    for (const auto &test : cases) {
-        SCOPED_TRACE(&test - cases);
+    const std::pair<const char *, std::uint64_t> cases[] = {
+        {"another node", start + 1},
+        {"the first node", start + 1},
+        {"the first node", start + 1'800'000'001}};
+    for (const auto &[source, time] : cases) {
+        SCOPED_TRACE(std::string(source) + " " + std::to_string(time));
         std::string expected;
         expect_all_or_nothing([&] {
             empty_folder();
             vrn_data_writer_ptr writer = make_writer(data_);
             EXPECT_TRUE(is_stored(writer.get(), page_of(start, "the first node")));
-            const TestPage page = page_of(test.time, test.source);
+            const TestPage page = page_of(time, source);
             start_shortage();
             const bool is_written = is_stored(writer.get(), page);
             end_shortage();
             // Not at the same time: pages of one first time share a file, also one that failed.
-            const std::uint64_t next = is_written ? test.time : test.time + 1;
-            EXPECT_TRUE(is_written || is_stored(writer.get(), page_of(next, test.source)));
+            const std::uint64_t next = is_written ? time : time + 1;
+            EXPECT_TRUE(is_written || is_stored(writer.get(), page_of(next, source)));
             writer.reset();
             const std::string count = count_files_that_hold({start, next});
             if (expected.empty()) expected = count;
