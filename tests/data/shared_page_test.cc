@@ -170,7 +170,7 @@ TEST_F(SharedPage, SnapshotIsAPrivateCopy) {
     vrn_data_page_t expected = *page;
     expected.memory.type = VRN_PAGE_MEMORY_REGULAR;
     EXPECT_EQ(std::memcmp(copy.get(), &expected, sizeof expected), 0);
-    // All of the page: what stands behind the data pads its last block.
+    // All of the page: what follows the data pads its last block.
     EXPECT_EQ(std::memcmp(copy.get() + 1, page.get() + 1, page_size - 720), 0);
     EXPECT_EQ(vrn_data_page_snapshot(&expected), nullptr);  // of no mapping
 }

@@ -15,7 +15,7 @@ namespace {
 
 using Times = std::multiset<std::uint64_t>;
 
-// Adds the times of the pages behind a header; what is wrong, or nothing.
+// Adds the times of the pages after a header; what is wrong, or nothing.
 std::string read_pages(const std::string &bytes, Times *times) {
     vrn_data_file_header_t header;
     if (bytes.size() < sizeof header) return "no header";

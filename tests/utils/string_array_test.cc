@@ -33,7 +33,7 @@ TEST(StringArray, CsvItemsArePlainTextBetweenCommas) {
         {longest + ",y", {longest, "y"}},
     };
     for (const auto &[text, expected] : cases) {
-        // One byte more stands behind the text.
+        // One byte more follows the text.
         const vrn_string_array_ptr array(
             vrn_string_array_from_csv((text + "z").c_str(), text.size()));
         EXPECT_EQ(items(array.get()), expected);

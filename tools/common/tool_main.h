@@ -20,7 +20,7 @@ inline constexpr int usage_status = 64;  // wrong usage; nothing was done
 int run_tool(const CommandLine &line, int argc, char **argv,
              const std::function<bool(const std::vector<std::string> &operands)> &work);
 
-// The same for a tool whose work returns the exit status; `failed_status` stands for 1.
+// For a tool whose work returns the exit status; `failed_status` stands for 1.
 int run_tool(const CommandLine &line, int argc, char **argv, int failed_status,
              const std::function<int(const std::vector<std::string> &operands)> &work);
 

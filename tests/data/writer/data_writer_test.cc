@@ -33,7 +33,7 @@ class DataWriter : public ::testing::Test {
     bool write(TestPage &other) {
         return vrn_data_writer_write_page(writer.get(), other.get(), nullptr);
     }
-    // What the file named `name` holds behind its header.
+    // What the file named `name` holds after its header.
     std::string data_of(const std::string &name) const {
         const std::string bytes = read_file(dir.file(name));
         return bytes.size() < header_size ? "" : bytes.substr(header_size);

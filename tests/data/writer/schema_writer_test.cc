@@ -23,7 +23,7 @@ std::string name_of(const std::string &text) {
     return std::string("schema_") + hex + ".json";
 }
 
-// Hands `document` to `writer`; "true" or "false", and the log lines behind it.
+// Hands `document` to `writer`; "true" or "false", and then the log lines.
 std::string announce(vrn_schema_writer_t *writer, const std::string &document) {
     CapturedLog log;
     const vrn_json_value_ptr value(json_parse_string(document.c_str()));
