@@ -194,6 +194,12 @@ TEST(MetricsParser, TotalSizeReadsMissingBytesAsZeros) {
     }
 }
 
+TEST(MetricsParser, LabelNamesAreAppendedAndEndWithTheLastSet) {
+    metrics::LabelNames names = {{0, {"x"}}, {2, {"left over"}}};
+    VrnMetricsParser::parse_label_names(ExactBytes(sample_stream().build()), &names);
+    EXPECT_EQ(names, (metrics::LabelNames{{0, {"x", "cpu", "mode"}}, {1, {}}}));
+}
+
 TEST(MetricsParser, ConstantLabelsArePairs) {
     const auto labels = [](const std::string &strings) {
         return VrnMetricsParser::parse_constant_labels(ExactBytes("....CLBL" + strings + "clbl"));
