@@ -21,7 +21,7 @@ set(VRN_PUBLIC_HEADERS
     data/selection/provider_field_set.h data/selection/provider_name.h
     data/selection/set_entry.h data/selection/token_filter.h
     # counters
-    counters/counter_group.h counters/counter_row.h counters/counters_json.h
+    counters/counter_group.h counters/counter_row.h counters/counter_data.h
     counters/counters_schema.h counters/counters_schema_json.h counters/counters_table.h
     counters/metadata.h counters/metadata_enrich.h
     # data/schema

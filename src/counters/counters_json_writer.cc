@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "counters/counters_json.h"
+#include "counters/counter_data.h"
 #include "counters/counters_row_walk.h"
 #include "counters/metadata_enrich.h"
 #include "data/text/json_value.h"

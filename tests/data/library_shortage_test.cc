@@ -5,7 +5,7 @@
 #include <new>
 #include <span>
 
-#include "counters/counters_json.h"
+#include "counters/counter_data.h"
 #include "counters/counters_schema_json.h"
 #include "data/data_page.h"
 #include "data/schema/schema_registration.h"

@@ -1,6 +1,6 @@
 #include "support/json_difference.h"
 
-#include "counters/counters_json.h"
+#include "counters/counter_data.h"
 #include "counters/counters_json_writer.h"
 #include "counters/metadata_enrich.h"
 #include "data/serial/event_json.h"

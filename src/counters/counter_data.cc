@@ -1,4 +1,4 @@
-#include "counters/counters_json.h"
+#include "counters/counter_data.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,8 +2,8 @@
 #include <cmath>
 #include <ctime>
 
+#include "counters/counter_data.h"
 #include "counters/counter_fixtures.h"
-#include "counters/counters_json.h"
 #include "counters/counters_table.h"
 #include "support/test.h"
 
