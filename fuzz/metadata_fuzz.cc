@@ -14,7 +14,7 @@ constexpr char record[] = R"({"groups": [{"labels": {}, "counter_sets":
 
 extern "C" int LLVMFuzzerTestOneInput(const char *data, std::size_t size) {
     const vrn_json_value_ptr document(json_parse_string(std::string(data, size).c_str()));
-    const vrn_metadata_ptr metadata = vrn_metadata_from_json(document.get());
+    const vrn_metadata_ptr metadata(vrn_metadata_from_json(document.get()));
     if (!metadata) return 0;
     const vrn_json_value_ptr value(json_parse_string(record));
     const vrn_json_text_ptr text(

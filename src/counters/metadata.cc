@@ -74,7 +74,7 @@ bool fill_entry(vrn_metadata_entry_t *entry, const JSON_Object *match) {
            fill_labels(entry, json_object_get_object(match, "labels"));
 }
 
-vrn_metadata_ptr build_list(const JSON_Array *matches) {
+vrn_metadata_t *build_list(const JSON_Array *matches) {
     const std::size_t count = json_array_get_count(matches);
     vrn_metadata_ptr list(static_cast<vrn_metadata_t *>(std::calloc(1, sizeof(vrn_metadata_t))));
     if (!list) return nullptr;
@@ -84,7 +84,7 @@ vrn_metadata_ptr build_list(const JSON_Array *matches) {
     for (std::size_t i = 0; i < count; ++i)
         if (!fill_entry(&list->entries[list->num_entries++], json_array_get_object(matches, i)))
             return nullptr;
-    return list;
+    return list.release();  // to the caller
 }
 
 void clear_entry(const vrn_metadata_entry_t &entry) {
@@ -112,13 +112,13 @@ vrn_metadata_t *vrn_metadata_load(const char *folder) {
         VRN_LOG(VRN_LOG_ERROR, "Failed to parse metadata JSON");
         return nullptr;
     }
-    vrn_metadata_ptr list = vrn_metadata_from_json(root.get());
-    if (!list) return nullptr;
-    VRN_LOG(VRN_LOG_INFO, "Loaded metadata with %d entries from schema dir", list->num_entries);
-    return list.release();  // to the caller
+    vrn_metadata_t *list = vrn_metadata_from_json(root.get());
+    if (list)
+        VRN_LOG(VRN_LOG_INFO, "Loaded metadata with %d entries from schema dir", list->num_entries);
+    return list;
 }
 
-vrn_metadata_ptr vrn_metadata_from_json(const JSON_Value *document) {
+vrn_metadata_t *vrn_metadata_from_json(const JSON_Value *document) {
     const JSON_Array *matches = find_counters(document);
     return matches ? build_list(matches) : nullptr;
 }

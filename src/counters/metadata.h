@@ -30,4 +30,4 @@ using vrn_metadata_ptr = vrn::CPtr<vrn_metadata_t, vrn_metadata_free>;
 // The list in the first metadata file of `folder`; null simply means no enrichment.
 vrn_metadata_t *vrn_metadata_load(const char *folder);
 // The list in a metadata document; null without a line when there is none.
-vrn_metadata_ptr vrn_metadata_from_json(const JSON_Value *document);
+vrn_metadata_t *vrn_metadata_from_json(const JSON_Value *document);

@@ -102,8 +102,8 @@ std::string counters_difference(std::string_view bytes) {
     vrn_metadata_ptr metadata;
     if (!source.one_in(3)) {
         const std::string text = random_metadata(source, counters.schema());
-        metadata =
-            vrn_metadata_from_json(vrn_json_value_ptr(json_parse_string(text.c_str())).get());
+        metadata.reset(
+            vrn_metadata_from_json(vrn_json_value_ptr(json_parse_string(text.c_str())).get()));
     }
     const JsonLayout layout = random_layout(source);
     JsonText text(layout);
