@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 
 ./scripts/install-deps.sh
 cmake --preset release >/dev/null
-cmake --build --preset release -j "$(nproc)" --target vrn_read vrn_collect
+cmake --build --preset release -j "$(nproc)" --target vrn_read vrn_collect vrn_chart vrn_check
 
 out=demo-output
 read=build/bin/vrn_read
@@ -45,3 +45,9 @@ show "All records of the tree" 2 "$read" -f ndjson -S -d "$out/pages/data"
 
 printf '\nEvery line is JSON: '
 "$read" -f ndjson -d "$out/pages/data" -d "$out/data" | jq -c . | wc -l
+
+printf '\nNo file is damaged: '
+build/bin/vrn_check "$out/data" "$out/pages/data"
+
+build/bin/vrn_chart -o "$out/metrics.html" "$out/data"
+echo "The metrics as charts: $out/metrics.html"
