@@ -20,10 +20,10 @@
 #include <utility>
 
 #include "utils/byte_reader.h"
+#include "utils/catch_all.h"
 #include "utils/descriptor.h"
 #include "utils/guarded_copy.h"
 #include "utils/log.h"
-#include "utils/run_guarded.h"
 
 namespace {
 
@@ -224,7 +224,7 @@ int vrn_allocate_shared_mem(const char *name, std::uint64_t size, vrn_data_page_
     VRN_LOG(VRN_LOG_INFO, "Allocating shared_page: %s of size: %lu ptr=%p", name, size, bytes);
     *page = static_cast<vrn_data_page_t *>(bytes);
     const std::int32_t owner = is_new ? *creator_pid : heir_of(object, *page, size);
-    if (vrn::run_guarded([&] { mappings().add(bytes, {name, size, owner, identity_of(object)}); }))
+    if (vrn::catch_all([&] { mappings().add(bytes, {name, size, owner, identity_of(object)}); }))
         return 0;
     VRN_LOG(VRN_LOG_ERROR, "FAILED to allocate shared_page: %s of size: %lu ", name, size);
     munmap(bytes, size);

@@ -11,8 +11,8 @@
 #include "reader/file_export.h"
 #include "reader/input_file.h"
 #include "scan/data_file_scan.h"
+#include "utils/catch_all.h"
 #include "utils/log.h"
-#include "utils/run_guarded.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ using vrn::reader::ReaderRun;
 // Null after a message when memory runs out.
 std::unique_ptr<ReaderRun> begin_run(const vrn_reader_options_t *options) {
     std::unique_ptr<ReaderRun> run;
-    if (!vrn::run_guarded([&] { run = std::make_unique<ReaderRun>(*options); }))
+    if (!vrn::catch_all([&] { run = std::make_unique<ReaderRun>(*options); }))
         std::fprintf(stderr, "Failed to begin: %s\n", std::strerror(ENOMEM));
     return run;
 }

@@ -6,8 +6,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "utils/catch_all.h"
 #include "utils/log.h"
-#include "utils/run_guarded.h"
 
 namespace {
 
@@ -52,7 +52,7 @@ bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type) 
     if (schema->num_types == VRN_MAX_TYPES) return false;
     // Found out once here and not for each record.
     const auto compare_names = [&] { type->has_repeated_names = has_repeated_names(*type); };
-    if (!vrn::run_guarded(compare_names)) return false;
+    if (!vrn::catch_all(compare_names)) return false;
     schema->types[schema->num_types++] = type.release();  // to the schema
     return true;
 }

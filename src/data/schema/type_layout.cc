@@ -7,8 +7,8 @@
 #include <optional>
 #include <unordered_map>
 
+#include "utils/catch_all.h"
 #include "utils/log.h"
-#include "utils/run_guarded.h"
 
 namespace {
 
@@ -143,7 +143,7 @@ bool vrn_schema_link_types(vrn_schema_t *schema) {
     const auto find_usable = [&] {
         usable = check_leading_types(schema, resolve_leading_types(schema));
     };
-    if (!vrn::run_guarded(find_usable))
+    if (!vrn::catch_all(find_usable))
         VRN_LOG(VRN_LOG_ERROR, "Failed to check the types of schema '%s': %s",
                 vrn_schema_provider_text(schema), std::strerror(ENOMEM));
     // Types after the first bad one may refer to it, so none of them is kept.

@@ -25,8 +25,8 @@ bool vrn_provider_counter_set_init_from_file(vrn_provider_counter_set_t *set,
                                              const char *cset_filename) {
     if (!vrn::check_arguments(__func__, texts, set, {{"cset_filename", cset_filename}}))
         return false;
-    return vrn::guarded({__func__, "Failed to initialize ProviderCounterSet from file"}, false,
-                        [&] { return set->set->loadFromFile(cset_filename); });
+    return vrn::result_or_log({__func__, "Failed to initialize ProviderCounterSet from file"},
+                              false, [&] { return set->set->loadFromFile(cset_filename); });
 }
 
 bool vrn_provider_counter_set_init_from_lines(vrn_provider_counter_set_t *set,
@@ -39,8 +39,8 @@ bool vrn_provider_counter_set_init_from_lines(vrn_provider_counter_set_t *set,
 bool vrn_provider_counter_set_should_include_counter(const vrn_provider_counter_set_t *set,
                                                      const char *counter_name) {
     if (!vrn::check_arguments(__func__, texts, set, {{"counter_name", counter_name}})) return false;
-    return vrn::guarded({__func__, "Failed to check if counter should be included"}, false,
-                        [&] { return set->set->should_include_counter(counter_name); });
+    return vrn::result_or_log({__func__, "Failed to check if counter should be included"}, false,
+                              [&] { return set->set->should_include_counter(counter_name); });
 }
 
 char *vrn_provider_counter_set_get_counter_alias(const vrn_provider_counter_set_t *set,
@@ -48,22 +48,22 @@ char *vrn_provider_counter_set_get_counter_alias(const vrn_provider_counter_set_
     if (!vrn::check_arguments(__func__, texts, set, {{"counter_name", counter_name}}))
         return nullptr;
     const char *function = __func__;
-    return vrn::guarded({function, "Failed to get counter alias for counter", counter_name},
-                        static_cast<char *>(nullptr), [&] {
-                            const std::string alias = set->set->getCounterAlias(counter_name);
-                            char *copy = strdup(alias.c_str());
-                            if (!copy)
-                                VRN_LOG(VRN_LOG_ERROR,
-                                        "[%s] Failed to copy alias '%s' for counter '%s'", function,
-                                        alias.c_str(), counter_name);
-                            return copy;
-                        });
+    return vrn::result_or_log({function, "Failed to get counter alias for counter", counter_name},
+                              static_cast<char *>(nullptr), [&] {
+                                  const std::string alias = set->set->getCounterAlias(counter_name);
+                                  char *copy = strdup(alias.c_str());
+                                  if (!copy)
+                                      VRN_LOG(VRN_LOG_ERROR,
+                                              "[%s] Failed to copy alias '%s' for counter '%s'",
+                                              function, alias.c_str(), counter_name);
+                                  return copy;
+                              });
 }
 
 char *vrn_provider_counter_set_get_name(const vrn_provider_counter_set_t *set) {
     if (!vrn::check_arguments(__func__, texts, set, {})) return nullptr;
     const char *function = __func__;
-    return vrn::guarded(
+    return vrn::result_or_log(
         {function, "Failed to get counter set name"}, static_cast<char *>(nullptr), [&] {
             const char *name = set->set->name().c_str();
             char *copy = strdup(name);
@@ -79,7 +79,7 @@ bool vrn_provider_counter_set_is_initialized(const vrn_provider_counter_set_t *s
 
 void vrn_provider_counter_set_print_configuration(const vrn_provider_counter_set_t *set) {
     if (!vrn::check_arguments(__func__, texts, set, {})) return;
-    vrn::guarded({__func__, "Failed to print counter set configuration"}, true, [&] {
+    vrn::result_or_log({__func__, "Failed to print counter set configuration"}, true, [&] {
         set->set->printConfiguration();
         return true;
     });

@@ -24,8 +24,8 @@ bool vrn_provider_field_set_init_from_file(vrn_provider_field_set_t *set,
                                            const char *fset_filename) {
     if (!vrn::check_arguments(__func__, texts, set, {{"fset_filename", fset_filename}}))
         return false;
-    return vrn::guarded({__func__, "Failed to initialize ProviderFieldSet from file"}, false,
-                        [&] { return set->set->loadFromFile(fset_filename); });
+    return vrn::result_or_log({__func__, "Failed to initialize ProviderFieldSet from file"}, false,
+                              [&] { return set->set->loadFromFile(fset_filename); });
 }
 
 bool vrn_provider_field_set_init_from_lines(vrn_provider_field_set_t *set, const char *const *lines,
@@ -39,22 +39,23 @@ bool vrn_provider_field_set_should_include_field(const vrn_provider_field_set_t 
     if (!vrn::check_arguments(__func__, texts, set,
                               {{"type_name", type_name}, {"field_name", field_name}}))
         return false;
-    return vrn::guarded({__func__, "Failed to check if field should be included"}, false,
-                        [&] { return set->set->should_include_field(type_name, field_name); });
+    return vrn::result_or_log(
+        {__func__, "Failed to check if field should be included"}, false,
+        [&] { return set->set->should_include_field(type_name, field_name); });
 }
 
 bool vrn_provider_field_set_is_type_of_interest(const vrn_provider_field_set_t *set,
                                                 const char *type_name) {
     // Every failure is a yes: a broken set must not hide types.
     if (!vrn::check_arguments(__func__, texts, set, {{"type_name", type_name}})) return true;
-    return vrn::guarded({__func__, "Failed to check if type is of interest"}, true,
-                        [&] { return set->set->is_type_of_interest(type_name); });
+    return vrn::result_or_log({__func__, "Failed to check if type is of interest"}, true,
+                              [&] { return set->set->is_type_of_interest(type_name); });
 }
 
 char *vrn_provider_field_set_get_name(const vrn_provider_field_set_t *set) {
     if (!vrn::check_arguments(__func__, texts, set, {})) return nullptr;
     const char *function = __func__;
-    return vrn::guarded(
+    return vrn::result_or_log(
         {function, "Failed to get field set name"}, static_cast<char *>(nullptr), [&] {
             const char *name = set->set->name().c_str();
             char *copy = strdup(name);
@@ -70,7 +71,7 @@ bool vrn_provider_field_set_is_initialized(const vrn_provider_field_set_t *set) 
 
 void vrn_provider_field_set_print_configuration(const vrn_provider_field_set_t *set) {
     if (!vrn::check_arguments(__func__, texts, set, {})) return;
-    vrn::guarded({__func__, "Failed to print field set configuration"}, true, [&] {
+    vrn::result_or_log({__func__, "Failed to print field set configuration"}, true, [&] {
         set->set->printConfiguration();
         return true;
     });

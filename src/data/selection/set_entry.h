@@ -56,7 +56,7 @@ bool check_arguments(const char *function, const SetTexts &texts, const Handle *
 
 // Result of `call` or, after an error line, `fallback` if it throws.
 template <typename Result, typename Call>
-Result guarded(const EntryFailure &entry, Result fallback, Call call) {
+Result result_or_log(const EntryFailure &entry, Result fallback, Call call) {
     try {
         return call();
     } catch (...) {
@@ -76,8 +76,8 @@ Handle *create_set(const char *function, const SetTexts &texts) {
         VRN_LOG(VRN_LOG_ERROR, "[%s] Failed to allocate %s", function, texts.handle_type);
         return nullptr;
     }
-    handle->set = guarded({function, texts.creation_failure}, static_cast<Set *>(nullptr),
-                          [] { return new Set; });
+    handle->set = result_or_log({function, texts.creation_failure}, static_cast<Set *>(nullptr),
+                                [] { return new Set; });
     return handle->set ? handle.release() : nullptr;
 }
 
@@ -100,7 +100,7 @@ bool init_set_from_lines(const EntryFailure &entry, const SetTexts &texts, Handl
         VRN_LOG(VRN_LOG_ERROR, "[%s] missing lines parameter", entry.function);
         return false;
     }
-    return guarded(entry, false, [&] {
+    return result_or_log(entry, false, [&] {
         const std::vector<std::string> copies(lines, lines + num_lines);
         return handle->set->loadFromLines(copies);
     });

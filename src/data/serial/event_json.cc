@@ -9,7 +9,7 @@
 #include "data/text/guid_switch.h"
 #include "data/text/json_value.h"
 #include "data/text/value_text.h"
-#include "utils/run_guarded.h"
+#include "utils/catch_all.h"
 
 namespace {
 
@@ -102,7 +102,7 @@ template <typename Make>
 JSON_Value *made_value(Make make) {
     TreeSink sink;
     bool is_made = false;
-    vrn::run_guarded([&] { is_made = make(sink); });
+    vrn::catch_all([&] { is_made = make(sink); });
     return is_made ? sink.release() : nullptr;
 }
 

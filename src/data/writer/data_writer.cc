@@ -12,10 +12,10 @@
 #include "data/shared_page.h"
 #include "data/writer/data_file_io.h"
 #include "data/writer/data_path.h"
+#include "utils/catch_all.h"
 #include "utils/hexdump.h"
 #include "utils/log.h"
 #include "utils/rollback.h"
-#include "utils/run_guarded.h"
 
 // For hosts that want to stop all writing at once; nothing here ever changes it.
 bool vrn_data_writer_enabled = true;
@@ -48,18 +48,18 @@ void change_setting(vrn_data_writer_t *writer, Value *setting, Value value) {
 }
 
 bool change_number(vrn_data_writer_t *writer, std::uint64_t *setting, std::uint64_t value) {
-    return vrn::run_guarded([&] { change_setting(writer, setting, value); });
+    return vrn::catch_all([&] { change_setting(writer, setting, value); });
 }
 
 bool change_text(vrn_data_writer_t *writer, std::string *setting, const char *text) {
     if (!text) return false;
-    return vrn::run_guarded([&] { change_setting(writer, setting, std::string(text)); });
+    return vrn::catch_all([&] { change_setting(writer, setting, std::string(text)); });
 }
 
 // False, after a line, for a template that would lose each page it is used for.
 bool check_template(const char *text) {
     bool is_fit = false;
-    if (!text || !vrn::run_guarded([&] { is_fit = vrn_path_template_is_confined(text); }))
+    if (!text || !vrn::catch_all([&] { is_fit = vrn_path_template_is_confined(text); }))
         return false;
     if (!is_fit)
         VRN_LOG(VRN_LOG_ERROR, "[data_writer] Path template %s steps out of its folder", text);
@@ -246,7 +246,7 @@ bool store_page(vrn_data_writer_t *writer, const vrn_data_page_t *page) {
 
 vrn_data_writer_t *vrn_data_writer_create(const vrn_client_id_t *client_id) {
     vrn_data_writer_t *writer = nullptr;
-    vrn::run_guarded([&] {
+    vrn::catch_all([&] {
         auto made = std::make_unique<vrn_data_writer_t>();
         made->client_id = *client_id;
         writer = made.release();  // to the caller
@@ -257,8 +257,7 @@ vrn_data_writer_t *vrn_data_writer_create(const vrn_client_id_t *client_id) {
 void vrn_data_writer_destroy(vrn_data_writer_t *writer) {
     const std::unique_ptr<vrn_data_writer_t> owner(writer);
     if (!writer) return;
-    for (auto &entry : writer->files)
-        vrn::run_guarded([&] { vrn_data_file_destroy(&entry.second); });
+    for (auto &entry : writer->files) vrn::catch_all([&] { vrn_data_file_destroy(&entry.second); });
 }
 
 bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {
@@ -267,7 +266,7 @@ bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {
 
 bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const char *text) {
     if (!check_template(text)) return false;
-    return vrn::run_guarded([&] {
+    return vrn::catch_all([&] {
         std::string new_text = text;
         if (writer->counters_path_template == new_text) return;
         // One template is enough for a writer that needs no two.
@@ -312,7 +311,7 @@ bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allo
                                      const char *excluded_tags, const char *allowed_scopes,
                                      const char *excluded_scopes, const char *allowed_scope_file,
                                      const char *excluded_scope_file) {
-    return vrn::run_guarded([&] {
+    return vrn::catch_all([&] {
         vrn_data_page_filter_t filter;
         vrn_data_page_filter_init(&filter, text_or_empty(allowed_tags),
                                   text_or_empty(excluded_tags), text_or_empty(allowed_scopes),
@@ -328,7 +327,7 @@ bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t
                                 const void * /*unused*/) {
     if (!vrn_data_writer_enabled) return true;
     bool is_safe = false;
-    const bool is_done = vrn::run_guarded([&] {
+    const bool is_done = vrn::catch_all([&] {
         if (!vrn_data_page_is_shared(page)) {
             is_safe = store_page(writer, page);
             return;

@@ -10,10 +10,10 @@
 #include "data/text/json_value.h"
 #include "data/version.h"
 #include "data/writer/data_path.h"
+#include "utils/catch_all.h"
 #include "utils/env.h"
 #include "utils/log.h"
 #include "utils/replace_file.h"
-#include "utils/run_guarded.h"
 #include "utils/string_template.h"
 #include "utils/throw_error.h"
 
@@ -134,7 +134,7 @@ std::string SchemaWriter::schema_path(const char *id) const {
 
 vrn_schema_writer_t *vrn_schema_writer_create() {
     vrn_schema_writer_t *writer = nullptr;
-    vrn::run_guarded([&] { writer = std::make_unique<vrn_schema_writer_t>().release(); });
+    vrn::catch_all([&] { writer = std::make_unique<vrn_schema_writer_t>().release(); });
     return writer;
 }
 
@@ -143,13 +143,13 @@ void vrn_schema_writer_destroy(vrn_schema_writer_t *writer) {
 }
 
 bool vrn_schema_writer_set_schema_dir(vrn_schema_writer_t *writer, const char *text) {
-    return text && vrn::run_guarded([&] { writer->set_schema_dir(text); });
+    return text && vrn::catch_all([&] { writer->set_schema_dir(text); });
 }
 
 bool vrn_schema_writer_set_data_dir(vrn_schema_writer_t *writer, const char *text) {
-    return text && vrn::run_guarded([&] { writer->set_data_dir(text); });
+    return text && vrn::catch_all([&] { writer->set_data_dir(text); });
 }
 
 bool vrn_schema_writer_on_schema(vrn_schema_writer_t *writer, const JSON_Value *value) {
-    return vrn::run_guarded([&] { writer->onSchema(value); });
+    return vrn::catch_all([&] { writer->onSchema(value); });
 }
