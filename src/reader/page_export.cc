@@ -21,6 +21,7 @@ std::unique_ptr<PageExport> PageExport::create(const char *output_dir) {
 }
 
 bool PageExport::add(const void *header, Bytes payload) {
+    // Pages of a file mostly have one size: the page before is filled again.
     page_.reset(vrn_reader_page_prepare(page_.release(), payload.size()));
     if (!page_) throw std::bad_alloc();
     // The writer goes on after a lost page, whatever the cause.

@@ -11,6 +11,7 @@ vrn_data_page_t *vrn_reader_page_prepare(vrn_data_page_t *page, std::size_t size
     const std::uint64_t page_size = size + VRN_DATA_PAGE_HEADER_SIZE;
     if (page && page->page_size == page_size) {
         page->filled_bytes = VRN_DATA_PAGE_HEADER_SIZE;
+        // Deliberate: names and the first time stay until they are written over.
         page->last_ts = 0;
         return page;
     }
@@ -32,6 +33,7 @@ bool vrn_reader_page_write(vrn_data_writer_t *writer, const void *payload, std::
     }
     if (size > 0) std::memcpy(space, payload, size);
     vrn_data_page_consume_free_space(page, size);
+    // Deliberate: a shorter name leaves the rest of a longer one before it.
     vrn_pascal_strings_to_source(header, &page->source);
     const vrn_compressed_page_header_t times = vrn_compressed_page_header_load(header);
     page->first_ts = times.first_timestamp;

@@ -39,6 +39,7 @@ bool read_next_file(const char *path, bool is_first, ReaderRun *run) {
     try {
         done = scan.run();
     } catch (const std::bad_alloc &) {
+        // Memory of this file is free again: the next one has its chance.
         file.give_up(std::strerror(ENOMEM));
     }
     file.end(done);

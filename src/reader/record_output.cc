@@ -14,6 +14,7 @@ namespace {
 void write_all(std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = write(STDOUT_FILENO, text.data(), text.size());
+        // A reader that left ends the run by its signal; other failures are not told, on purpose.
         if (count < 0 && errno != EINTR) return;
         if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
     }

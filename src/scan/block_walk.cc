@@ -61,6 +61,7 @@ class EventRun {
         if (!type_ || schema_index_ != header.schema_index || type_index_ != header.type_index)
             find_type(header);
         if (!type_) return report_type(run_.from(offset), header, advance);
+        // A block that claims more rows than its run holds has the whole ones that are there.
         const std::size_t count = count_event_rows(*type_, header, block);
         const std::size_t size = count * type_->size;
         *advance = header_size + size;

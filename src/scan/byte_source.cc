@@ -22,6 +22,7 @@ bool begins_gzip(Bytes input) {
            std::memcmp(input.data(), gzip_magic, sizeof gzip_magic) == 0;
 }
 
+// zlib counts what is at hand in 32 bits; the rest goes with the next call.
 uInt to_zlib_size(std::size_t size) {
     return static_cast<uInt>(std::min<std::size_t>(size, std::numeric_limits<uInt>::max()));
 }
@@ -47,6 +48,7 @@ std::unique_ptr<ByteSource> ByteSource::open_memory(Bytes bytes) {
     std::unique_ptr<ByteSource> source(new (std::nothrow) ByteSource);
     if (!source) return nullptr;
     source->input_ = bytes;
+    // There is nothing to read later: what is at hand is the whole file.
     source->input_ended_ = true;
     return source;
 }
@@ -70,6 +72,7 @@ std::size_t ByteSource::read(void *to, std::size_t size) {
             given_ = state_;
             break;
         } else if (left >= buffer_size) {
+            // Chunks go straight to their place; only headers and short tails are copied twice.
             const std::size_t count = produce(place, left);
             place += count;
             left -= count;
@@ -140,6 +143,8 @@ std::size_t ByteSource::inflate_to(std::uint8_t *to, std::size_t size) {
 }
 
 void ByteSource::begin_next_member() {
+    // Members follow each other without a mark; anything else is no part of the stream, as gzread
+    // has it.
     if (input_.size() < sizeof gzip_magic) refill_input();
     if (!begins_gzip(input_)) {
         end_input(State::ended);
@@ -152,6 +157,7 @@ void ByteSource::begin_next_member() {
 std::size_t ByteSource::inflate_some(std::uint8_t *to, std::size_t size) {
     const uInt offered = to_zlib_size(input_.size());
     const uInt room = to_zlib_size(size);
+    // zlib never writes there: its pointer is older than const.
     stream_.next_in = const_cast<Bytef *>(input_.data());
     stream_.avail_in = offered;
     stream_.next_out = to;
@@ -160,6 +166,7 @@ std::size_t ByteSource::inflate_some(std::uint8_t *to, std::size_t size) {
     const int result = inflate(&stream_, Z_NO_FLUSH);
     input_ = input_.subspan(offered - stream_.avail_in);
     if (result == Z_STREAM_END) is_in_member_ = false;
+    // The words are those of gzread, which users know from messages.
     if (result == Z_MEM_ERROR) fail("out of memory");
     if (result == Z_DATA_ERROR) fail(stream_.msg ? stream_.msg : "compressed data error");
     if (result == Z_STREAM_ERROR || result == Z_NEED_DICT)
@@ -183,6 +190,7 @@ std::size_t ByteSource::load(std::uint8_t *to, std::size_t size) {
         if (count > 0) got += static_cast<std::size_t>(count);
         if (count == 0) input_ended_ = true;
         if (count >= 0 || errno == EINTR) continue;
+        // Told once the bytes that did come are used up.
         error_number_ = errno;
         input_ended_ = true;
     }

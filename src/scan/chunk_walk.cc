@@ -20,6 +20,7 @@ bool is_page(Bytes rest) {
 
 // Offset of the next whole page from `offset` on; the whole size when there is none.
 std::size_t find_page(Bytes chunk, std::size_t offset) {
+    // Letters alone would take any text for a page: its end must be where its header says, too.
     for (; offset + VRN_MAGIC_SIZE < chunk.size(); ++offset) {
         const void *place = std::memchr(&chunk[offset], 'V', chunk.size() - offset);
         if (!place) break;
@@ -78,6 +79,7 @@ Next ChunkWalk::walk_pages(const Chunk &chunk, std::size_t offset) {
         } else {
             next = is_page(rest) ? report_cut_page(chunk, offset, &next_page)
                                  : end_pages(chunk, offset, &next_page);
+            // Nothing is left to go on with, whatever the visitor asks for.
             if (next_page == chunk.bytes.size()) next = std::max(next, Next::chunk);
         }
         if (next > Next::page) return next;
@@ -112,6 +114,7 @@ Next ChunkWalk::walk_page(const CompressedPage &page) {
             FaultKind::no_memory, page.place, page.block, page.block.size(),
             "Failed to allocate data block of size %lu: %s", room, std::strerror(errno)));
     Bytes payload;
+    // zlib needs memory of its own, which tells a shortage from damage.
     errno = 0;
     if (!buffer_->decode(page.header, room, &payload))
         return visitor_->fault(
@@ -132,6 +135,7 @@ Next ChunkWalk::walk_payload(const CompressedPage &page, Bytes payload) {
         if (next > Next::run) return next;
         place.in_page += unit;
     }
+    // Only counters leave a tail: the unit of all else is the whole payload.
     visitor_->page_tail({VRN_COUNTERS_BLOCK, rest, place});
     return Next::block;
 }

@@ -13,6 +13,7 @@ bool SchemaIds::operator==(const SchemaIds &other) const {
 SchemaIds make_schema_ids(const vrn_schema_id_t *ids, std::size_t count,
                           const vrn_schema_id_t &counters) {
     SchemaIds named{};
+    // Zero ids take no place: the ids after them move up, as schema indexes do.
     for (std::size_t i = 0; i < count; ++i)
         if (!vrn_schema_id_is_zero(&ids[i])) named.events[named.num_events++] = ids[i];
     named.counters = counters;

@@ -8,6 +8,7 @@ namespace vrn::scan {
 
 bool PageBuffer::reserve(std::size_t size) {
     if (bytes_ && size <= size_) return true;
+    // Freed first: two pages never take memory at a time.
     bytes_.reset();
     bytes_.reset(static_cast<std::uint8_t *>(std::malloc(size + slack_size)));
     size_ = size;
@@ -17,6 +18,7 @@ bool PageBuffer::reserve(std::size_t size) {
 bool PageBuffer::decode(const void *header, std::size_t room, Bytes *payload) {
     std::size_t size = 0;
     if (!vrn_compressed_page_decode_prefix(header, bytes_.get(), room, &size)) return false;
+    // The page before may have left bytes there.
     std::memset(bytes_.get() + size, 0, slack_size);
     *payload = {bytes_.get(), size};
     return true;

@@ -63,6 +63,7 @@ bool SchemaLoader::load_filters(Filters *filters) const {
     const std::optional<std::string> &counters = options_.counter_set_file;
     if (fields && !load_field_set(*fields, &filters->field_set)) return false;
     if (counters && !load_counter_set(*counters, &filters->counter_set)) return false;
+    // With one set file alone, the other kind of data is taken whole or not at all.
     const bool take_unfiltered =
         options_.take_unfiltered_kind || (!filters->field_set && !filters->counter_set);
     filters->take_events = filters->field_set || take_unfiltered;
@@ -82,6 +83,7 @@ bool SchemaLoader::load_all(const SchemaIds &ids, LoadedSchemas *schemas) const 
         return false;
     }
     const bool has_events = !filters.take_events || load_events(ids, system, filters);
+    // A file that can't show its events fails before its counters schema is looked for.
     if (!has_events && !options_.take_what_loads) return false;
     return (!filters.take_counters || load_counters_schema(system, ids.counters, filters)) &&
            has_events;
@@ -94,6 +96,7 @@ bool SchemaLoader::load_events(const SchemaIds &ids, vrn_type_system_t *system,
         if (load_event_schema(system, ids.events[i], filters)) continue;
         is_whole = false;
         if (!options_.take_what_loads) break;
+        // An empty schema keeps the place, so that the indexes of those after it hold.
         if (!vrn_type_system_add_new_schema(system, nullptr, 0, nullptr)) break;
     }
     return is_whole;
@@ -117,6 +120,7 @@ bool SchemaLoader::load_counters_schema(vrn_type_system_t *system, const vrn_sch
                                         const Filters &filters) const {
     if (vrn_schema_id_is_zero(&id)) return true;
     const std::string path = path_of(id);
+    // A new type system holds an empty one, by which no row is decoded.
     vrn_counters_schema_destroy(system->counters_schema);
     system->counters_schema =
         filters.counter_set ? vrn_counters_schema_from_file(path.c_str(), filters.counter_set.get())
