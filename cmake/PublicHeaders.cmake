@@ -50,6 +50,7 @@ set(VRN_PUBLIC_HEADERS
     metrics/store/typed_metrics_data.h metrics/store/typed_series.h metrics/store/value_types.h
     metrics/chart/chart_page.h metrics/chart/chart_scripts.h metrics/chart/page_text.h
     # scan
-    scan/block_walk.h scan/byte_source.h scan/chunk_walk.h scan/data_file_scan.h scan/fault.h
+    scan/block_walk.h scan/byte_source.h scan/chunk_feed.h scan/chunk_walk.h scan/data_file_scan.h
+    scan/fault.h scan/file_head.h
     scan/loaded_schemas.h scan/page_buffer.h scan/schema_cache.h scan/schema_loader.h
     scan/schemas_in_use.h scan/visitor.h)

@@ -75,6 +75,7 @@ class EventRun {
     }
 
     void find_type(const vrn_event_header_t &header) {
+        schemas_->note_use();
         const vrn_type_system_t *system = schemas_->type_system();
         schema_index_ = header.schema_index;
         type_index_ = header.type_index;
@@ -150,10 +151,12 @@ Next BlockWalk::walk(const BlockRun &run) {
     switch (kind) {
         case VRN_COUNTERS_BLOCK:
             if (schemas_->has_counters()) return show_counters(run);
+            schemas_->note_use();
             return schemas_->lacks_counters() ? report_no_schema(run) : Next::block;
         case VRN_EVENTS_BLOCK:
         case VRN_SCHEMAS_BLOCK:
             if (schemas_->has_events()) return EventRun(run, schemas_, visitor_).walk();
+            schemas_->note_use();
             if (!schemas_->lacks_events()) return Next::block;
             if (const Next next = report_no_schema(run); next != Next::block) return next;
             return EventRun(run, schemas_, visitor_).walk();  // a schemas block may name some

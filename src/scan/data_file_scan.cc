@@ -6,36 +6,12 @@
 namespace vrn::scan {
 
 bool DataFileScan::run() {
-    if (!open()) return false;
+    if (!read_file_head(source_, &schemas_, visitor_, &header_)) return false;
     return !visitor_->begin() || walk_chunks();
 }
 
-// Of faults that lie at no block.
 bool DataFileScan::accepts(FaultKind kind, const char *reason) {
-    const Place place = {.chunk = offset_, .block = offset_};
-    return visitor_->fault(make_fault(kind, place, {}, 0, "%s", reason)) != Next::nothing;
-}
-
-bool DataFileScan::open() {
-    if (source_->read(&header_, sizeof header_) != sizeof header_) {
-        accepts(FaultKind::header_cut, source_->error_text());
-        return false;
-    }
-    visitor_->header(header_);
-    if (!vrn_data_file_header_validate(&header_) &&
-        !accepts(FaultKind::header_bad, "Invalid data file header"))
-        return false;
-    if (header_.block_size < min_chunk_size || header_.block_size >= chunk_size_limit) {
-        visitor_->fault(make_fault(FaultKind::block_size_bad, {}, {}, 0,
-                                   "Block size %d must be in range between %zu and %d bytes ",
-                                   static_cast<int>(header_.block_size),
-                                   static_cast<std::size_t>(min_chunk_size),
-                                   static_cast<int>(chunk_size_limit)));
-        return false;
-    }
-    schemas_.set_counters_schema(header_.counters_schema_id);
-    return schemas_.use(header_.event_schema_ids, VRN_EVENT_SCHEMA_IDS) ||
-           accepts(FaultKind::schemas_missing, "Failed to load type system");
+    return accepts_fault(kind, offset_, reason, visitor_);
 }
 
 bool DataFileScan::walk_chunks() {

@@ -6,15 +6,12 @@
 #include "data/data_file_header.h"
 #include "scan/byte_source.h"
 #include "scan/chunk_walk.h"
+#include "scan/file_head.h"
 #include "scan/page_buffer.h"
 #include "scan/schema_cache.h"
 #include "scan/visitor.h"
 
 namespace vrn::scan {
-
-// Sizes of chunks that a file may have, in bytes.
-inline constexpr std::uint32_t min_chunk_size = 16;
-inline constexpr std::uint32_t chunk_size_limit = 125829120;  // one above the highest
 
 // Reads a file from its header to its end and shows all of it to a visitor. Prints nothing and
 // ends no process; what schemas and pages log can be taken by a vrn::LogCapture. Scans in several
@@ -36,7 +33,6 @@ class DataFileScan {
     const vrn_data_file_header_t &header() const { return header_; }
 
   private:
-    bool open();
     bool accepts(FaultKind kind, const char *reason);
     bool walk_chunks();
     bool walk_chunk(std::size_t size);

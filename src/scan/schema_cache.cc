@@ -16,7 +16,7 @@ std::shared_ptr<const LoadedSchemas> SchemaCache::get(const SchemaIds &ids) {
     }
     std::shared_ptr<const LoadedSchemas> schemas = loader_.load(ids);
     // What has something to tell is told for each file that names it.
-    if (!schemas->is_quiet) return schemas;
+    if (!loader_.may_keep(*schemas)) return schemas;
     // Who still decodes by the oldest keeps it alive.
     if (kept_.size() == max_kept) kept_.erase(kept_.begin());
     kept_.push_back(schemas);

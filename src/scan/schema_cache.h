@@ -9,13 +9,15 @@
 
 namespace vrn::scan {
 
-// Keeps the quiet loads that were used last, so that files and schemas blocks that name the same
-// schemas cost one load. Scans of several threads may share it.
+// Keeps the loads that were used last and may be kept, so that files and schemas blocks that name
+// the same schemas cost one load. Scans of several threads may share it.
 class SchemaCache {
   public:
     static constexpr std::size_t max_kept = 16;
 
     explicit SchemaCache(SchemaLoaderOptions options) : loader_(std::move(options)) {}
+
+    bool may_keep(const LoadedSchemas &schemas) const { return loader_.may_keep(schemas); }
 
     // Never null; see SchemaLoader::load().
     std::shared_ptr<const LoadedSchemas> get(const SchemaIds &ids);

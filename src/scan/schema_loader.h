@@ -18,11 +18,18 @@ struct SchemaLoaderOptions {
     bool take_unfiltered_kind = false;
     // A schema that does not load leaves its place empty, and the others are loaded all the same.
     bool take_what_loads = false;
+    // What a load logged is told when its schemas become current for a file, not once a block.
+    bool keep_noisy_loads = false;
 };
 
 class SchemaLoader {
   public:
     explicit SchemaLoader(SchemaLoaderOptions options) : options_(std::move(options)) {}
+
+    // True for loads that may stand in for all later ones of the same ids.
+    bool may_keep(const LoadedSchemas &schemas) const {
+        return schemas.is_quiet || options_.keep_noisy_loads;
+    }
 
     // Never null. What goes wrong is told in the result. Throws std::bad_alloc.
     std::shared_ptr<const LoadedSchemas> load(const SchemaIds &ids) const;
