@@ -19,6 +19,10 @@ bool fail(const std::string &path, const std::string &cause) {
     return false;
 }
 
+std::uint64_t size_of(const struct stat &status) {
+    return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
 // True when `path` was read and doesn't begin as data files do. What can't be read is left to
 // whoever reads the whole file.
 bool is_other_file(const std::string &path) {
@@ -40,7 +44,7 @@ class InputSearch {
         if (S_ISDIR(status.st_mode)) return take_folder(path, status);
         // Named by the user, so taken as it is: even twice, and even if it doesn't look like a data
         // file.
-        files_->push_back({path, FileId(status)});
+        files_->push_back({path, FileId(status), size_of(status)});
         taken_.insert(FileId(status));
         return true;
     }
@@ -85,7 +89,7 @@ class InputSearch {
             // Links may lead back up: each folder is entered once.
             if (folders_.insert(FileId(status)).second) folders->push_back(std::move(path));
         } else if (S_ISREG(status.st_mode)) {
-            found->push_back({std::move(path), FileId(status)});
+            found->push_back({std::move(path), FileId(status), size_of(status)});
         }
         return true;
     }

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <compare>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ struct FileId {
 struct InputFile {
     std::string path;
     FileId id;
+    std::uint64_t size = 0;  // bytes on disk; 0 unless it is a regular file
 };
 
 // Appends to `files` each operand that is no folder and, for one that is, the data files below it

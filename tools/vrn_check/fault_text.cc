@@ -1,39 +1,18 @@
 #include "vrn_check/fault_text.h"
 
-#include <cstdio>
-
+#include "common/json_string.h"
 #include "common/shown_text.h"
-#include "utils/utf8.h"
 
 namespace vrn::check {
 namespace {
 
-std::string json_string(std::string_view text) {
-    std::string json = "\"";
-    while (!text.empty()) {
-        const Utf8Character character = first_utf8_character(text);
-        text.remove_prefix(character.bytes.size());
-        if (character.is_bad_byte()) {
-            json += "\xEF\xBF\xBD";
-        } else if (character.is_control()) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", character.code);
-            json += escape;
-        } else {
-            if (character.bytes == "\"" || character.bytes == "\\") json += '\\';
-            json += character.bytes;
-        }
-    }
-    return json + '"';
-}
-
 std::string json_fault(std::string_view path, const FileFault &fault) {
     std::string line =
-        "{\"file\":" + json_string(path) + ",\"offset\":" + std::to_string(fault.offset);
+        "{\"file\":" + tool::json_string(path) + ",\"offset\":" + std::to_string(fault.offset);
     if (fault.in_page) line += ",\"in_page\":" + std::to_string(*fault.in_page);
     return line + ",\"lost\":" + std::to_string(fault.lost) +
-           ",\"kind\":" + json_string(fault.kind) + ",\"reason\":" + json_string(fault.reason) +
-           "}\n";
+           ",\"kind\":" + tool::json_string(fault.kind) +
+           ",\"reason\":" + tool::json_string(fault.reason) + "}\n";
 }
 
 std::string text_fault(std::string_view path, const FileFault &fault) {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "common/fault_kind.h"
 #include "data/magic.h"
 #include "scan/block_walk.h"
 #include "scan/data_file_scan.h"
@@ -21,42 +22,6 @@ using scan::Place;
 
 // The mark of a `file_size` after which an append is under way.
 constexpr std::uint64_t unfinished = std::uint64_t{1} << 63;
-
-const char *kind_name(FaultKind kind) {
-    switch (kind) {
-        case FaultKind::header_cut:
-            return "header_cut";
-        case FaultKind::header_bad:
-            return "header_bad";
-        case FaultKind::block_size_bad:
-            return "block_size";
-        case FaultKind::schemas_missing:
-            return "schema_bad";
-        case FaultKind::no_memory:
-            return "no_memory";
-        case FaultKind::read_failed:
-            return "read_failed";
-        case FaultKind::stream_cut:
-            return "stream_cut";
-        case FaultKind::tail_short:
-            return "tail_short";
-        case FaultKind::block_unknown:
-            return "block_unknown";
-        case FaultKind::not_a_block:
-            return "not_a_block";
-        case FaultKind::schemas_block_bad:
-            return "schemas_block";
-        case FaultKind::schema_none:
-            return "schema_none";
-        case FaultKind::type_unknown:
-            return "type_unknown";
-        case FaultKind::page_cut:
-            return "page_cut";
-        case FaultKind::page_damaged:
-            return "page_damaged";
-    }
-    return "unknown";
-}
 
 Place at(std::uint64_t offset) {
     return {.chunk = offset, .block = offset};
@@ -141,8 +106,8 @@ void FileCheck::header(const vrn_data_file_header_t &header) {
             header.event_schema_ids[i],
             at(offsetof(vrn_data_file_header_t, event_schema_ids) + i * sizeof(vrn_schema_id_t)));
     if (std::string_view(header.magic_end, sizeof header.magic_end) != "vrnf")
-        report(at(offsetof(vrn_data_file_header_t, magic_end)), 0, kind_name(FaultKind::header_bad),
-               "The header's closing magic is wrong");
+        report(at(offsetof(vrn_data_file_header_t, magic_end)), 0,
+               tool::fault_kind_name(FaultKind::header_bad), "The header's closing magic is wrong");
 }
 
 void FileCheck::schemas_block(const scan::PlainBlock &block) {
@@ -270,18 +235,18 @@ Next FileCheck::fault(const scan::Fault &fault) {
         case FaultKind::page_damaged:
             return refuse_page(fault);
         case FaultKind::no_memory:
-            report(fault.place, fault.lost, kind_name(fault.kind), fault.reason);
+            report(fault.place, fault.lost, tool::fault_kind_name(fault.kind), fault.reason);
             return fault.block.empty() ? Next::nothing : Next::page;
         case FaultKind::stream_cut:
-            report(at(source_->position()), 0, kind_name(fault.kind), fault.reason);
+            report(at(source_->position()), 0, tool::fault_kind_name(fault.kind), fault.reason);
             return Next::block;
         case FaultKind::read_failed:
         case FaultKind::tail_short:
-            report(fault.place, rest_of_file(fault.place.block), kind_name(fault.kind),
+            report(fault.place, rest_of_file(fault.place.block), tool::fault_kind_name(fault.kind),
                    fault.reason);
             return Next::block;
         default:
-            report(fault.place, fault.lost, kind_name(fault.kind), fault.reason);
+            report(fault.place, fault.lost, tool::fault_kind_name(fault.kind), fault.reason);
             return Next::block;
     }
 }
@@ -289,14 +254,14 @@ Next FileCheck::fault(const scan::Fault &fault) {
 Next FileCheck::refuse_header(const scan::Fault &fault) {
     if (fault.kind == FaultKind::block_size_bad) {
         report(at(offsetof(vrn_data_file_header_t, block_size)), rest_of_file(sizeof header_),
-               kind_name(fault.kind), fault.reason);
+               tool::fault_kind_name(fault.kind), fault.reason);
         return Next::nothing;
     }
     if (fault.kind == FaultKind::header_cut) {
         if (source_->state() == ByteSource::State::failed)
             report(at(0), size_, "unreadable", fault.reason);
         else
-            report(at(0), source_->position(), kind_name(fault.kind),
+            report(at(0), source_->position(), tool::fault_kind_name(fault.kind),
                    "The file has " + std::to_string(source_->position()) + " bytes, a header has " +
                        std::to_string(sizeof header_));
         return Next::nothing;
@@ -308,7 +273,7 @@ Next FileCheck::refuse_header(const scan::Fault &fault) {
     const bool is_size = header_.file_size < sizeof header_;
     report(at(is_size ? offsetof(vrn_data_file_header_t, file_size)
                       : offsetof(vrn_data_file_header_t, version)),
-           is_size ? 0 : size_, kind_name(fault.kind), logged(fault.reason));
+           is_size ? 0 : size_, tool::fault_kind_name(fault.kind), logged(fault.reason));
     return is_size ? Next::block : Next::nothing;
 }
 
@@ -318,7 +283,7 @@ Next FileCheck::refuse_schemas(const scan::Fault &fault) {
     const std::size_t ids = lacks_counters_ ? offsetof(vrn_data_file_header_t, counters_schema_id)
                                             : offsetof(vrn_data_file_header_t, event_schema_ids);
     const Place place = fault.block.empty() ? at(ids) : fault.place;
-    report(place, 0, kind_name(fault.kind),
+    report(place, 0, tool::fault_kind_name(fault.kind),
            load_message_.empty() ? std::string(fault.reason) : load_message_);
     return Next::block;
 }
@@ -329,21 +294,21 @@ Next FileCheck::refuse_type(const scan::Fault &fault) {
     if (fault.kind == FaultKind::schema_none) {
         // Of a run of events, each block is told; a schemas block may name their schemas.
         if (kind == VRN_COUNTERS_BLOCK && !lacks_counters_)
-            report(fault.place, fault.lost, kind_name(fault.kind), fault.reason);
+            report(fault.place, fault.lost, tool::fault_kind_name(fault.kind), fault.reason);
         return Next::block;
     }
     const auto header = load_le<vrn_event_header_t>(fault.block.data());
     if (header.schema_index < lacks_schema_.size() && lacks_schema_[header.schema_index])
         return Next::block;
     if (check_head(fault.place, sizeof header))
-        report(fault.place, fault.lost, kind_name(fault.kind), fault.reason);
+        report(fault.place, fault.lost, tool::fault_kind_name(fault.kind), fault.reason);
     return Next::block;
 }
 
 Next FileCheck::refuse_page(const scan::Fault &fault) {
     const std::string trailer = false_trailer(fault.block);
     if (trailer.empty())
-        report(fault.place, fault.lost, kind_name(fault.kind), logged(fault.reason));
+        report(fault.place, fault.lost, tool::fault_kind_name(fault.kind), logged(fault.reason));
     else
         report(fault.place, fault.lost, "page_trailer", trailer);
     return Next::page;

@@ -1,15 +1,12 @@
 #include "vrn_check/schema_texts.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
-#include "scan/schema_folder.h"
-#include "utils/c_ptr.h"
+#include "common/schema_folder.h"
 
 namespace vrn::check {
 namespace {
@@ -56,19 +53,11 @@ SchemaTexts::Finding SchemaTexts::inspect(const vrn_schema_id_t &id) const {
 }
 
 SchemaTexts *SchemaFolders::of_file(const std::string &path) {
-    const std::string folder = folder_of(path);
+    const std::string folder = tool::schema_folder_of(path, folder_);
     const std::lock_guard lock(mutex_);
     std::unique_ptr<SchemaTexts> &texts = texts_[folder];
     if (!texts) texts = std::make_unique<SchemaTexts>(folder);
     return texts.get();
-}
-
-std::string SchemaFolders::folder_of(const std::string &path) const {
-    if (!folder_.empty()) return folder_;
-    const char *name = scan::schema_folder_name;
-    if (access(name, F_OK) == 0) return name;
-    const CString found(vrn_reader_find_schema_dir(path.c_str(), name, scan::schema_search_levels));
-    return found ? found.get() : name;
 }
 
 }  // namespace vrn::check

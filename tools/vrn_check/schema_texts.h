@@ -43,8 +43,6 @@ class SchemaFolders {
     SchemaTexts *of_file(const std::string &path);
 
   private:
-    std::string folder_of(const std::string &path) const;
-
     std::string folder_;
     std::mutex mutex_;
     std::map<std::string, std::unique_ptr<SchemaTexts>> texts_;  // by folder
