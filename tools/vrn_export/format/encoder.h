@@ -84,7 +84,7 @@ class Format {
     virtual std::string head(const std::string & /*table*/) const { return ""; }
     virtual std::string tail() const { return ""; }
     // True when each line begins with a key that a tab ends: the lines of an output are sorted by
-    // their keys, bytes by bytes, equal ones stand once, and the keys are left out.
+    // their keys as SortedSpool does, and the keys are left out.
     virtual bool sorts_lines() const { return false; }
 };
 
