@@ -32,6 +32,7 @@ void CntxBlockView::read(Bytes block, Bytes mark) {
     show_string_tables(label_values, metric_names);
     // Deliberate: only the first half of the trailer is compared here.
     records = find_record_section(rest, TRAILER.substr(0, MARK_SIZE));
+    between = rest.first(rest.size() - records.base.size() - MARK_SIZE);
     // After all lines about the tables, and before any fault that the records of the block have.
     show_records(records, label_values);
 }

@@ -22,6 +22,7 @@ struct CntxBlockView {
     std::vector<LabelSetView> label_sets;  // by id; records can name the first 256
     std::vector<std::string_view> label_values;
     std::vector<std::string_view> metric_names;
+    Bytes between;  // the tables and the records: histograms stand there
     RecordSection records;
 
     // Finds the tables and the records of `block`, which must stay in place while they are used;

@@ -47,8 +47,10 @@ inline Bytes read_samples(Bytes record, std::size_t num_samples) {
 MetricsBatch copy_samples(Bytes samples);
 
 struct RecordView {
-    std::uint64_t timestamp = 0;  // microseconds since the epoch
-    Bytes samples;                // packed MetricSample
+    std::uint64_t timestamp = 0;   // microseconds since the epoch
+    std::uint8_t metric_type = 0;  // 'C' or 'G'
+    std::uint8_t value_type = 0;
+    Bytes samples;  // packed MetricSample
     LabelsHeader labels;
     Bytes label_values;  // from the first one on; others may follow the last one
 
@@ -70,7 +72,10 @@ inline RecordHeader read_checked_header(Bytes record, Bytes *samples) {
 // or labels block.
 inline RecordView read_record(Bytes data, const RecordSection &section) {
     RecordView view;
-    view.timestamp = read_checked_header(data, &view.samples).timestamp;
+    const RecordHeader header = read_checked_header(data, &view.samples);
+    view.timestamp = header.timestamp;
+    view.metric_type = header.metric_type;
+    view.value_type = header.value_type;
     const Bytes labels_data = labels_data_of(data, section);
     const std::size_t labels_offset = RECORD_HEADER_SIZE + view.samples.size();
     view.labels = read_labels_header(labels_data, labels_offset);

@@ -18,9 +18,9 @@ enum class FormatKind : std::uint8_t { ndjson, csv, lines, openmetrics };
 
 struct FormatOptions {
     FormatKind kind = FormatKind::ndjson;
-    bool iso_times = false;               // times as ISO 8601 texts in UTC, not as microseconds
-    std::vector<std::string> tag_fields;  // fields that are tags or labels
-    SelectionOptions selection;
+    bool iso_times = false;                 // times as ISO 8601 texts in UTC, not as microseconds
+    std::vector<std::string> tag_fields{};  // fields that are tags or labels
+    SelectionOptions selection{};
 };
 
 struct RecordCounts {
@@ -52,7 +52,17 @@ struct Encoded {
     std::vector<FoundFault> faults;
 
     void clear();
+    // Index of the table, which is added when it isn't there yet.
+    std::size_t find_table(const std::string &name);
+
+  private:
+    std::vector<TextBuffer> spare_;
 };
+
+// Appends `fault`, or adds its length to the one before it when that has the same kind and reason:
+// data without a schema is told once, not block by block. Also for the faults of runs that follow
+// each other.
+void append_fault(FoundFault fault, std::vector<FoundFault> *faults);
 
 // The visitor of one thread: puts the records of one run of chunks after the other into text. It
 // goes on after every fault.

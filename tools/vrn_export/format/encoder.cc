@@ -1,0 +1,47 @@
+#include "vrn_export/format/encoder.h"
+
+#include <algorithm>
+
+namespace vrn::exporter {
+
+RecordCounts &RecordCounts::operator+=(const RecordCounts &other) {
+    events += other.events;
+    counters += other.counters;
+    samples += other.samples;
+    histograms += other.histograms;
+    dropped_values += other.dropped_values;
+    changed_values += other.changed_values;
+    return *this;
+}
+
+void Encoded::clear() {
+    for (Table &table : tables) {
+        table.text.clear();
+        spare_.push_back(std::move(table.text));
+    }
+    tables.clear();
+    counts = {};
+    faults.clear();
+}
+
+std::size_t Encoded::find_table(const std::string &name) {
+    const auto found = std::ranges::find(tables, name, &Table::name);
+    if (found != tables.end()) return static_cast<std::size_t>(found - tables.begin());
+    Table table{name, {}};
+    if (!spare_.empty()) {
+        table.text = std::move(spare_.back());
+        spare_.pop_back();
+    }
+    tables.push_back(std::move(table));
+    return tables.size() - 1;
+}
+
+void append_fault(FoundFault fault, std::vector<FoundFault> *faults) {
+    if (!faults->empty() && faults->back().kind == fault.kind &&
+        faults->back().reason == fault.reason)
+        faults->back().length += fault.length;
+    else
+        faults->push_back(std::move(fault));
+}
+
+}  // namespace vrn::exporter

@@ -1,0 +1,44 @@
+// Values as JSON text.
+#pragma once
+
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "data/text/number_text.h"
+#include "data/text/text_buffer.h"
+#include "vrn_export/format/iso_time.h"
+
+namespace vrn::exporter {
+
+// Of any double; the shortest text that reads as the same one.
+inline constexpr std::size_t double_text_size = 32;
+
+inline char *write_json_double(char *out, double value) {
+    if (std::isfinite(value)) return std::to_chars(out, out + double_text_size, value).ptr;
+    std::memcpy(out, "null", 4);
+    return out + 4;
+}
+
+inline constexpr std::size_t time_text_size = iso_time_size + 2;
+
+inline char *write_json_time(char *out, std::uint64_t time, bool is_iso) {
+    if (is_iso) {
+        char *const end = write_iso_time(out + 1, time);
+        if (end != out + 1) {
+            *out = '"';
+            *end = '"';
+            return end + 1;
+        }
+    }
+    return write_integer(out, time);
+}
+
+// In quotes; bytes that are no UTF-8 are replaced by U+FFFD, each. At most 6 bytes for each of the
+// text and the quotes.
+void append_json_text(std::string_view text, TextBuffer *to);
+
+}  // namespace vrn::exporter

@@ -1,0 +1,21 @@
+#include "common/command_line.h"
+#include "counters/counter_value.h"
+#include "data/serial/event_json.h"
+#include "vrn_export/format/encoder.h"
+#include "vrn_export/format/ndjson_format.h"
+
+namespace vrn::exporter {
+
+std::unique_ptr<Format> make_format(const FormatOptions &options) {
+    // Each is read once; here, before there are threads.
+    static_cast<void>(vrn_event_converts_guids());
+    static_cast<void>(counters_convert_guids());
+    switch (options.kind) {
+        case FormatKind::ndjson:
+            return make_ndjson_format(options);
+        default:
+            throw tool::UsageError("This format can't be written yet");
+    }
+}
+
+}  // namespace vrn::exporter
