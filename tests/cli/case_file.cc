@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -66,10 +67,25 @@ void run_command(const std::string &command, const TempDir &dir, const std::stri
     if (result != 0) outputs->push_back({"status", std::to_string(WEXITSTATUS(result)), {}});
 }
 
+void write_input(const CaseSection &section, const std::string &folder, const TempDir &dir) {
+    const std::string path = "work/" + section.argument;
+    if (section.kind == "file") {
+        dir.write(path, join(section.lines));
+    } else if (section.kind == "bytes") {
+        dir.write(path, parse_typed_bytes(section.lines));
+    } else if (section.kind == "include") {
+        const CaseFile shared = read_case_file(folder + "/shared/" + section.argument);
+        for (const CaseSection &each : shared.sections) write_input(each, folder, dir);
+    } else {
+        throw std::runtime_error("unknown section " + section.kind);
+    }
+}
+
 }  // namespace
 
 CaseFile read_case_file(const std::string &path) {
     CaseFile file;
+    file.folder = std::filesystem::path(path).parent_path();
     std::ifstream stream(path);
     for (std::string line; std::getline(stream, line);) {
         if (line.starts_with("== "))
@@ -104,14 +120,10 @@ CaseFile run_case(const CaseFile &file, const std::string &tool_dir) {
     for (const CaseSection &section : file.sections) {
         if (is_output(section)) continue;  // made anew by the run above it
         result.sections.push_back(section);
-        if (section.kind == "file")
-            dir.write("work/" + section.argument, join(section.lines));
-        else if (section.kind == "bytes")
-            dir.write("work/" + section.argument, parse_typed_bytes(section.lines));
-        else if (section.kind == "run")
+        if (section.kind == "run")
             run_command(section.argument, dir, tool_dir, &result.sections);
         else
-            throw std::runtime_error("unknown section " + section.kind);
+            write_input(section, file.folder, dir);
     }
     return result;
 }

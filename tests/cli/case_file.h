@@ -2,8 +2,9 @@
 //
 //   == file NAME        text until the next "=="
 //   == bytes NAME       typed bytes (typed_bytes.h) until the next "=="
+//   == include NAME     the files of shared/NAME
 //   == run COMMAND      by /bin/sh in a folder that holds the files; the tools are on the PATH
-//   == stdout, == stderr    what that run printed; "-open" behind the name: no newline at the end
+//   == stdout, == stderr    what that run printed; "-open" after the name: no newline at the end
 //   == status N
 //
 // Files may appear before any run; stdout and stderr left out mean nothing printed, status left out
@@ -22,6 +23,7 @@ struct CaseSection {
 };
 
 struct CaseFile {
+    std::string folder;                // that it lies in
     std::vector<std::string> heading;  // comment above the first section
     std::vector<CaseSection> sections;
 };
