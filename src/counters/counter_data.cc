@@ -82,7 +82,8 @@ class TreeSink {
     bool has_failed_ = false;
 };
 
-// Bytes of a row that its counters read.
+// Bytes of a row that its counters read. The schema's size may be less: it counts 8 bytes for plain
+// counters whatever their length, while offsets follow the lengths.
 std::uint64_t row_reach(const vrn_counters_schema_t *schema) {
     std::uint64_t reach = schema->size;
     for (std::uint32_t i = 0; i < schema->num_groups; ++i) {

@@ -43,6 +43,7 @@ vrn_counter_info_t *vrn_counter_info_copy(const vrn_counter_info_t *counter) {
     auto *record = static_cast<vrn_counter_info_t *>(std::malloc(sizeof(vrn_counter_info_t)));
     if (!record) return nullptr;
     *record = *counter;
+    // Deliberate: a copy is never hidden.
     record->hidden = 0;
     // So that a copy that fails half-way can be destroyed.
     record->name = record->description = record->units = nullptr;
@@ -80,6 +81,7 @@ vrn_counter_group_t *vrn_counter_group_create(const char *name, const char *prov
 
 void vrn_free_counter_group(vrn_counter_group_t *group) {
     if (!group) return;
+    // A provider may have allocated its groups in a way of its own.
     if (group->provider_hooks) {
         group->provider_hooks->destroy_group(group);
         return;

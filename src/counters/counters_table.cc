@@ -9,6 +9,8 @@
 namespace vrn {
 namespace {
 
+// Deliberate: tables read values from places of this size, whatever the offsets of the counters,
+// and so are right for rows of 8-byte values alone.
 constexpr std::size_t slot_bytes = 8;
 constexpr std::size_t cell_width = 20;
 // A cell with the blanks and the bar around it.
@@ -92,6 +94,7 @@ void add_scaled(TextBuffer &text, std::int64_t value) {
 
 CountersTable::CountersTable(const vrn_counters_schema_t &schema) {
     for (std::uint32_t i = 0; i < schema.num_groups; ++i)
+        // Schemas that are built in code may have gaps.
         if (schema.groups[i]) groups_.push_back(prepare(*schema.groups[i]));
 }
 
@@ -114,12 +117,14 @@ void CountersTable::write(std::uint64_t timestamp, Bytes values, bool microsecon
                           TextBuffer *text) {
     const std::string_view time = time_.of(timestamp, microseconds);
     text->append("Data collected at ");
+    // No text: a time whose year the system can't name.
     if (time.empty())
         text->integer(static_cast<std::int64_t>(timestamp));
     else
         text->append(time);
     text->append('\n');
     const CounterRow row(values);
+    // Deliberate: every group starts at the first value of the row.
     for (const Group &group : groups_) write_group(group, row, *text);
 }
 
@@ -144,6 +149,9 @@ void CountersTable::write_group(const Group &group, const CounterRow &row, TextB
 void CountersTable::write_cell(const Cell &cell, const CounterRow &row, std::uint64_t offset,
                                TextBuffer &text) {
     const Overloaded visit = {
+        // As much as the cell holds, whatever the length of the counter: the text may run on into
+        // the
+        // values that follow.
         [&](StringCounter) { add_cell(text, row.text(offset, cell_width)); },
         [&](UntypedCounter value) { add_scaled(text, value.number); },
         [&](std::uint64_t value) {

@@ -15,6 +15,7 @@ namespace {
 bool is_metadata_name(std::string_view name) {
     constexpr std::string_view start = "metadata_";
     constexpr std::string_view end = ".json";
+    // Something must stand between the two.
     return name.size() > start.size() + end.size() && name.starts_with(start) &&
            name.ends_with(end);
 }
@@ -58,6 +59,7 @@ bool fill_labels(vrn_metadata_entry_t *entry, const JSON_Object *labels) {
     for (std::size_t i = 0; i < count; ++i) {
         vrn_metadata_label_t *label = &entry->labels[entry->num_labels++];
         label->key = strdup(json_object_get_name(labels, i));
+        // A value that is no text shows as an empty one.
         label->value =
             strdup(vrn_text_or_empty(json_value_get_string(json_object_get_value_at(labels, i))));
         if (!label->key || !label->value) return false;

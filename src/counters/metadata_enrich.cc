@@ -17,6 +17,7 @@ const vrn_metadata_entry_t *find_entry(const vrn_metadata_t *metadata, const cha
     return nullptr;
 }
 
+// Whatever fails below is told and left out: a row without some labels is better than none.
 void append(JSON_Value *array, vrn_json_value_ptr value) {
     if (!vrn_json_append(json_array(array), std::move(value)))
         VRN_LOG(VRN_LOG_ERROR, "metadata_enrich: json_array_append_value failed");

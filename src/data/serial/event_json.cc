@@ -13,6 +13,7 @@
 
 namespace {
 
+// Of its own: counters rows have another one, which may have been read at another time.
 GuidSwitch guid_switch;
 
 vrn_json_value_ptr hex_value(std::uint64_t number) {
@@ -41,10 +42,11 @@ class TreeSink {
     }
     bool hex(std::uint64_t value) { return take(hex_value(value)); }
     bool string(std::string_view text) {
+        // A copy, since parson reads on to a terminator.
         return take(vrn_json_value_ptr(json_value_init_string(std::string(text).c_str())));
     }
-    // When false, the field takes the normal route.
-    // Whatever the type of the field: its name alone decides, deliberately.
+    // Deliberate: the name alone decides, whatever the type of the field. False is no failure of
+    // the record: the field takes the normal route.
     bool guid_word(const vrn_type_field_definition_t &field, std::uint64_t value) {
         const vrn::CString text(vrn_format_guid_string(value));
         if (!text) {
@@ -60,6 +62,7 @@ class TreeSink {
         return take(std::move(json));
     }
 
+    // Whoever calls for a tree gives no slack after the record.
     static std::uint64_t load_word(const void *data, unsigned spare_bits) {
         return vrn::load_word_exactly(data, spare_bits);
     }
@@ -89,6 +92,7 @@ class TreeSink {
         }
         const Open &outer = open_.back();
         JSON_Object *object = json_value_get_object(outer.value.get());
+        // A name that is there keeps its place and takes the later value.
         if (object) return vrn_json_set(object, outer.key, std::move(value));
         return vrn_json_append(json_value_get_array(outer.value.get()), std::move(value));
     }
@@ -141,6 +145,7 @@ JSON_Value *vrn_event_field_array_to_json(const vrn_type_field_definition_t *fie
     return walked_value([&](auto walk) { return walk.array(*field, data); });
 }
 
+// Deliberate: "guid" anywhere in the name counts here, the word rule and its switch don't.
 JSON_Value *vrn_scalar_to_json(std::uint32_t builtin_id, const void *data, const char *field_name) {
     const auto form = vrn_builtin_value_form(builtin_id, vrn_name_contains_guid(field_name));
     return made_value([&](TreeSink &sink) {

@@ -43,6 +43,7 @@ class TextSink {
         return true;
     }
     bool string(std::string_view text) { return text_.string(text); }
+    // Needs no memory of its own, so that it never takes the normal route.
     bool guid_word(const vrn_type_field_definition_t &, std::uint64_t value) { return hex(value); }
     static std::uint64_t load_word(const void *data, unsigned) {
         return vrn::load_le<std::uint64_t>(data);  // at the cost of slack after records
@@ -68,6 +69,7 @@ bool vrn_event_write_json(const vrn_type_definition_t *type, const void *record,
     vrn::Rollback added([&] { text->rewind(start); });
     TextSink sink(*text);
     bool done = vrn::EventWalk(sink, vrn_event_converts_guids()).record(*type, record);
+    // Any other failure would fail the tree just as well.
     if (!done && sink.needs_tree()) {
         text->rewind(start);
         done = write_tree(type, record, text);

@@ -11,6 +11,8 @@ namespace vrn::data {
 
 namespace {
 
+// Deliberate: values lie in places of this size one after the other, as in tables; the offset of a
+// counter plays no part.
 constexpr std::uint64_t slot_size = 8;
 
 // The value as it is shown in the given format, between double quotes.
@@ -56,6 +58,7 @@ void influx_write_counter(Bytes data, const vrn_counter_info_t &counter, TextBuf
         [&](StringCounter) {
             text->append(row.text(0, counter.length != 0 ? counter.length : data.size()));
         },
+        // A type that this version doesn't know shows as a signed number.
         [&](UntypedCounter value) { write(value.number); },
         [&](const WideBytes &value) { write_quoted(text, value, format); },
         [&](auto value) { write(value); },
@@ -77,6 +80,7 @@ void InfluxCountersLine::write(Bytes block, std::uint64_t max_size, TextBuffer *
     for (const Field &field : fields_) {
         text->append(field.key);
         influx_write_counter(slot_bytes(block, field.slot), *field.counter, text);
+        // The caller sees the size and refuses the line; what matters here is to end.
         if (text->size() - fields_start > max_size) break;
     }
     influx_write_time(text, CounterRow(block).read<vrn_data_block_t>(0).timestamp);

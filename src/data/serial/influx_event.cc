@@ -41,6 +41,7 @@ class FieldWriter {
             text_.fixed(value);
         return true;
     }
+    // No walk without GUID names asks for it.
     bool hex(std::uint64_t value) { return number(value); }
     static std::uint64_t load_word(const void *data, unsigned spare_bits) {
         return load_word_exactly(data, spare_bits);
@@ -52,6 +53,7 @@ class FieldWriter {
         if (field.array_length != 1)
             return is_character(type) ? add_string(field, data) : add_array(field, data);
         if (type.builtin_id == VRN_BUILTIN_NONE) return add_structure(field, data);
+        // An unknown id leaves "key=" without a value.
         add_key(field.field_name);
         add_scalar(field, data);
     }

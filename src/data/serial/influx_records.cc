@@ -23,7 +23,9 @@ class RecordSorter {
         std::string node_guid;
         std::string system_image_guid;
         for (const vrn_hca_info_t &hca : page.hca_info) {
+            // Places needn't be filled from the first one on.
             if (field_text(hca.hca_name).empty()) continue;
+            // A node is known by its first adapter.
             if (hcas_.empty()) {
                 node_guid = guid_text(field_text(hca.node_guid));
                 system_image_guid = guid_text(field_text(hca.system_image_guid));
@@ -51,6 +53,7 @@ class RecordSorter {
 
     // `more` and those of `tags` whose keys it hasn't got.
     static Tags with_tags(Tags more, const Tags &tags) {
+        // Keeps what is there: tags of this file win over global ones.
         more.insert(tags.begin(), tags.end());
         return more;
     }
@@ -66,6 +69,7 @@ class RecordSorter {
                          .prefix = name + ':',
                          .fields = {}});
         add_port(hca, "1", field_text(hca.port_1_guid));
+        // The first port is always there, a second one only where it has a GUID.
         if (hca.port_2_guid[0] != '\0') add_port(hca, "2", field_text(hca.port_2_guid));
     }
 
@@ -101,6 +105,7 @@ class RecordSorter {
         else if (group->granularity == VRN_GRANULARITY_CPU)
             add_cpu_counters(group);
         else
+            // No line for it, but its values take their places in the row.
             slot_ += std::uint64_t{group->num_counter_sets} * group->num_counters;
     }
 
@@ -125,6 +130,7 @@ class RecordSorter {
 
     // Where a counter of the node belongs by its name.
     vrn_influx_line_record_t &record_of(std::string_view name) {
+        // Deliberate: only these letters tell of an adapter, also where one has another name.
         if (!name.starts_with("nic")) return node_;
         for (vrn_influx_line_record_t &port : ports_)
             if (name.starts_with(port.prefix)) return port;

@@ -34,6 +34,7 @@ class PageWalk {
     std::vector<std::string> lines() && {
         std::uint64_t offset = VRN_DATA_PAGE_HEADER_SIZE;
         while (offset < end_ && !is_full_) {
+            // A block may claim to be longer than the page: the walk then ends.
             const std::uint64_t advance = handle_block(offset);
             if (advance == 0) break;  // nothing tells where the next block begins
             offset += advance;
@@ -59,6 +60,7 @@ class PageWalk {
 
     std::uint64_t handle_counters(std::uint64_t offset) {
         const vrn_counters_schema_t *schema = type_system_->counters_schema;
+        // Rows of unknown length: their bytes are looked through for the next block.
         if (!schema) return sizeof(vrn_data_block_t);
         if (!counters_lines_) counters_lines_ = prepare_lines(schema);
         for (const InfluxCountersLine &line : *counters_lines_) {
@@ -81,6 +83,7 @@ class PageWalk {
             vrn_type_system_find_type(type_system_, header.schema_index, header.type_index);
         if (!type) return 0;
         const std::string start = serializer_.line_start(type->name, tags_);
+        // Rows that the page cuts off are left out, with no fault.
         const std::size_t count =
             count_event_rows(*type, header, page_.subspan(offset, end_ - offset));
         std::uint64_t place = offset + sizeof header;
@@ -181,6 +184,7 @@ InfluxCountersLine InfluxSerializer::prepare_line(const vrn_influx_line_record_t
     return line;
 }
 
+// No bound: one line of a row that the caller holds can only be as long as its schema makes it.
 std::string InfluxSerializer::counters_record_line(const vrn_influx_line_record_t &record,
                                                    Bytes block) const {
     TextBuffer text;
@@ -209,6 +213,7 @@ std::vector<std::string> InfluxSerializer::group_lines(const Tags &tags,
     const char *granularity = vrn_counter_group_granularity_name(group);
     std::uint64_t room = influx_text_limit(block.size());
     for (std::uint64_t set = 0; set < group->num_counter_sets; ++set) {
+        // Without this tag the lines of the sets would be the same point to the database.
         if (group->num_counter_sets > 1) record.tags[granularity] = std::to_string(set);
         record.fields.clear();
         for (std::uint64_t i = 0; i < group->num_counters; ++i)

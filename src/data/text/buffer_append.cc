@@ -11,6 +11,7 @@ int vrn_buffer_appendf(char *buffer, std::size_t size, int *position, const char
     size = std::min<std::size_t>(size, INT_MAX);
     const int last = static_cast<int>(size) - 1;
     if (*position < 0) *position = 0;
+    // Deliberate: a full buffer is no failure, and what would follow isn't counted.
     if (*position > last) {
         *position = last;
         buffer[last] = '\0';

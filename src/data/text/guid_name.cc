@@ -10,6 +10,7 @@ namespace {
 // "guid" in any mix of ASCII case.
 bool starts_with_guid(const char *text) {
     constexpr std::string_view word = "guid";
+    // This bit makes ASCII capitals small and no other byte a letter of the word.
     for (std::size_t i = 0; i < word.size(); ++i)
         if ((text[i] | 0x20) != word[i]) return false;
     return true;
@@ -33,6 +34,7 @@ bool vrn_name_is_guid_word(const char *name) {
     return false;
 }
 
+// Deliberate: these two spellings alone, as part of any word; "Guid" is none of them.
 bool vrn_name_contains_guid(const char *name) {
     return name && (std::strstr(name, "guid") || std::strstr(name, "GUID"));
 }

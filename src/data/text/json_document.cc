@@ -8,6 +8,7 @@
 #include "utils/log.h"
 
 vrn_json_value_ptr vrn_json_file_parse(const char *path) {
+    // parson would wait at a pipe, and take the size of a folder for that of a text.
     struct stat status {};
     if (stat(path, &status) != 0) return nullptr;
     if (!S_ISREG(status.st_mode)) {

@@ -10,6 +10,7 @@
 namespace vrn {
 namespace {
 
+// A backslash, the letter u and four digits.
 constexpr std::size_t max_escape_size = 6;
 // For each byte the letter after its backslash, 'u' for four hexadecimal digits, 0 for none.
 constexpr std::array<char, 256> make_escapes() {
@@ -39,7 +40,8 @@ char *write_escape(char *out, unsigned char byte, char letter) {
     return out;
 }
 
-// Eight bytes. False also for some words of nothing but plain ASCII.
+// Eight bytes at once: each line sets the highest bit of the bytes it looks for. A borrow may set
+// that of the next byte, too, so that this is false also for some words of nothing but plain ASCII.
 bool is_plain_word(std::uint64_t word) {
     constexpr std::uint64_t ones = 0x0101010101010101;
     const std::uint64_t quotes = (word ^ ones * '"') - ones;

@@ -59,6 +59,7 @@ void JsonText::key(std::string_view name) {
 }
 
 bool JsonText::number(double value) {
+    // JSON has no form for them.
     if (!std::isfinite(value)) return false;
     advance_to(write_number(reserve(max_number_size), value));
     return true;
@@ -74,6 +75,7 @@ char *JsonText::write_number(char *out, double value) {
             return write_digits(out, static_cast<std::uint64_t>(std::abs(whole)));
         }
     }
+    // The digits of printf without its locale, whose point may be a comma.
     return std::to_chars(out, out + max_number_size, value, std::chars_format::general, 17).ptr;
 }
 

@@ -16,6 +16,7 @@ bool vrn_json_set_text(JSON_Object *object, const char *key, const char *text) {
     return json_object_set_string(object, key, text) == JSONSuccess;
 }
 
+// parson holds doubles alone: above 2 to the 53rd a number loses its low bits.
 bool vrn_json_set_number(JSON_Object *object, const char *key, std::uint64_t number) {
     return json_object_set_number(object, key, static_cast<double>(number)) == JSONSuccess;
 }

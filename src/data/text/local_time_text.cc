@@ -41,6 +41,7 @@ std::string any_year_text(std::uint64_t second) {
 
 }  // namespace
 
+// The time zone is asked once a second: rows of one second share all but the fraction.
 bool LocalTimeText::begin_second(std::uint64_t second) {
     if (!set_four_digit_year_text(second, &text_)) text_ = any_year_text(second);
     // A failed look-up must not leave the text of another second in use.

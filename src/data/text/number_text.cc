@@ -42,6 +42,7 @@ char *write_fixed(char *out, double value) {
                              fraction_digits)
             .ptr;
     constexpr std::uint64_t first_bit = std::uint64_t{1} << mantissa_bits;
+    // Subnormal numbers don't have that bit, but all of them are rounded to zero below.
     const Wide mantissa = (bits & (first_bit - 1)) | first_bit;
     const std::uint64_t scaled =
         shift_rounded(mantissa * scale, exponent_of_one + mantissa_bits - exponent);

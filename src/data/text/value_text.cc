@@ -90,6 +90,7 @@ char *write_value(char *out, std::int64_t value, std::uint32_t format) {
     switch (format) {
         case VRN_STRING_HEXADECIMAL:
         case VRN_STRING_BINARY:
+            // The bits, without a sign.
             return write_value(out, static_cast<std::uint64_t>(value), format);
         case VRN_STRING_UUID:
             VRN_LOG(VRN_LOG_WARNING,
@@ -105,6 +106,7 @@ char *write_value(char *out, double value, std::uint32_t format) {
     switch (format) {
         case VRN_STRING_HEXADECIMAL:
         case VRN_STRING_BINARY:
+            // Deliberate: the bits, not the number that they stand for.
             return write_value(out, std::bit_cast<std::uint64_t>(value), format);
         // Deliberate: these warn for each value.
         case VRN_STRING_UUID:
@@ -116,6 +118,7 @@ char *write_value(char *out, double value, std::uint32_t format) {
     return write_double_decimal(out, value);
 }
 
+// In the order of storage: the bytes are neither swapped nor made into a number.
 char *write_value(char *out, const WideBytes &bytes, std::uint32_t format) {
     switch (format) {
         case VRN_STRING_UUID:

@@ -9,6 +9,8 @@ namespace {
 
 using vrn::data::metrics::SymbolTable;
 
+// Deliberate: getNextColor() runs twice, so that line and filling differ and each dataset takes two
+// colours of the palette.
 constexpr char visual_style[] =
     "  borderColor: getNextColor(),\n"
     "  backgroundColor: getNextColor().replace('1)', '0.1)'),\n"
@@ -22,7 +24,8 @@ constexpr char visual_style[] =
     "  pointBorderWidth: 2,\n"
     "  pointHoverBorderWidth: 3\n";
 
-// One dataset of one of the two objects of the page.
+// The page holds each series twice: in more detail for zooming, and thinned to what a chart of
+// usual width can show. One dataset of one of the two objects of the page.
 struct Dataset {
     const char *object;
     std::uint64_t target;  // points
@@ -37,6 +40,7 @@ std::string label_pair_text(const MetricsCatalog &catalog, std::uint64_t name,
     try {
         return catalog.symbols().lookup(name) + "=" + catalog.symbols().lookup(value);
     } catch (const SymbolTable::SymbolNotFoundError &) {
+        // Not logged: the page shows it.
         return "unknown_label=unknown_value";
     }
 }
@@ -49,10 +53,13 @@ void write_dataset(std::ostream &out, const Dataset &dataset, std::uint64_t metr
     out << "if (!" << object << "[" << metric_id << "]) " << object << "[" << metric_id
         << "] = [];\n"
         << object << "[" << metric_id << "].push({\n"
-        << "  label: '" << label_text << "',\n"
+        << "  label: '" << label_text
+        << "',\n"
+        // Of all samples, not of those that are left: the page tells how many it saved.
         << "  originalDataPointsCount: " << values.size() << ",\n"
         << "  data: [";
     const char *separator = "";
+    // Doubles have the six digits of the stream's own format.
     for (const std::size_t i : thin_indices(values.size(), dataset.target)) {
         constexpr std::uint64_t microseconds_per_ms = 1000;
         out << separator << "{x: " << timestamps[i] / microseconds_per_ms << ", y: " << values[i]
@@ -72,6 +79,8 @@ std::vector<std::size_t> thin_indices(std::size_t count, std::size_t target) {
         return indices;
     }
     indices.push_back(0);
+    // Each index from the start, since steps that are added up would drift. A target below 3 leaves
+    // the two ends.
     for (std::size_t i = 1; i + 2 <= target; ++i) {
         const double step = static_cast<double>(count - 1) / static_cast<double>(target - 1);
         indices.push_back(static_cast<std::size_t>(static_cast<double>(i) * step));
@@ -80,6 +89,8 @@ std::vector<std::size_t> thin_indices(std::size_t count, std::size_t target) {
     return indices;
 }
 
+// Nothing is escaped here: who takes labels from strangers has the store keep them in the form of
+// script_text().
 std::string chart_label_text(const MetricsCatalog &catalog, const LabelIds &labels) {
     std::string text;
     for (const auto &[name, value] : labels) {
@@ -92,6 +103,7 @@ std::string chart_label_text(const MetricsCatalog &catalog, const LabelIds &labe
 void write_chart_datasets(std::ostream &out, std::uint64_t metric_id, const std::string &label_text,
                           const Samples &samples) {
     const auto write = [&]<typename T>(const std::vector<T> &values) {
+        // Texts and histograms have no place on an axis of values.
         if constexpr (std::is_arithmetic_v<T>) {
             const auto &timestamps = samples.timestamps;
             write_dataset(out, detailed_dataset, metric_id, label_text, timestamps, values);

@@ -18,6 +18,7 @@ namespace {
 
 using vrn::data::metrics::SymbolTable;
 
+// A page is a state of the store: no cache may show an older one.
 constexpr char head[] =
     "<!DOCTYPE html>\n<html>\n<head>\n"
     "<meta charset=\"UTF-8\">\n"
@@ -95,6 +96,7 @@ void write_selectors(std::ostream &out, const std::vector<MetricOption> &options
     out << label_selector;
 }
 
+// A page that lacks a script is of no use; the stream tells so as it tells of a full disk.
 void write_script(std::ostream &out, const char *script) {
     if (script)
         out << script;
@@ -102,7 +104,7 @@ void write_script(std::ostream &out, const char *script) {
         out.setstate(std::ios::failbit);
 }
 
-// The libraries stand in the table of modules a second time.
+// Deliberate: the libraries stand in the table of modules a second time.
 void write_scripts(std::ostream &out, const ChartScripts &scripts) {
     out << "// === Embedded Vendor JavaScript Libraries ===\n";
     for (std::size_t i = 0; i < library_titles.size(); ++i) {
@@ -118,6 +120,7 @@ void write_scripts(std::ostream &out, const ChartScripts &scripts) {
     }
 }
 
+// What the data are thinned to, so that the scripts need not assume it.
 void write_configuration(std::ostream &out, std::size_t footprint) {
     const std::pair<const char *, std::uint64_t> settings[] = {
         {"TYPICAL_WIDTH_PX", VISUAL_CHART_WIDTH_PX},
@@ -132,6 +135,7 @@ void write_configuration(std::ostream &out, std::size_t footprint) {
     out << "metricsDataFootprint = " << footprint << ";\n";
 }
 
+// A chart shows histograms as the plain series that are derived from them.
 void refuse_histogram(const MetricsCatalog &catalog, std::uint64_t metric_id) {
     VRN_LOG(VRN_LOG_ERROR,
             "[vrn typed metrics data] Skipping histogram visualization for metric: %s",
@@ -146,12 +150,14 @@ bool is_numeric(ValueType type) {
 template <typename Store>
 void write_series(std::ostream &out, const Store &store, const SeriesKey &key) {
     const auto labels = store.label_sets().find(key.label_set);
+    // A series of unknown labels is left out without a word.
     if (labels == store.label_sets().end()) return;
     const std::string label_text = chart_label_text(store, labels->second);
     const ValueType type = store.metric_type(key.metric_id);
     if (type == ValueType::histogram) return refuse_histogram(store, key.metric_id);
     if (!is_numeric(type)) return;
     Samples samples;
+    // 0 to 0: the whole series.
     if (!store.samples_in_range(key, 0, 0, &samples)) return;
     write_chart_datasets(out, key.metric_id, label_text, samples);
 }

@@ -8,6 +8,8 @@
 namespace vrn::metrics {
 namespace {
 
+// A quote or a backslash would change where the text ends, "<" may end the whole script, and the
+// two separators are line ends to older browsers.
 bool is_plain_in_script(const Utf8Character &character) {
     const bool ends_line = character.code == 0x2028 || character.code == 0x2029;
     return !character.is_bad_byte() && !character.is_control() && !ends_line &&
@@ -19,6 +21,8 @@ void append_script(const Utf8Character &character, std::string *out) {
         out->append(character.bytes);
         return;
     }
+    // A byte that is no UTF-8 becomes a lone surrogate of its own, so that different names stay
+    // different. All that is escaped here lies below 0x10000: one unit.
     const std::uint32_t unit = character.is_bad_byte()
                                    ? 0xdc00U + static_cast<std::uint8_t>(character.bytes[0])
                                    : character.code;
@@ -29,6 +33,7 @@ void append_script(const Utf8Character &character, std::string *out) {
 
 void append_markup(const Utf8Character &character, std::string *out) {
     const std::uint32_t code = character.code;
+    // Markup has no form for them, not even as a number.
     if (character.is_bad_byte() || code == 0)
         out->append("\xef\xbf\xbd");
     else if (code == '&')
