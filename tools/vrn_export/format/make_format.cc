@@ -2,6 +2,7 @@
 #include "counters/counter_value.h"
 #include "data/serial/event_json.h"
 #include "vrn_export/format/encoder.h"
+#include "vrn_export/format/lines_format.h"
 #include "vrn_export/format/ndjson_format.h"
 
 namespace vrn::exporter {
@@ -13,6 +14,8 @@ std::unique_ptr<Format> make_format(const FormatOptions &options) {
     switch (options.kind) {
         case FormatKind::ndjson:
             return make_ndjson_format(options);
+        case FormatKind::lines:
+            return make_lines_format(options);
         default:
             throw tool::UsageError("This format can't be written yet");
     }
