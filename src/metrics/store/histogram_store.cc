@@ -150,9 +150,12 @@ bool store_derived(const Histogram &histogram, Store *store) {
     store->find_label_set(histogram.label_set_id, &labels);
     const HistogramSamples samples = {{histogram.timestamp},
                                       {{histogram.buckets, histogram.sum, histogram.count}}};
-    DerivedSeries<Store> derived_series(strip_derivative_suffix(histogram.name), store);
+    const std::string base = strip_derivative_suffix(histogram.name);
+    const bool takes_all = store->takes_name(histogram.name);
+    DerivedSeries<Store> derived_series(base, store);
     bool done = true;
     for (const DerivativeType kind : all_kinds) {
+        if (!takes_all && !store->takes_name(get_derivative_name(base, kind))) continue;
         try {
             derived_series.push(kind, labels, samples);
         } catch (const std::runtime_error &error) {
@@ -170,6 +173,7 @@ bool store_derived(const Histogram &histogram, Store *store) {
 template <typename Store>
 bool store_histogram(const Histogram &histogram, Store *store) {
     if (store->derives_histograms()) return store_derived(histogram, store);
+    if (!store->takes_name(histogram.name)) return true;
     // Deliberate: a filter that skips unchanged values has no say here.
     const std::uint64_t metric_id = store->intern(histogram.name);
     store->template get_series<HistogramBuckets>(metric_id, histogram.label_set_id)

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <set>
@@ -108,6 +109,14 @@ class MetricsCatalog {
     bool derives_histograms() const { return derives_histograms_; }
     void set_derives_histograms(bool derives) { derives_histograms_ = derives; }
 
+    // From now on feeds pass over the metrics whose names `takes` refuses. A histogram is taken by
+    // its own name or, where it is derived from, by those of its derived series.
+    void set_name_filter(std::function<bool(const std::string &name)> takes) {
+        name_filter_ = std::move(takes);
+    }
+    bool has_name_filter() const { return name_filter_ != nullptr; }
+    bool takes_name(const std::string &name) const { return !name_filter_ || name_filter_(name); }
+
     // Samples in the buffers of new series.
     std::uint64_t default_capacity() const { return default_capacity_; }
     void set_default_capacity(std::uint64_t capacity) { default_capacity_ = capacity; }
@@ -160,6 +169,7 @@ class MetricsCatalog {
 
     std::string (*label_form_)(std::string_view text) = nullptr;
     bool derives_histograms_ = false;
+    std::function<bool(const std::string &name)> name_filter_;
 };
 
 }  // namespace vrn::metrics

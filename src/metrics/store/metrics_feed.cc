@@ -1,5 +1,6 @@
 #include "metrics/store/metrics_feed.h"
 
+#include <algorithm>
 #include <bit>
 #include <stdexcept>
 #include <string_view>
@@ -92,7 +93,11 @@ class BlockFeed {
           filter_(filter),
           store_(store),
           is_complete_(tables.has_all_histograms),
-          labels_left_(free_labels + block_size * labels_per_byte) {}
+          labels_left_(free_labels + block_size * labels_per_byte) {
+        if (!store->has_name_filter()) return;
+        for (const std::string &name : tables.metric_names)
+            takes_name_.push_back(store->takes_name(name));
+    }
 
     BlockFeed(const BlockFeed &) = delete;
     BlockFeed &operator=(const BlockFeed &) = delete;
@@ -123,6 +128,8 @@ class BlockFeed {
         std::uint64_t label_set_id = 0;
         const std::uint64_t size = parse_labels_block(labels_data_of(data, section), labels_offset,
                                                       &label_set_id, &labels_, "unknown");
+        // Before its labels take room in the store.
+        if (!takes_any(record.samples.samples)) return size;
         const std::uint64_t label_set =
             label_set_of(data.subspan(labels_offset, size - labels_offset), label_set_id);
         for (const MetricSample sample : record.samples.samples)
@@ -138,6 +145,16 @@ class BlockFeed {
         std::uint64_t hash = 0;
         std::uint64_t repeats = 0;  // records after the first one
     };
+
+    bool takes(std::uint64_t sample_id) const {
+        return sample_id >= takes_name_.size() || takes_name_[sample_id];
+    }
+
+    bool takes_any(const std::vector<MetricSample> &samples) const {
+        return takes_name_.empty() || std::ranges::any_of(samples, [this](MetricSample sample) {
+                   return takes(sample.sample_id);
+               });
+    }
 
     // The label set of the record whose labels block is `labels_block`, which holds `labels_`.
     std::uint64_t label_set_of(Bytes labels_block, std::uint64_t label_set_id) {
@@ -170,6 +187,7 @@ class BlockFeed {
                     sample_id, tables_.metric_names.size());
             throw std::runtime_error("invalid metric id");
         }
+        if (!takes(sample_id)) return;
         const std::string &name = tables_.metric_names[sample_id];
         // Deliberate: this counts as a use of the name even when the filter then refuses the
         // sample.
@@ -196,6 +214,7 @@ class BlockFeed {
     const MetricFilter *filter_;
     Store *store_;
     bool is_complete_;
+    std::vector<bool> takes_name_;  // by index of the name; empty: all are taken
     std::size_t labels_left_;
     std::vector<EncodedLabel> labels_;  // of one record; kept for its memory
     std::unordered_map<std::string_view, LabelSet> label_sets_;  // by labels block
