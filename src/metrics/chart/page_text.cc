@@ -1,7 +1,11 @@
 #include "metrics/chart/page_text.h"
 
+#include <algorithm>
+#include <boost/locale/utf.hpp>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 
 #include "utils/utf8.h"
 
@@ -62,6 +66,24 @@ std::string converted(std::string_view text, void (*append)(const Utf8Character 
 
 std::string script_text(std::string_view text) {
     return converted(text, append_script);
+}
+
+std::string script_text_value(std::string_view text) {
+    constexpr std::size_t escape_size = 6;
+    std::string value;
+    for (;;) {
+        const std::size_t plain = std::min(text.find('\\'), text.size());
+        value.append(text.substr(0, plain));
+        text.remove_prefix(plain);
+        if (text.size() < escape_size) return value;
+        std::uint32_t unit = 0;
+        std::from_chars(text.data() + 2, text.data() + escape_size, unit, 16);
+        text.remove_prefix(escape_size);
+        if (unit >= 0xdc00)
+            value += static_cast<char>(unit);  // a byte that was no UTF-8
+        else
+            boost::locale::utf::utf_traits<char>::encode(unit, std::back_inserter(value));
+    }
 }
 
 std::string markup_text(std::string_view text) {

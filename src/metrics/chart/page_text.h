@@ -12,6 +12,9 @@ namespace vrn::metrics {
 // apart.
 std::string script_text(std::string_view text);
 
+// The bytes that script_text() made `text` of.
+std::string script_text_value(std::string_view text);
+
 // `text` for the content of an element. NUL and bytes that are no UTF-8 read as U+FFFD.
 std::string markup_text(std::string_view text);
 

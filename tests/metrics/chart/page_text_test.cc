@@ -28,6 +28,7 @@ TEST(PageText, IsHarmlessInScriptsAndMarkup) {
     };
     for (const auto &[text, script, markup] : cases) {
         EXPECT_EQ(metrics::script_text(text), script);
+        EXPECT_EQ(metrics::script_text_value(script), text);
         EXPECT_EQ(metrics::markup_text(text), markup);
     }
 }
