@@ -22,6 +22,7 @@ const rooms = [
     'src/scan',
     'src/reader',
     'tools/common',
+    'tools/series',
     'tools/*', // programs, which do not know each other
 ];
 

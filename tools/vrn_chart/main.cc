@@ -1,4 +1,4 @@
-// vrn_chart: shows the metrics of data files as a chart page.
+// vrn_chart: shows the numbers of data files as a chart page.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,15 +8,17 @@
 #include <cstring>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/input_files.h"
 #include "common/tool_main.h"
 #include "metrics/chart/chart_page.h"
-#include "metrics/chart/page_text.h"
+#include "series/file_series.h"
+#include "series/file_times.h"
+#include "series/series_options.h"
 #include "utils/log.h"
 #include "utils/replace_file.h"
-#include "vrn_chart/metrics_input.h"
 
 namespace vrn::chart {
 namespace {
@@ -29,6 +31,7 @@ constexpr std::uint64_t max_store_bytes = std::uint64_t{1} << 30;
 struct ChartOptions {
     std::string output;  // empty: standard output
     std::uint64_t samples = 1000;
+    series::SeriesOptions series;
     std::uint32_t log_level = VRN_LOG_WARNING;
 };
 
@@ -38,22 +41,28 @@ std::string path_value(const char *text) {
 }
 
 tool::CommandLine command_line(ChartOptions *options) {
-    return {program,
-            "file|folder ...",
-            "Writes one HTML page with charts of the metrics in data files, to open in a browser.\n"
-            "Of a folder it takes all data files below.\n",
-            {{"output", 'o', "FILE",
-              "File to write (standard output). It is replaced when the page is whole.",
-              [options](const char *value) { options->output = path_value(value); }},
-             {"samples", 'n', "NUMBER", "Newest samples to take of each series (1000).",
-              [options](const char *value) {
-                  options->samples = tool::number_value(value, 1, max_samples);
-              }},
-             {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
-              [options](const char *) { options->log_level = VRN_LOG_INFO; }}},
-            "All series together have room for 1 GiB, at 16 bytes a sample. A file with more\n"
-            "series is an error; the page shows those that fit. Histograms are shown as series\n"
-            "of their buckets, counts and sums.\n"};
+    std::vector<tool::Option> rows = {
+        {"output", 'o', "FILE",
+         "File to write (standard output). It is replaced when the page is whole.",
+         [options](const char *value) { options->output = path_value(value); }},
+        {"samples", 'n', "NUMBER", "Newest samples to take of each series (1000).",
+         [options](const char *value) {
+             options->samples = tool::number_value(value, 1, max_samples);
+         }},
+        {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
+         [options](const char *) { options->log_level = VRN_LOG_INFO; }}};
+    const std::vector<tool::Option> more = series::series_option_rows(&options->series);
+    rows.insert(rows.end() - 1, more.begin(), more.end());
+    return {
+        program, "file|folder ...",
+        "Writes one HTML page with charts of the numbers in data files, to open in a browser.\n"
+        "Of a folder it takes all data files below.\n",
+        std::move(rows),
+        "Metrics are shown under their names, counters with the labels source and group, and\n"
+        "each number of an event as 'type.field' with the label source. Histograms are shown\n"
+        "as series of their buckets, counts and sums. All series together have room for 1 GiB,\n"
+        "at 16 bytes a sample. A file with more series is an error; the page shows those that\n"
+        "fit.\n"};
 }
 
 bool fail(const std::string &what) {
@@ -114,12 +123,13 @@ bool make_page(const std::vector<tool::InputFile> &files, const ChartOptions &op
     metrics::MetricsHistory store;
     store.set_default_capacity(options.samples);
     store.set_max_bytes(max_store_bytes);
-    store.set_derives_histograms(true);
-    store.set_label_form(metrics::script_text);
+    series::prepare_store(options.series, &store);
+    series::SchemaFolders folders(&options.series);
     bool read_all = true;
-    for (const tool::InputFile &file : files) read_all &= read_metrics(file.path, &store);
+    for (const tool::InputFile &file : files)
+        read_all &= series::store_file(file.path, options.series, &folders, &store);
     // No page rather than an empty one: it would replace a page that shows something.
-    if (store.series_keys().empty()) return fail("there are no metrics to show");
+    if (store.series_keys().empty()) return fail("there is nothing to show");
     // In memory first, so that a page is written whole or not at all.
     std::ostringstream page;
     metrics::write_chart_page(page, store, 0);
@@ -135,6 +145,7 @@ bool run(const ChartOptions &options, const std::vector<std::string> &operands) 
     // Looked at before anything is written, so that no input can be replaced by its chart.
     const Output output(options.output);
     if (output.is_one_of(files)) return fail(output.name() + " is one of the files to read");
+    series::sort_by_time(&files);
     return make_page(files, options, output) && found_all;
 }
 
