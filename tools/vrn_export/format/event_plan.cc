@@ -109,14 +109,17 @@ class TreeBuilder {
 // Counts what a row of a plan would be told with.
 class Width {
   public:
+    Width(std::size_t max_values, std::size_t max_name_bytes)
+        : max_values_(max_values), max_name_bytes_(max_name_bytes) {}
+
     // False when it is more than there may be.
     bool add(const std::vector<FieldNode> &fields, std::size_t times, std::size_t path_size) {
         for (const FieldNode &node : fields) {
             const std::size_t count = node.is_array() ? node.field->array_length : 1;
             const std::size_t name = path_size + 1 + std::strlen(node.field->field_name);
-            // Both are small enough: `times` is at most max_row_values before it is multiplied.
+            // No overflow: `times` was held against the limit before it is multiplied.
             const std::size_t all = times * count;
-            if (all > max_row_values) return false;
+            if (all > max_values_) return false;
             constexpr std::size_t index_size = 6;
             const std::size_t element = name + (node.is_array() ? index_size : 0);
             if (node.is_record()) {
@@ -125,12 +128,14 @@ class Width {
             }
             values_ += all;
             name_bytes_ += all * element;
-            if (values_ > max_row_values || name_bytes_ > max_row_name_bytes) return false;
+            if (values_ > max_values_ || name_bytes_ > max_name_bytes_) return false;
         }
         return true;
     }
 
   private:
+    const std::size_t max_values_;
+    const std::size_t max_name_bytes_;
     std::size_t values_ = 0;
     std::size_t name_bytes_ = 0;
 };
@@ -184,8 +189,12 @@ EventPlan make_event_plan(const vrn_type_definition_t &type, const RecordSelecti
     if (!selection.takes_events() || !selection.takes_type(type.name)) return plan;
     TreeBuilder tree(selection);
     plan.fields = tree.fields_of(type, "", false);
-    plan.is_too_wide = tree.is_too_wide() || !Width().add(plan.fields, 1, 0);
+    plan.is_too_wide = tree.is_too_wide() || !is_within(plan, max_row_values, max_row_name_bytes);
     return plan;
+}
+
+bool is_within(const EventPlan &plan, std::size_t max_values, std::size_t max_name_bytes) {
+    return !plan.is_too_wide && Width(max_values, max_name_bytes).add(plan.fields, 1, 0);
 }
 
 RowValue row_value_of(const FieldNode &node, std::uint64_t offset) {

@@ -95,6 +95,9 @@ struct Leaf {
     RowValue value;
 };
 
+// False also for a plan that is too wide.
+bool is_within(const EventPlan &plan, std::size_t max_values, std::size_t max_name_bytes);
+
 // The values of a plan that is not too wide, in the order of the walk.
 std::vector<Leaf> flatten(const EventPlan &plan);
 

@@ -6,19 +6,22 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "data/text/number_text.h"
 #include "data/text/text_buffer.h"
 #include "vrn_export/format/iso_time.h"
+#include "vrn_export/format/record_encoder.h"
 
 namespace vrn::exporter {
 
-// Of any double; the shortest text that reads as the same one.
+// Of any double; the shortest text that reads as the same one. What is no finite number is null.
 inline constexpr std::size_t double_text_size = 32;
 
-inline char *write_json_double(char *out, double value) {
+inline char *write_json_double(char *out, double value, RecordCounts *counts) {
     if (std::isfinite(value)) return std::to_chars(out, out + double_text_size, value).ptr;
+    ++counts->dropped_values;
     std::memcpy(out, "null", 4);
     return out + 4;
 }
@@ -40,5 +43,13 @@ inline char *write_json_time(char *out, std::uint64_t time, bool is_iso) {
 // In quotes; bytes that are no UTF-8 are replaced by U+FFFD, each. At most 6 bytes for each of the
 // text and the quotes.
 void append_json_text(std::string_view text, TextBuffer *to);
+
+void append_json_double(double value, const Output &out);
+// The value of a sample.
+void append_json_number(const MetricSample &sample, MetricValueForm form, const Output &out);
+// {"name":"value",...}
+void append_json_labels(std::span<const MetricLabel> labels, TextBuffer *to);
+// [{"le":bound,"count":n},...]
+void append_json_buckets(const metrics::Histogram &histogram, const Output &out);
 
 }  // namespace vrn::exporter

@@ -1,6 +1,7 @@
 #include "common/command_line.h"
 #include "counters/counter_value.h"
 #include "data/serial/event_json.h"
+#include "vrn_export/format/csv_format.h"
 #include "vrn_export/format/encoder.h"
 #include "vrn_export/format/lines_format.h"
 #include "vrn_export/format/ndjson_format.h"
@@ -16,6 +17,8 @@ std::unique_ptr<Format> make_format(const FormatOptions &options) {
             return make_ndjson_format(options);
         case FormatKind::lines:
             return make_lines_format(options);
+        case FormatKind::csv:
+            return make_csv_format(options);
         default:
             throw tool::UsageError("This format can't be written yet");
     }

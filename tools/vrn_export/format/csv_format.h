@@ -1,0 +1,13 @@
+// Tables of comma-separated values by RFC 4180. Form of the tables: docs/export.md, "csv".
+#pragma once
+
+#include <memory>
+
+#include "vrn_export/format/encoder.h"
+
+namespace vrn::exporter {
+
+// Throws as make_format().
+std::unique_ptr<Format> make_csv_format(const FormatOptions &options);
+
+}  // namespace vrn::exporter
