@@ -23,6 +23,7 @@ const rooms = [
     'src/reader',
     'tools/common',
     'tools/series',
+    'tools/vrn_export/format',
     'tools/*', // programs, which do not know each other
 ];
 

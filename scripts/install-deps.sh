@@ -7,10 +7,10 @@ cd "$(dirname "$0")/.."
 packages=(
     g++ cmake ninja-build pkg-config jq dpkg-dev
     clang clang-format clang-tidy
-    zlib1g-dev libssl-dev libsnappy-dev
+    zlib1g-dev libssl-dev libsnappy-dev libzstd-dev
     libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
     libgtest-dev libgmock-dev
-    chromium
+    chromium zstd
 )
 # Any node from 18.18 on serves; Debian's is taken where there is none.
 command -v node >/dev/null && command -v npm >/dev/null || packages+=(nodejs npm)

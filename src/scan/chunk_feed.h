@@ -63,6 +63,8 @@ class ChunkFeed {
 
     // The next run. False when the file has ended.
     bool take(ChunkRun *run);
+    // True when no run follows; a file of whole chunks may tell it by an empty take() only.
+    bool has_ended() const { return has_ended_; }
 
     const vrn_data_file_header_t &header() const { return header_; }
 

@@ -10,19 +10,10 @@
 
 #include "utils/descriptor.h"
 #include "utils/new_file.h"
+#include "utils/write_all.h"
 
 namespace vrn {
 namespace {
-
-bool write_all(const Descriptor &file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(file.get(), bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
 
 // True when the file has exactly this content. An unchanged file keeps its time and its inode.
 bool holds(const std::string &path, std::string_view content) {
@@ -40,13 +31,13 @@ bool holds(const std::string &path, std::string_view content) {
 ReplacedFile write_in_place(const std::string &path, std::string_view content) {
     Descriptor file(::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
     if (!file.is_open()) return ReplacedFile::not_opened;
-    return write_all(file, content) && file.close() ? ReplacedFile::done
-                                                    : ReplacedFile::not_written;
+    return write_all(file.get(), content) && file.close() ? ReplacedFile::done
+                                                          : ReplacedFile::not_written;
 }
 
 // `old` is the status of the file that is replaced, or null.
 bool fill(const Descriptor &file, std::string_view content, const struct stat *old) {
-    if (!write_all(file, content)) return false;
+    if (!write_all(file.get(), content)) return false;
     if (!old) return true;
     // Only the superuser may give files away; who else may write this one owns it from now on.
     [[maybe_unused]] const int ignored = ::fchown(file.get(), old->st_uid, old->st_gid);

@@ -1,0 +1,180 @@
+#include "vrn_export/export_tool.h"
+
+#include <cstdlib>
+#include <memory>
+#include <optional>
+
+#include "common/input_files.h"
+#include "common/shown_text.h"
+#include "common/tool_main.h"
+#include "vrn_export/export_run.h"
+#include "vrn_export/input_list.h"
+#include "vrn_export/part_name.h"
+#include "vrn_export/part_output.h"
+#include "vrn_export/progress.h"
+#include "vrn_export/report_file.h"
+#include "vrn_export/run_report.h"
+#include "vrn_export/schema_learning.h"
+#include "vrn_export/shard_folder.h"
+#include "vrn_export/signal_watch.h"
+#include "vrn_export/stream_output.h"
+#include "vrn_export/table_output.h"
+#include "vrn_export/whole_file.h"
+
+namespace vrn::exporter {
+namespace {
+
+constexpr int signal_status = 128;
+constexpr std::uint64_t max_told = 100;  // damaged files
+constexpr std::size_t stream_spool_memory = 64 << 20;
+constexpr std::size_t part_spool_memory = 8 << 20;
+
+std::string temporary_folder() {
+    const char *folder = std::getenv("TMPDIR");
+    return folder && *folder ? folder : "/tmp";
+}
+
+// Where one run puts its text and what it tells of it.
+class ExportJob {
+  public:
+    ExportJob(const ExportOptions &options, const std::vector<std::string> &operands)
+        : options_(options),
+          schemas_(
+              {.folder = options.schema_path, .take_what_loads = true, .keep_noisy_loads = true}) {
+        if (has_folder()) refuse_output_among_inputs(operands, options.output_folder);
+        found_all_ = tool::find_input_files(operands, &files_);
+        format_ = make_format(options.format);
+        if (!has_folder()) refuse_stream_into_input(files_);
+        if (has_parts()) give_each_a_part(suffix(), &files_);
+        // By all inputs, so that all shards have the same heads.
+        if (format_->wants_schemas()) learn_schemas(files_, &schemas_, format_.get());
+        if (options.shard) take_shard();
+    }
+
+    int run() {
+        std::vector<RunReport::Write> writers;
+        if (!options_.report_file.empty()) writers.push_back(open_report());
+        if (has_parts()) writers.push_back(open_shard_report());
+        RunReport report(std::move(writers));
+        make_output();
+        const int status = convert(&report);
+        report.finish(status);
+        if (report_file_) report_file_->finish();
+        if (shard_report_ && status <= damaged_status) shard_report_->finish();
+        return status;
+    }
+
+  private:
+    bool has_folder() const { return !options_.output_folder.empty(); }
+    bool has_parts() const { return has_folder() && !format_->has_file_per_table(); }
+    Shard shard() const { return options_.shard.value_or(Shard()); }
+    std::string suffix() const {
+        return std::string(format_->suffix()) + suffix_of(options_.compression);
+    }
+    std::string path_below(const std::string &name) const {
+        return options_.output_folder + "/" + name;
+    }
+
+    void take_shard() {
+        if (has_folder() && !has_parts())
+            throw tool::UsageError("--shard goes with formats that have a file for each input");
+        all_files_ = files_.size();
+        keep_shard({1, 1}, &files_);
+        inputs_ = digest_of(files_);
+        keep_shard(*options_.shard, &files_);
+    }
+
+    RunReport::Write open_report() {
+        report_file_.emplace(options_.report_file, files_);
+        return [this](const std::string &line) { report_file_->write(line); };
+    }
+
+    RunReport::Write open_shard_report() {
+        shard_report_.emplace(path_below(shard_report_name(shard())));
+        shard_report_->write(shard_head_line({shard(), options_.shard ? all_files_ : files_.size(),
+                                              inputs_, options_line(options_)}));
+        return [this](const std::string &line) { shard_report_->write(line); };
+    }
+
+    void make_output() {
+        const TextForm form = {*format_, options_.compression,
+                               has_folder() ? options_.output_folder : temporary_folder(),
+                               has_parts() ? part_spool_memory : stream_spool_memory};
+        if (!has_folder()) {
+            output_ = std::make_unique<StreamOutput>(form);
+        } else if (!has_parts()) {
+            output_ = std::make_unique<TableOutput>(options_.output_folder, suffix(), form);
+        } else {
+            const std::string journal = path_below(journal_name(shard()));
+            journal_.emplace(journal, options_line(options_), options_.resumes);
+            output_ = std::make_unique<PartOutput>(options_.output_folder, suffix(), files_, form,
+                                                   &*journal_);
+        }
+    }
+
+    int convert(RunReport *report) {
+        std::uint64_t bytes = 0;
+        for (const tool::InputFile &file : files_) bytes += file.size;
+        Progress progress(files_.size(), bytes);
+        ExportRun run(
+            {.files = files_,
+             .format = *format_,
+             .schemas = schemas_,
+             .output = *output_,
+             .compression = format_->sorts_lines() ? Compression::none : options_.compression,
+             .threads = options_.threads,
+             .take_report =
+                 [&](const FileReport &file) {
+                     report->add(file);
+                     progress.note_file();
+                     if (file.num_faults > 0) tell_of(file, &progress);
+                 },
+             .note_bytes = [&](std::uint64_t count) { progress.note_bytes(count); }});
+        const SignalWatch watch([&] { run.stop(); });
+        const bool is_whole = run.run();
+        if (is_whole) output_->finish();
+        progress.clear();
+        if (report->totals().damaged > max_told)
+            tool::print_error("vrn_export",
+                              std::to_string(report->totals().damaged) +
+                                  " files are damaged; --report tells of all of them");
+        if (watch.signal() != 0) return signal_status + watch.signal();
+        if (!found_all_) return failed_status;
+        return report->totals().faults > 0 ? damaged_status : EXIT_SUCCESS;
+    }
+
+    static void tell_of(const FileReport &file, Progress *progress) {
+        progress->clear();
+        std::string text = file.path + ": " + std::to_string(file.num_faults) +
+                           (file.num_faults == 1 ? " fault" : " faults");
+        if (!file.faults.empty()) {
+            const FoundFault &first = file.faults.front();
+            text += ", at offset " + std::to_string(first.offset) + ": " + std::string(first.kind) +
+                    ": " + first.reason;
+        }
+        tool::print_error("vrn_export", text);
+    }
+
+    const ExportOptions &options_;
+    SchemaCaches schemas_;
+    std::vector<tool::InputFile> files_;
+    bool found_all_ = false;
+    std::unique_ptr<Format> format_;
+    std::uint64_t all_files_ = 0;  // of all shards
+    std::string inputs_;           // their digest; empty without shards
+    std::optional<ReportFile> report_file_;
+    std::optional<WholeFile> shard_report_;
+    std::optional<PartJournal> journal_;
+    std::unique_ptr<ExportOutput> output_;
+};
+
+}  // namespace
+
+int run_export(const ExportOptions &options, const std::vector<std::string> &operands) {
+    check_options(options, !operands.empty());
+    tool::start_log(options.log_level);
+    let_writes_fail();
+    return ExportJob(options, operands).run();
+}
+
+}  // namespace vrn::exporter

@@ -1,0 +1,35 @@
+// What became of one input file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "vrn_export/format/encoder.h"
+
+namespace vrn::exporter {
+
+struct FileReport {
+    // Faults that are kept of one file; a hostile one has any number.
+    static constexpr std::size_t max_faults = 10000;
+
+    std::string path;
+    std::string part;             // below the output folder; empty: none
+    bool is_selected = true;      // by its header
+    bool is_kept = false;         // the part is of an earlier run
+    std::string kept_line;        // its line of then
+    std::uint64_t bytes_in = 0;   // as they stand on disk
+    std::uint64_t bytes_out = 0;  // compressed, if so
+    double seconds = 0;
+    RecordCounts counts;
+    std::uint64_t num_faults = 0;
+    std::vector<FoundFault> faults;
+
+    void add_fault(FoundFault fault) {
+        ++num_faults;
+        if (faults.size() < max_faults) faults.push_back(std::move(fault));
+    }
+};
+
+}  // namespace vrn::exporter

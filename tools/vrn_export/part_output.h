@@ -1,0 +1,36 @@
+// A file of its own for each input.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/input_files.h"
+#include "vrn_export/file_output.h"
+#include "vrn_export/part_journal.h"
+#include "vrn_export/text_output.h"
+
+namespace vrn::exporter {
+
+class PartOutput final : public ExportOutput {
+  public:
+    // Borrows the inputs and the journal. `suffix` is that of the parts. Parts that are there and
+    // newer than their inputs are kept when the journal has resumed.
+    PartOutput(std::string folder, std::string suffix, const std::vector<tool::InputFile> &files,
+               const TextForm &form, PartJournal *journal);
+
+    bool is_ordered() const override { return false; }
+    bool has_file(std::size_t index, FileReport *report) override;
+    std::unique_ptr<FileOutput> begin_file(std::size_t index, const InputFeed &feed) override;
+    void pass_over(const FileReport &report) override;
+
+  private:
+    std::string folder_;
+    std::string suffix_;
+    const std::vector<tool::InputFile> &files_;
+    std::vector<tool::FileId> inputs_;  // sorted
+    TextForm form_;
+    PartJournal *journal_;
+};
+
+}  // namespace vrn::exporter

@@ -1,0 +1,48 @@
+#include "vrn_export/table_output.h"
+
+#include "vrn_export/part_name.h"
+
+namespace vrn::exporter {
+namespace {
+
+class TableFile final : public FileOutput {
+  public:
+    explicit TableFile(TableOutput *tables) : tables_(tables) {}
+
+    void write(const Encoded &encoded) override {
+        tables_->add(encoded);
+        for (const Encoded::Table &table : encoded.tables) bytes_ += table.text.size();
+    }
+    void finish(FileReport *report) override { report->bytes_out = bytes_; }
+
+  private:
+    TableOutput *tables_;
+    std::uint64_t bytes_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<FileOutput> TableOutput::begin_file(std::size_t /*index*/,
+                                                    const InputFeed & /*feed*/) {
+    return std::make_unique<TableFile>(this);
+}
+
+void TableOutput::add(const Encoded &encoded) {
+    for (const Encoded::Table &table : encoded.tables) {
+        if (table.text.size() == 0) continue;
+        auto &file = tables_[table.name];
+        if (!file)
+            file = std::make_unique<Table>(folder_ + "/" + table_file_name(table.name, suffix_),
+                                           form_, table.name);
+        file->text.add(table.text.view());
+    }
+}
+
+void TableOutput::finish() {
+    for (const auto &[name, table] : tables_) {
+        table->text.finish();
+        table->file.finish();
+    }
+}
+
+}  // namespace vrn::exporter

@@ -1,0 +1,40 @@
+// A file for each table of a format, for all inputs.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "vrn_export/file_output.h"
+#include "vrn_export/text_output.h"
+#include "vrn_export/whole_file.h"
+
+namespace vrn::exporter {
+
+class TableOutput final : public ExportOutput {
+  public:
+    TableOutput(std::string folder, std::string suffix, const TextForm &form)
+        : folder_(std::move(folder)), suffix_(std::move(suffix)), form_(form) {}
+
+    bool is_ordered() const override { return true; }
+    std::unique_ptr<FileOutput> begin_file(std::size_t index, const InputFeed &feed) override;
+    void finish() override;
+
+    void add(const Encoded &encoded);
+
+  private:
+    struct Table {
+        explicit Table(const std::string &path, const TextForm &form, const std::string &name)
+            : file(path), text(form, name, [this](std::string_view bytes) { file.write(bytes); }) {}
+
+        WholeFile file;
+        TextOutput text;
+    };
+
+    std::string folder_;
+    std::string suffix_;
+    TextForm form_;
+    std::map<std::string, std::unique_ptr<Table>> tables_;  // by name
+};
+
+}  // namespace vrn::exporter
