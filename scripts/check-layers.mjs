@@ -21,6 +21,7 @@ const rooms = [
     'src/metrics/chart',
     'src/scan',
     'src/reader',
+    'src/sql',
     'tools/common',
     'tools/series',
     'tools/vrn_export/format',

@@ -10,6 +10,7 @@ packages=(
     zlib1g-dev libssl-dev libsnappy-dev libzstd-dev
     libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
     libgtest-dev libgmock-dev
+    libedit-dev
     chromium zstd
 )
 # Any node from 18.18 on serves; Debian's is taken where there is none.
@@ -22,6 +23,12 @@ parson_package_version=1.2.1-1.1
 parson_suite=trixie
 parson_sums="690c15276df905618bb958d262044b41d573ae7ed7294640934b6b223583190a  parson.c
 4541045531850208b2c8d52807d9aba1d3a78188d690df324c100d570af1d165  parson.h"
+
+# DuckDB's C headers lie inside this npm package.
+duckdb_dir=third_party/duckdb
+duckdb_package=duckdb@1.4.4
+duckdb_sums="cbe6a827284375c5a646b8f27dbd3a00808ce8738b5bbb49c190cb1e08540281  duckdb.h
+514a5b639cd800e90f1556e8e039cff7f0b4a256e461754dd55caf79dc16db00  duckdb_extension.h"
 
 fail() {
     echo "install-deps: $*" >&2
@@ -55,8 +62,9 @@ install_packages() {
         fail "apt-get could not install: ${missing[*]}"
 }
 
-parson_is_good() {
-    (cd "$1" 2>/dev/null && sha256sum --check --status - <<<"$parson_sums" 2>/dev/null)
+# folder_is_good FOLDER SUMS
+folder_is_good() {
+    (cd "$1" 2>/dev/null && sha256sum --check --status - <<<"$2" 2>/dev/null)
 }
 
 # Prints deb-src lines for the suite with the source package, derived from the host's own entries.
@@ -103,19 +111,34 @@ fetch_parson() (
     tar -xf "$tarball" -C "$work/parson" --wildcards --strip-components=3 \
         '*/vendor/parson/parson.c' '*/vendor/parson/parson.h' ||
         fail "$parson_package holds no vendor/parson"
-    parson_is_good "$work/parson" ||
+    folder_is_good "$work/parson" "$parson_sums" ||
         fail "checksum mismatch: the fetched parson.c or parson.h is not the genuine release 1.5.2"
     mkdir -p "$parson_dir"
     cp "$work/parson/parson.c" "$work/parson/parson.h" "$parson_dir/"
 )
 
-parson_is_there() {
-    if [ -d "$parson_dir" ]; then
-        parson_is_good "$parson_dir" ||
-            fail "checksum mismatch in $parson_dir: remove that folder and run again"
-        return 0
-    fi
-    return 1
+# The archive is taken as it is: no script of the package runs.
+fetch_duckdb_headers() (
+    work=$(mktemp -d)
+    trap 'rm -rf "$work"' EXIT
+    npm pack "$duckdb_package" --ignore-scripts --loglevel=error --pack-destination "$work" \
+        >/dev/null || fail "npm pack $duckdb_package failed"
+    mkdir "$work/headers"
+    tar -xzf "$work"/duckdb-*.tgz -C "$work/headers" --strip-components=5 \
+        package/src/duckdb/src/include/duckdb.h \
+        package/src/duckdb/src/include/duckdb_extension.h ||
+        fail "$duckdb_package holds no duckdb.h"
+    folder_is_good "$work/headers" "$duckdb_sums" ||
+        fail "checksum mismatch: the headers of $duckdb_package are not the genuine ones"
+    mkdir -p "$duckdb_dir"
+    cp "$work"/headers/*.h "$duckdb_dir/"
+)
+
+# sources_are_there FOLDER SUMS
+sources_are_there() {
+    [ -d "$1" ] || return 1
+    folder_is_good "$1" "$2" ||
+        fail "checksum mismatch in $1: remove that folder and run again"
 }
 
 # The copy of the lock file is written last, so it stands for a complete folder.
@@ -132,9 +155,13 @@ fetch_node_modules() {
 }
 
 install_packages
-if ! parson_is_there; then
+if ! sources_are_there "$parson_dir" "$parson_sums"; then
     echo "install-deps: fetching parson 1.5.2"
     fetch_parson
+fi
+if ! sources_are_there "$duckdb_dir" "$duckdb_sums"; then
+    echo "install-deps: fetching the headers of $duckdb_package"
+    fetch_duckdb_headers
 fi
 if ! node_modules_are_there; then
     echo "install-deps: fetching the npm packages of package-lock.json"

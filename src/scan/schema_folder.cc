@@ -21,3 +21,15 @@ char *vrn_reader_find_schema_dir(const char *path, const char *name, int levels)
     }
     return nullptr;
 }
+
+namespace vrn::scan {
+
+std::string schema_folder_of(const std::string &path, const std::string &given) {
+    if (!given.empty()) return given;
+    const char *name = schema_folder_name;
+    if (access(name, F_OK) == 0) return name;
+    const CString found(vrn_reader_find_schema_dir(path.c_str(), name, schema_search_levels));
+    return found ? found.get() : name;
+}
+
+}  // namespace vrn::scan

@@ -1,10 +1,16 @@
 // Where the schemas of a data file are when nobody says it.
 #pragma once
 
+#include <string>
+
 namespace vrn::scan {
 
 inline constexpr char schema_folder_name[] = "schema";
 inline constexpr int schema_search_levels = 5;
+
+// `given` unless it is empty; otherwise where vrn_read would find the schemas of the file at
+// `path`.
+std::string schema_folder_of(const std::string &path, const std::string &given);
 
 }  // namespace vrn::scan
 

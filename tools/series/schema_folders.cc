@@ -1,11 +1,11 @@
 #include "series/schema_folders.h"
 
-#include "common/schema_folder.h"
+#include "scan/schema_folder.h"
 
 namespace vrn::series {
 
 SchemaFolder *SchemaFolders::of_file(const std::string &path) {
-    const std::string folder = tool::schema_folder_of(path, options_->schema_folder);
+    const std::string folder = scan::schema_folder_of(path, options_->schema_folder);
     std::unique_ptr<SchemaFolder> &known = folders_[folder];
     if (!known) {
         const scan::SchemaLoaderOptions options = {.folder = folder, .take_what_loads = true};

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "common/schema_folder.h"
+#include "scan/schema_folder.h"
 
 namespace vrn::check {
 namespace {
@@ -53,7 +53,7 @@ SchemaTexts::Finding SchemaTexts::inspect(const vrn_schema_id_t &id) const {
 }
 
 SchemaTexts *SchemaFolders::of_file(const std::string &path) {
-    const std::string folder = tool::schema_folder_of(path, folder_);
+    const std::string folder = scan::schema_folder_of(path, folder_);
     const std::lock_guard lock(mutex_);
     std::unique_ptr<SchemaTexts> &texts = texts_[folder];
     if (!texts) texts = std::make_unique<SchemaTexts>(folder);

@@ -1,12 +1,12 @@
 #include "vrn_export/schema_caches.h"
 
-#include "common/schema_folder.h"
+#include "scan/schema_folder.h"
 
 namespace vrn::exporter {
 
 std::shared_ptr<scan::SchemaCache> SchemaCaches::of_file(const std::string &path) {
     scan::SchemaLoaderOptions options = options_;
-    options.folder = tool::schema_folder_of(path, options_.folder);
+    options.folder = scan::schema_folder_of(path, options_.folder);
     const std::lock_guard lock(mutex_);
     // Files of one folder mostly follow each other; those at work keep their caches.
     if (caches_.size() == max_folders && !caches_.contains(options.folder)) caches_.clear();

@@ -1,0 +1,138 @@
+#include "sql/metrics_reader.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+#include "metrics/labels_walk.h"
+#include "metrics/section_mark.h"
+#include "metrics/table_sections.h"
+#include "scan/block_walk.h"
+
+namespace vrn::sql {
+namespace {
+
+constexpr std::string_view block_mark = "CNTX";
+constexpr std::size_t block_head_size = block_mark.size() + sizeof(std::uint32_t);
+constexpr std::size_t no_set = std::numeric_limits<std::size_t>::max();
+// Constants count for each record: a small block could ask for endless labels.
+constexpr std::size_t free_labels = 1 << 20;
+constexpr std::size_t labels_per_byte = 16;
+
+}  // namespace
+
+scan::Next MetricsReader::metrics(const scan::PlainBlock &block) {
+    if (!takes_record(block.place)) return scan::Next::block;
+    const Bytes run = {keep(block.bytes.data()), block.bytes.size()};
+    split_metrics(
+        run,
+        [&](Bytes found) {
+            blocks_.push_back({found, names()});
+        },
+        [&](const std::string &reason) { report_fault(path(), reason); });
+    return scan::Next::block;
+}
+
+void split_metrics(Bytes run, const std::function<void(Bytes block)> &visit,
+                   const std::function<void(const std::string &reason)> &fail) {
+    for (Bytes rest = run; !scan::is_all_zero(rest);) {
+        const Bytes mark = metrics::find_mark(rest, block_mark);
+        if (!scan::is_all_zero(rest.first(rest.size() - mark.size())))
+            fail("No metrics block where one could begin");
+        if (mark.empty()) return;
+        const std::uint32_t size = metrics::read_total_size(mark);
+        if (size < block_head_size || size > mark.size())
+            return fail("A metrics block claims " + std::to_string(size) + " bytes of " +
+                        std::to_string(mark.size()));
+        visit(mark.first(size));
+        rest = mark.subspan(size);
+    }
+}
+
+void MetricsCursor::begin(Bytes block) {
+    view_.read(block, block);
+    read_constants(block);
+    set_id_ = no_set;
+    offset_ = sizeof view_.records.blocksize;
+    labels_left_ = free_labels + block.size() * labels_per_byte;
+}
+
+void MetricsCursor::read_constants(Bytes block) {
+    std::vector<std::string_view> texts;
+    metrics::read_string_section(block, "CLBL", "clbl", &texts);
+    constants_.clear();
+    constant_places_.clear();
+    // Of two equal names the last counts.
+    for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
+        const auto [place, is_new] = constant_places_.try_emplace(texts[i], constants_.size());
+        if (is_new)
+            constants_.emplace_back(texts[i], texts[i + 1]);
+        else
+            constants_[place->second].second = texts[i + 1];
+    }
+}
+
+bool MetricsCursor::next() {
+    if (offset_ >= view_.records.end_offset) return false;
+    fault_.clear();
+    const Bytes rest = view_.records.base.subspan(offset_);
+    header_ = metrics::read_record_header(rest);
+    record_ = metrics::read_record(rest, view_.records);
+    const std::size_t labels_size = read_labels();
+    offset_ = static_cast<std::size_t>(record_.label_values.data() - view_.records.base.data()) +
+              labels_size;
+    return true;
+}
+
+std::size_t MetricsCursor::read_labels() {
+    struct Sink {
+        MetricsCursor &cursor;
+        void id(std::size_t index, std::uint8_t id) {
+            const auto &values = cursor.view_.label_values;
+            if (id < values.size()) return cursor.set_label(index, values[id]);
+            cursor.fault_ = "A record names label value " + std::to_string(id) + " of " +
+                            std::to_string(values.size());
+        }
+        void text(std::size_t index, std::string_view text) { cursor.set_label(index, text); }
+    };
+    if (constants_.size() + record_.labels.count > labels_left_)
+        throw std::runtime_error("A metrics block has too many labels");
+    labels_left_ -= constants_.size() + record_.labels.count;
+    if (set_id_ != record_.labels.label_set_id) {
+        set_id_ = record_.labels.label_set_id;
+        set_names_.clear();
+        if (set_id_ < view_.label_sets.size()) {
+            ByteReader names(view_.label_sets[set_id_].names);
+            std::string_view name;
+            while (set_names_.size() < view_.label_sets[set_id_].count &&
+                   metrics::read_string(names, &name))
+                set_names_.push_back(name);
+        }
+    }
+    labels_ = constants_;
+    Sink sink = {*this};
+    return metrics::walk_label_values(record_.labels, record_.label_values, sink);
+}
+
+void MetricsCursor::set_label(std::size_t index, std::string_view value) {
+    if (index >= set_names_.size()) {
+        fault_ =
+            "A record has more labels than its label set " + std::to_string(set_id_) + " has names";
+        return;
+    }
+    const std::string_view name = set_names_[index];
+    const auto constant = constant_places_.find(name);
+    if (constant != constant_places_.end()) {
+        labels_[constant->second].second = value;
+        return;
+    }
+    const auto own = labels_.begin() + static_cast<std::ptrdiff_t>(constants_.size());
+    const auto known =
+        std::find_if(own, labels_.end(), [&](const auto &label) { return label.first == name; });
+    if (known == labels_.end())
+        labels_.emplace_back(name, value);
+    else
+        known->second = value;
+}
+
+}  // namespace vrn::sql

@@ -1,0 +1,13 @@
+#include "sql/metrics_scan.h"
+
+namespace vrn::sql {
+
+const StagedBlock *BlockStream::next() {
+    while (next_ >= reader_.blocks().size()) {
+        next_ = 0;
+        if (!reader_.next_piece()) return nullptr;
+    }
+    return &reader_.blocks()[next_++];
+}
+
+}  // namespace vrn::sql

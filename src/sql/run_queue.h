@@ -1,0 +1,71 @@
+// The files of one query, handed out in runs of chunks to the threads that read them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "scan/chunk_feed.h"
+#include "sql/file_info.h"
+
+namespace vrn::sql {
+
+// A file that threads share. Its members are for the queue and for holders of `mutex`.
+struct OpenFile {
+    explicit OpenFile(std::shared_ptr<const FileInfo> file) : info(std::move(file)) {}
+
+    const std::shared_ptr<const FileInfo> info;
+    std::mutex mutex;
+    std::unique_ptr<ByteSource> source;
+    std::unique_ptr<scan::ChunkFeed> feed;
+    bool has_ended = false;
+    // Of the runs taken so far, by index.
+    struct Walk {
+        std::shared_ptr<const scan::LoadedSchemas> first;
+        std::shared_ptr<const scan::LoadedSchemas> last;  // null: not known yet
+        bool used_first = false;
+    };
+    std::vector<Walk> walks;
+};
+
+// A run and the file it is of.
+struct TakenRun {
+    std::shared_ptr<OpenFile> file;
+    scan::ChunkRun run;
+    std::shared_ptr<const scan::LoadedSchemas> first_schemas;  // those it began with
+};
+
+// Threads begin with files of their own and then help each other. One thread alone gets all runs in
+// order. Throws QueryError: in a strict session at the first fault, after a cancel, and when
+// threads decoded a run by schemas that turned out not to hold there.
+class RunQueue {
+  public:
+    explicit RunQueue(std::vector<std::shared_ptr<const FileInfo>> files);
+    ~RunQueue();
+    RunQueue(const RunQueue &) = delete;
+    RunQueue &operator=(const RunQueue &) = delete;
+
+    std::size_t num_files() const { return files_.size(); }
+
+    // The next run for the thread that had `*taken` before. False when there is none left.
+    bool take(TakenRun *taken);
+    // Tells how the walk over all of a run ended.
+    static void end_walk(const TakenRun &taken,
+                         std::shared_ptr<const scan::LoadedSchemas> last_schemas, bool used_first);
+
+  private:
+    std::shared_ptr<OpenFile> next_file();
+    std::shared_ptr<OpenFile> file_to_help();
+    bool take_from(const std::shared_ptr<OpenFile> &file, TakenRun *taken);
+    void leave(const std::shared_ptr<OpenFile> &file);
+
+    const std::vector<std::shared_ptr<const FileInfo>> files_;
+    std::mutex mutex_;
+    std::size_t next_ = 0;
+    std::vector<std::shared_ptr<OpenFile>> open_;
+    std::uint64_t bytes_ahead_ = 0;  // of files that nobody has begun
+};
+
+}  // namespace vrn::sql
