@@ -79,6 +79,17 @@ void add_many_series(MetricsHistory *store, const Times &times) {
     }
 }
 
+// As many metrics and samples as a page is meant for.
+void add_large_store(MetricsHistory *store, const Times &times) {
+    for (int i = 0; i < 5000; ++i) {
+        const std::string number = std::to_string(i);
+        auto &samples =
+            series<double>(store, "link_" + number + "_load", {{"switch", number.substr(0, 1)}});
+        for (std::uint64_t at = 0; at < 1000; ++at)
+            samples.push(times.last - (999 - at) * times.period, 50 + i + 5 * wave(at, 100 + i));
+    }
+}
+
 // All that a single-quoted string of JavaScript takes as it is.
 void add_odd_labels(MetricsHistory *store, const Times &times) {
     const LabelMap labels = {{"path", R"(/a b?c=d&e;f#g%20 "h" <i>${j}</i> `k` {{l}} °C 漢字 🚀)"}};
@@ -103,6 +114,8 @@ bool write_page(const std::string &name) {
         add_usual_metrics(&store, {1'700'000'000 * second, 60 * second});
     } else if (name == "many") {
         add_many_series(&store, {now()});
+    } else if (name == "large") {
+        add_large_store(&store, {now()});
     } else if (name == "odd") {
         add_odd_labels(&store, {now()});
     } else if (name == "gaps") {

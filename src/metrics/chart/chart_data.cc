@@ -1,5 +1,7 @@
 #include "metrics/chart/chart_data.h"
 
+#include <charconv>
+#include <cmath>
 #include <numeric>
 #include <type_traits>
 #include <variant>
@@ -45,6 +47,34 @@ std::string label_pair_text(const MetricsCatalog &catalog, std::uint64_t name,
     }
 }
 
+constexpr std::uint64_t microseconds_per_ms = 1000;
+
+template <typename T>
+void append_value(T value, TextBuffer *text) {
+    if constexpr (std::is_integral_v<T>) {
+        text->integer(value);
+    } else if (std::isfinite(value)) {
+        constexpr std::size_t room = 32;
+        char *const begin = text->reserve(room);
+        text->advance_to(std::to_chars(begin, begin + room, value).ptr);
+    } else {
+        text->append("null");
+    }
+}
+
+// `append` is called with the index of each sample.
+template <typename Append>
+void append_list(std::string_view name, const std::vector<std::size_t> &indices, Append append,
+                 TextBuffer *text) {
+    text->append(name);
+    for (const std::size_t i : indices) {
+        append(i);
+        text->append(',');
+    }
+    if (!indices.empty()) text->cut(text->size() - 1);
+    text->append(']');
+}
+
 template <typename T>
 void write_dataset(std::ostream &out, const Dataset &dataset, std::uint64_t metric_id,
                    const std::string &label_text, const std::vector<std::uint64_t> &timestamps,
@@ -61,7 +91,6 @@ void write_dataset(std::ostream &out, const Dataset &dataset, std::uint64_t metr
     const char *separator = "";
     // Doubles have the six digits of the stream's own format.
     for (const std::size_t i : thin_indices(values.size(), dataset.target)) {
-        constexpr std::uint64_t microseconds_per_ms = 1000;
         out << separator << "{x: " << timestamps[i] / microseconds_per_ms << ", y: " << values[i]
             << "}";
         separator = ", ";
@@ -113,6 +142,30 @@ void write_chart_datasets(std::ostream &out, std::uint64_t metric_id, const std:
         }
     };
     std::visit(write, samples.values);
+}
+
+void append_chart_points(const std::string &label_text, const Samples &samples, TextBuffer *text) {
+    const auto append = [&]<typename T>(const std::vector<T> &values) {
+        if constexpr (std::is_arithmetic_v<T>) {
+            const auto indices = thin_indices(values.size(), ORIGINAL_DATA_POINTS);
+            text->append("{\"label\":\"");
+            text->append(label_text);
+            text->append("\",\"count\":");
+            text->integer(values.size());
+            std::int64_t last = 0;
+            const auto append_time = [&](std::size_t i) {
+                const auto time =
+                    static_cast<std::int64_t>(samples.timestamps[i] / microseconds_per_ms);
+                text->integer(time - last);
+                last = time;
+            };
+            append_list(",\"x\":[", indices, append_time, text);
+            append_list(
+                ",\"y\":[", indices, [&](std::size_t i) { append_value(values[i], text); }, text);
+            text->append('}');
+        }
+    };
+    std::visit(append, samples.values);
 }
 
 }  // namespace vrn::metrics

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "data/text/text_buffer.h"
 #include "metrics/store/metrics_catalog.h"
 #include "metrics/store/value_types.h"
 
@@ -32,5 +33,9 @@ std::string chart_label_text(const MetricsCatalog &catalog, const LabelIds &labe
 // Writes the detailed and the visual dataset of a series. Values that are no numbers write nothing.
 void write_chart_datasets(std::ostream &out, std::uint64_t metric_id, const std::string &label_text,
                           const Samples &samples);
+
+// Appends the detailed points of a series as a JSON object; see write_chart_points(). The values
+// are numbers.
+void append_chart_points(const std::string &label_text, const Samples &samples, TextBuffer *text);
 
 }  // namespace vrn::metrics

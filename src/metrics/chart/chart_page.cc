@@ -4,6 +4,7 @@
 #include <array>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -147,27 +148,25 @@ bool is_numeric(ValueType type) {
            type == ValueType::int64;
 }
 
-template <typename Store>
-void write_series(std::ostream &out, const Store &store, const SeriesKey &key) {
-    const auto labels = store.label_sets().find(key.label_set);
-    // A series of unknown labels is left out without a word.
-    if (labels == store.label_sets().end()) return;
-    const std::string label_text = chart_label_text(store, labels->second);
-    const ValueType type = store.metric_type(key.metric_id);
-    if (type == ValueType::histogram) return refuse_histogram(store, key.metric_id);
-    if (!is_numeric(type)) return;
-    Samples samples;
-    // 0 to 0: the whole series.
-    if (!store.samples_in_range(key, 0, 0, &samples)) return;
-    write_chart_datasets(out, key.metric_id, label_text, samples);
-}
-
-template <typename Store>
-void write_all_series(std::ostream &out, const Store &store, const std::vector<SeriesKey> &keys) {
-    out << "\n// === Metrics Data ===\n";
+// Calls `show` with the label text and the samples of each series that the page can show.
+template <typename Store, typename Show>
+void show_series(const Store &store, const std::vector<SeriesKey> &keys, Show show) {
+    const auto show_one = [&](const SeriesKey &key) {
+        const auto labels = store.label_sets().find(key.label_set);
+        // A series of unknown labels is left out without a word.
+        if (labels == store.label_sets().end()) return;
+        const std::string label_text = chart_label_text(store, labels->second);
+        const ValueType type = store.metric_type(key.metric_id);
+        if (type == ValueType::histogram) return refuse_histogram(store, key.metric_id);
+        if (!is_numeric(type)) return;
+        Samples samples;
+        // 0 to 0: the whole series.
+        if (!store.samples_in_range(key, 0, 0, &samples)) return;
+        show(key.metric_id, label_text, samples);
+    };
     for (const SeriesKey &key : keys) {
         try {
-            write_series(out, store, key);
+            show_one(key);
         } catch (const std::bad_alloc &) {
             throw;
         } catch (const std::exception &) {
@@ -176,26 +175,152 @@ void write_all_series(std::ostream &out, const Store &store, const std::vector<S
     }
 }
 
+template <typename Store>
+void write_all_series(std::ostream &out, const Store &store, const std::vector<SeriesKey> &keys) {
+    out << "\n// === Metrics Data ===\n";
+    show_series(
+        store, keys,
+        [&](std::uint64_t metric_id, const std::string &label_text, const Samples &samples) {
+            write_chart_datasets(out, metric_id, label_text, samples);
+        });
+}
+
+// The series of the metrics as JSON: `open` begins what stands for a metric, `close` ends it.
+template <typename Store, typename Open, typename Close>
+void append_points(const Store &store, const std::vector<SeriesKey> &keys, Open open, Close close,
+                   TextBuffer *text) {
+    std::optional<std::uint64_t> current;
+    show_series(
+        store, keys,
+        [&](std::uint64_t metric_id, const std::string &label_text, const Samples &samples) {
+            if (current == metric_id) {
+                text->append(',');
+            } else {
+                if (current) close();
+                open(metric_id);
+            }
+            append_chart_points(label_text, samples, text);
+            current = metric_id;
+        });
+    if (current) close();
+}
+
+// A metric's points as an element that runs no script, which the page reads when it is chosen.
+template <typename Store>
+void write_point_elements(std::ostream &out, const Store &store,
+                          const std::vector<SeriesKey> &keys) {
+    TextBuffer text;
+    const auto open = [&](std::uint64_t metric_id) {
+        out << text.view();
+        text.clear();
+        text.append("<script type=\"application/json\" id=\"points");
+        text.integer(metric_id);
+        text.append("\">[");
+    };
+    append_points(
+        store, keys, open, [&] { text.append("]</script>\n"); }, &text);
+    out << text.view();
+}
+
+struct StoreSize {
+    std::uint64_t series = 0;
+    std::uint64_t samples = 0;
+    std::uint64_t detailed_points = 0;
+};
+
+template <typename Store>
+StoreSize size_of(const Store &store, const std::vector<SeriesKey> &keys) {
+    StoreSize size;
+    for (const SeriesKey &key : keys) {
+        if (!is_numeric(store.metric_type(key.metric_id))) continue;
+        const std::uint64_t count = store.count_samples(key, 0, 0);
+        ++size.series;
+        size.samples += count;
+        size.detailed_points += std::min(count, ORIGINAL_DATA_POINTS);
+    }
+    return size;
+}
+
+// Only what differs from the page without options.
+void write_options(std::ostream &out, const ChartPageOptions &options, const StoreSize *apart,
+                   const std::vector<MetricOption> &metrics) {
+    if (!options.has_host) out << "PAGE_OPTIONS.hasHost = false;\n";
+    if (apart)
+        out << "PAGE_OPTIONS.totals = {metrics: " << metrics.size() << ", series: " << apart->series
+            << ", points: " << apart->samples << "};\n";
+    if (!options.shows_first) return;
+    out << "PAGE_OPTIONS.firstMetrics = [";
+    const char *separator = "";
+    for (const MetricOption &metric : metrics) {
+        if (!options.shows_first(metric.name)) continue;
+        out << separator << '\'' << metric.metric_id << '\'';
+        separator = ", ";
+    }
+    out << "];\n";
+}
+
+template <typename Store>
+void write_page(std::ostream &out, const Store &store, const ChartPageOptions &options,
+                const ChartScripts &scripts) {
+    const std::vector<SeriesKey> keys = store.series_keys();
+    const std::vector<MetricOption> metrics = metric_options(store, keys);
+    const StoreSize size = size_of(store, keys);
+    const bool is_apart = size.detailed_points > options.max_script_points;
+    out << head;
+    write_selectors(out, metrics);
+    out << chart_area;
+    out << "<script>\n";
+    write_scripts(out, scripts);
+    write_configuration(out, store.footprint());
+    write_options(out, options, is_apart ? &size : nullptr, metrics);
+    if (!is_apart) write_all_series(out, store, keys);
+    out << "</script>\n";
+    if (is_apart && !options.has_host) write_point_elements(out, store, keys);
+    out << "</body>\n</html>\n";
+}
+
 }  // namespace
 
 template <typename Store>
 void write_chart_page(std::ostream &out, const Store &store, std::uint64_t /*argument*/,
                       const ChartScripts &scripts) {
-    const std::vector<SeriesKey> keys = store.series_keys();
-    out << head;
-    write_selectors(out, metric_options(store, keys));
-    out << chart_area;
-    out << "<script>\n";
-    write_scripts(out, scripts);
-    write_configuration(out, store.footprint());
-    write_all_series(out, store, keys);
-    out << "</script>\n"
-        << "</body>\n</html>\n";
+    write_page(out, store, {}, scripts);
+}
+
+template <typename Store>
+void write_chart_page(std::ostream &out, const Store &store, const ChartPageOptions &options) {
+    write_page(out, store, options, chart_scripts);
+}
+
+template <typename Store>
+void write_chart_points(std::ostream &out, const Store &store,
+                        std::span<const std::uint64_t> metric_ids) {
+    const std::unordered_set<std::uint64_t> wanted(metric_ids.begin(), metric_ids.end());
+    std::vector<SeriesKey> keys = store.series_keys();
+    std::erase_if(keys, [&](const SeriesKey &key) { return !wanted.contains(key.metric_id); });
+    TextBuffer text;
+    const char *separator = "{";
+    const auto open = [&](std::uint64_t metric_id) {
+        text.append(separator);
+        separator = ",";
+        text.append("\n\"");
+        text.integer(metric_id);
+        text.append("\":[");
+    };
+    append_points(
+        store, keys, open, [&] { text.append(']'); }, &text);
+    out << (text.size() == 0 ? "{" : "") << text.view() << "\n}\n";
 }
 
 template void write_chart_page(std::ostream &, const MetricsHistory &, std::uint64_t,
                                const ChartScripts &);
 template void write_chart_page(std::ostream &, const MetricsCurrent &, std::uint64_t,
                                const ChartScripts &);
+template void write_chart_page(std::ostream &, const MetricsHistory &, const ChartPageOptions &);
+template void write_chart_page(std::ostream &, const MetricsCurrent &, const ChartPageOptions &);
+template void write_chart_points(std::ostream &, const MetricsHistory &,
+                                 std::span<const std::uint64_t>);
+template void write_chart_points(std::ostream &, const MetricsCurrent &,
+                                 std::span<const std::uint64_t>);
 
 }  // namespace vrn::metrics

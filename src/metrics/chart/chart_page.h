@@ -1,12 +1,16 @@
 // The chart page: a store as one HTML document with its data, scripts and style inside.
 //
 // The page is meant to be served as "/rta/metrics/dump". It calls back to its host for a fresh
-// page, for "/rta/metrics/dump/csv" and for "/rta/metrics/clear"; without a host it shows its data
-// all the same.
+// page, for "/rta/metrics/dump/csv", for "/rta/metrics/clear" and, when it doesn't carry its
+// points, for "/rta/metrics/data"; without a host it shows its data all the same.
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <limits>
 #include <ostream>
+#include <span>
+#include <string>
 
 #include "metrics/chart/chart_scripts.h"
 #include "metrics/store/typed_metrics_data.h"
@@ -25,9 +29,42 @@ template <typename Store>
 void write_chart_page(std::ostream &out, const Store &store, std::uint64_t argument,
                       const ChartScripts &scripts = chart_scripts);
 
+// What a page does otherwise than that of write_chart_page() without options.
+struct ChartPageOptions {
+    // False for a page in a file: nobody refreshes, exports or clears anything for it.
+    bool has_host = true;
+    // Detailed points of all series above which they don't stand in the script: the page loads
+    // those of the chosen metrics from its host or, without one, from elements after the script.
+    std::uint64_t max_script_points = std::numeric_limits<std::uint64_t>::max();
+    // Chooses the metrics that are shown when neither the address nor, without any that match, an
+    // earlier visit says otherwise. May be empty.
+    std::function<bool(const std::string &name)> shows_first{};
+};
+
+// The store keeps labels in the form of script_text(). Throws std::bad_alloc.
+template <typename Store>
+void write_chart_page(std::ostream &out, const Store &store, const ChartPageOptions &options);
+
+// The answer to "/rta/metrics/data?metrics=ID,ID,...&t=MS": a JSON object with a member for each of
+// the metrics that has series, under its id in decimal digits: an array of objects
+//   {"label": text, "count": samples held, "x": [first time in ms, differences...], "y": [values]}
+// with the detailed points, thinned as those of a page; values that are no numbers are null. Labels
+// as above. Throws std::bad_alloc.
+template <typename Store>
+void write_chart_points(std::ostream &out, const Store &store,
+                        std::span<const std::uint64_t> metric_ids);
+
 extern template void write_chart_page(std::ostream &, const MetricsHistory &, std::uint64_t,
                                       const ChartScripts &);
 extern template void write_chart_page(std::ostream &, const MetricsCurrent &, std::uint64_t,
                                       const ChartScripts &);
+extern template void write_chart_page(std::ostream &, const MetricsHistory &,
+                                      const ChartPageOptions &);
+extern template void write_chart_page(std::ostream &, const MetricsCurrent &,
+                                      const ChartPageOptions &);
+extern template void write_chart_points(std::ostream &, const MetricsHistory &,
+                                        std::span<const std::uint64_t>);
+extern template void write_chart_points(std::ostream &, const MetricsCurrent &,
+                                        std::span<const std::uint64_t>);
 
 }  // namespace vrn::metrics

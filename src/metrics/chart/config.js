@@ -8,6 +8,13 @@ const CHART_CONFIG = {
     MAX_ORIGINAL_DATA_POINTS: 0,
 };
 
+// What the server says of this page; write_chart_page() writes what differs.
+const PAGE_OPTIONS = {
+    hasHost: true, // false: the page is a file, and nobody answers it
+    totals: null, // {metrics, series, points} of a page that doesn't carry its points from the start
+    firstMetrics: null, // option values of what is shown first
+};
+
 // Metric id to datasets: one thinned to what a chart shows, one with the detail for zooming. The
 // datasets of a metric stand in the same order in both.
 var metricsData = {};

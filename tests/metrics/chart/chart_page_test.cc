@@ -140,6 +140,56 @@ TEST(ChartPage, ThinsEachDatasetToItsSize) {
     }
 }
 
+TEST(ChartPage, KeepsThePointsOfManySeriesApart) {
+    MetricsHistory store;
+    store.set_default_capacity(3);
+    store.set_label_form(script_text);
+    const auto fill = [&]<typename T>(T /*value*/, const std::string &name,
+                                      const std::vector<StoredValue<T>> &values) {
+        std::uint64_t time = 1'700'000'000'000'000;
+        for (const auto value : values)
+            series<T>(store, name, {{"a", "it's"}}).push(time += 1'500'000, value);
+        return std::to_string(store.intern(name));
+    };
+    const std::string load = fill(double(), "load", {0.1, 1e300, std::nan("")});
+    const std::string bytes = fill(UInt64Tag(), "bytes", {~0ull, 7});
+    const std::string load_points =
+        R"([{"label":"a=it\u0027s","count":3,"x":[1700000001500,1500,1500],"y":[0.1,1e+300,null]}])";
+    const std::string bytes_points =
+        R"([{"label":"a=it\u0027s","count":2,"x":[1700000001500,1500],"y":[18446744073709551615,7]}])";
+
+    const auto page = [&](const ChartPageOptions &options) {
+        std::ostringstream out;
+        write_chart_page(out, store, options);
+        const std::string text = out.str();
+        return text.substr(text.find("metricsDataFootprint = "));
+    };
+    EXPECT_THAT(page({.max_script_points = 5}), HasSubstr("originalMetricsData"));
+    const std::string totals = "PAGE_OPTIONS.totals = {metrics: 2, series: 2, points: 5};\n";
+    EXPECT_THAT(page({.max_script_points = 4}), EndsWith(totals + "</script>\n</body>\n</html>\n"));
+    const std::string alone = page(
+        {.has_host = false, .max_script_points = 4, .shows_first = [](const std::string &name) {
+             return name == "load";
+         }});
+    EXPECT_THAT(alone, HasSubstr("PAGE_OPTIONS.hasHost = false;\n" + totals +
+                                 "PAGE_OPTIONS.firstMetrics = ['" + load + "'];\n</script>\n"));
+    const auto element = [](const std::string &id, const std::string &points) {
+        return "<script type=\"application/json\" id=\"points" + id + "\">" + points +
+               "</script>\n";
+    };
+    EXPECT_THAT(alone, HasSubstr(element(load, load_points)));
+    EXPECT_THAT(alone, HasSubstr(element(bytes, bytes_points)));
+
+    const auto points_of = [&](const std::vector<std::uint64_t> &ids) {
+        std::ostringstream out;
+        write_chart_points(out, store, ids);
+        return out.str();
+    };
+    EXPECT_EQ(points_of({store.intern("load"), 7}), "{\n\"" + load + "\":" + load_points + "\n}\n");
+    EXPECT_THAT(points_of({store.intern("load"), store.intern("bytes")}), HasSubstr("],\n\""));
+    EXPECT_EQ(points_of({}), "{\n}\n");
+}
+
 TEST(ChartPage, CarriesTheEmbeddedScripts) {
     ChartScripts scripts = short_scripts;
     scripts[1] = nullptr;
