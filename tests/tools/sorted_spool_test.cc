@@ -37,7 +37,7 @@ TEST(SortedSpool, GivesTheSameInAnyMemory) {
         const std::string key = std::to_string(random() % 4000);
         const std::string value(random() % 500 == 0 ? 9000 : random() % 40,
                                 random() % 2 == 0 ? 'a' : 'b');
-        text += key + "\t" + value + "\n";
+        text.append(key).append("\t").append(value).append("\n");
         expected[key] = std::max(expected[key], value);
     }
     std::string sorted;

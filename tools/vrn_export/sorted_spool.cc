@@ -16,7 +16,7 @@ namespace vrn::exporter {
 namespace {
 
 constexpr std::size_t max_fan_in = 32;
-constexpr std::size_t good_buffer_size = 64 * 1024;
+constexpr std::size_t good_buffer_size = 65536;
 constexpr std::size_t min_memory = 4096;
 
 [[noreturn]] void fail(const std::string &what) {
@@ -209,6 +209,7 @@ void SortedSpool::merge(int file, std::span<const Run> runs, const TakeKeyed &ta
         if (!readers.back().advance()) readers.pop_back();
     }
     std::vector<RunReader *> heap;
+    heap.reserve(readers.size());
     for (RunReader &reader : readers) heap.push_back(&reader);
     const auto is_after = [](const RunReader *a, const RunReader *b) {
         return is_before(b->keyed(), b->key_size(), a->keyed(), a->key_size());

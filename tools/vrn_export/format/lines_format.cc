@@ -249,15 +249,16 @@ struct RowShape {
 // Sets the tags apart and makes each name the only one of its kind: InfluxDB refuses equal tags,
 // and "time", and can't tell a tag from a field of the same name.
 RowShape make_shape(std::vector<NamedValue> values, const std::vector<std::string> &tag_fields) {
-    const auto fields = std::ranges::stable_partition(values, [&](const NamedValue &value) {
+    const auto is_tag = [&](const NamedValue &value) {
         return std::ranges::find(tag_fields, value.name) != tag_fields.end();
-    });
+    };
+    const auto fields = std::stable_partition(values.begin(), values.end(), is_tag);
     std::vector<std::string> names;
     names.reserve(values.size());
     for (const NamedValue &value : values) names.push_back(lines_name(value.name));
     names = unique_names(std::move(names), own_tags);
     for (std::size_t i = 0; i < names.size(); ++i) values[i].name = std::move(names[i]);
-    return {.tags = {values.begin(), fields.begin()}, .fields = {fields.begin(), fields.end()}};
+    return {.tags = {values.begin(), fields}, .fields = {fields, values.end()}};
 }
 
 void add_fields(const RowShape &shape, LinesFields *fields) {
