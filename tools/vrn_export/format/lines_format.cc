@@ -16,6 +16,7 @@
 #include "vrn_export/format/lines_text.h"
 #include "vrn_export/format/record_encoder.h"
 #include "vrn_export/format/record_selection.h"
+#include "vrn_export/format/tag_text.h"
 #include "vrn_export/format/unique_names.h"
 
 namespace vrn::exporter {
@@ -100,7 +101,7 @@ class Line {
         if (value.form == ValueForm::missing) return;
         text_.append(',');
         text_.append(key);
-        number_tag(value, row);
+        append_tag_text(value, row, &text_);
     }
 
     void integer(std::string_view key, std::int64_t value) {
@@ -180,25 +181,6 @@ class Line {
         text_.append(num_fields_ == 0 ? ' ' : ',');
         text_.append(key);
         ++num_fields_;
-    }
-
-    void number_tag(const RowValue &value, const std::uint8_t *row) {
-        switch (value.form) {
-            case ValueForm::unsigned_integer:
-            case ValueForm::time:
-                return text_.integer(read_unsigned(value, row));
-            case ValueForm::signed_integer:
-                return text_.integer(read_signed(value, row));
-            case ValueForm::float32:
-            case ValueForm::float64:
-                return append_double(read_double(value, row), &text_);
-            case ValueForm::unsigned128:
-            case ValueForm::signed128:
-                return text_.advance_to(
-                    write_wide_integer(text_.reserve(wide_integer_size), value, row));
-            default:
-                return append_bits(value, row, &text_);
-        }
     }
 
     TextBuffer &text_;

@@ -1,10 +1,12 @@
-#include "common/command_line.h"
+#include <stdexcept>
+
 #include "counters/counter_value.h"
 #include "data/serial/event_json.h"
 #include "vrn_export/format/csv_format.h"
 #include "vrn_export/format/encoder.h"
 #include "vrn_export/format/lines_format.h"
 #include "vrn_export/format/ndjson_format.h"
+#include "vrn_export/format/openmetrics_format.h"
 
 namespace vrn::exporter {
 
@@ -19,9 +21,10 @@ std::unique_ptr<Format> make_format(const FormatOptions &options) {
             return make_lines_format(options);
         case FormatKind::csv:
             return make_csv_format(options);
-        default:
-            throw tool::UsageError("This format can't be written yet");
+        case FormatKind::openmetrics:
+            return make_openmetrics_format(options);
     }
+    throw std::logic_error("no such format");
 }
 
 }  // namespace vrn::exporter

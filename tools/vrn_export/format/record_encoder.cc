@@ -16,7 +16,6 @@ using scan::PageUse;
 // Names and labels are repeated in each record, so that a few bytes could become endless text.
 // Usual records stay far below.
 constexpr std::uint64_t spare_text = 64 << 20;
-constexpr std::uint64_t text_per_byte = 256;
 // Text that is made before its size is looked at again.
 constexpr std::size_t slice_size = 1 << 20;
 
@@ -112,7 +111,7 @@ PageUse RecordEncoder::page(const scan::CompressedPage &page) {
 }
 
 Next RecordEncoder::events(const scan::EventBatch &batch) {
-    text_room_ += text_per_byte * (sizeof batch.header + batch.rows.size());
+    text_room_ += format_->text_per_byte() * (sizeof batch.header + batch.rows.size());
     const scan::Place place = batch.place();
     const Origin *origin = origin_of(place);
     if (origin && batch.count > 0) {
@@ -183,7 +182,7 @@ bool RecordEncoder::write_slice(EventType *type, const EventRows &rows, const Or
 }
 
 Next RecordEncoder::counters(const scan::CountersBlock &block) {
-    text_room_ += text_per_byte * (sizeof block.header + block.held);
+    text_room_ += format_->text_per_byte() * (sizeof block.header + block.held);
     const Origin *origin = origin_of(block.place);
     if (block.held < block.schema->size) {
         report(block.place, sizeof block.header + block.held, block.schema->size - block.held,
@@ -216,7 +215,7 @@ void RecordEncoder::plan_counters(const vrn_counters_schema_t *schema) {
 }
 
 Next RecordEncoder::metrics(const scan::PlainBlock &block) {
-    text_room_ += text_per_byte * block.bytes.size();
+    text_room_ += format_->text_per_byte() * block.bytes.size();
     metrics_place_ = block.place;
     metrics_origin_ = origin_of(block.place);
     if (metrics_origin_ && selection_.takes_metrics()) metrics_.read(block.bytes);
@@ -239,7 +238,7 @@ Output RecordEncoder::output_of(const RecordWriter &writer, TablePlace *place) {
         place->run = run_;
         place->index = to_->find_table(writer.table());
     }
-    return {&to_->tables[place->index].text, &to_->counts};
+    return {&to_->tables[place->index].text, &to_->counts, run_};
 }
 
 Next RecordEncoder::fault(const scan::Fault &fault) {

@@ -29,6 +29,7 @@ struct Origin {
 struct Output {
     TextBuffer *text;
     RecordCounts *counts;
+    std::uint64_t run = 0;  // another one for each run
 };
 
 struct EventRows {
@@ -93,6 +94,8 @@ class RecordFormat {
     virtual std::unique_ptr<GroupWriter> group_writer(const GroupPlan &plan) = 0;
     virtual std::unique_ptr<MetricsWriter> metrics_writer() = 0;
     virtual std::unique_ptr<HistogramWriter> histogram_writer() = 0;
+    // Text that may come of each byte of a run, before what all runs may have.
+    virtual std::uint64_t text_per_byte() const { return 256; }
 };
 
 class RecordEncoder final : public Encoder {

@@ -1,0 +1,36 @@
+#include "vrn_export/format/tag_text.h"
+
+#include <charconv>
+
+#include "data/text/value_text.h"
+
+namespace vrn::exporter {
+
+void append_tag_text(const RowValue &value, const std::uint8_t *row, TextBuffer *to) {
+    constexpr std::size_t double_size = 32;
+    switch (value.form) {
+        case ValueForm::unsigned_integer:
+        case ValueForm::time:
+            return to->integer(read_unsigned(value, row));
+        case ValueForm::signed_integer:
+            return to->integer(read_signed(value, row));
+        case ValueForm::float32:
+        case ValueForm::float64: {
+            char *out = to->reserve(double_size);
+            return to->advance_to(
+                std::to_chars(out, out + double_size, read_double(value, row)).ptr);
+        }
+        case ValueForm::unsigned128:
+        case ValueForm::signed128:
+            return to->advance_to(write_wide_integer(to->reserve(wide_integer_size), value, row));
+        case ValueForm::text:
+            return to->append(read_text(value, row));
+        case ValueForm::bits64:
+        case ValueForm::bits128:
+            return to->advance_to(write_bits(to->reserve(VALUE_TEXT_ROOM), value, row));
+        case ValueForm::missing:
+            return;
+    }
+}
+
+}  // namespace vrn::exporter
