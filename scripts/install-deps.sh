@@ -16,6 +16,9 @@ packages=(
 # Any node from 18.18 on serves; Debian's is taken where there is none.
 command -v node >/dev/null && command -v npm >/dev/null || packages+=(nodejs npm)
 
+# For tests that are left out without them.
+optional_packages=(slurm-wlm munge parallel)
+
 # The genuine parson 1.5.2 sources lie inside this Debian source package.
 parson_dir=third_party/parson
 parson_package=slirp4netns
@@ -45,7 +48,7 @@ as_root() {
 
 missing_packages() {
     local package
-    for package in "${packages[@]}"; do
+    for package in "$@"; do
         dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed ||
             echo "$package"
     done
@@ -53,13 +56,22 @@ missing_packages() {
 
 install_packages() {
     local missing
-    mapfile -t missing < <(missing_packages)
+    mapfile -t missing < <(missing_packages "${packages[@]}")
     [ "${#missing[@]}" -gt 0 ] || return 0
     echo "install-deps: installing ${missing[*]}"
     as_root apt-get update -q || fail "apt-get update failed"
     as_root env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y -q --no-install-recommends "${missing[@]}" ||
         fail "apt-get could not install: ${missing[*]}"
+}
+
+install_optional_packages() {
+    local missing
+    mapfile -t missing < <(missing_packages "${optional_packages[@]}")
+    [ "${#missing[@]}" -gt 0 ] || return 0
+    as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -q --no-install-recommends "${missing[@]}" ||
+        echo "install-deps: goes on without ${missing[*]}"
 }
 
 # folder_is_good FOLDER SUMS
@@ -155,6 +167,7 @@ fetch_node_modules() {
 }
 
 install_packages
+install_optional_packages
 if ! sources_are_there "$parson_dir" "$parson_sums"; then
     echo "install-deps: fetching parson 1.5.2"
     fetch_parson

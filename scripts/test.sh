@@ -34,3 +34,6 @@ echo "== tests (release)"
 ctest --preset release -j "$jobs"
 echo "== tests (address and undefined behaviour sanitizers)"
 ctest --preset asan -j "$jobs"
+
+echo "== an export in shares on a cluster of two nodes"
+tests/fleet/slurm_test.sh build/bin . || { [ $? -eq 77 ] && echo skipped; }

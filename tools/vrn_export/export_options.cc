@@ -87,7 +87,8 @@ std::vector<tool::Option> output_options(ExportOptions *options) {
          "Keep the parts in DIR that are complete, newer than their inputs and made by the same "
          "options.",
          [=](const char *) { options->resumes = true; }},
-        {"report", 0, "FILE", "Write a JSON line for each input, and one for the run.",
+        {"report", 0, "FILE",
+         "Write a JSON line for each input, and one for the run (--list: for each source).",
          [=](const char *value) { options->report_file = path_value(value); }},
         list_option("tag-fields", "NAMES", "Fields that are tags (lines) or labels (openmetrics).",
                     &options->format.tag_fields),

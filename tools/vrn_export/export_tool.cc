@@ -1,12 +1,15 @@
 #include "vrn_export/export_tool.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
 #include "common/input_files.h"
 #include "common/shown_text.h"
 #include "common/tool_main.h"
+#include "vrn_export/content_list.h"
 #include "vrn_export/export_run.h"
 #include "vrn_export/input_list.h"
 #include "vrn_export/part_name.h"
@@ -16,6 +19,7 @@
 #include "vrn_export/run_report.h"
 #include "vrn_export/schema_learning.h"
 #include "vrn_export/shard_folder.h"
+#include "vrn_export/shard_merge.h"
 #include "vrn_export/signal_watch.h"
 #include "vrn_export/stream_output.h"
 #include "vrn_export/table_output.h"
@@ -44,11 +48,24 @@ class ExportJob {
         if (has_folder()) refuse_output_among_inputs(operands, options.output_folder);
         found_all_ = tool::find_input_files(operands, &files_);
         format_ = make_format(options.format);
-        if (!has_folder()) refuse_stream_into_input(files_);
+        if (!has_folder() && options.task == Task::convert) refuse_stream_into_input(files_);
         if (has_parts()) give_each_a_part(suffix(), &files_);
         // By all inputs, so that all shards have the same heads.
         if (format_->wants_schemas()) learn_schemas(files_, &schemas_, format_.get());
         if (options.shard) take_shard();
+    }
+
+    int list() {
+        ContentList contents(*format_, &schemas_);
+        for (const tool::InputFile &file : files_) contents.add(file);
+        if (!options_.report_file.empty()) {
+            ReportFile report(options_.report_file, files_);
+            report.write(contents.json());
+            report.finish();
+        }
+        std::fputs(contents.text().c_str(), stdout);
+        if (!found_all_) return failed_status;
+        return contents.has_faults() ? damaged_status : EXIT_SUCCESS;
     }
 
     int run() {
@@ -90,6 +107,8 @@ class ExportJob {
     }
 
     RunReport::Write open_shard_report() {
+        // From now on the shard is not whole, until it is again.
+        std::filesystem::remove(path_below(shard_report_name(shard())));
         shard_report_.emplace(path_below(shard_report_name(shard())));
         shard_report_->write(shard_head_line({shard(), options_.shard ? all_files_ : files_.size(),
                                               inputs_, options_line(options_)}));
@@ -174,6 +193,9 @@ int run_export(const ExportOptions &options, const std::vector<std::string> &ope
     check_options(options, !operands.empty());
     tool::start_log(options.log_level);
     let_writes_fail();
+    if (options.task == Task::merge)
+        return merge_shards(options.output_folder, options.report_file);
+    if (options.task == Task::list) return ExportJob(options, operands).list();
     return ExportJob(options, operands).run();
 }
 

@@ -1,14 +1,13 @@
 // Exports by several threads, for ThreadSanitizer, too.
 #include "vrn_export/export_run.h"
 
-#include <filesystem>
+#include <map>
 #include <mutex>
 
-#include "data/block.h"
 #include "support/byte_builder.h"
 #include "support/sample_files.h"
 #include "support/test.h"
-#include "vrn_export/stream_output.h"
+#include "tools/vrn_export/line_format.h"
 
 namespace vrn::exporter {
 namespace {
@@ -16,45 +15,6 @@ namespace {
 using test::ByteBuilder;
 using test::CapturedLog;
 using test::TempDir;
-
-// A line for each block of events, and for each fault.
-class LineEncoder final : public Encoder {
-  public:
-    void begin_file(const std::string &path, const vrn_data_file_header_t &header) override {
-        name_ = std::filesystem::path(path).filename().string() + " " + header.source_id;
-    }
-    void begin_run(Encoded *to) override {
-        to_ = to;
-        to_->tables.emplace_back();
-    }
-    void schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) override {
-        schema_ = std::to_string(schemas->ids.events[0].bytes[0]);
-    }
-    scan::Next events(const scan::EventBatch &batch) override {
-        ++to_->counts.events;
-        to_->tables.front().text.append(name_ + " " + schema_ + " " +
-                                        std::to_string(batch.header.timestamp) + "\n");
-        return scan::Next::block;
-    }
-    scan::Next fault(const scan::Fault &fault) override {
-        to_->faults.push_back({fault.place.block, fault.lost, "fault", fault.reason});
-        return scan::Next::block;
-    }
-
-  private:
-    std::string name_;
-    std::string schema_;
-    Encoded *to_ = nullptr;
-};
-
-class LineFormat final : public Format {
-  public:
-    std::unique_ptr<Encoder> make_encoder() const override {
-        return std::make_unique<LineEncoder>();
-    }
-    bool takes_file(const vrn_data_file_header_t & /*header*/) const override { return true; }
-    const char *suffix() const override { return ".txt"; }
-};
 
 // The texts of files in memory, as parts or in one order.
 class MemoryOutput final : public ExportOutput {
@@ -96,10 +56,6 @@ class MemoryOutput final : public ExportOutput {
 constexpr char other_id[] = "33333333333333333333333333333333";
 constexpr std::size_t chunk_size = 65536;
 
-std::string events(std::uint64_t time) {
-    return ByteBuilder().text("VRNE").u64(time).u8(0).u16(0).u8(1).u16(1).u16(2).done();
-}
-
 std::string chunk(const std::string &blocks) {
     return ByteBuilder().text(blocks).pad_to(chunk_size).done();
 }
@@ -123,11 +79,11 @@ class ExportRunThreads : public testing::Test {
         test::write_sample_schemas(dir_);
         dir_.write(std::string("schema/schema_") + other_id + ".json", test::sample_event_schema());
         const std::string header = test::sample_file_header(chunk_size);
-        for (std::uint64_t i = 0; i < 60; ++i) add("small", header + chunk(events(i)));
+        for (std::uint64_t i = 0; i < 60; ++i) add("small", header + chunk(event_block(i)));
         std::string large = header;
         // Runs of 16 chunks; the schemas change amid a chunk of the second run.
         for (std::uint64_t i = 0; i < 160; ++i)
-            large += chunk(events(i) + (i == 20 ? other_schemas() : ""));
+            large += chunk(event_block(i) + (i == 20 ? other_schemas() : ""));
         add("large", large);
         add("cut", large.substr(0, header.size() + 80 * chunk_size + 3));
         add("other", "no data file");

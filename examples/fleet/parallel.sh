@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Exports an archive by GNU parallel, on this machine or on those of a list:
+#   parallel.sh SHARES OUT ARGUMENT...
+# ARGUMENTs are inputs and options of vrn_export. NODES=FILE names a list of machines, as parallel's
+# --sshloginfile has it; OUT and the inputs lie in a file system that all of them see. OUT/report.jsonl
+# and OUT/parts.txt appear at the end. When it fails, run it again: what is done is kept.
+set -eu
+shares=$1
+out=$2
+shift 2
+mkdir -p "$out"
+nodes=()
+[ -z "${NODES:-}" ] || nodes=(--sshloginfile "$NODES" --workdir "$PWD")
+# As many shares run at a time as there are cores, each on one. Status 1 tells of damaged inputs,
+# which the report names.
+seq "$shares" | parallel ${nodes[@]+"${nodes[@]}"} --retries 3 -I %SHARE% \
+    "vrn_export --shard %SHARE%/$shares --resume --threads 1 --output $(printf '%q ' "$out" "$@") ||
+        [ \$? -eq 1 ]"
+vrn_export --merge --output "$out" --report "$out/report.jsonl" >"$out/parts.txt" || [ $? -eq 1 ]
