@@ -1,3 +1,4 @@
+#include "support/export_samples.h"
 #include "support/exported_file.h"
 #include "support/sample_files.h"
 #include "support/stream_blocks.h"
@@ -67,6 +68,35 @@ TEST_F(Ndjson, WritesEachKindOfRecord) {
     EXPECT_EQ(file.counts.events, 8U);
     EXPECT_EQ(file.counts.counters, 4U);
     EXPECT_EQ(file.counts.samples, 4U);
+}
+
+TEST(NdjsonValues, KeepsOddOnes) {
+    const test::TempDir dir;
+    test::write_odd_schemas(dir);
+    const double infinity = std::numeric_limits<double>::infinity();
+    test::ExportedFile file = test::export_file(
+        test::odd_file(
+            {{.name = "a b"},
+             {.time = 0, .user = ~std::uint64_t{0}, .f = -0.0F, .d = infinity, .name = ""},
+             {.time = std::uint64_t{1} << 63, .name = "x\"\\\n,\xc3\xa4\xff"}}),
+        dir, FormatOptions{});
+    EXPECT_EQ(
+        file.text(),
+        R"({"type":"cpu load","source":"node1","tag":"","time":1000,"timestamp":1000,"time_":77,"user":1,"a b":-5,"a/b":1,"a\\b":2,"tag_":1,"guid":200,"f":0.5,"d":0.25,"name":"a b","cpu":3}
+{"type":"cpu load","source":"node1","tag":"","time":0,"timestamp":0,"time_":77,"user":18446744073709551615,"a b":-5,"a/b":1,"a\\b":2,"tag_":1,"guid":200,"f":-0,"d":null,"name":"","cpu":3}
+{"type":"cpu load","source":"node1","tag":"","time":9223372036854775808,"timestamp":9223372036854775808,"time_":77,"user":1,"a b":-5,"a/b":1,"a\\b":2,"tag_":1,"guid":200,"f":0.5,"d":0.25,"name":"x\"\\\u000a,ä�","cpu":3}
+{"type":"bare","source":"node1","tag":"","time":1000,"timestamp":1000}
+{"type":"port","source":"node1","tag":"","time":2000,"rx.bytes":5,"rx_bytes":18446744073709551615,"errors_total":-1,"mask":"0x00000000000000ff","wide":18446744073709551617}
+{"type":"histograms","source":"node1","tag":"","time":5000,"metric":"lat","sum":6.5,"count":4,"buckets":[{"le":0.5,"count":1},{"le":0.5,"count":2},{"le":1e+06,"count":3},{"le":null,"count":4}],"labels":{"le":"1","a b":"x,y","a\\b":"\"q\"\\","a/b":"tab\tline\nend","source":"�ä","empty":""}}
+{"type":"histograms","source":"node1","tag":"","time":9223372036854775808,"metric":"","sum":null,"count":1,"buckets":[{"le":null,"count":9},{"le":2,"count":1}],"labels":{}}
+{"type":"metrics","source":"node1","tag":"","time":3000,"metric":"busy","kind":"counter","value":7,"labels":{"le":"1","a b":"x,y","a\\b":"\"q\"\\","a/b":"tab\tline\nend","source":"�ä","empty":""}}
+{"type":"metrics","source":"node1","tag":"","time":3000,"metric":"9.lat_count","kind":"counter","value":18446744073709551615,"labels":{"le":"1","a b":"x,y","a\\b":"\"q\"\\","a/b":"tab\tline\nend","source":"�ä","empty":""}}
+{"type":"metrics","source":"node1","tag":"","time":4000,"metric":"busy","kind":"gauge","value":null,"labels":{}}
+{"type":"metrics","source":"node1","tag":"","time":4000,"metric":"9.lat_count","kind":"gauge","value":1.5,"labels":{}}
+)");
+    EXPECT_EQ(file.counts.histograms, 2U);
+    EXPECT_EQ(file.counts.dropped_values, 5U);
+    EXPECT_EQ(file.faults, Lines{});
 }
 
 }  // namespace

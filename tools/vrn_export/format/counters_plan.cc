@@ -45,7 +45,8 @@ RowValue value_of(const vrn_counter_info_t &counter, std::uint64_t row_size) {
     const CounterJsonForm form = counter_json_form(counter, counters_convert_guids());
     value.form = number_form(counter.data_type);
     value.format = form.format;
-    if (form.kind == CounterJsonForm::guid) {
+    // What is named so and has another width keeps its own value.
+    if (form.kind == CounterJsonForm::guid && size == sizeof(std::uint64_t)) {
         value.form = ValueForm::bits64;
         value.format = VRN_STRING_HEXADECIMAL;
     } else if (is_wide(counter.data_type)) {

@@ -21,13 +21,6 @@ constexpr std::size_t slice_size = 1 << 20;
 
 constexpr char too_much_text[] = "text_limit";
 
-// The place of a schema that didn't load is empty.
-bool lacks_event_schema(const scan::LoadedSchemas &schemas, Bytes block) {
-    const std::uint8_t index = load_le<vrn_event_header_t>(block.data()).schema_index;
-    const vrn_type_system_t *system = schemas.type_system.get();
-    return !system || (index < system->num_schemas && system->schemas[index]->num_types == 0);
-}
-
 }  // namespace
 
 RecordEncoder::RecordEncoder(const RecordSelection *selection, std::unique_ptr<RecordFormat> format)
@@ -276,15 +269,26 @@ Next RecordEncoder::refuse_schemas(const scan::Fault &fault) {
 // What lacks a schema that didn't load is told by that fault.
 Next RecordEncoder::refuse_type(const scan::Fault &fault) {
     const bool is_counters = vrn_block_type_of(fault.block.data()) == VRN_COUNTERS_BLOCK;
-    if (is_counters ? !selection_.takes_counters() : !selection_.takes_events()) return Next::block;
+    if (is_counters) {
+        const bool is_told = schemas_ && !vrn_schema_id_is_zero(&schemas_->ids.counters);
+        if (selection_.takes_counters() && !is_told) report_no_schema(fault);
+        return Next::block;
+    }
     // Of a run of events, each block is told; a schemas block may name their schemas.
-    if (fault.kind == FaultKind::schema_none && !is_counters) return Next::block;
-    const bool is_told = schemas_ && !schemas_->is_whole &&
-                         (is_counters ? !vrn_schema_id_is_zero(&schemas_->ids.counters)
-                                      : lacks_event_schema(*schemas_, fault.block));
-    if (!is_told)
+    if (!selection_.takes_events() || fault.kind == FaultKind::schema_none) return Next::block;
+    const std::uint8_t index = load_le<vrn_event_header_t>(fault.block.data()).schema_index;
+    const vrn_type_system_t *system = schemas_ ? schemas_->type_system.get() : nullptr;
+    if (!system || index >= system->num_schemas)
+        report_no_schema(fault);
+    else if (schemas_->is_whole || system->schemas[index]->num_types > 0)
         report(fault.place, 0, fault.lost, tool::fault_kind_name(fault.kind), fault.reason);
     return Next::block;
+}
+
+// In the same words for all, so that they are one fault where they follow each other.
+void RecordEncoder::report_no_schema(const scan::Fault &fault) {
+    report(fault.place, 0, fault.lost, tool::fault_kind_name(FaultKind::schema_none),
+           "No schema is named for what stands here");
 }
 
 void RecordEncoder::report(const scan::Place &place, std::uint64_t in_block, std::uint64_t lost,

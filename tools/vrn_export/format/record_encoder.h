@@ -141,6 +141,7 @@ class RecordEncoder final : public Encoder {
     bool write_record(Writer &writer, TablePlace *place, Write write);
     Output output_of(const RecordWriter &writer, TablePlace *place);
     scan::Next refuse_type(const scan::Fault &fault);
+    void report_no_schema(const scan::Fault &fault);
     scan::Next refuse_schemas(const scan::Fault &fault);
     void report(const scan::Place &place, std::uint64_t in_block, std::uint64_t lost,
                 std::string_view kind, std::string reason);

@@ -18,16 +18,16 @@ namespace vrn::exporter {
 struct SelectionOptions {
     std::uint64_t since = 0;
     std::uint64_t until = std::numeric_limits<std::uint64_t>::max();  // not taken itself
-    std::vector<std::string> types;                                   // of events
+    std::vector<std::string> types{};                                 // of events
     // Of events, dotted when nested, without indexes of arrays ("track.x"); what is below a field
     // comes with it. Events without a selected field are left out.
-    std::vector<std::string> fields;
-    std::vector<std::string> counters;  // "name" or "group.name"
-    std::vector<std::string> metrics;   // and histograms
-    std::vector<std::string> sources;
-    std::vector<std::string> tags;
-    std::string field_set_file;  // existing set files narrow the above; empty: none
-    std::string counter_set_file;
+    std::vector<std::string> fields{};
+    std::vector<std::string> counters{};  // "name" or "group.name"
+    std::vector<std::string> metrics{};   // and histograms
+    std::vector<std::string> sources{};
+    std::vector<std::string> tags{};
+    std::string field_set_file{};  // existing set files narrow the above; empty: none
+    std::string counter_set_file{};
 };
 
 }  // namespace vrn::exporter
