@@ -31,7 +31,7 @@ class RecordOutput {
         return true;
     }
 
-    // The same for a JSON record, framed as the format asks. `is_first`: of its file.
+    // Adds a JSON record, framed as the format asks. `is_first`: of its file.
     template <typename Write>
     bool add_record(bool is_first, Write write) {
         return add_text([&](JsonText *text) {

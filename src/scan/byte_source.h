@@ -36,7 +36,7 @@ class ByteSource {
     ByteSource &operator=(const ByteSource &) = delete;
 
     // Fills `to` with the next bytes and returns their number, which is below `size` only when the
-    // file ends or fails behind them: what came before a fault is never lost.
+    // file ends or fails after them: what came before a fault is never lost.
     std::size_t read(void *to, std::size_t size);
 
     // Not `open` only after a read that gave less than it was asked for.

@@ -68,7 +68,7 @@ enum class Next : std::uint8_t {
     nothing,  // the file has failed
 };
 
-// Bytes that can be read behind every buffer of blocks: a header or a GUID word that begins near
+// Bytes that can be read after every buffer of blocks: a header or a GUID word that begins near
 // its end is read without a test. They are zeros.
 inline constexpr std::size_t slack_size = 64;
 

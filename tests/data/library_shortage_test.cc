@@ -16,6 +16,7 @@
 #include "data/serial/event_json.h"
 #include "data/serial/influx_serializer.h"
 #include "data/text/json_value.h"
+#include "metrics/metrics_json_tree.h"
 #include "support/failing_allocation.h"
 #include "support/sample_files.h"
 #include "support/test.h"
@@ -123,6 +124,17 @@ TEST(LibraryShortage, Records) {
     expect_whole(
         with_all_memory([&] { return CString(vrn_influx_serialize_event(type, row.data())); }),
         itself);
+    metrics::CntxBlockTables tables;
+    tables.label_names = {{0, {"a"}}};
+    tables.metric_names = {"m"};
+    const std::vector<metrics::MetricRecord> records = {
+        {.timestamp = 1,
+         .samples = {.samples = {{0, 1}}},
+         .encoded_labels = {{metrics::LabelKeyType::label_value, 0, "t"}}}};
+    expect_whole(with_all_memory([&] {
+                     return vrn_json_value_ptr(metrics::metrics_to_json(tables, records, false));
+                 }),
+                 shown);
 }
 
 TEST(LibraryShortage, Pages) {

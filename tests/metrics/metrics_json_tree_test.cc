@@ -1,7 +1,5 @@
 #include "metrics/metrics_json_tree.h"
 
-#include <cstdlib>
-
 #include "data/text/json_value.h"
 #include "metrics/metrics_parser.h"
 #include "support/stream_blocks.h"
@@ -158,34 +156,6 @@ TEST_F(MetricsJson, ConstantsThatAreNotUtf8FailUnlessEachRecordOverwritesThem) {
     builder.add_record(record_of(1, 0, 1));
     EXPECT_EQ(json_of(builder.build()), "");
     EXPECT_EQ(log.take(), Lines(2, "3 Failed allocating JSON object"));
-}
-
-int allocations_left = 0;
-
-void *scarce_malloc(std::size_t size) {
-    return allocations_left-- > 0 ? std::malloc(size) : nullptr;
-}
-
-TEST_F(MetricsJson, FailsCleanlyWithoutMemory) {
-    CntxBlockTables tables;
-    tables.label_names = {{0, {"a"}}};
-    tables.metric_names = {"m"};
-    const std::vector<MetricRecord> records = {
-        {.timestamp = 1,
-         .samples = {.samples = {{0, 1}}},
-         .encoded_labels = {{metrics::LabelKeyType::label_value, 0, "t"}}}};
-    const auto lines_of_failure = [&](int allocations) {
-        CapturedLog log;
-        allocations_left = allocations;
-        json_set_allocation_functions(scarce_malloc, std::free);
-        JSON_Value *value = metrics_to_json(tables, records, false);
-        json_set_allocation_functions(std::malloc, std::free);
-        EXPECT_EQ(value == nullptr, !log.take().empty() || allocations < 2);
-        return text_of(value);
-    };
-    int allocations = 0;
-    while (lines_of_failure(allocations).find("metrics") == std::string::npos) ++allocations;
-    EXPECT_GT(allocations, 15);
 }
 
 }  // namespace

@@ -53,7 +53,7 @@ TEST(PageWriter, HandsPagesOnUnderTheirNamesAndTimes) {
         vrn_reader_page_write(writer.get(), "AAAX", 4, header_bytes({}).data(), page.get()));
     EXPECT_EQ(page->first_ts, 1000);
     EXPECT_EQ(page->last_ts, 2000);
-    // A reused page keeps what a longer earlier name left behind a shorter one.
+    // A reused page keeps what a longer earlier name left after a shorter one.
     EXPECT_STREQ(page->source.source, "abcger");
     EXPECT_STREQ(page->source.tag, "xags");
     // Nothing in it: not stored.

@@ -12,7 +12,7 @@ namespace vrn::test {
 // lines and exception; otherwise what differs. `debug`: the lines of debug level are compared, too.
 std::string metrics_block_difference(Bytes block, bool debug);
 
-// The same for a block with every kind of record, made from `choices`. Some are malformed.
+// As above, of a block with every kind of record, made from `choices`. Some are malformed.
 std::string metrics_difference(std::string_view choices);
 
 }  // namespace vrn::test

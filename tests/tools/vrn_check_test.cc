@@ -261,7 +261,7 @@ TEST_F(VrnCheck, FindsEveryCut) {
     }
 }
 
-// The same with a header that tells of the cut file: what is cut within a block shows by itself.
+// Here the header tells of the cut file: what is cut within a block shows by itself.
 TEST_F(VrnCheck, FindsCutBlocksWithoutTheHeadersHelp) {
     struct Span {
         std::size_t begin, end;

@@ -80,7 +80,7 @@ function generateLegendItems() {
     return [...items.slice(0, count), { ...items[0], ...more, hidden: false }];
 }
 
-// How many entries of these widths stand in the rows, with an entry for the others behind them.
+// How many entries of these widths stand in the rows, with an entry for the others after them.
 function countLegendItems(widths, moreWidth, rowWidth) {
     let row = 1;
     let used = 0;

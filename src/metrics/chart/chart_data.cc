@@ -31,7 +31,7 @@ constexpr char visual_style[] =
 struct Dataset {
     const char *object;
     std::uint64_t target;  // points
-    const char *data_end;  // behind the last point
+    const char *data_end;  // after the last point
 };
 
 constexpr Dataset detailed_dataset = {"originalMetricsData", ORIGINAL_DATA_POINTS, "]\n"};

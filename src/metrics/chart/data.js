@@ -32,7 +32,7 @@ function dynamicDownsample(points, targetCount) {
     return Array.from({ length: targetCount }, (_, i) => points[Math.round(i * step)]);
 }
 
-// The same for the points in view.
+// Thins the points in view in the same way.
 function resampleDataForZoom(points, min, max, targetCount) {
     const visible = points.filter((point) => point.x >= min && point.x <= max);
     return dynamicDownsample(visible, targetCount);
@@ -52,7 +52,7 @@ function updateChartDataForZoom() {
     chart.update('none');
 }
 
-// The detailed points behind a dataset of the chart.
+// The detailed points that a dataset of the chart is thinned from.
 function getOriginalPoints(dataset) {
     const datasets = originalMetricsData[dataset.metricId] || [];
     return datasets[dataset.seriesIndex] ? datasets[dataset.seriesIndex].data : [];
@@ -110,7 +110,7 @@ function getTickTime(step, index, clockOffset) {
     return count + clockOffset;
 }
 
-// Dates end some 270,000 years from now; there are no ticks behind.
+// Dates end some 270,000 years from now; there are no ticks after them.
 function listTickTimes(min, max, step) {
     const clockOffset = new Date(min).getTimezoneOffset() * 60000;
     const times = [];

@@ -42,7 +42,7 @@ function wrapText(context, text, width, maxLines) {
     return lines;
 }
 
-// The longest beginning of a text, but one character at least, that fits with `ending` behind it.
+// The longest beginning of a text, but one character at least, that fits with `ending` after it.
 function cutText(context, text, width, ending) {
     const characters = Array.from(text);
     const textOf = (count) => characters.slice(0, count).join('') + ending;
