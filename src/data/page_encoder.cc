@@ -30,6 +30,7 @@ void *gzip_encode(const void *data, std::size_t size, std::size_t *encoded_size)
     if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, gzip_window_bits,
                      default_memory_level, Z_DEFAULT_STRATEGY) != Z_OK)
         return fail("deflateInit failed");
+    // Room for the worst case, so that one call takes it all.
     const std::size_t bound = deflateBound(&stream, size);
     // zlib counts room in 32 bits; a page that could outgrow them is refused as if memory ran out.
     Block block(bound <= std::numeric_limits<uInt>::max() ? std::malloc(bound) : nullptr);

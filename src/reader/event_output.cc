@@ -49,6 +49,8 @@ bool print(const vrn_type_definition_t *type, const void *row, FileOutput *outpu
         case VRN_FORMAT_INFLUX:
             return print_influx(type, row, output);
         default:
+            // Deliberate: bin output is made of whole pages, so a block outside of one has no form
+            // in it.
             output->fail("Unknown output format %d", static_cast<int>(output->options.format));
             return false;
     }
@@ -59,10 +61,12 @@ bool print(const vrn_type_definition_t *type, const void *row, FileOutput *outpu
 void EventOutput::use(const std::shared_ptr<const scan::LoadedSchemas> &schemas) {
     if (schemas_.lock() == schemas) return;
     schemas_ = schemas;
+    // With other schemas the same indexes mean other types.
     std::memset(choices_, 0, sizeof choices_);
 }
 
 bool EventOutput::show(const scan::EventBatch &batch, FileOutput *output) {
+    // Its low byte, by which the type was found, too.
     const auto type_index = static_cast<std::uint8_t>(batch.header.type_index);
     Choice *choice = &choices_[batch.header.schema_index][type_index];
     if (*choice == Choice::unknown)

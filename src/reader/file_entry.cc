@@ -87,6 +87,7 @@ void vrn_file_entries_sort(vrn_file_entry_t *entries, std::size_t count,
     for (const vrn_file_entry_t &entry : all)
         VRN_LOG(VRN_LOG_DEBUG, "before sort: %s \u2192 source_id = %s | source_tag = %s | ts = %lu",
                 entry.path, entry.source_id, entry.source_tag, entry.first_timestamp);
+    // Not stable: files that all keys call alike come in any order.
     std::sort(all.begin(), all.end(),
               [order](const auto &a, const auto &b) { return stands_before(a, b, order); });
     for (const vrn_file_entry_t &entry : all)

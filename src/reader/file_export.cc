@@ -72,6 +72,7 @@ bool FileExport::begin() {
         metadata_ = with_memory(
             [this] { return vrn_metadata_ptr(vrn_metadata_load(output_.options.schema_path)); });
     run_->counters.use_metadata(metadata_.get());
+    // From here on a failure is that of a file being processed, and is told as such.
     has_begun_ = true;
     if (output_.options.format == VRN_FORMAT_JSON) {
         if (!is_first_) std::fputs(",", stdout);
@@ -89,6 +90,7 @@ void FileExport::schemas(const std::shared_ptr<const scan::LoadedSchemas> &schem
 }
 
 PageUse FileExport::page(const scan::CompressedPage & /*page*/) {
+    // Only padding excuses a failed page; another page after it doesn't.
     if (page_failed_) return PageUse::fail_file;
     return pages_ ? PageUse::payload : PageUse::blocks;
 }
@@ -113,6 +115,7 @@ Next FileExport::events(const scan::EventBatch &batch) {
 
 Next FileExport::counters(const scan::CountersBlock &block) {
     bool done = true;
+    // Deliberate: the header takes the place of the row, though events show both.
     if (output_.options.print_page_info) {
         output_.records.flush();
         vrn_data_block_print(stdout, &block.header);
@@ -159,6 +162,7 @@ Next FileExport::fault(const scan::Fault &fault) {
                     fault.reason);
             return Next::nothing;
         case FaultKind::stream_cut:
+            // All that came before the cut was shown: nothing fails.
             VRN_LOG(VRN_LOG_WARNING, "Data file %s is cut short: its gzip stream has no end",
                     output_.file_name);
             return Next::block;
@@ -169,16 +173,19 @@ Next FileExport::fault(const scan::Fault &fault) {
             return refuse_unknown(fault.block, fault.place);
         case FaultKind::not_a_block:
             return fault.place.is_in_page ? Next::run : Next::chunk;  // padding
+        // A file without such schemas passes such blocks over without a word.
         case FaultKind::schema_none:
             return Next::run;
         case FaultKind::schemas_block_bad:
             return refuse_in_run(VRN_SCHEMAS_BLOCK, fault.place);
         case FaultKind::type_unknown:
+            // Shown as those of known types are, before the fault is told.
             if (output_.options.print_page_info)
                 show_event_header(load_le<vrn_event_header_t>(fault.block.data()));
             VRN_LOG(VRN_LOG_ERROR, "%s", fault.reason);
             return refuse_in_run(VRN_EVENTS_BLOCK, fault.place);
         case FaultKind::page_cut:
+            // Deliberate: a chunk ends at such a page without a word, and the next one is read.
             return page_failed_ ? Next::nothing : Next::chunk;
         case FaultKind::page_damaged:
             page_failed_ = true;

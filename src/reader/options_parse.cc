@@ -55,6 +55,7 @@ bool replace_text(char **text, const char *with) {
     return false;
 }
 
+// Deliberate: what is said of bad values ends without a newline.
 bool parse_verbosity(const char *text, std::uint32_t *verbosity) {
     std::int64_t level = 0;
     if (!vrn_parse_llong(text, &level) || level < 0 || level > max_verbosity) {
@@ -124,6 +125,7 @@ bool apply_option(vrn_reader_options_t *options, int code, const char *argument)
         case 'd':
             return replace_text(&options->data_dir, argument);
         case 'S':
+            // The order is optional, so it follows its option without a blank.
             options->sort_files = true;
             return replace_text(&options->sort_order, argument && *argument ? argument : nullptr);
         case 'C':

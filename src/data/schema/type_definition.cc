@@ -43,6 +43,7 @@ void vrn_field_definition_destroy(vrn_type_field_definition_t *field) {
 void vrn_field_definition_bind(vrn_type_field_definition_t *field,
                                const vrn_type_definition_t *type) {
     field->type = type;
+    // Found once, since rows ask for it with each value.
     field->form = form_of(*field);
     field->spare_bits = vrn_builtin_spare_bits(type ? type->builtin_id : VRN_BUILTIN_NONE);
 }

@@ -89,6 +89,7 @@ bool vrn_value_filter_matches(const vrn_value_filter_t &list, const std::string 
 }
 
 std::string vrn_value_filter_describe(const vrn_value_filter_t &list) {
+    // Whatever else is listed makes no difference then.
     if (list.match_all) return std::string(all_keyword);
     std::string text;
     const auto add = [&text](const std::string &entry) {

@@ -57,6 +57,7 @@ Samples samples_of(const TypedSeries<T, Buffer> &series,
 
 template <typename M, typename L, template <typename> class Buffer, typename... Ts>
 bool TypedMetricsData<M, L, Buffer, Ts...>::has_metric(std::uint64_t metric_id) const {
+    // Deliberate: the reserved name is told as no metric even where it has series.
     return !is_reserved(metric_id) && is_in_tables(metric_id);
 }
 
@@ -151,6 +152,8 @@ bool TypedMetricsData<M, L, Buffer, Ts...>::next_label_set(
     std::uint32_t *label_set_number, LabelIds *labels, bool unread_only) const {
     std::uint64_t first = 0;  // index of the table's first series: a metric may stand in several
     return any_table([&](auto &table) {
+        // In the order of arrival: that of the maps changes as they grow, and with it where
+        // `*index` is.
         const auto metric = table.series_in_order.find(metric_id);
         if (metric == table.series_in_order.end()) return false;
         const auto &entries = metric->second;
@@ -192,6 +195,7 @@ void TypedMetricsData<M, L, Buffer, Ts...>::log_footprint_throttled() {
     if (footprint_logger_) footprint_logger_->run();
 }
 
+// The order of the value types is that in which tables are asked and keys are listed.
 template class TypedMetricsData<unsigned long, unsigned long, vrn::data::CircularBuffer,
                                 vrn::data::metrics::UInt64Tag, long, double, HistogramBuckets,
                                 std::string, vrn::data::metrics::Bit64Tag>;
