@@ -131,23 +131,6 @@ TEST_F(CountersRow, TablesFrameGroupsWithoutCountersOrSets) {
                   "----------------------------------\n");
 }
 
-TEST_F(CountersRow, EveryTruncationOfARowIsShown) {
-    // The empty text leaves the offsets of the document to those after it.
-    const auto schema = parse_schema(
-        schema_json(counter_json("a", "UINT64") + "," + counter_json("empty", "STRING") + "," +
-                        counter_json("b", "INT128", R"(, "offset": 4294967290)") + "," +
-                        counter_json("c", "STRING", R"(, "offset": 3, "length": 99)"),
-                    "3"));
-    ASSERT_NE(schema, nullptr);
-    for (std::size_t size = 0; size <= 96; ++size) {
-        SCOPED_TRACE(size);
-        const std::string row(size, 'x');
-        const std::string text = "\"c\":\"" + row.substr(std::min<std::size_t>(size, 3)) + "\"";
-        EXPECT_NE(json_of(row, schema.get()).find(text), std::string::npos);
-        EXPECT_NE(table_of(row, schema.get()).find("|   2 |"), std::string::npos);
-    }
-}
-
 // Blocks end just where their counters or slots do, so that a sanitizer sees any read beyond.
 TEST_F(CountersRow, BlocksAreReadAsFarAsTheirSchemaReaches) {
     const std::string counters =

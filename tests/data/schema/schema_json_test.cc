@@ -177,15 +177,5 @@ TEST_F(SchemaJson, DropsATypeWithoutFieldsForThoseWhoAsk) {
     EXPECT_EQ(log_.take(), Lines{"3 Failed to deserialize type #0 from JSON array"});
 }
 
-TEST_F(SchemaJson, RefusesFilesThatCannotBeReadOrLinked) {
-    const TempDir dir;
-    const std::string missing = dir.file("none.json");
-    EXPECT_EQ(vrn_schema_load_from_file(missing.c_str(), builtin_.get()), nullptr);
-    EXPECT_EQ(log_.take(), Lines{"3 Failed reading schema JSON from file '" + missing + "'"});
-    const std::string unlinked = dir.write("s.json", schema_text(int_type));
-    EXPECT_EQ(vrn_schema_load_from_file(unlinked.c_str(), nullptr), nullptr);
-    EXPECT_EQ(log_.take(), Lines{"3 Definition of type int not found within the schema p"});
-}
-
 }  // namespace
 }  // namespace vrn::test
