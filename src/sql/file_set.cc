@@ -47,9 +47,8 @@ class FileSearch {
         if (fs::is_directory(path, error)) return take_ours(files_below(path));
         if (path.find_first_of("*?[") != path.npos && !fs::exists(path, error))
             return take_ours(Glob(path).paths());
-        // Named, so a fault in it is one that is told.
+        // Named, so that it is none is a fault, which is told by who reads it.
         files.push_back(file_catalog().get(path, schema_folder_));
-        if (!files.back()->is_ours) throw QueryError(path + " is no data file");
     }
 
     FileSet files{};
@@ -77,7 +76,7 @@ FileCatalog &file_catalog() {
 FileSet find_files(const std::vector<std::string> &paths, const std::string &schema_folder) {
     FileSearch search(schema_folder);
     for (const std::string &path : paths) search.take(path);
-    if (search.files.empty())
+    if (std::ranges::none_of(search.files, [](const auto &file) { return file->is_ours; }))
         throw QueryError(paths.empty() ? std::string("no files are given")
                                        : "there is no data file in " + paths[0]);
     return std::move(search.files);

@@ -1,0 +1,190 @@
+#include "vrn_sql/database.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+
+#include "vrn_sql/statements.h"
+
+namespace vrn::sqltool {
+namespace {
+
+constexpr char extension_name[] = "vrn.duckdb_extension";
+// From the folder of the installed program.
+constexpr char installed_folder[] = "../lib/vrn/";
+
+std::string extension_path() {
+    const std::string beside = beside_program(extension_name);
+    if (access(beside.c_str(), R_OK) == 0) return beside;
+    return beside_program(std::string(installed_folder) + extension_name);
+}
+
+// What the engine has loaded already.
+vrn_sql_session_t *session_of(const std::string &extension) {
+    void *library = dlopen(extension.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    void *function = library ? dlsym(library, sql::session_function) : nullptr;
+    if (!function) throw std::runtime_error(extension + " is of another version");
+    decltype(&vrn_sql_session) session = nullptr;
+    std::memcpy(&session, &function, sizeof function);
+    return session();
+}
+
+class Result {
+  public:
+    Result(duckdb_connection connection, const std::string &statement) {
+        if (duckdb_query(connection, statement.c_str(), &result_) == DuckDBSuccess) return;
+        const char *text = duckdb_result_error(&result_);
+        const EngineError error(text ? text : "the engine tells no reason");
+        duckdb_destroy_result(&result_);
+        throw error;
+    }
+    ~Result() { duckdb_destroy_result(&result_); }
+    Result(const Result &) = delete;
+    Result &operator=(const Result &) = delete;
+    duckdb_result *get() { return &result_; }
+
+  private:
+    duckdb_result result_{};
+};
+
+// One column of a chunk.
+class TextColumn {
+  public:
+    TextColumn(duckdb_data_chunk chunk, idx_t index, bool is_text) {
+        const duckdb_vector vector = duckdb_data_chunk_get_vector(chunk, index);
+        if (is_text) texts_ = static_cast<duckdb_string_t *>(duckdb_vector_get_data(vector));
+        validity_ = duckdb_vector_get_validity(vector);
+    }
+
+    std::string_view at(idx_t row) const {
+        const bool is_null = validity_ && (validity_[row / 64] >> row % 64 & 1) == 0;
+        if (!texts_ || is_null) return {};
+        return {duckdb_string_t_data(&texts_[row]), duckdb_string_t_length(texts_[row])};
+    }
+
+  private:
+    duckdb_string_t *texts_ = nullptr;
+    const std::uint64_t *validity_;
+};
+
+constexpr char long_counters[] =
+    "CREATE VIEW counters_long AS SELECT time, counter, TRY_CAST(exact AS DOUBLE) AS value, exact, "
+    "source, tag, file FROM (UNPIVOT (SELECT time, source, tag, file, "
+    "COLUMNS(* EXCLUDE (time, source, tag, file))::VARCHAR FROM counters) "
+    "ON COLUMNS(* EXCLUDE (time, source, tag, file)) INTO NAME counter VALUE exact)";
+
+}  // namespace
+
+Database::Database(bool is_ordered) {
+    open_engine_library();
+    duckdb_config config = nullptr;
+    duckdb_create_config(&config);
+    constexpr std::array<const char *[2], 3> settings {
+        {
+            {"allow_unsigned_extensions", "true"}, {"autoinstall_known_extensions", "false"}, {
+                "autoload_known_extensions", "false"
+            }
+        }
+    };
+    for (const auto &[name, value] : settings) duckdb_set_config(config, name, value);
+    duckdb_set_config(config, "preserve_insertion_order", is_ordered ? "true" : "false");
+    char *text = nullptr;
+    const bool is_open = duckdb_open_ext(nullptr, &database_, config, &text) == DuckDBSuccess;
+    const std::string error = text ? text : "DuckDB doesn't start";
+    duckdb_free(text);
+    duckdb_destroy_config(&config);
+    if (!is_open || duckdb_connect(database_, &connection_) != DuckDBSuccess)
+        throw std::runtime_error(error);
+    const std::string extension = extension_path();
+    run("LOAD " + quoted_text(extension));
+    session_ = session_of(extension);
+}
+
+Database::~Database() {
+    duckdb_disconnect(&connection_);
+    duckdb_close(&database_);
+}
+
+void Database::run(const std::string &statement) {
+    Result(connection_, statement);
+}
+
+void Database::fetch(const std::string &statement,
+                     const std::function<void(const std::vector<std::string> &names)> &begin,
+                     const std::function<void(const Row &row)> &show) {
+    Result result(connection_, statement);
+    const idx_t width = duckdb_column_count(result.get());
+    std::vector<std::string> names;
+    for (idx_t i = 0; i < width; ++i) names.emplace_back(duckdb_column_name(result.get(), i));
+    begin(names);
+    Row row(width);
+    while (duckdb_data_chunk chunk = duckdb_fetch_chunk(*result.get())) {
+        std::vector<TextColumn> columns;
+        for (idx_t i = 0; i < width; ++i)
+            columns.emplace_back(chunk, i,
+                                 duckdb_column_type(result.get(), i) == DUCKDB_TYPE_VARCHAR);
+        for (idx_t at = 0; at < duckdb_data_chunk_get_size(chunk); ++at) {
+            for (idx_t i = 0; i < width; ++i) row[i] = columns[i].at(at);
+            show(row);
+        }
+        duckdb_destroy_data_chunk(&chunk);
+    }
+}
+
+duckdb_statement_type Database::type_of(const std::string &statement) {
+    duckdb_prepared_statement prepared = nullptr;
+    const bool done = duckdb_prepare(connection_, statement.c_str(), &prepared) == DuckDBSuccess;
+    const auto type =
+        done ? duckdb_prepared_statement_type(prepared) : DUCKDB_STATEMENT_TYPE_INVALID;
+    const char *text = done ? nullptr : duckdb_prepare_error(prepared);
+    const std::string error = text ? text : "the engine tells no reason";
+    duckdb_destroy_prepare(&prepared);
+    if (!done) throw EngineError(error);
+    return type;
+}
+
+void Database::cancel() {
+    session_->is_cancelled = true;
+    duckdb_interrupt(connection_);
+}
+
+std::vector<std::string> Database::make_views(const std::vector<std::string> &paths,
+                                              const std::string &schema_folder) {
+    if (paths.empty()) return {};
+    std::string list;
+    for (const std::string &path : paths) list += (list.empty() ? "" : ", ") + quoted_text(path);
+    run("SET VARIABLE vrn_files = [" + list + "]");
+    const std::string schema =
+        schema_folder.empty() ? "" : ", schema := " + quoted_text(schema_folder);
+    const auto call = [&](const std::string &function, const std::string &more) {
+        return function + "(getvariable('vrn_files')" + more + schema + ")";
+    };
+    std::vector<std::string> statements = {"CREATE VIEW files AS FROM " + call("vrn_files", "")};
+    std::vector<std::string> types;
+    fetch(
+        "FROM " + call("vrn_tables", ""), [](const std::vector<std::string> &) {},
+        [&](const Row &row) {
+            const std::string name(row[0]);
+            if (row[1] == "events")
+                types.push_back("CREATE VIEW " + quoted_name(name) + " AS FROM " +
+                                call("vrn_events", ", type := " + quoted_text(name)));
+            else
+                statements.push_back("CREATE VIEW " + name + " AS FROM " + call("vrn_" + name, ""));
+            if (name == "counters" && row[1] == name) statements.emplace_back(long_counters);
+        });
+    // Last, so that a type with the name of one of the tables above leaves that alone.
+    statements.insert(statements.end(), types.begin(), types.end());
+    std::vector<std::string> failures;
+    for (const std::string &statement : statements) {
+        try {
+            run(statement);
+        } catch (const EngineError &error) {
+            failures.emplace_back(error.what());
+        }
+    }
+    return failures;
+}
+
+}  // namespace vrn::sqltool

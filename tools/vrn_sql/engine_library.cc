@@ -1,0 +1,79 @@
+#include "vrn_sql/engine_library.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+DUCKDB_EXTENSION_GLOBAL
+
+namespace vrn::sqltool {
+namespace {
+
+constexpr char library_name[] = "libduckdb.so";
+
+void *open_library() {
+    if (const char *named = std::getenv("VRN_DUCKDB_LIBRARY")) {
+        if (void *library = dlopen(named, RTLD_NOW | RTLD_LOCAL)) return library;
+        throw std::runtime_error(std::string("VRN_DUCKDB_LIBRARY: ") + dlerror());
+    }
+    for (const std::string &path : {beside_program(library_name), std::string(library_name)})
+        if (void *library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) return library;
+    throw std::runtime_error(
+        "there is no libduckdb.so beside this program or in the system's folders. The npm package "
+        "@duckdb/node-bindings-linux-x64 (or -arm64) holds one, as do DuckDB's releases: copy it "
+        "here or name it in VRN_DUCKDB_LIBRARY");
+}
+
+template <typename Function>
+void resolve(void *library, const char *name, Function *function) {
+    void *found = dlsym(library, name);
+    if (!found) throw std::runtime_error(std::string("libduckdb.so lacks ") + name);
+    std::memcpy(function, &found, sizeof found);
+}
+
+}  // namespace
+
+std::string beside_program(const std::string &name) {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / name;
+}
+
+void open_engine_library() {
+    void *library = open_library();
+// Each name of a function is a macro for its place in the table.
+#define VRN_RESOLVE(name) resolve(library, #name, &name)
+    VRN_RESOLVE(duckdb_open_ext);
+    VRN_RESOLVE(duckdb_close);
+    VRN_RESOLVE(duckdb_connect);
+    VRN_RESOLVE(duckdb_disconnect);
+    VRN_RESOLVE(duckdb_interrupt);
+    VRN_RESOLVE(duckdb_create_config);
+    VRN_RESOLVE(duckdb_set_config);
+    VRN_RESOLVE(duckdb_destroy_config);
+    VRN_RESOLVE(duckdb_query);
+    VRN_RESOLVE(duckdb_destroy_result);
+    VRN_RESOLVE(duckdb_result_error);
+    VRN_RESOLVE(duckdb_column_count);
+    VRN_RESOLVE(duckdb_column_name);
+    VRN_RESOLVE(duckdb_column_type);
+    VRN_RESOLVE(duckdb_fetch_chunk);
+    VRN_RESOLVE(duckdb_destroy_data_chunk);
+    VRN_RESOLVE(duckdb_data_chunk_get_size);
+    VRN_RESOLVE(duckdb_data_chunk_get_vector);
+    VRN_RESOLVE(duckdb_vector_get_data);
+    VRN_RESOLVE(duckdb_vector_get_validity);
+    VRN_RESOLVE(duckdb_string_t_length);
+    VRN_RESOLVE(duckdb_string_t_data);
+    VRN_RESOLVE(duckdb_prepare);
+    VRN_RESOLVE(duckdb_prepare_error);
+    VRN_RESOLVE(duckdb_destroy_prepare);
+    VRN_RESOLVE(duckdb_prepared_statement_type);
+    VRN_RESOLVE(duckdb_free);
+#undef VRN_RESOLVE
+}
+
+}  // namespace vrn::sqltool

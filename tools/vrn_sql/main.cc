@@ -1,0 +1,156 @@
+// vrn_sql: asks data files questions in SQL.
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "common/input_files.h"
+#include "common/tool_main.h"
+#include "utils/log.h"
+#include "vrn_sql/prompt.h"
+#include "vrn_sql/query_runner.h"
+#include "vrn_sql/query_watch.h"
+#include "vrn_sql/statements.h"
+
+namespace vrn::sqltool {
+namespace {
+
+constexpr int signal_status = 128;  // and the number of the signal, as shells have it
+
+struct Settings {
+    Form form = Form::table;
+    std::string output;  // empty: standard output
+    std::string schema_folder;
+    bool shows_tables = false;
+    bool is_ordered = false;
+    bool is_strict = false;
+    std::uint32_t log_level = VRN_LOG_WARNING;
+};
+
+std::string path_value(const char *text) {
+    if (*text != '\0') return text;
+    throw tool::BadValue("a path");
+}
+
+tool::CommandLine command_line(Settings *settings) {
+    return {
+        program,
+        "[query] [file|folder ...]",
+        "Runs a query over data files, of folders all below. Each event type is a table of its\n"
+        "name; others are counters, counters_long, metrics, histograms and files. Without a query\n"
+        "it reads them from standard input, at a terminal with a prompt.\n",
+        {{"output", 'o', "FILE",
+          "Store the rows: as Parquet, CSV or JSON lines by the ending .parquet, .csv or .json.",
+          [settings](const char *value) {
+              settings->output = path_value(value);
+              if (format_of_path(settings->output).empty())
+                  throw tool::BadValue(
+                      "a name that ends with .parquet, .csv, .json, .ndjson or "
+                      ".jsonl");
+          }},
+         {"format", 'f', "FORM", "Print a table, csv, json or markdown (table).",
+          [settings](const char *value) {
+              if (!form_of_name(value, &settings->form))
+                  throw tool::BadValue("table, csv, json or markdown");
+          }},
+         {"tables", 't', nullptr,
+          "Tell what is in the files: tables, columns, rows, times, sources.",
+          [settings](const char *) { settings->shows_tables = true; }},
+         {"ordered", 0, nullptr, "Give rows in file order, by one thread.",
+          [settings](const char *) { settings->is_ordered = true; }},
+         {"strict", 0, nullptr, "End a query at the first fault of a file.",
+          [settings](const char *) { settings->is_strict = true; }},
+         {"schema-path", 's', "DIR",
+          "Folder of the schema files (./schema, or else the nearest folder 'schema' above a "
+          "file).",
+          [settings](const char *value) { settings->schema_folder = path_value(value); }},
+         {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
+          [settings](const char *) { settings->log_level = VRN_LOG_INFO; }}},
+        "Rows that damaged files still give are shown; the files are told on standard error, and\n"
+        "the exit status is 1 then, as after any failure, 130 after Ctrl-C, and 64 for wrong\n"
+        "usage. VRN_DUCKDB_LIBRARY names DuckDB's library, libduckdb.so.\n"};
+}
+
+bool exists(const std::string &path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0;
+}
+
+// True when writing to `path` would end one of `files`.
+void check_output(const std::string &path, const std::vector<tool::InputFile> &files) {
+    struct stat status {};
+    if (path.empty() || stat(path.c_str(), &status) != 0) return;
+    if (!S_ISREG(status.st_mode)) throw tool::UsageError(path + " is no regular file");
+    if (std::ranges::find(files, tool::FileId(status), &tool::InputFile::id) != files.end())
+        throw tool::UsageError(path + " is one of the files to read");
+}
+
+// One row for each view, by one query over all of them.
+std::string tables_query(Database *database) {
+    std::string query;
+    database->fetch(
+        "SELECT t.table_name, count(*)::VARCHAR, any_value(column_name) FILTER "
+        "(data_type = 'TIMESTAMP' AND ordinal_position = 1) "
+        "FROM information_schema.tables t JOIN information_schema.columns USING (table_name) "
+        "WHERE t.table_name NOT IN ('files', 'counters_long') GROUP BY 1 ORDER BY 1",
+        [](const std::vector<std::string> &) {},
+        [&](const Row &row) {
+            const std::string time =
+                row[2].data() ? quoted_name(row[2]) : std::string("NULL::TIMESTAMP");
+            if (!query.empty()) query += " UNION ALL ";
+            query += "SELECT " + quoted_text(row[0]) + " AS \"table\", " + std::string(row[1]) +
+                     " AS columns, count(*) AS rows, min(" + time + ") AS first, max(" + time +
+                     ") AS last, string_agg(DISTINCT source, ', ' ORDER BY source) AS sources "
+                     "FROM " +
+                     quoted_name(row[0]);
+        });
+    if (query.empty()) throw std::runtime_error("there are no tables in these files");
+    return "FROM (" + query + ") ORDER BY ALL";
+}
+
+int run(const Settings &settings, std::vector<std::string> operands) {
+    if (operands.empty()) throw tool::UsageError("no query, file or folder is given");
+    tool::start_log(settings.log_level);
+    std::string query;
+    const bool has_query = !settings.shows_tables && !exists(operands[0]);
+    if (has_query) {
+        query = operands[0];
+        operands.erase(operands.begin());
+    } else if (!settings.output.empty() && !settings.shows_tables) {
+        throw tool::UsageError("--output takes a query");
+    }
+    std::vector<tool::InputFile> files;
+    bool good = tool::find_input_files(operands, &files);
+    check_output(settings.output, files);
+    std::vector<std::string> paths;
+    for (const tool::InputFile &file : files) paths.push_back(file.path);
+
+    hold_signals();
+    Database database(settings.is_ordered);
+    database.session()->is_strict = settings.is_strict;
+    for (const std::string &failure : database.make_views(paths, settings.schema_folder))
+        print_engine_error(failure);
+    QueryRunner runner(&database, settings.form);
+    if (settings.shows_tables) query = tables_query(&database);
+    if (query.empty())
+        good &= run_prompt(&runner);
+    else if (settings.output.empty())
+        good &= runner.run_all(query);
+    else
+        good &= runner.store(query, settings.output);
+    if (runner.signal() != 0 && !query.empty()) return signal_status + runner.signal();
+    return good ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+}  // namespace
+}  // namespace vrn::sqltool
+
+int main(int argc, char **argv) {
+    vrn::sqltool::Settings settings;
+    return vrn::tool::run_tool(
+        vrn::sqltool::command_line(&settings), argc, argv, EXIT_FAILURE,
+        [&](const std::vector<std::string> &operands) { return run(settings, operands); });
+}

@@ -1,0 +1,178 @@
+#include "vrn_sql/query_output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <thread>
+
+#include "utils/descriptor.h"
+#include "utils/new_file.h"
+#include "utils/write_all.h"
+#include "vrn_sql/statements.h"
+#include "vrn_sql/text_table.h"
+
+namespace vrn::sqltool {
+namespace {
+
+struct NamedForm {
+    const char *name;
+    Form form;
+};
+constexpr std::array forms{NamedForm{"table", Form::table}, NamedForm{"csv", Form::csv},
+                           NamedForm{"json", Form::json}, NamedForm{"markdown", Form::markdown}};
+
+struct FileFormat {
+    const char *ending;
+    const char *options;
+};
+constexpr std::array file_formats{
+    FileFormat{".parquet", "FORMAT parquet, COMPRESSION zstd"},
+    FileFormat{".csv", "FORMAT csv, HEADER"},
+    FileFormat{".json", "FORMAT json, ARRAY false"},
+    FileFormat{".ndjson", "FORMAT json, ARRAY false"},
+    FileFormat{".jsonl", "FORMAT json, ARRAY false"},
+};
+
+constexpr mode_t new_file_mode = 0666;
+
+std::string copy_statement(const std::string &query, int descriptor, const std::string &options) {
+    return "COPY (" + query + "\n) TO " +
+           quoted_text("/proc/self/fd/" + std::to_string(descriptor)) + " (" + options +
+           ", USE_TMP_FILE false)";
+}
+
+[[noreturn]] void fail_output(const std::string &where, int error) {
+    throw std::runtime_error("can't write to " + where + ": " + std::strerror(error));
+}
+
+// Passes what the engine writes into a pipe on to standard output.
+class OutputPipe {
+  public:
+    explicit OutputPipe(Database *database) : database_(database) {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0) fail_output("a pipe", errno);
+        out_ = Descriptor(ends[0]);
+        in_ = Descriptor(ends[1]);
+        std::fflush(stdout);
+        thread_ = std::thread([this] { pass_on(); });
+    }
+    ~OutputPipe() { close(); }
+    OutputPipe(const OutputPipe &) = delete;
+    OutputPipe &operator=(const OutputPipe &) = delete;
+
+    int descriptor() const { return in_.get(); }
+    // Waits for the last byte; the errno of a failed write, or 0.
+    int close() {
+        in_.close();
+        if (thread_.joinable()) thread_.join();
+        return error_;
+    }
+
+  private:
+    void pass_on() {
+        char bytes[65536];
+        for (;;) {
+            const ssize_t count = read(out_.get(), bytes, sizeof bytes);
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) return;
+            if (error_ != 0) continue;  // the engine must not wait for a reader
+            if (!write_all(STDOUT_FILENO, {bytes, static_cast<std::size_t>(count)})) {
+                error_ = errno;
+                database_->cancel();
+            }
+        }
+    }
+
+    Database *database_;
+    Descriptor out_;
+    Descriptor in_;
+    int error_ = 0;  // of the thread until it has ended
+    std::thread thread_;
+};
+
+void print_copy(Database *database, const std::string &query, const char *options) {
+    OutputPipe pipe(database);
+    std::exception_ptr failure;
+    try {
+        database->run(copy_statement(query, pipe.descriptor(), options));
+    } catch (const EngineError &) {
+        failure = std::current_exception();
+    }
+    if (const int error = pipe.close()) fail_output("standard output", error);
+    if (failure) std::rethrow_exception(failure);
+}
+
+void print_table(Database *database, const std::string &statement, TableStyle style) {
+    TextTable table(style);
+    bool has_rows = false;
+    database->fetch(
+        statement, [&](const std::vector<std::string> &names) { table.begin(names); },
+        [&](const Row &row) {
+            table.add(row);
+            has_rows = true;
+            if (std::ferror(stdout) != 0) fail_output("standard output", errno);
+        });
+    table.end();
+}
+
+// Others have no rows, or texts of the engine alone.
+void print_text(Database *database, const std::string &statement) {
+    database->fetch(
+        statement, [](const std::vector<std::string> &) {},
+        [](const Row &row) {
+            if (row.back().data())
+                std::printf("%.*s\n", static_cast<int>(row.back().size()), row.back().data());
+        });
+}
+
+}  // namespace
+
+bool form_of_name(const std::string &name, Form *form) {
+    for (const NamedForm &row : forms)
+        if (name == row.name) {
+            *form = row.form;
+            return true;
+        }
+    return false;
+}
+
+void print_query(Database *database, const std::string &statement, Form form) {
+    if (database->type_of(statement) != DUCKDB_STATEMENT_TYPE_SELECT)
+        return print_text(database, statement);
+    const std::string texts = "SELECT COLUMNS(*)::VARCHAR FROM (" + statement + "\n)";
+    switch (form) {
+        case Form::csv:
+            return print_copy(database, statement, "FORMAT csv, HEADER");
+        case Form::json:
+            return print_copy(database, statement, "FORMAT json, ARRAY false");
+        case Form::table:
+            return print_table(database, texts, TableStyle::terminal);
+        case Form::markdown:
+            return print_table(database, texts, TableStyle::markdown);
+    }
+}
+
+std::string format_of_path(const std::string &path) {
+    for (const FileFormat &format : file_formats)
+        if (path.ends_with(format.ending)) return format.options;
+    return "";
+}
+
+void store_query(Database *database, const std::string &statement, const std::string &path) {
+    // A link stays one: the file it leads to is replaced.
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
+    NewFile nameless = NewFile::nameless(target, new_file_mode);
+    NewFile file = nameless.is_open() ? std::move(nameless) : NewFile::named(target, new_file_mode);
+    if (error || !file.is_open()) fail_output(path, errno);
+    database->run(copy_statement(statement, file.descriptor().get(), format_of_path(path)));
+    if (!file.take_name()) fail_output(path, errno);
+}
+
+}  // namespace vrn::sqltool
