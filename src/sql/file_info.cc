@@ -41,7 +41,9 @@ class FileProbe final : public scan::Visitor {
         if (!source) throw std::bad_alloc();
         info_.has_head = scan::read_file_head(source.get(), &schemas_, this, &info_.header);
         if (!info_.has_head) return;
-        if (source->is_compressed())
+        info_.is_compressed = source->is_compressed();
+        info_.changes.push_back({sizeof info_.header, schemas_.current()});
+        if (info_.is_compressed)
             read_chunks(source.get());
         else
             visit_chunks(descriptor);
@@ -79,6 +81,9 @@ class FileProbe final : public scan::Visitor {
                                           static_cast<off_t>(start + offset));
                 return {head, static_cast<std::size_t>(std::max<ssize_t>(got, 0))};
             });
+            if (kind_of({head, held}) == VRN_SCHEMAS_BLOCK &&
+                info_.changes.back().schemas != schemas_.current())
+                info_.changes.push_back({start, schemas_.current()});
         }
     }
 

@@ -16,11 +16,18 @@
 
 namespace vrn::sql {
 
+// Schemas that hold from an offset on.
+struct SchemaChange {
+    std::uint64_t offset;
+    std::shared_ptr<const scan::LoadedSchemas> schemas;
+};
+
 struct FileInfo {
     std::string path;
     struct stat status {};
     bool is_ours = false;  // it begins as data files do
     bool has_head = false;
+    bool is_compressed = false;  // as a whole
     vrn_data_file_header_t header{};
     std::string source;
     std::string tag;
@@ -28,6 +35,9 @@ struct FileInfo {
     bool has_metrics = false;
     bool has_all_schemas = true;
     std::shared_ptr<scan::SchemaCache> cache;
+    // Of the header, and of schemas blocks that begin chunks. Of a compressed file the header's
+    // alone.
+    std::vector<SchemaChange> changes;
     // All that its blocks are decoded by. A schemas block counts where it begins a chunk or a page.
     std::vector<std::shared_ptr<const scan::LoadedSchemas>> schemas;
 };

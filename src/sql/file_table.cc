@@ -171,8 +171,8 @@ class TextThread final : public ScanThread {
         const std::size_t size = std::min<std::size_t>(rows_.size() - used_, duckdb_vector_size());
         for (std::size_t i = 0; i < projection_.size(); ++i)
             for (std::size_t row = 0; row < size; ++row)
-                put_text(duckdb_data_chunk_get_vector(chunk, i), row,
-                         rows_[used_ + row].at(projection_[i]));
+                if (const auto &texts = rows_[used_ + row]; projection_[i] < texts.size())
+                    put_text(duckdb_data_chunk_get_vector(chunk, i), row, texts[projection_[i]]);
         used_ += size;
         return size;
     }

@@ -12,7 +12,7 @@ void add_name_columns(std::vector<Column> *columns) {
 void put_names(duckdb_vector vector, std::size_t at, std::size_t count, std::size_t which,
                const RecordNames &names) {
     const std::string *texts[num_name_columns] = {&names.source, &names.tag, &names.file};
-    put_texts(vector, at, count, *texts[which]);
+    if (which < num_name_columns) put_texts(vector, at, count, *texts[which]);
 }
 
 }  // namespace vrn::sql

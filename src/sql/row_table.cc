@@ -177,7 +177,7 @@ void RowCopies::copy(const StagedRows &rows, std::size_t first, std::size_t coun
         const std::size_t place = projection_[i];
         if (place < table_.num_fields())
             copies[i].copy(span, vectors[i], at);
-        else if (place < table_.columns().size())
+        else
             put_names(vectors[i], at, count, place - table_.num_fields(), *rows.names);
     }
 }

@@ -1,8 +1,16 @@
 #include "sql/run_queue.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
+
+#include "scan/block_walk.h"
+#include "scan/file_head.h"
 
 #include "sql/column.h"
 #include "sql/fault_visitor.h"
@@ -11,21 +19,77 @@
 namespace vrn::sql {
 namespace {
 
-std::uint64_t size_of(const FileInfo &file) {
-    return static_cast<std::uint64_t>(file.status.st_size);
+// False, after the fault was told, when it can't be read at all.
+bool begin_plain(OpenFile *file) {
+    const FileInfo &info = *file->info;
+    FaultVisitor visitor(info.path);
+    const std::unique_ptr<ByteSource> source = ByteSource::open_descriptor(file->descriptor.get());
+    scan::SchemasInUse schemas(info.cache.get(), &visitor);
+    vrn_data_file_header_t header{};
+    file->next_offset = sizeof header;
+    return read_file_head(source.get(), &schemas, &visitor, &header);
 }
 
-// False, after the fault was told, when it can't be read at all.
-bool open_file(OpenFile *file) {
-    const FileInfo &info = *file->info;
-    file->source = ByteSource::open_path(info.path.c_str());
-    if (!file->source) {
-        report_fault(info.path, std::strerror(errno));
+bool begin_compressed(OpenFile *file) {
+    FaultVisitor visitor(file->info->path);
+    file->source = ByteSource::open_descriptor(file->descriptor.get());
+    file->feed = std::make_unique<scan::ChunkFeed>(file->source.get(), file->info->cache.get());
+    return file->feed->open(&visitor);
+}
+
+bool begin_file(OpenFile *file) {
+    file->descriptor = Descriptor(open(file->info->path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status {};
+    if (!file->descriptor.is_open() || fstat(file->descriptor.get(), &status) != 0) {
+        report_fault(file->info->path, std::strerror(errno));
         return false;
     }
-    file->feed = std::make_unique<scan::ChunkFeed>(file->source.get(), info.cache.get());
-    FaultVisitor visitor(info.path);
-    return file->feed->open(&visitor);
+    file->size = static_cast<std::uint64_t>(status.st_size);
+    return file->info->is_compressed ? begin_compressed(file) : begin_plain(file);
+}
+
+// What is known to hold at an offset.
+const std::shared_ptr<const scan::LoadedSchemas> &schemas_at(const FileInfo &info,
+                                                             std::uint64_t offset) {
+    const auto after = std::ranges::upper_bound(info.changes, offset, {}, &SchemaChange::offset);
+    return std::prev(after)->schemas;
+}
+
+// The place of the next run of a plain file, whose bytes are not read yet. False at the end.
+bool take_place(OpenFile *file, scan::ChunkRun *run, std::size_t *size) {
+    if (file->next_offset >= file->size) return false;
+    const std::size_t chunk_size = file->info->header.block_size;
+    const std::size_t room =
+        std::max<std::size_t>(scan::ChunkRun::run_size / chunk_size, 1) * chunk_size;
+    run->index = file->walks.size();
+    run->offset = file->next_offset;
+    run->chunk_size = static_cast<std::uint32_t>(chunk_size);
+    run->schemas = schemas_at(*file->info, run->offset);
+    run->end_fault.reset();
+    *size = std::min<std::uint64_t>(room, file->size - run->offset);
+    file->next_offset += *size;
+    return true;
+}
+
+void fail_run(scan::ChunkRun *run, scan::FaultKind kind, std::uint64_t offset) {
+    run->end_fault = scan::make_fault(kind, {.chunk = offset, .block = offset}, {}, 0, "%s",
+                                      std::strerror(errno));
+}
+
+// Reads what was taken. A file that has become shorter just ends.
+void load_run(int descriptor, std::size_t size, scan::ChunkRun *run) {
+    if (!run->reserve(size)) return fail_run(run, scan::FaultKind::no_memory, run->offset);
+    std::size_t got = 0;
+    while (got < size) {
+        const ssize_t count =
+            pread(descriptor, run->room() + got, size - got, static_cast<off_t>(run->offset + got));
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) fail_run(run, scan::FaultKind::read_failed, run->offset + got);
+        if (count <= 0) break;
+        got += static_cast<std::size_t>(count);
+    }
+    std::memset(run->room() + got, 0, scan::slack_size);
+    run->bytes = {run->room(), got};
 }
 
 [[noreturn]] void fail_schemas(const FileInfo &file) {
@@ -50,12 +114,12 @@ void check_walks(const OpenFile &file, std::size_t index) {
 }  // namespace
 
 RunQueue::RunQueue(std::vector<std::shared_ptr<const FileInfo>> files) : files_(std::move(files)) {
-    for (const auto &file : files_) bytes_ahead_ += size_of(*file);
-    vrn_sql_session()->bytes_ahead += bytes_ahead_;
+    for (const auto &file : files_) bytes_ += static_cast<std::uint64_t>(file->status.st_size);
+    vrn_sql_session()->bytes_ahead += bytes_;
 }
 
 RunQueue::~RunQueue() {
-    vrn_sql_session()->bytes_ahead -= bytes_ahead_;
+    vrn_sql_session()->bytes_ahead -= bytes_ - bytes_read_;
 }
 
 bool RunQueue::take(TakenRun *taken) {
@@ -74,13 +138,8 @@ bool RunQueue::take(TakenRun *taken) {
 std::shared_ptr<OpenFile> RunQueue::next_file() {
     const std::lock_guard lock(mutex_);
     if (next_ == files_.size()) return nullptr;
-    auto file = std::make_shared<OpenFile>(files_[next_++]);
-    open_.push_back(file);
-    const std::uint64_t size = size_of(*file->info);
-    bytes_ahead_ -= size;
-    vrn_sql_session()->bytes_ahead -= size;
-    vrn_sql_session()->bytes_read += size;
-    return file;
+    open_.push_back(std::make_shared<OpenFile>(files_[next_++]));
+    return open_.back();
 }
 
 std::shared_ptr<OpenFile> RunQueue::file_to_help() {
@@ -89,19 +148,35 @@ std::shared_ptr<OpenFile> RunQueue::file_to_help() {
 }
 
 bool RunQueue::take_from(const std::shared_ptr<OpenFile> &file, TakenRun *taken) {
-    const std::lock_guard lock(file->mutex);
-    if (file->has_ended) return false;
-    if ((!file->feed && !open_file(file.get())) || !file->feed->take(&taken->run)) {
-        file->has_ended = true;
-        return false;
+    scan::ChunkRun &run = taken->run;
+    std::size_t size = 0;
+    {
+        const std::lock_guard lock(file->mutex);
+        if (file->has_ended) return false;
+        const bool is_good = std::exchange(file->has_begun, true) || begin_file(file.get());
+        const bool has_run =
+            is_good && (file->feed ? file->feed->take(&run) : take_place(file.get(), &run, &size));
+        file->has_ended = !has_run;
+        tell_read(file.get(), !has_run ? file->size : file->feed ? run.bytes.size() : size);
+        if (!has_run) return false;
+        // What the run before has come to is better than what is foreseen.
+        if (!file->walks.empty() && file->walks.back().last) run.schemas = file->walks.back().last;
+        file->walks.push_back({run.schemas, nullptr, false});
     }
-    // What the run before has come to is better than what the feed foresees.
-    if (!file->walks.empty() && file->walks.back().last)
-        taken->run.schemas = file->walks.back().last;
-    file->walks.push_back({taken->run.schemas, nullptr, false});
-    taken->first_schemas = taken->run.schemas;
+    taken->first_schemas = run.schemas;
     taken->file = file;
+    if (!file->feed) load_run(file->descriptor.get(), size, &run);
     return true;
+}
+
+// As far as the file had them when it was found: it may grow meanwhile.
+void RunQueue::tell_read(OpenFile *file, std::uint64_t bytes) {
+    const auto all = static_cast<std::uint64_t>(file->info->status.st_size);
+    const std::uint64_t count = std::min(bytes, all - file->told);
+    file->told += count;
+    bytes_read_ += count;
+    vrn_sql_session()->bytes_read += count;
+    vrn_sql_session()->bytes_ahead -= count;
 }
 
 void RunQueue::leave(const std::shared_ptr<OpenFile> &file) {

@@ -1,6 +1,7 @@
 // The files of one query, handed out in runs of chunks to the threads that read them.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -9,18 +10,25 @@
 
 #include "scan/chunk_feed.h"
 #include "sql/file_info.h"
+#include "utils/descriptor.h"
 
 namespace vrn::sql {
 
-// A file that threads share. Its members are for the queue and for holders of `mutex`.
+// A file that threads share. Its members are for the queue, under `mutex`.
 struct OpenFile {
     explicit OpenFile(std::shared_ptr<const FileInfo> file) : info(std::move(file)) {}
 
     const std::shared_ptr<const FileInfo> info;
     std::mutex mutex;
+    bool has_begun = false;
+    bool has_ended = false;
+    Descriptor descriptor;
+    std::uint64_t size = 0;
+    std::uint64_t told = 0;  // bytes of it that the session counts as read
+    // Of a plain file threads read their runs at a time, of a compressed one in turns, by the feed.
+    std::uint64_t next_offset = 0;
     std::unique_ptr<ByteSource> source;
     std::unique_ptr<scan::ChunkFeed> feed;
-    bool has_ended = false;
     // Of the runs taken so far, by index.
     struct Walk {
         std::shared_ptr<const scan::LoadedSchemas> first;
@@ -59,13 +67,16 @@ class RunQueue {
     std::shared_ptr<OpenFile> next_file();
     std::shared_ptr<OpenFile> file_to_help();
     bool take_from(const std::shared_ptr<OpenFile> &file, TakenRun *taken);
+    void tell_read(OpenFile *file, std::uint64_t bytes);
     void leave(const std::shared_ptr<OpenFile> &file);
 
     const std::vector<std::shared_ptr<const FileInfo>> files_;
     std::mutex mutex_;
     std::size_t next_ = 0;
     std::vector<std::shared_ptr<OpenFile>> open_;
-    std::uint64_t bytes_ahead_ = 0;  // of files that nobody has begun
+    // What the session still counts as ahead ends with the query.
+    std::uint64_t bytes_ = 0;
+    std::atomic<std::uint64_t> bytes_read_ = 0;
 };
 
 }  // namespace vrn::sql

@@ -32,7 +32,8 @@ class Table {
   public:
     virtual ~Table() = default;
     const std::vector<Column> &columns() const { return columns_; }
-    // Of the columns with the given places, which may be none of all rows.
+    // Of the columns with the given places. For count(*) some engines ask for a column beyond them,
+    // of which nothing needs to be filled.
     virtual std::unique_ptr<TableScan> scan(std::vector<std::size_t> projection) const = 0;
 
   protected:
