@@ -5,10 +5,11 @@
 #include <cstdio>
 #include <exception>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "scan/page_buffer.h"
-#include "vrn_check/file_check.h"
+#include "vrn_check/file_salvage.h"
 #include "vrn_check/ordered_output.h"
 #include "vrn_check/schema_texts.h"
 
@@ -26,7 +27,11 @@ class CheckRun {
         : files_(files),
           options_(options),
           schemas_(options.schema_path),
-          output_(files_ahead * options.threads) {}
+          output_(files_ahead * options.threads) {
+        if (options.salvage_dir.empty()) return;
+        names_ = output_names(files);
+        salvage_.emplace(options.salvage_dir);
+    }
 
     Totals run() {
         {
@@ -51,18 +56,26 @@ class CheckRun {
     }
 
     void check(std::size_t index, scan::PageBuffer *page) {
-        const std::string &path = files_[index].path;
         std::string text;
-        FileCheck file(path, schemas_.of_file(path), page, [&](const FileFault &fault) {
-            text += fault_line(options_.form, path, fault);
-            if (text.size() < max_waiting_text) return;
-            output_.append(index, text);
-            text.clear();
-        });
-        const Totals totals = file.run();
+        const Totals totals =
+            run_file(index, page, [&](const std::string &path, const FileFault &fault) {
+                text += fault_line(options_.form, path, fault);
+                if (text.size() < max_waiting_text) return;
+                output_.append(index, text);
+                text.clear();
+            });
         output_.end(index, std::move(text));
         const std::lock_guard lock(mutex_);
         totals_ += totals;
+    }
+
+    Totals run_file(std::size_t index, scan::PageBuffer *page, const FileSalvage::Take &take) {
+        const std::string &path = files_[index].path;
+        SchemaTexts *schemas = schemas_.of_file(path);
+        if (salvage_)
+            return FileSalvage(path, &*salvage_, names_[index], schemas, page, take).run();
+        const auto take_own = [&](const FileFault &fault) { take(path, fault); };
+        return FileCheck(path, schemas, page, take_own).run();
     }
 
     void fail(const std::exception_ptr &error) {
@@ -75,6 +88,8 @@ class CheckRun {
     const CheckOptions &options_;
     SchemaFolders schemas_;
     OrderedOutput output_;
+    std::vector<std::string> names_;  // of the files to be written, by input
+    std::optional<OutputFolder> salvage_;
     std::atomic<std::size_t> next_ = 0;
     std::mutex mutex_;
     Totals totals_;
@@ -86,6 +101,8 @@ class CheckRun {
 Totals check_files(const std::vector<tool::InputFile> &files, const CheckOptions &options) {
     const Totals totals = CheckRun(files, options).run();
     std::fputs(totals_line(options.form, totals).c_str(), stdout);
+    if (!options.salvage_dir.empty())
+        std::fputs(salvage_line(options.form, options.salvage_dir, totals).c_str(), stdout);
     return totals;
 }
 

@@ -34,6 +34,8 @@ Totals &Totals::operator+=(const Totals &other) {
     faults += other.faults;
     bytes += other.bytes;
     lost += other.lost;
+    salvaged += other.salvaged;
+    left_out += other.left_out;
     return *this;
 }
 
@@ -53,6 +55,15 @@ std::string totals_line(Form form, const Totals &totals) {
     if (totals.faults == 0) return line + "no faults\n";
     return line + counted(totals.faults, "fault") + " in " + counted(totals.damaged, "file") +
            ", " + counted(totals.lost, "byte") + " lost\n";
+}
+
+std::string salvage_line(Form form, std::string_view path, const Totals &totals) {
+    if (form == Form::json)
+        return "{\"output\":" + tool::json_string(path) +
+               ",\"salvaged\":" + std::to_string(totals.salvaged) +
+               ",\"left_out\":" + std::to_string(totals.left_out) + "}\n";
+    return "Salvaged " + counted(totals.salvaged, "file") + " to " + tool::shown_text(path) + ": " +
+           counted(totals.left_out, "byte") + " left out\n";
 }
 
 }  // namespace vrn::check

@@ -22,6 +22,8 @@ struct Totals {
     std::uint64_t faults = 0;
     std::uint64_t bytes = 0;  // read, decompressed
     std::uint64_t lost = 0;
+    std::uint64_t salvaged = 0;  // files that were written
+    std::uint64_t left_out = 0;  // bytes that they lack
 
     Totals &operator+=(const Totals &other);
 };
@@ -32,5 +34,7 @@ enum class Form : std::uint8_t { text, json };
 // are replaced by U+FFFD, and all integers are exact.
 std::string fault_line(Form form, std::string_view path, const FileFault &fault);
 std::string totals_line(Form form, const Totals &totals);
+// Of what was written to the folder at `path`.
+std::string salvage_line(Form form, std::string_view path, const Totals &totals);
 
 }  // namespace vrn::check

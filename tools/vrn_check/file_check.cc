@@ -57,13 +57,19 @@ FileCheck::FileCheck(const std::string &path, SchemaTexts *schemas, scan::PageBu
 
 Totals FileCheck::run() {
     struct stat status {};
-    if (stat(path_.c_str(), &status) == 0 && S_ISREG(status.st_mode))
-        size_ = static_cast<std::uint64_t>(status.st_size);
-    source_ = ByteSource::open_path(path_.c_str());
+    const bool has_size = stat(path_.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return run(ByteSource::open_path(path_.c_str()),
+               has_size ? static_cast<std::uint64_t>(status.st_size) : 0);
+}
+
+Totals FileCheck::run(std::unique_ptr<ByteSource> source, std::uint64_t size) {
+    const int cause = errno;
+    source_ = std::move(source);
+    size_ = size;
     if (source_)
         scan_file();
     else
-        report(at(0), size_, "unreadable", std::strerror(errno));
+        report(at(0), size_, "unreadable", std::strerror(cause));
     give_last();
     totals_.files = 1;
     totals_.damaged = totals_.faults > 0 ? 1 : 0;
@@ -329,15 +335,17 @@ std::string FileCheck::logged(const char *reason) {
 
 void FileCheck::report(const Place &place, std::uint64_t lost, std::string_view kind,
                        std::string reason) {
+    add({.offset = place.block,
+         .in_page = place.is_in_page ? std::optional(place.in_page) : std::nullopt,
+         .lost = lost,
+         .kind = kind,
+         .reason = std::move(reason)});
+}
+
+void FileCheck::add(FileFault fault) {
     give_last();
     ++totals_.faults;
-    last_ = std::make_unique<FileFault>(FileFault{
-        .offset = place.block,
-        .in_page = place.is_in_page ? std::optional(place.in_page) : std::nullopt,
-        .lost = lost,
-        .kind = kind,
-        .reason = std::move(reason),
-    });
+    last_ = std::make_unique<FileFault>(std::move(fault));
 }
 
 void FileCheck::give_last() {

@@ -26,8 +26,13 @@ class FileCheck final : public scan::Visitor {
     // `take` gets the faults, mostly in the order of their offsets. Borrows `schemas` and `page`.
     FileCheck(const std::string &path, SchemaTexts *schemas, scan::PageBuffer *page, Take take);
 
-    // To be called once.
+    // One of the two is to be called once.
     Totals run();
+    // Of a source that was opened and may be null, after errno. `size` counts as that of the file.
+    Totals run(std::unique_ptr<ByteSource> source, std::uint64_t size);
+
+    // Tells of a fault that was found before the run.
+    void add(FileFault fault);
 
     void header(const vrn_data_file_header_t &header) override;
     void schemas_block(const scan::PlainBlock &block) override;

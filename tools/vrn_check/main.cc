@@ -8,6 +8,7 @@
 #include "common/input_files.h"
 #include "common/tool_main.h"
 #include "vrn_check/check_run.h"
+#include "vrn_check/output_folder.h"
 
 namespace vrn::check {
 namespace {
@@ -30,7 +31,7 @@ tool::CommandLine command_line(Settings *settings) {
     CheckOptions *check = &settings->check;
     return {"vrn_check",
             "file|folder ...",
-            "Reads data files whole and prints a line for each fault. Nothing is changed.\n"
+            "Reads data files whole and prints a line for each fault. No input is changed.\n"
             "Of a folder it takes all data files below.\n",
             {{"json", 0, nullptr, "Print a JSON object for each fault, and one for the run.",
               [check](const char *) { check->form = Form::json; }},
@@ -42,6 +43,10 @@ tool::CommandLine command_line(Settings *settings) {
               "Folder of the schema files (./schema, or else the nearest folder 'schema' above a "
               "file).",
               [check](const char *value) { check->schema_path = folder_value(value); }},
+             {"salvage", 0, "DIR",
+              "Write a sound copy of each file below DIR, with all that is left of a damaged one, "
+              "and tell what it lacks.",
+              [check](const char *value) { check->salvage_dir = folder_value(value); }},
              {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
               [settings](const char *) { settings->log_level = VRN_LOG_INFO; }}},
             "The exit status is 0 without a fault, 1 with one, 2 when the run itself failed, and\n"
@@ -53,6 +58,8 @@ int run(const Settings &settings, const std::vector<std::string> &operands) {
     tool::start_log(settings.log_level);
     std::vector<tool::InputFile> files;
     const bool found_all = tool::find_input_files(operands, &files);
+    if (!settings.check.salvage_dir.empty())
+        refuse_overlap(settings.check.salvage_dir, operands, files);
     const Totals totals = check_files(files, settings.check);
     if (!found_all) return failed_status;
     return totals.faults > 0 ? faults_status : EXIT_SUCCESS;

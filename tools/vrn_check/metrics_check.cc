@@ -1,6 +1,6 @@
 #include "vrn_check/metrics_check.h"
 
-#include <exception>
+#include <stdexcept>
 
 #include "metrics/labels_walk.h"
 #include "metrics/section_mark.h"
@@ -71,6 +71,8 @@ void MetricsCheck::check_records(Bytes block) {
             std::string fault = names_beyond_tables(record);
             if (fault.empty()) fault = std::move(labels.fault);
             const std::uint8_t *end = record.label_values.data() + size;
+            if (end > view_.records.base.data() + view_.records.end_offset)
+                throw std::runtime_error("A record goes on after the end of the records");
             if (!fault.empty())
                 findings_.fault(offset_of(place), static_cast<std::size_t>(end - place),
                                 "metrics_names", std::move(fault));

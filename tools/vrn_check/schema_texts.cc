@@ -25,6 +25,12 @@ constexpr std::size_t max_findings = 10000;
 SchemaTexts::SchemaTexts(const std::string &folder)
     : folder_(folder), cache_({.folder = folder, .take_what_loads = true}) {}
 
+const KnownSchemas &SchemaTexts::known() {
+    const std::lock_guard lock(mutex_);
+    if (!known_) known_ = std::make_unique<const KnownSchemas>(folder_);
+    return *known_;
+}
+
 SchemaTexts::Finding SchemaTexts::look_up(const vrn_schema_id_t &id) {
     if (vrn_schema_id_is_zero(&id) || vrn_schema_id_is_blob(&id)) return {};
     const std::string hex = hex_of(id);

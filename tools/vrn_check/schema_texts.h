@@ -8,6 +8,7 @@
 
 #include "data/schema_id.h"
 #include "scan/schema_cache.h"
+#include "vrn_check/known_schemas.h"
 
 namespace vrn::check {
 
@@ -17,6 +18,9 @@ class SchemaTexts {
     explicit SchemaTexts(const std::string &folder);
 
     scan::SchemaCache *cache() { return &cache_; }
+
+    // Lists the folder once.
+    const KnownSchemas &known();
 
     struct Finding {
         const char *kind = nullptr;  // of the fault; null: there is none
@@ -31,6 +35,7 @@ class SchemaTexts {
     std::string folder_;
     scan::SchemaCache cache_;
     std::mutex mutex_;
+    std::unique_ptr<const KnownSchemas> known_;
     std::map<std::string, Finding> findings_;  // by the text of the id
 };
 

@@ -1,0 +1,357 @@
+// Damaged files of every form: each record that lies outside of the damage comes out.
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <random>
+
+#include "data/data_file_header.h"
+#include "metrics/cntx_block_view.h"
+#include "metrics/record_view.h"
+#include "scan/data_file_scan.h"
+#include "support/page_blocks.h"
+#include "support/sample_files.h"
+#include "support/stream_blocks.h"
+#include "support/test.h"
+#include "vrn_check/file_check.h"
+#include "vrn_check/file_mend.h"
+
+namespace vrn::check {
+namespace {
+
+using test::ByteBuilder;
+using test::Lines;
+
+// A record, where its block or page lies, and where it ends itself.
+struct Record {
+    std::string text;
+    std::size_t begin, end, own_end;
+};
+
+std::string text_of(Bytes bytes) {
+    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+}
+
+// Lists the records of a file and the faults of a strict reader.
+class RecordList final : public scan::Visitor {
+  public:
+    std::vector<Record> records;
+    Lines faults;
+
+    void decoded(const scan::CompressedPage &page, Bytes /*bytes*/) override {
+        page_end_ = page.place.block + page.block.size();
+    }
+    scan::Next events(const scan::EventBatch &batch) override {
+        const std::string head = std::to_string(batch.header.timestamp) + batch.type->name;
+        const std::size_t size = batch.type->size;
+        for (std::size_t i = 0; i < batch.count; ++i)
+            add(batch.place(), head + text_of(batch.rows.subspan(i * size, size)),
+                16 + batch.rows.size(), 16 + (i + 1) * size);
+        return scan::Next::block;
+    }
+    scan::Next counters(const scan::CountersBlock &block) override {
+        add(block.place,
+            std::to_string(block.header.timestamp) + text_of(block.row.first(block.held)),
+            16 + block.held, 16 + block.held);
+        return scan::Next::block;
+    }
+    scan::Next metrics(const scan::PlainBlock &block) override {
+        for (Bytes rest = block.bytes; !scan::is_all_zero(rest);) {
+            metrics::CntxBlockView view;
+            const Bytes one = rest.first(metrics::read_total_size(rest));
+            view.read(one, one);
+            const std::size_t at = static_cast<std::size_t>(rest.data() - block.bytes.data());
+            metrics::scan_records(view.records, [&](const metrics::RecordView &record) {
+                LabelTexts labels;
+                const std::size_t size =
+                    metrics::walk_label_values(record.labels, record.label_values, labels);
+                scan::Place place = block.place;
+                place.block += at;
+                add(place, std::to_string(record.timestamp) + text_of(record.samples) + labels.all,
+                    one.size(),
+                    static_cast<std::size_t>(record.label_values.data() - one.data()) + size);
+                return size;
+            });
+            rest = rest.subspan(one.size());
+        }
+        return scan::Next::block;
+    }
+    scan::Next blob(const scan::PlainBlock &block) override {
+        const std::size_t size = 20 + block.bytes[12];
+        add(block.place, text_of(block.bytes.first(size)), size, size);
+        return scan::Next::block;
+    }
+    scan::Next fault(const scan::Fault &fault) override {
+        faults.emplace_back(fault.reason);
+        return scan::Next::nothing;
+    }
+
+  private:
+    struct LabelTexts {
+        std::string all{};
+        void id(std::size_t /*index*/, std::uint8_t id) { all += '#' + std::to_string(id); }
+        void text(std::size_t /*index*/, std::string_view text) { all += text; }
+    };
+
+    void add(const scan::Place &place, std::string text, std::size_t size, std::size_t own_size) {
+        if (place.is_in_page)
+            records.push_back({std::move(text), place.block, page_end_, page_end_});
+        else
+            records.push_back(
+                {std::move(text), place.block, place.block + size, place.block + own_size});
+    }
+
+    std::size_t page_end_ = 0;
+};
+
+// An open file in memory.
+class MemoryFile {
+  public:
+    MemoryFile() : file_(memfd_create("salvage", MFD_CLOEXEC)) {}
+    const Descriptor &descriptor() const { return file_; }
+    std::string content() const {
+        std::string text(static_cast<std::size_t>(lseek(file_.get(), 0, SEEK_END)), '\0');
+        EXPECT_EQ(pread(file_.get(), text.data(), text.size(), 0),
+                  static_cast<ssize_t>(text.size()));
+        return text;
+    }
+
+  private:
+    Descriptor file_;
+};
+
+vrn_schema_id_t id_of(const std::string &schema) {
+    vrn_schema_id_t id{};
+    vrn_md5_of_string(schema.c_str(), &id);
+    return id;
+}
+
+// Makes blocks no two of which are alike.
+class Blocks {
+  public:
+    // Of type 0 rows have 4 bytes, of type 1 they have 32.
+    std::string events(std::uint16_t type, std::uint8_t rows) {
+        ByteBuilder block;
+        block.text("VRNE").u64(time()).u8(0).u16(type).u8(rows);
+        for (int row = 0; row < rows; ++row) block.text(values(type == 0 ? 4 : 32));
+        return block.done();
+    }
+    std::string counters() {
+        return ByteBuilder().text("VRND").u32(0).u64(time()).text(values(40)).done();
+    }
+    std::string metrics() {
+        metrics::CntxBuilder builder = test::sample_stream();
+        const std::uint8_t set = builder.add_label_set({"disk"});
+        const std::uint16_t name = builder.add_metric("errors");
+        for (int i = 0; i < 3; ++i)
+            builder.add_record({.timestamp = time(),
+                                .label_set_id = set,
+                                .encoding = metrics::LabelEncoding::texts,
+                                .labels = {metrics::CntxBuilder::label_by_text("sda")},
+                                .samples = {{name, time()}}});
+        return builder.build();
+    }
+    std::string blob() {
+        return ByteBuilder().text("VRNB").u64(time()).u64(8).text(values(8)).done();
+    }
+    std::string schemas() {
+        const vrn_schema_id_t id = id_of(test::sample_event_schema());
+        ByteBuilder block;
+        return block.text("VRNS").u16(256).u16(1).zeros(8).raw(&id, 16).pad_to(256).done();
+    }
+    std::string page(vrn_page_encoding_t encoding, const std::string &blocks) {
+        return test::encode_page(encoding, blocks);
+    }
+
+  private:
+    std::uint64_t time() { return 1700000000000000 + ++made_; }
+    std::string values(std::size_t size) {
+        ByteBuilder bytes;
+        while (bytes.done().size() < size) bytes.u16(static_cast<std::uint16_t>(++made_ * 31));
+        return bytes.done();
+    }
+
+    std::uint64_t made_ = 0;
+};
+
+struct FileForm {
+    const char *name;
+    std::size_t chunk_size;
+    std::vector<std::string> chunks;
+};
+
+std::vector<FileForm> make_forms() {
+    Blocks b;
+    const auto G = VRN_ENCODING_GZIP;
+    const auto S = VRN_ENCODING_SNAPPY;
+    return {
+        {"events",
+         400,
+         {b.events(1, 2) + b.events(0, 3) + b.events(1, 1), b.schemas() + b.events(0, 9),
+          b.events(0, 12) + b.events(0, 12) + b.events(1, 3) + b.events(0, 20)}},
+        {"counters", 64, {b.counters(), b.counters(), b.counters(), b.counters()}},
+        {"counters without padding", 56, {b.counters(), b.counters(), b.counters()}},
+        {"metrics", 700, {b.metrics(), b.metrics() + b.metrics(), b.metrics()}},
+        {"pages",
+         700,
+         {b.page(G, b.events(1, 2) + b.events(0, 2)) + b.page(S, b.counters() + b.counters()),
+          b.page(S, b.metrics()) + b.page(G, b.counters()),
+          b.page(S, b.events(0, 5)) + b.page(G, b.metrics()) + b.page(S, b.events(1, 1))}},
+        {"all kinds",
+         520,
+         {b.events(1, 2) + b.events(0, 2), b.counters(), b.blob(),
+          b.page(G, b.events(1, 2)) + b.page(S, b.counters()), b.metrics(), b.counters(),
+          b.events(0, 7)}},
+    };
+}
+
+std::string file_of(const FileForm &form) {
+    const vrn_data_file_header_ptr header(vrn_data_file_header_create());
+    header->block_size = static_cast<std::uint32_t>(form.chunk_size);
+    header->event_schema_ids[0] = id_of(test::sample_event_schema());
+    header->counters_schema_id = id_of(test::sample_counters_schema());
+    ByteBuilder file;
+    file.raw(header.get(), sizeof *header);
+    std::size_t end = sizeof *header;
+    for (const std::string &chunk : form.chunks) {
+        EXPECT_LE(chunk.size(), form.chunk_size) << form.name;
+        file.pad_to(end).text(chunk);
+        end += form.chunk_size;
+    }
+    std::string bytes = file.done();
+    const std::uint64_t size = bytes.size();
+    std::memcpy(bytes.data() + offsetof(vrn_data_file_header_t, file_size), &size, sizeof size);
+    return bytes;
+}
+
+class Salvage : public testing::Test {
+  protected:
+    Salvage() {
+        for (const std::string &schema :
+             {test::sample_event_schema(), test::sample_counters_schema()}) {
+            const vrn_schema_id_t id = id_of(schema);
+            char hex[VRN_SCHEMA_ID_HEX_SIZE];
+            vrn_schema_id_format(&id, hex);
+            dir_.write(std::string("schema/schema_") + hex + ".json", schema);
+        }
+        schemas_ = std::make_unique<SchemaTexts>(dir_.file("schema"));
+    }
+
+    RecordList list(const std::string &bytes) {
+        RecordList list;
+        const auto source = ByteSource::open_memory(bytes_of(bytes));
+        scan::DataFileScan(source.get(), schemas_->cache(), &page_, &list).run();
+        return list;
+    }
+
+    // What comes out of damaged bytes.
+    std::string salvage(const std::string &bytes) {
+        const std::string with_slack = bytes + std::string(scan::slack_size, '\0');
+        const MemoryFile output;
+        FileMend mend(schemas_.get(), &page_, [](const FileFault &) {});
+        mend.run(bytes_of(with_slack).first(bytes.size()), output.descriptor());
+        return output.content();
+    }
+
+    // `is_hit` tells the records that the damage may take.
+    template <typename IsHit>
+    void expect_all_but(const RecordList &whole, const std::string &damaged, IsHit is_hit) {
+        const std::string output = salvage(damaged);
+        const RecordList left = list(output);
+        ASSERT_EQ(left.faults, Lines{});
+        auto at = left.records.begin();
+        for (const Record &record : whole.records) {
+            if (is_hit(record)) continue;
+            at = std::find_if(at, left.records.end(),
+                              [&](const Record &other) { return other.text == record.text; });
+            ASSERT_NE(at, left.records.end()) << "lost: the record at " << record.begin;
+            ++at;
+        }
+        num_made_up_ = std::ranges::count_if(left.records, [&](const Record &record) {
+            return std::ranges::find(whole.records, record.text, &Record::text) ==
+                   whole.records.end();
+        });
+        const std::string path = "out.bin";
+        const auto take = [&](const FileFault &fault) {
+            ADD_FAILURE() << fault_line(Form::text, path, fault);
+        };
+        FileCheck(path, schemas_.get(), &page_, take)
+            .run(ByteSource::open_memory(bytes_of(output)), output.size());
+    }
+
+    std::ptrdiff_t num_made_up_ = 0;  // records of the last output that weren't there before
+    test::TempDir dir_;
+    std::unique_ptr<SchemaTexts> schemas_;
+    scan::PageBuffer page_;
+};
+
+TEST_F(Salvage, KeepsAllButWhatIsCut) {
+    for (const FileForm &form : make_forms()) {
+        SCOPED_TRACE(form.name);
+        const std::string bytes = file_of(form);
+        const RecordList whole = list(bytes);
+        ASSERT_EQ(whole.faults, Lines{});
+        for (std::size_t size = 256; size < bytes.size(); ++size) {
+            SCOPED_TRACE(size);
+            expect_all_but(whole, bytes.substr(0, size),
+                           [&](const Record &record) { return record.own_end > size; });
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+TEST_F(Salvage, KeepsAllButTheBlockWithAFlippedBit) {
+    for (const FileForm &form : make_forms()) {
+        SCOPED_TRACE(form.name);
+        const std::string bytes = file_of(form);
+        const RecordList whole = list(bytes);
+        for (std::size_t bit = 0; bit < 8 * bytes.size(); ++bit) {
+            const std::size_t byte = bit / 8;
+            SCOPED_TRACE("byte " + std::to_string(byte) + " bit " + std::to_string(bit % 8));
+            std::string damaged = bytes;
+            damaged[byte] = static_cast<char>(damaged[byte] ^ (1 << bit % 8));
+            const auto is_hit = [&](const Record &record) {
+                return record.begin <= byte && byte < record.end;
+            };
+            expect_all_but(whole, damaged, is_hit);
+            if (HasFatalFailure()) return;
+            // Type and number of the rows of an event block: those it has may look like others.
+            const auto hit = std::ranges::find_if(whole.records, is_hit);
+            const bool is_of_rows =
+                hit != whole.records.end() && byte - hit->begin >= 12 && byte - hit->begin < 16;
+            EXPECT_TRUE(is_of_rows || num_made_up_ <= std::ranges::count_if(whole.records, is_hit));
+        }
+    }
+}
+
+// Bytes that were overwritten (with anything or with zeros), put in or lost.
+TEST_F(Salvage, KeepsAllOutsideOfDamagedRuns) {
+    std::mt19937 random(7);
+    const auto below = [&](std::size_t limit) { return random() % limit; };
+    for (const FileForm &form : make_forms()) {
+        SCOPED_TRACE(form.name);
+        const std::string bytes = file_of(form);
+        const RecordList whole = list(bytes);
+        for (int round = 0; round < 1000; ++round) {
+            const std::size_t begin = 256 + below(bytes.size() - 256);
+            std::size_t size = 1 + below(round % 2 == 0 ? 20 : 2 * form.chunk_size);
+            // A whole chunk that is lost in the middle of two leaves the grid as it was.
+            if (size % form.chunk_size == 0) ++size;
+            const std::size_t end = std::min(begin + size, bytes.size());
+            const std::size_t way = below(4);
+            std::string junk(way == 1 ? end - begin : size, '\0');
+            if (way != 1) std::ranges::generate(junk, random);
+            std::string damaged = bytes;
+            damaged.replace(begin, way == 2 ? 0 : end - begin, way == 3 ? "" : junk);
+            SCOPED_TRACE("way " + std::to_string(way) + " from " + std::to_string(begin) + " to " +
+                         std::to_string(end));
+            const std::size_t last = way == 2 ? begin : end;
+            expect_all_but(whole, damaged, [&](const Record &record) {
+                return record.begin < last && begin < record.end;
+            });
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace vrn::check

@@ -1,0 +1,73 @@
+// Where blocks begin in bytes whose grid may be lost.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+
+#include "data/block.h"
+#include "scan/schemas_in_use.h"
+#include "utils/byte_reader.h"
+#include "vrn_check/known_schemas.h"
+
+namespace vrn::check {
+
+// A block's first letters alone would take any text for one: what follows them must hold, too.
+class BlockFinder {
+  public:
+    // Borrows all three. Of `bytes`, scan::slack_size more can be read.
+    BlockFinder(Bytes bytes, const scan::SchemasInUse *schemas, const KnownSchemas *known)
+        : bytes_(bytes), schemas_(schemas), known_(known) {}
+
+    // The kind of the block that begins at `offset`, by the schemas in use.
+    std::optional<vrn_block_type_t> kind_at(std::size_t offset) const;
+    bool is_start(std::size_t offset) const { return kind_at(offset).has_value(); }
+
+    // The first start from `from` on; `limit` when there is none before it.
+    std::size_t find(std::size_t from, std::size_t limit);
+
+    // Where the page ends whose end, but no start, comes after `offset`; 0 when there is none.
+    std::size_t end_of_cut_page(std::size_t offset);
+
+    // The first magic of a page, whole or not, from `from` on; the number of bytes without one.
+    std::size_t find_page(std::size_t from);
+    // True when there are more zeros between the two than a stream has.
+    bool has_padding(std::size_t from, std::size_t to) const;
+
+    // The first byte that isn't zero from `from` on; the number of bytes when there is none.
+    std::size_t skip_zeros(std::size_t from) const;
+
+    // True when a block may end at `offset`: with the bytes, before padding, or where
+    // the next block begins.
+    bool is_end(std::size_t offset) const;
+
+    // True when the block that begins at `offset` and those after it end where blocks may.
+    bool leads_on(std::size_t offset) const;
+
+  private:
+    // Where a mark was found last, which answers all searches from `from` up to it.
+    struct Found {
+        std::size_t from = 1;
+        std::size_t at = 0;
+    };
+
+    Bytes rest(std::size_t offset) const { return bytes_.subspan(offset); }
+    bool begins_events(Bytes block) const;
+    bool begins_schemas(Bytes block) const;
+    bool begins_counters(Bytes block) const;
+    std::size_t size_of(vrn_block_type_t kind, Bytes block) const;
+    std::size_t find_mark(std::string_view mark, std::size_t from, Found *found) const;
+
+    Bytes bytes_;
+    const scan::SchemasInUse *schemas_;
+    const KnownSchemas *known_;
+    Found block_;
+    Found metrics_;
+    Found page_start_;
+    Found page_end_;
+};
+
+// Bytes up to the end of a metrics block that begins `rest`; 0 unless its size and its end agree.
+std::size_t whole_metrics_size(Bytes rest);
+
+}  // namespace vrn::check

@@ -1,0 +1,89 @@
+#include "vrn_check/header_repair.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <new>
+#include <numeric>
+
+#include "data/magic.h"
+#include "scan/data_file_scan.h"
+
+namespace vrn::check {
+namespace {
+
+constexpr std::uint32_t usual_chunk_size = 65536;
+// More tell nothing new about the grid.
+constexpr std::size_t max_distances = 4096;
+
+vrn_data_file_header_t new_header() {
+    const vrn_data_file_header_ptr header(vrn_data_file_header_create());
+    if (!header) throw std::bad_alloc();
+    header->block_size = usual_chunk_size;
+    return *header;
+}
+
+bool has_start(const vrn_data_file_header_t &header) {
+    return vrn_magic_matches(header.magic, VRN_MAGIC_FILE);
+}
+
+bool has_end(const vrn_data_file_header_t &header) {
+    return std::string_view(header.magic_end, sizeof header.magic_end) == "vrnf";
+}
+
+void mend(vrn_data_file_header_t *header, const KnownSchemas &known) {
+    const vrn_data_file_header_t sound = new_header();
+    std::memcpy(header->magic, sound.magic, sizeof sound.magic);
+    std::memcpy(header->magic_end, sound.magic_end, sizeof sound.magic_end);
+    header->file_size = sound.file_size;
+    if (!vrn_data_file_header_is_valid(header)) header->version = sound.version;
+    header->counters_schema_id = known.mended(header->counters_schema_id);
+    for (vrn_schema_id_t &id : header->event_schema_ids) id = known.mended(id);
+}
+
+}  // namespace
+
+FoundHeader find_header(Bytes bytes, const KnownSchemas &known) {
+    FoundHeader found = {.fields = new_header(), .is_there = false, .end = 0};
+    vrn_data_file_header_t fields{};
+    std::memcpy(&fields, bytes.data(), std::min(bytes.size(), sizeof fields));
+    // Either end will do: a bit of the other may be flipped.
+    found.is_there = has_start(fields) || has_end(fields);
+    if (!found.is_there) return found;
+    // Without its end, bytes may be missing in it.
+    found.end = has_end(fields) ? sizeof fields : VRN_MAGIC_SIZE;
+    if (bytes.size() < sizeof fields)
+        std::memcpy(&found.fields, bytes.data(), bytes.size());
+    else
+        found.fields = fields;
+    mend(&found.fields, known);
+    return found;
+}
+
+void ChunkSurvey::add(const KeptBlock &block) {
+    largest_ = std::max<std::uint64_t>(largest_, block.room);
+    const bool is_single = block.kind == ChunkKind::counters || block.kind == ChunkKind::blob;
+    if (block.follows_directly && !is_single) return;
+    const std::uint64_t distance = block.offset - std::min(block.offset, start_);
+    start_ = block.offset;
+    if (distance == 0 || distances_.size() == max_distances) return;
+    distances_.push_back(distance);
+    common_ = std::gcd(common_, distance);
+}
+
+bool ChunkSurvey::holds(std::uint64_t size) const {
+    return size >= scan::min_chunk_size && size < scan::chunk_size_limit && size >= largest_;
+}
+
+std::uint32_t ChunkSurvey::chunk_size(std::uint32_t claimed) const {
+    if (holds(claimed)) {
+        const auto fitting = std::ranges::count_if(
+            distances_, [&](std::uint64_t distance) { return distance % claimed == 0; });
+        if (2 * static_cast<std::size_t>(fitting) >= distances_.size()) return claimed;
+    }
+    if (holds(common_)) return static_cast<std::uint32_t>(common_);
+    const std::uint64_t size = std::max<std::uint64_t>(std::bit_ceil(largest_), usual_chunk_size);
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(size, scan::chunk_size_limit - 1));
+}
+
+}  // namespace vrn::check

@@ -1,0 +1,40 @@
+// The header of a damaged file, as far as it can be known.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "data/data_file_header.h"
+#include "utils/byte_reader.h"
+#include "vrn_check/kept_block.h"
+#include "vrn_check/known_schemas.h"
+
+namespace vrn::check {
+
+struct FoundHeader {
+    vrn_data_file_header_t fields;  // valid, whatever there is
+    bool is_there;
+    std::size_t end;  // where blocks may begin
+};
+
+// `bytes` are the whole file. Schema ids are mended where they can be.
+FoundHeader find_header(Bytes bytes, const KnownSchemas &known);
+
+// What the places of blocks tell about the size of chunks.
+class ChunkSurvey {
+  public:
+    void add(const KeptBlock &block);
+    // `claimed` if the blocks don't speak against it.
+    std::uint32_t chunk_size(std::uint32_t claimed) const;
+
+  private:
+    bool holds(std::uint64_t size) const;
+
+    std::uint64_t largest_ = 0;                             // of the blocks
+    std::uint64_t start_ = sizeof(vrn_data_file_header_t);  // of the chunk before
+    std::uint64_t common_ = 0;                              // divisor of all distances of starts
+    std::uint64_t starts_ = 0;
+    std::vector<std::uint64_t> distances_;  // of the first starts
+};
+
+}  // namespace vrn::check

@@ -1,0 +1,65 @@
+#include "vrn_check/known_schemas.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+namespace vrn::check {
+namespace {
+
+constexpr std::string_view name_start = "schema_", name_end = ".json";
+// Two digests of 128 bits differ in 64 on average, and hardly ever in so few.
+constexpr int max_damaged_bits = 36;
+// So many bytes of two digests are the same in one pair of two millions.
+constexpr int enough_bytes = 4;
+// Folders of others may hold any number of files.
+constexpr std::size_t max_ids = 100000;
+
+bool is_before(const vrn_schema_id_t &a, const vrn_schema_id_t &b) {
+    return vrn_schema_id_compare(&a, &b) < 0;
+}
+
+// How far an id is from another, which may be damaged: bits in a few bytes, or bytes in a run.
+bool is_close(const vrn_schema_id_t &id, const vrn_schema_id_t &damaged) {
+    int bits = 0, equal_bytes = 0;
+    for (std::size_t i = 0; i < sizeof id.bytes; ++i) {
+        bits += std::popcount(static_cast<std::uint8_t>(id.bytes[i] ^ damaged.bytes[i]));
+        equal_bytes += id.bytes[i] != 0 && id.bytes[i] == damaged.bytes[i];
+    }
+    return bits <= max_damaged_bits || equal_bytes >= enough_bytes;
+}
+
+bool read_id(std::string name, vrn_schema_id_t *id) {
+    if (!name.starts_with(name_start) || !name.ends_with(name_end)) return false;
+    name.resize(name.size() - name_end.size());
+    return vrn_schema_id_from_hex(name.c_str() + name_start.size(), id);
+}
+
+}  // namespace
+
+KnownSchemas::KnownSchemas(const std::string &folder) {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end;
+         !error && entry != end && ids_.size() < max_ids; entry.increment(error))
+        if (vrn_schema_id_t id{}; read_id(entry->path().filename(), &id)) ids_.push_back(id);
+    std::ranges::sort(ids_, is_before);
+}
+
+bool KnownSchemas::has(const vrn_schema_id_t &id) const {
+    return std::ranges::binary_search(ids_, id, is_before);
+}
+
+vrn_schema_id_t KnownSchemas::mended(const vrn_schema_id_t &id) const {
+    if (has(id)) return id;
+    const auto is_meant = [&](const vrn_schema_id_t &other) { return is_close(other, id); };
+    if (const auto found = std::ranges::find_if(ids_, is_meant); found != ids_.end()) return *found;
+    vrn_schema_id_t blob{};
+    vrn_schema_id_set_blob(&blob);
+    if (is_meant(blob)) return blob;
+    const vrn_schema_id_t none{};
+    return is_meant(none) ? none : id;
+}
+
+}  // namespace vrn::check
