@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what the build and its checks need on Debian 12. Does nothing, and needs no network, when
-# all of it is there already.
+# Installs what the build and its checks need on Debian 12, with --tests also the servers and tools
+# whose tests are left out without them. Does nothing, and needs no network, when all of it is there
+# already.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,7 +18,7 @@ packages=(
 command -v node >/dev/null && command -v npm >/dev/null || packages+=(nodejs npm)
 
 # For tests that are left out without them.
-optional_packages=(slurm-wlm munge parallel)
+optional_packages=(slurm-wlm munge parallel influxdb victoria-metrics prometheus curl perl)
 
 # The genuine parson 1.5.2 sources lie inside this Debian source package.
 parson_dir=third_party/parson
@@ -167,7 +168,7 @@ fetch_node_modules() {
 }
 
 install_packages
-install_optional_packages
+[ "${1:-}" != --tests ] || install_optional_packages
 if ! sources_are_there "$parson_dir" "$parson_sums"; then
     echo "install-deps: fetching parson 1.5.2"
     fetch_parson

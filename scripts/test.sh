@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-./scripts/install-deps.sh
+./scripts/install-deps.sh --tests
 jobs=$(nproc)
 sources() { git ls-files -- '*.cc' '*.h' | grep -v '\.h\.in$'; }
 
@@ -37,3 +37,9 @@ ctest --preset asan -j "$jobs"
 
 echo "== an export in shares on a cluster of two nodes"
 tests/fleet/slurm_test.sh build/bin . || { [ $? -eq 77 ] && echo skipped; }
+
+echo "== what real servers load"
+cmake --build --preset release -j "$jobs" --target random_archive
+for script in influxdb export_lines export_openmetrics; do
+    "tests/integration/$script.sh" || [ $? -eq 77 ]
+done

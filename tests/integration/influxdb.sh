@@ -5,39 +5,10 @@
 set -euo pipefail
 program=${1:-build/bin/vrn_example_page_to_influx}
 
-for tool in influxd curl jq perl; do
-    command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }
-done
-
-work=$(mktemp -d)
-server=
-finish() {
-    [ -z "$server" ] || { kill "$server"; wait "$server" || true; }
-    rm -rf "$work"
-} 2>/dev/null
-trap finish EXIT
-
-port=$((20000 + RANDOM % 10000))
-cat >"$work/config" <<CONFIG
-reporting-disabled = true
-bind-address = "127.0.0.1:$((port + 1))"
-[meta]
-  dir = "$work/meta"
-[data]
-  dir = "$work/data"
-  wal-dir = "$work/wal"
-[http]
-  bind-address = "127.0.0.1:$port"
-CONFIG
-influxd -config "$work/config" >"$work/log" 2>&1 &
-server=$!
-
-url=http://127.0.0.1:$port
-for _ in $(seq 100); do
-    curl -s -o "$work/ping" "$url/ping" && break
-    kill -0 "$server" || { cat "$work/log" >&2; exit 1; }
-    sleep 0.1
-done
+# shellcheck source=tests/integration/servers.sh
+. "$(dirname "$0")/servers.sh"
+need influxd curl jq perl
+start_influxdb
 
 # One line per field, floats in one notation, sorted: the database keeps no lines.
 fields() {
@@ -67,12 +38,9 @@ as_lines() {
 
 "$program" >"$work/lines"
 [ -s "$work/lines" ] || { echo "$program printed no lines" >&2; exit 1; }
-curl -sS -o "$work/answer" -XPOST "$url/query" --data-urlencode 'q=CREATE DATABASE vrn'
-status=$(curl -sS -o "$work/answer" -w '%{http_code}' -XPOST \
-    "$url/write?db=vrn&precision=ms" --data-binary "@$work/lines")
-[ "$status" = 204 ] || { echo "refused with $status:" >&2; cat "$work/answer" >&2; exit 1; }
+post "$influxdb/write?db=vrn&precision=ms" "$work/lines"
 
-curl -sS -G "$url/query" --data-urlencode db=vrn --data-urlencode epoch=ms \
+curl -sS -G "$influxdb/query" --data-urlencode db=vrn --data-urlencode epoch=ms \
     --data-urlencode 'q=SELECT * FROM /.*/ GROUP BY *' | as_lines | fields >"$work/read"
 # Answers in JSON show integers without their suffix.
 fields <"$work/lines" | sed -E 's/(=-?[0-9]+)i /\1 /' | LC_ALL=C sort >"$work/written"
