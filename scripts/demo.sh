@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 
 ./scripts/install-deps.sh
 cmake --preset release >/dev/null
-cmake --build --preset release -j "$(nproc)" --target vrn_read vrn_collect vrn_chart vrn_check
+cmake --build --preset release -j "$(nproc)" --target vrn_read vrn_collect vrn_chart vrn_check vrn_sql
 
 out=demo-output
 read=build/bin/vrn_read
@@ -51,3 +51,9 @@ build/bin/vrn_check "$out/data" "$out/pages/data"
 
 build/bin/vrn_chart -o "$out/metrics.html" "$out/data"
 echo "The metrics as charts: $out/metrics.html"
+
+show "A question in SQL" 4 build/bin/vrn_sql \
+    "SELECT cpu, max(times.user) AS user, count(*) AS samples FROM cpu_sample GROUP BY cpu ORDER BY cpu" \
+    "$out/data"
+build/bin/vrn_sql -o "$out/cpu.parquet" "FROM cpu_sample" "$out/data"
+show "The same events out of Parquet" 4 build/bin/vrn_sql "SELECT count(*) FROM '$out/cpu.parquet'"

@@ -12,13 +12,10 @@ namespace vrn::sqltool {
 namespace {
 
 constexpr char extension_name[] = "vrn.duckdb_extension";
-// From the folder of the installed program.
-constexpr char installed_folder[] = "../lib/vrn/";
-
 std::string extension_path() {
     const std::string beside = beside_program(extension_name);
     if (access(beside.c_str(), R_OK) == 0) return beside;
-    return beside_program(std::string(installed_folder) + extension_name);
+    return beside_program(std::string(VRN_EXTENSION_FOLDER "/") + extension_name);
 }
 
 // What the engine has loaded already.
