@@ -38,8 +38,8 @@ ctest --preset asan -j "$jobs"
 echo "== an export in shares on a cluster of two nodes"
 tests/fleet/slurm_test.sh build/bin . || { [ $? -eq 77 ] && echo skipped; }
 
-echo "== what real servers load"
+echo "== what real servers and tools load"
 cmake --build --preset release -j "$jobs" --target random_archive
-for script in influxdb export_lines export_openmetrics; do
+for script in influxdb export_lines export_openmetrics export_tables; do
     "tests/integration/$script.sh" || [ $? -eq 77 ]
 done

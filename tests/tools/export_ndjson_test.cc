@@ -83,7 +83,7 @@ TEST(NdjsonValues, KeepsOddOnes) {
     EXPECT_EQ(
         file.text(),
         R"({"type":"cpu load","source":"node1","tag":"","time":1000,"timestamp":1000,"time_":77,"user":1,"a b":-5,"a/b":1,"a\\b":2,"tag_":1,"guid":200,"f":0.5,"d":0.25,"name":"a b","cpu":3}
-{"type":"cpu load","source":"node1","tag":"","time":0,"timestamp":0,"time_":77,"user":18446744073709551615,"a b":-5,"a/b":1,"a\\b":2,"tag_":1,"guid":200,"f":-0,"d":null,"name":"","cpu":3}
+{"type":"cpu load","source":"node1","tag":"","time":0,"timestamp":0,"time_":77,"user":18446744073709551615,"a b":-5,"a/b":1,"a\\b":2,"tag_":1,"guid":200,"f":-0.0,"d":null,"name":"","cpu":3}
 {"type":"cpu load","source":"node1","tag":"","time":9223372036854775808,"timestamp":9223372036854775808,"time_":77,"user":1,"a b":-5,"a/b":1,"a\\b":2,"tag_":1,"guid":200,"f":0.5,"d":0.25,"name":"x\"\\\u000a,ä�","cpu":3}
 {"type":"bare","source":"node1","tag":"","time":1000,"timestamp":1000}
 {"type":"port","source":"node1","tag":"","time":2000,"rx.bytes":5,"rx_bytes":18446744073709551615,"errors_total":-1,"mask":"0x00000000000000ff","wide":18446744073709551617}

@@ -71,6 +71,7 @@ std::string part_name(std::string_view path, std::string_view suffix) {
 }
 
 std::string table_file_name(std::string_view table, std::string_view suffix) {
+    if (table.empty()) return "%" + std::string(suffix);  // as no other name
     // No name of a table hides the file.
     const std::string_view text = table.starts_with('.') ? table.substr(1) : table;
     return (text.size() < table.size() ? "%2E" : "") + file_name(text, suffix);

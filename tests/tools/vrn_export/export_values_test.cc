@@ -61,6 +61,7 @@ TEST(PartName, StaysBelowItsFolderInOneLine) {
     };
     for (const auto &[path, name] : cases) EXPECT_EQ(part_name(path, ".x"), name) << path;
     EXPECT_EQ(table_file_name("../a/b", ".x"), "%2E.%2Fa%2Fb.x");
+    EXPECT_EQ(table_file_name("", ".x"), "%.x");
 }
 
 std::vector<tool::InputFile> random_files() {

@@ -1,7 +1,6 @@
 #include "vrn_export/format/csv_format.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <numeric>
 #include <string>
@@ -103,7 +102,7 @@ class CsvStyle {
         return write_csv_time(out, time, is_iso_);
     }
     static char *write_double(char *out, double value, RecordCounts *counts) {
-        if (std::isfinite(value)) return std::to_chars(out, out + double_text_size, value).ptr;
+        if (std::isfinite(value)) return write_finite_double(out, value);
         ++counts->dropped_values;
         return out;
     }
@@ -118,12 +117,14 @@ using CsvRow = RowText<CsvStyle>;
 
 Columns columns_of(const std::vector<Leaf> &leaves) {
     std::vector<std::string> names;
+    names.reserve(leaves.size());
     for (const Leaf &leaf : leaves) names.push_back(leaf.name);
     return unique_names(std::move(names), own_columns);
 }
 
 Columns columns_of(const GroupPlan &plan) {
     std::vector<std::string> names;
+    names.reserve(plan.counters.size());
     for (const PlannedCounter &counter : plan.counters) names.push_back(counter.name);
     return unique_names(std::move(names), own_columns);
 }
@@ -233,6 +234,7 @@ class CsvRecords final : public RecordFormat {
     std::unique_ptr<EventWriter> event_writer(const EventPlan &plan) override {
         const std::vector<Leaf> leaves = flatten(plan);
         std::vector<RowValue> values;
+        values.reserve(leaves.size());
         for (const Leaf &leaf : leaves) values.push_back(leaf.value);
         const TablePlace place = tables_.find(plan.type->name, columns_of(leaves));
         return std::make_unique<EventRowWriter<CsvStyle>>(place.table, plan,
@@ -240,6 +242,7 @@ class CsvRecords final : public RecordFormat {
     }
     std::unique_ptr<GroupWriter> group_writer(const GroupPlan &plan) override {
         std::vector<RowValue> values;
+        values.reserve(plan.counters.size());
         for (const PlannedCounter &counter : plan.counters) values.push_back(counter.value);
         const TablePlace place = tables_.find(plan.name, columns_of(plan));
         return std::make_unique<GroupRowWriter<CsvStyle>>(place.table,

@@ -1,4 +1,4 @@
-// Tables of comma-separated values by RFC 4180. Form of the tables: docs/export.md, "csv".
+// Tables of comma-separated values by RFC 4180. Form of the tables: docs/export-formats.md, "csv".
 #pragma once
 
 #include <memory>

@@ -5,7 +5,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "vrn_export/format/table_file_name.h"
+#include "data/schema_id.h"
 
 namespace vrn::exporter {
 namespace {
@@ -29,7 +29,11 @@ std::string digest_of(const Columns &columns) {
     std::string text;
     // Sizes keep lists apart whose names hold what would separate them.
     for (const std::string &column : columns) text += std::to_string(column.size()) + ":" + column;
-    return text_digest(text).substr(0, digest_size);
+    vrn_schema_id_t digest{};
+    vrn_md5_of_string(text.c_str(), &digest);
+    char hex[VRN_SCHEMA_ID_HEX_SIZE];
+    vrn_schema_id_format(&digest, hex);
+    return std::string(hex).substr(0, digest_size);
 }
 
 Columns join(const std::set<Columns> &lists) {
@@ -45,7 +49,7 @@ Columns join(const std::set<Columns> &lists) {
 
 void CsvTables::learn(const std::string &table, Columns columns) {
     std::size_t bytes = table.size();
-    for (const std::string &column : columns) bytes += sizeof column + column.size();
+    for (const std::string &column : columns) bytes += sizeof(std::string) + column.size();
     if (bytes > max_learned_bytes - learned_bytes_) return;
     if (learned_[table].insert(std::move(columns)).second) learned_bytes_ += bytes;
 }

@@ -16,14 +16,25 @@
 
 namespace vrn::exporter {
 
-// Of any double; the shortest text that reads as the same one. What is no finite number is null.
+inline char *write_word(char *out, std::string_view word) {
+    std::memcpy(out, word.data(), word.size());
+    return out + word.size();
+}
+
+// Of any double; the shortest text that reads as the same one, also for who takes a number without
+// point and exponent for an integer.
 inline constexpr std::size_t double_text_size = 32;
 
+inline char *write_finite_double(char *out, double value) {
+    if (value == 0 && std::signbit(value)) return write_word(out, "-0.0");
+    return std::to_chars(out, out + double_text_size, value).ptr;
+}
+
+// What is no finite number is null.
 inline char *write_json_double(char *out, double value, RecordCounts *counts) {
-    if (std::isfinite(value)) return std::to_chars(out, out + double_text_size, value).ptr;
+    if (std::isfinite(value)) return write_finite_double(out, value);
     ++counts->dropped_values;
-    std::memcpy(out, "null", 4);
-    return out + 4;
+    return write_word(out, "null");
 }
 
 inline constexpr std::size_t time_text_size = iso_time_size + 2;

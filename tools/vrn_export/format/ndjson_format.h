@@ -1,4 +1,4 @@
-// One JSON object a line. Form of the records: docs/export.md, "ndjson".
+// One JSON object a line. Form of the records: docs/export-formats.md, "ndjson".
 #pragma once
 
 #include <memory>
