@@ -40,6 +40,11 @@ test('forms and statuses', () => {
         '|   n | t           |\n| --: | ----------- |\n|   1 |             |\n|   2 | a\\|\\x1b[1mb |\n');
     assert.equal(shown('csv'), 'n,t\n1,\n2,a|\u001b[1mb\n');
     assert.equal(shown('json'), '{"n":1,"t":null}\n{"n":2,"t":"a|\\u001B[1mb"}\n');
+    const numbers = `SELECT 'nan'::DOUBLE AS a, [-1, '-inf'::FLOAT] AS b, 'a"-NaN\\' AS c`;
+    const clean = { a: null, b: [-1, null], c: 'a"-NaN\\' };
+    assert.deepEqual(JSON.parse(run('vrn_sql', '-f', 'json', numbers)), clean);
+    run('vrn_sql', '-o', join(folder.path, 'numbers.json'), numbers);
+    assert.deepEqual(JSON.parse(readFileSync(join(folder.path, 'numbers.json'), 'utf8')), clean);
     for (const [args, status, message] of [
         [['SELECT', good], 1, /Parser Error/],
         [['FROM nothing', good], 1, /Catalog Error/],

@@ -14,6 +14,7 @@
 #include "utils/descriptor.h"
 #include "utils/new_file.h"
 #include "utils/write_all.h"
+#include "vrn_sql/json_nulls.h"
 #include "vrn_sql/statements.h"
 #include "vrn_sql/text_table.h"
 
@@ -51,15 +52,15 @@ std::string copy_statement(const std::string &query, int descriptor, const std::
     throw std::runtime_error("can't write to " + where + ": " + std::strerror(error));
 }
 
-// Passes what the engine writes into a pipe on to standard output.
+// Passes what the engine writes into a pipe on to a descriptor.
 class OutputPipe {
   public:
-    explicit OutputPipe(Database *database) : database_(database) {
+    OutputPipe(Database *database, int to, bool is_json)
+        : database_(database), to_(to), is_json_(is_json) {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0) fail_output("a pipe", errno);
         out_ = Descriptor(ends[0]);
         in_ = Descriptor(ends[1]);
-        std::fflush(stdout);
         thread_ = std::thread([this] { pass_on(); });
     }
     ~OutputPipe() { close(); }
@@ -77,12 +78,19 @@ class OutputPipe {
   private:
     void pass_on() {
         char bytes[65536];
+        std::string json;
         for (;;) {
             const ssize_t count = read(out_.get(), bytes, sizeof bytes);
             if (count < 0 && errno == EINTR) continue;
             if (count <= 0) return;
             if (error_ != 0) continue;  // the engine must not wait for a reader
-            if (!write_all(STDOUT_FILENO, {bytes, static_cast<std::size_t>(count)})) {
+            std::string_view piece(bytes, static_cast<std::size_t>(count));
+            if (is_json_) {
+                json.clear();
+                nulls_.pass(piece, &json);
+                piece = json;
+            }
+            if (!write_all(to_, piece)) {
                 error_ = errno;
                 database_->cancel();
             }
@@ -90,22 +98,36 @@ class OutputPipe {
     }
 
     Database *database_;
+    int to_;
+    bool is_json_;
+    JsonNulls nulls_;
     Descriptor out_;
     Descriptor in_;
     int error_ = 0;  // of the thread until it has ended
     std::thread thread_;
 };
 
-void print_copy(Database *database, const std::string &query, const char *options) {
-    OutputPipe pipe(database);
+bool is_json(std::string_view options) {
+    return options.find("FORMAT json") != options.npos;
+}
+
+// Has the engine write the rows of a query to `to`, by way of a pipe.
+void pipe_query(Database *database, const std::string &query, const std::string &options, int to,
+                const std::string &where) {
+    OutputPipe pipe(database, to, is_json(options));
     std::exception_ptr failure;
     try {
         database->run(copy_statement(query, pipe.descriptor(), options));
     } catch (const EngineError &) {
         failure = std::current_exception();
     }
-    if (const int error = pipe.close()) fail_output("standard output", error);
+    if (const int error = pipe.close()) fail_output(where, error);
     if (failure) std::rethrow_exception(failure);
+}
+
+void print_copy(Database *database, const std::string &query, const char *options) {
+    std::fflush(stdout);
+    pipe_query(database, query, options, STDOUT_FILENO, "standard output");
 }
 
 void print_table(Database *database, const std::string &statement, TableStyle style) {
@@ -171,7 +193,12 @@ void store_query(Database *database, const std::string &statement, const std::st
     NewFile nameless = NewFile::nameless(target, new_file_mode);
     NewFile file = nameless.is_open() ? std::move(nameless) : NewFile::named(target, new_file_mode);
     if (error || !file.is_open()) fail_output(path, errno);
-    database->run(copy_statement(statement, file.descriptor().get(), format_of_path(path)));
+    const std::string format = format_of_path(path);
+    const int descriptor = file.descriptor().get();
+    if (is_json(format))
+        pipe_query(database, statement, format, descriptor, path);
+    else
+        database->run(copy_statement(statement, descriptor, format));
     if (!file.take_name()) fail_output(path, errno);
 }
 
