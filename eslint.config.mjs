@@ -20,9 +20,9 @@ function readonly(names) {
 }
 
 const browserGlobals = readonly(
-    'Chart MutationObserver Option ResizeObserver URL URLSearchParams alert clearInterval ' +
-        'clearTimeout confirm document fetch history localStorage location navigator setInterval ' +
-        'setTimeout window',
+    'Blob Chart MutationObserver Option ResizeObserver URL URLSearchParams alert clearInterval ' +
+        'clearTimeout confirm document fetch getComputedStyle history localStorage location matchMedia ' +
+        'navigator setInterval setTimeout window',
 );
 const nodeGlobals = readonly('Buffer URL URLSearchParams console process setTimeout');
 

@@ -55,10 +55,12 @@ export class Host {
     requests = []; // "METHOD path" of each, with the query
     csvStatus = 200;
     clearStatus = 200;
+    pointsStatus = 200;
 
-    constructor(binDir) {
+    // `pages` keeps what is made, for all hosts of a run.
+    constructor(binDir, pages) {
         this.binDir = binDir;
-        this.pages = new Map();
+        this.pages = pages;
         this.server = createServer((request, response) => this.answer(request, response));
     }
 
@@ -78,6 +80,7 @@ export class Host {
         this.requests = [];
         this.csvStatus = 200;
         this.clearStatus = 200;
+        this.pointsStatus = 200;
     }
 
     show(pageName) {
@@ -93,7 +96,7 @@ export class Host {
 
     answer(request, response) {
         this.requests.push(`${request.method} ${request.url}`);
-        const { pathname } = new URL(request.url, 'http://127.0.0.1');
+        const { pathname, searchParams } = new URL(request.url, 'http://127.0.0.1');
         if (pathname === `${PREFIX}/rta/metrics/dump`) {
             response.writeHead(200, { 'Content-Type': 'text/html' }).end(this.page);
         } else if (pathname === `${PREFIX}/rta/metrics/dump/csv`) {
@@ -101,6 +104,11 @@ export class Host {
         } else if (pathname === `${PREFIX}/rta/metrics/clear`) {
             if (this.clearStatus === 200) this.show('empty');
             response.writeHead(this.clearStatus).end();
+        } else if (pathname === `${PREFIX}/rta/metrics/data`) {
+            const points = () =>
+                execFileSync(join(this.binDir, 'sample_page'), ['points', searchParams.get('metrics')]);
+            response.writeHead(this.pointsStatus, { 'Content-Type': 'application/json' });
+            response.end(this.pointsStatus === 200 ? points() : '');
         } else if (pathname === '/favicon.ico') {
             response.writeHead(204).end();
         } else {

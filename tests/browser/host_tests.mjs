@@ -1,6 +1,6 @@
 // What the chart page does with its host and across reloads.
 import assert from 'node:assert/strict';
-import { NO_DATA, chartState, on, optionsOf, pageIsReady, selectedOf } from './page_steps.mjs';
+import { NO_DATA, chartState, on, optionsOf, reloadedAfter, pageIsReady, selectedOf } from './page_steps.mjs';
 
 // Answers the next dialog and returns its text.
 async function dialogOf(page, action, accept = true) {
@@ -19,25 +19,24 @@ async function clickCSVEntry(page, entry) {
 
 export const hostTests = {
     'refreshes on demand': on('usual', ['temperature'], async (page, host) => {
-        const reloaded = page.waitForEvent('load');
+        await page.clock.pauseAt(Date.now() + 60000);
         await page.click('text=Refresh Data');
         assert.equal(await page.textContent('#autoRefreshStatus'), '🔄 Refreshing...');
-        await reloaded;
-        await pageIsReady(page);
+        await reloadedAfter(page, 100);
         const requests = host.requestsOf('/rta/metrics/dump');
         assert.match(requests[1], /^POST .*\?invalidate=\d+$/);
         assert.match(requests[2], /^GET .*\?refresh=\d+&bust=[0-9a-z]+&force=1$/);
-        assert.equal(page.url(), host.url);
+        assert.equal(page.url(), `${host.url}#metrics=temperature`);
         assert.equal((await chartState(page)).title, 'temperature');
     }),
 
     'refreshes at an interval': on('usual', [], async (page) => {
-        const reloaded = page.waitForEvent('load');
+        await page.clock.pauseAt(Date.now() + 60000);
         await page.selectOption('#autoRefreshSelect', '5');
         assert.equal(await page.textContent('#autoRefreshStatus'), 'Next refresh in 5s');
-        await page.waitForSelector('#autoRefreshStatus:text-is("Next refresh in 3s")');
-        await reloaded;
-        await pageIsReady(page);
+        await page.clock.runFor(2000);
+        assert.equal(await page.textContent('#autoRefreshStatus'), 'Next refresh in 3s');
+        await reloadedAfter(page, 3200);
         assert.equal(await page.inputValue('#autoRefreshSelect'), '5');
         assert.match(await page.textContent('#autoRefreshStatus'), /^Next refresh in /);
         await page.selectOption('#autoRefreshSelect', '0');
@@ -77,13 +76,11 @@ export const hostTests = {
     }),
 
     'clears the cache': on('usual', ['temperature'], async (page, host) => {
-        const reloaded = page.waitForEvent('load');
         await dialogOf(page, () => page.click('text=Clear Cache'));
         await page.waitForSelector('#cacheClearStatus.success');
         assert.equal(await page.textContent('#chartMessage'), NO_DATA);
         assert.deepEqual(await optionsOf(page, '#metricSelect'), []);
-        await reloaded;
-        await pageIsReady(page);
+        await reloadedAfter(page, 1500);
         assert.match(host.requestsOf('/rta/metrics/clear')[0], /^GET .*\?t=\d+$/);
         assert.match(host.requestsOf('/rta/metrics/dump').at(-1), /\?cleared=1&/);
         assert.equal(page.url(), host.url);
@@ -94,12 +91,10 @@ export const hostTests = {
         await dialogOf(page, () => page.click('text=Clear Cache'), false);
         assert.deepEqual(host.requestsOf('/rta/metrics/clear'), []);
         host.clearStatus = 500;
-        const reloaded = page.waitForEvent('load');
         await dialogOf(page, () => page.click('text=Clear Cache'));
         await page.waitForSelector('#cacheClearStatus.failure');
         assert.equal((await chartState(page)).title, 'temperature');
-        await reloaded;
-        await pageIsReady(page);
+        await reloadedAfter(page, 3000);
         assert.equal((await chartState(page)).title, 'temperature');
     }),
 

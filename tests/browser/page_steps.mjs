@@ -2,17 +2,31 @@
 
 export const NO_DATA = 'No data available for selected metrics and labels.';
 
-// Opens the named page and waits until it has restored its state.
-async function open(page, host, name) {
+// Opens the named page, by a link with this hash, and waits until it has restored its state.
+export async function open(page, host, name, hash = '') {
     host.reset(name);
-    await page.goto(host.url);
+    await page.goto(host.url + hash);
     await pageIsReady(page);
 }
 
-// The last thing that a page does by itself is an update of its chart.
+// What a page does by itself takes half a second, which a test needn't wait for. The last of it is an
+// update of its chart.
 export async function pageIsReady(page) {
+    await page.clock.runFor(500);
     await page.waitForFunction(() => window.lastChartDataKey !== null);
     await page.waitForSelector('#cacheStatistics');
+}
+
+// Goes through what a page waits for before it comes anew.
+export async function reloadedAfter(page, waitMs) {
+    const reloaded = page.waitForEvent('load');
+    await page.clock.runFor(waitMs);
+    await reloaded;
+    await pageIsReady(page);
+}
+
+export function messageOf(page) {
+    return page.$$eval('#chartMessage p', (lines) => lines.map((line) => line.textContent));
 }
 
 export async function selectMetrics(page, ...names) {

@@ -3,10 +3,12 @@
 import { existsSync } from 'node:fs';
 import { chromium } from 'playwright-core';
 import { chartTests } from './chart_tests.mjs';
+import { choiceTests } from './choice_tests.mjs';
 import { Host } from './host.mjs';
 import { hostTests } from './host_tests.mjs';
 
 const SKIPPED = 77;
+const WORKERS = 3;
 const CHROMIUM = ['/usr/bin/chromium', '/usr/bin/chromium-browser', '/usr/bin/google-chrome'];
 const CHROMIUM_FLAGS = [
     '--no-sandbox',
@@ -21,10 +23,11 @@ const CHROMIUM_FLAGS = [
 // What a page says on the console about a failure that a test asked for.
 const EXPECTED_CONSOLE_TEXT = /^Failed to load resource: the server responded with a status of 500/;
 
-// A fresh browser profile for each test. Errors of the page and the console fail the test.
+// A fresh browser profile for each test, and a clock that the test may put forward. Errors of the page and the console fail the test.
 async function runTest(browser, host, run) {
     const context = await browser.newContext({ viewport: { width: 1440, height: 900 } });
     const page = await context.newPage();
+    await page.clock.install();
     const errors = [];
     page.on('pageerror', (error) => errors.push(`page: ${error.message}`));
     page.on('console', (message) => {
@@ -47,21 +50,27 @@ async function main([binDir, only]) {
         console.log('chromium is not installed: skipped');
         return SKIPPED;
     }
-    const host = new Host(binDir);
-    await host.start();
     const browser = await chromium.launch({ executablePath, args: CHROMIUM_FLAGS });
+    const all = Object.entries({ ...chartTests, ...choiceTests, ...hostTests });
+    const queue = all.filter(([name]) => !only || name === only);
+    const pages = new Map();
     let passed = 0;
     let failed = 0;
-    for (const [name, run] of Object.entries({ ...chartTests, ...hostTests })) {
-        if (only && name !== only) continue;
-        const errors = await runTest(browser, host, run);
-        console.log(`${errors.length === 0 ? 'ok    ' : 'FAILED'} ${name}`);
-        for (const error of errors) console.log(`       ${error.replaceAll('\n', '\n       ')}`);
-        if (errors.length === 0) passed++;
-        else failed++;
-    }
+    const work = async () => {
+        const host = new Host(binDir, pages);
+        await host.start();
+        for (let next = queue.shift(); next; next = queue.shift()) {
+            const [name, run] = next;
+            const errors = await runTest(browser, host, run);
+            console.log(`${errors.length === 0 ? 'ok    ' : 'FAILED'} ${name}`);
+            for (const error of errors) console.log(`       ${error.replaceAll('\n', '\n       ')}`);
+            if (errors.length === 0) passed++;
+            else failed++;
+        }
+        host.stop();
+    };
+    await Promise.all(Array.from({ length: WORKERS }, work));
     await browser.close();
-    host.stop();
     console.log(`${passed} passed, ${failed} failed`);
     return failed > 0 ? 1 : 0;
 }

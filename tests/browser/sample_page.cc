@@ -1,4 +1,5 @@
 // Writes a chart page for the browser tests to standard output: sample_page NAME
+// Or the points that a page of the usual metrics loads: sample_page points ID,ID,...
 // Or a data file of one metric and a label for each value: sample_page METRIC LABEL VALUE ...
 // with these texts in hexadecimal digits.
 #include <chrono>
@@ -8,6 +9,7 @@
 #include <iostream>
 #include <limits>
 #include <numbers>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -105,17 +107,39 @@ void add_values_that_are_no_numbers(MetricsHistory *store, const Times &times) {
     });
 }
 
+bool write_points(const std::string &list) {
+    MetricsHistory store;
+    store.set_default_capacity(1000);
+    add_usual_metrics(&store, {now()});
+    std::vector<std::uint64_t> ids;
+    std::istringstream items(list);
+    for (std::string id; std::getline(items, id, ',');) ids.push_back(std::stoull(id));
+    write_chart_points(std::cout, store, ids);
+    return bool(std::cout.flush());
+}
+
 bool write_page(const std::string &name) {
     MetricsHistory store;
     store.set_default_capacity(1000);
+    ChartPageOptions options;
     if (name == "usual") {
         add_usual_metrics(&store, {now()});
+    } else if (name == "apart" || name == "file") {
+        add_usual_metrics(&store, {now()});
+        options = {.has_host = name == "apart",
+                   .max_script_points = 100,
+                   .shows_first = {},
+                   .notice = "it's full"};
+    } else if (name == "first") {
+        add_usual_metrics(&store, {now()});
+        options.shows_first = [](const std::string &metric) { return metric == "temperature"; };
     } else if (name == "old") {
         add_usual_metrics(&store, {1'700'000'000 * second, 60 * second});
     } else if (name == "many") {
         add_many_series(&store, {now()});
     } else if (name == "large") {
         add_large_store(&store, {now()});
+        options = {.has_host = false, .max_script_points = 200'000};
     } else if (name == "odd") {
         add_odd_labels(&store, {now()});
     } else if (name == "gaps") {
@@ -129,7 +153,7 @@ bool write_page(const std::string &name) {
         std::fprintf(stderr, "sample_page: no page named %s\n", name.c_str());
         return false;
     }
-    write_chart_page(std::cout, store, 0);
+    write_chart_page(std::cout, store, options);
     return bool(std::cout.flush());
 }
 
@@ -162,7 +186,12 @@ bool write_data_file(const std::vector<std::string> &texts) {
 int main(int argc, char **argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     if (arguments.empty()) return EXIT_FAILURE;
-    const bool done = arguments.size() == 1 ? vrn::metrics::write_page(arguments[0])
-                                            : vrn::metrics::write_data_file(arguments);
+    bool done = false;
+    if (arguments.size() == 1)
+        done = vrn::metrics::write_page(arguments[0]);
+    else if (arguments[0] == "points")
+        done = vrn::metrics::write_points(arguments[1]);
+    else
+        done = vrn::metrics::write_data_file(arguments);
     return done ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -16,6 +16,7 @@
 #include "metrics/chart/chart_page.h"
 #include "series/file_series.h"
 #include "series/file_times.h"
+#include "series/name_selection.h"
 #include "series/series_options.h"
 #include "utils/log.h"
 #include "utils/replace_file.h"
@@ -26,11 +27,14 @@ namespace {
 constexpr char program[] = "vrn_chart";
 // A browser draws no more; the bound keeps a slip in the option from taking the memory.
 constexpr std::uint64_t max_samples = 1'000'000;
+// Of all series: a script of more keeps the browser from showing the page at once.
+constexpr std::uint64_t max_script_points = 200'000;
 constexpr std::uint64_t max_store_bytes = std::uint64_t{1} << 30;
 
 struct ChartOptions {
     std::string output;  // empty: standard output
     std::uint64_t samples = 1000;
+    std::vector<std::string> shown_first;  // shell patterns over names
     series::SeriesOptions series;
     std::uint32_t log_level = VRN_LOG_WARNING;
 };
@@ -48,6 +52,13 @@ tool::CommandLine command_line(ChartOptions *options) {
         {"samples", 'n', "NUMBER", "Newest samples to take of each series (1000).",
          [options](const char *value) {
              options->samples = tool::number_value(value, 1, max_samples);
+         }},
+        {"show", 0, "PATTERN",
+         "Show metrics whose name matches this shell pattern when the page is opened (may be given "
+         "several times).",
+         [options](const char *value) {
+             if (*value == '\0') throw tool::BadValue("a pattern of names");
+             options->shown_first.emplace_back(value);
          }},
         {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
          [options](const char *) { options->log_level = VRN_LOG_INFO; }}};
@@ -117,6 +128,14 @@ class Output {
     bool is_standard_;
 };
 
+metrics::ChartPageOptions page_options(const ChartOptions &options) {
+    metrics::ChartPageOptions page = {.has_host = false, .max_script_points = max_script_points};
+    if (options.shown_first.empty()) return page;
+    page.shows_first = [names = series::NameSelection(options.shown_first)](
+                           const std::string &name) { return names.takes(name); };
+    return page;
+}
+
 // A page is written even if files fail, with what could be read.
 bool make_page(const std::vector<tool::InputFile> &files, const ChartOptions &options,
                const Output &output) {
@@ -132,7 +151,7 @@ bool make_page(const std::vector<tool::InputFile> &files, const ChartOptions &op
     if (store.series_keys().empty()) return fail("there is nothing to show");
     // In memory first, so that a page is written whole or not at all.
     std::ostringstream page;
-    metrics::write_chart_page(page, store, 0);
+    metrics::write_chart_page(page, store, page_options(options));
     if (!page) return fail("there is no memory for the page");
     return output.write(page.view()) && read_all;
 }

@@ -1,4 +1,4 @@
-// The chart, panning and zooming with the mouse, and the text below it.
+// The chart and the text below it.
 
 const MAX_TOOLTIP_LINES = 20;
 const TOOLTIP_MARGIN_PX = 50; // around texts: padding, box and arrow
@@ -51,7 +51,11 @@ function createLegend() {
             pointStyleWidth: LEGEND_LINE_PX,
             generateLabels: generateLegendItems,
         },
-        onClick: (event, item, legend) => item.datasetIndex >= 0 && onClick(event, item, legend),
+        onClick: (event, item, legend) => {
+            if (item.datasetIndex < 0) return;
+            onClick(event, item, legend);
+            updateChartTable();
+        },
         onHover: (event, item) => showCanvasTitle(item.title),
         onLeave: () => showCanvasTitle(''),
     };
@@ -98,10 +102,20 @@ function countLegendItems(widths, moreWidth, rowWidth) {
     return widths.length;
 }
 
+// Chart.js draws on a canvas, which styles don't reach.
+function applyChartTheme() {
+    const style = getComputedStyle(document.body);
+    Chart.defaults.color = style.getPropertyValue('--muted');
+    Chart.defaults.borderColor = style.getPropertyValue('--grid');
+}
+
 function createChart(datasets, ranges, title, showRate) {
     if (chart) chart.destroy();
+    applyChartTheme();
+    const canvas = document.getElementById('metricsChart');
+    canvas.setAttribute('aria-label', `Chart of ${title}; a table of its data is below`);
     const newest = findMinMax(datasets.flatMap((dataset) => dataset.data.map((point) => point.x)));
-    chart = new Chart(document.getElementById('metricsChart'), {
+    chart = new Chart(canvas, {
         type: 'line',
         data: { datasets },
         options: {
@@ -127,79 +141,21 @@ function createChart(datasets, ranges, title, showRate) {
     updateZoomInfo();
 }
 
-// Shows a text in place of the chart.
-function showChartMessage(text) {
+// Shows texts in place of the chart, each in a line of its own.
+function showChartMessage(...texts) {
     if (chart) chart.destroy();
     chart = null;
     hideChartMessage();
     const container = document.querySelector('.chart-container');
-    if (container) container.append(createElement('div', { id: 'chartMessage' }, text));
+    const lines = texts.map((text) => createElement('p', {}, text));
+    if (container) container.append(createElement('div', { id: 'chartMessage' }, ...lines));
     updateZoomInfo();
+    updateChartTable();
 }
 
 function hideChartMessage() {
     const message = document.getElementById('chartMessage');
     if (message) message.remove();
-}
-
-// The canvas outlives its charts and gets its handlers once. They stand on the container, to run
-// before those of the chart.
-function setupChartInteractions() {
-    const container = document.querySelector('.chart-container');
-    if (container.dataset.interactive) return;
-    container.dataset.interactive = 'true';
-    container.addEventListener('contextmenu', (event) => event.preventDefault());
-    container.addEventListener('wheel', stopZoomAtMinimum, { capture: true, passive: false });
-    setupManualPanFallback(container);
-}
-
-function stopZoomAtMinimum(event) {
-    if (!chart || event.deltaY >= 0) return;
-    const { min, max } = chart.scales.x;
-    if (max - min > getZoomLimits(chart.data.datasets).minRange * 1.1) return;
-    event.preventDefault();
-    event.stopPropagation();
-}
-
-// Shift-drag and right-drag pan: the zoom plugin does so only together with a gesture library.
-function setupManualPanFallback(container) {
-    let lastX = null;
-    container.addEventListener('mousedown', (event) => {
-        const starts = event.button === 2 || (event.button === 0 && event.shiftKey);
-        if (!chart || !starts) return;
-        lastX = event.clientX;
-        container.classList.add('panning');
-        event.preventDefault();
-    });
-    window.addEventListener('mousemove', (event) => {
-        if (lastX === null || !chart) return;
-        panChart(lastX - event.clientX);
-        lastX = event.clientX;
-        updateZoomInfoThrottled();
-    });
-    window.addEventListener('mouseup', () => {
-        if (lastX === null) return;
-        lastX = null;
-        container.classList.remove('panning');
-        setTimeout(() => {
-            updateChartDataForZoom();
-            updateZoomInfo();
-        }, 50);
-    });
-}
-
-// Moves the range in view, but not out of the data.
-function panChart(pixels) {
-    const { min, max } = chart.scales.x;
-    const shift = (pixels / chart.chartArea.width) * (max - min);
-    const full = originalFullTimeRange || { min, max };
-    const bounded = Math.min(Math.max(shift, full.min - min), full.max - max);
-    setVisibleRange(min + bounded, max + bounded);
-}
-
-function setVisibleRange(min, max) {
-    Object.assign(chart.options.scales.x, { min, max });
-    chart.update('none');
 }
 
 function describeSelection(metricNames, labels, showRate, datasets) {
@@ -216,7 +172,11 @@ function describeSelection(metricNames, labels, showRate, datasets) {
         ['Detail for zoom', detailed === 1 ? '1 point' : `${detailed} points`],
         ['Point limit', `${CHART_CONFIG.MAX_VISUAL_DATA_POINTS} per series`],
         ['Memory footprint', formatBytes(metricsDataFootprint)],
-        ['Controls', 'Wheel: zoom. Shift-drag or right-drag: pan. Click in the legend: hide a series.'],
+        [
+            'Controls',
+            'Wheel, + and -: zoom. Shift-drag, right-drag and arrow keys: pan. 0: full view. ' +
+                'Click in the legend: hide a series.',
+        ],
     ];
 }
 

@@ -248,6 +248,8 @@ void write_options(std::ostream &out, const ChartPageOptions &options, const Sto
     if (apart)
         out << "PAGE_OPTIONS.totals = {metrics: " << metrics.size() << ", series: " << apart->series
             << ", points: " << apart->samples << "};\n";
+    if (!options.notice.empty())
+        out << "PAGE_OPTIONS.notice = '" << script_text(options.notice) << "';\n";
     if (!options.shows_first) return;
     out << "PAGE_OPTIONS.firstMetrics = [";
     const char *separator = "";

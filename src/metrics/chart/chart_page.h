@@ -36,9 +36,11 @@ struct ChartPageOptions {
     // Detailed points of all series above which they don't stand in the script: the page loads
     // those of the chosen metrics from its host or, without one, from elements after the script.
     std::uint64_t max_script_points = std::numeric_limits<std::uint64_t>::max();
-    // Chooses the metrics that are shown when neither the address nor, without any that match, an
-    // earlier visit says otherwise. May be empty.
+    // Chooses the metrics that are shown unless the address says otherwise. May be empty; what an
+    // earlier visit showed comes again then.
     std::function<bool(const std::string &name)> shows_first{};
+    // What the page says of its data, such as what of it had to go. May be empty.
+    std::string notice{};
 };
 
 // The store keeps labels in the form of script_text(). Throws std::bad_alloc.

@@ -13,6 +13,7 @@ const PAGE_OPTIONS = {
     hasHost: true, // false: the page is a file, and nobody answers it
     totals: null, // {metrics, series, points} of a page that doesn't carry its points from the start
     firstMetrics: null, // option values of what is shown first
+    notice: '', // what the host has to say about its data
 };
 
 // Metric id to datasets: one thinned to what a chart shows, one with the detail for zooming. The
@@ -24,6 +25,7 @@ var metricsDataFootprint = 0; // bytes that the store takes on the server
 var chart = null;
 var originalFullTimeRange = null; // {min, max} in milliseconds, of the data shown
 window.lastChartDataKey = null; // what the chart was made of
+var requestedRange = null; // {min, max} in milliseconds that the next chart is to show
 
 var autoRefreshInterval = null; // timers
 var autoRefreshCountdown = null;

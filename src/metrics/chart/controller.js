@@ -30,9 +30,17 @@ function updateChart() {
         setTimeout(updateChart, 100);
         return;
     }
+    const loading = loadChosenPoints();
+    if (loading) {
+        showChartMessage('Loading...');
+        loading.then(updateChart, showLoadFailure);
+        return;
+    }
     const metricIds = getSelectedMetricIds();
     const showRate = isRateMode();
-    const zoomedRange = trackDataChange(metricIds, showRate);
+    const range = requestedRange;
+    requestedRange = null;
+    const keptRange = trackDataChange(metricIds, showRate);
     updateLabelSelector(collectAvailableLabels(metricIds));
     const labels = getSelectedLabels();
     const metricNames = getSelectedMetricNames();
@@ -41,6 +49,7 @@ function updateChart() {
         showNoData();
     } else {
         originalFullTimeRange = calculateAxisRanges(datasets, null).x;
+        const zoomedRange = keptRange || boundRange(range, originalFullTimeRange);
         const ranges = calculateAxisRanges(datasets, zoomedRange);
         hideChartMessage();
         createChart(datasets, ranges, getChartTitle(metricNames, showRate), showRate);
@@ -48,10 +57,29 @@ function updateChart() {
         updateChartInfo(metricNames, labels, showRate, datasets);
     }
     saveSelections();
+    updateAddress();
+    updateChartTable();
+}
+
+// What of a range lies within another one; null without anything.
+function boundRange(range, full) {
+    if (!range) return null;
+    const min = Math.max(range.min ?? full.min, full.min);
+    const max = Math.min(range.max ?? full.max, full.max);
+    return max > min && (min > full.min || max < full.max) ? { min, max } : null;
+}
+
+function showLoadFailure(error) {
+    showChartMessage(`The points of the chosen metrics can't be loaded: ${error.message}.`);
 }
 
 function showNoData() {
-    showChartMessage('No data available for selected metrics and labels.');
+    const asksForMetric =
+        getSelectedMetricIds().length === 0 && document.querySelector('#metricSelect option');
+    showChartMessage(
+        ...(asksForMetric ? ['Choose a metric'] : []),
+        'No data available for selected metrics and labels.',
+    );
     const info = document.getElementById('metricInfo');
     if (info) info.replaceChildren();
     appendCacheInfoToChart();
@@ -68,7 +96,7 @@ function clearSelections(keepRateMode) {
 function selectAllMetrics() {
     const select = document.getElementById('metricSelect');
     if (!select) return;
-    for (const option of select.options) option.selected = true;
+    for (const option of select.options) option.selected = !option.hidden;
     updateChart();
 }
 
@@ -88,4 +116,5 @@ window.addEventListener('load', () => {
     setTimeout(displayCacheStatistics, 400);
 });
 
+window.addEventListener('hashchange', restoreSelections);
 window.addEventListener('beforeunload', stopAutoRefresh);

@@ -52,6 +52,38 @@ function updateChartDataForZoom() {
     chart.update('none');
 }
 
+// What the server gives to each dataset that it writes into the script.
+function createDatasetStyle() {
+    return {
+        borderColor: getNextColor(),
+        backgroundColor: getNextColor().replace('1)', '0.1)'),
+        fill: false,
+        tension: 0.1,
+        pointRadius: 3,
+        pointHoverRadius: 6,
+        pointHitRadius: 10,
+        pointStyle: 'circle',
+        pointBackgroundColor: 'rgba(255,255,255,0.8)',
+        pointBorderWidth: 2,
+        pointHoverBorderWidth: 3,
+    };
+}
+
+// Takes the series of a metric as write_chart_points() writes them.
+function addMetric(metricId, seriesList) {
+    const detailed = seriesList.map(({ label, count, x, y }) => {
+        let time = 0;
+        const data = x.map((step, i) => ({ x: (time += step), y: y[i] ?? NaN }));
+        return { label, originalDataPointsCount: count, data };
+    });
+    originalMetricsData[metricId] = detailed;
+    metricsData[metricId] = detailed.map((dataset) => ({
+        ...dataset,
+        data: dynamicDownsample(dataset.data, CHART_CONFIG.MAX_VISUAL_DATA_POINTS),
+        ...createDatasetStyle(),
+    }));
+}
+
 // The detailed points that a dataset of the chart is thinned from.
 function getOriginalPoints(dataset) {
     const datasets = originalMetricsData[dataset.metricId] || [];

@@ -43,24 +43,29 @@ function selectValues(selectId, values) {
 }
 
 // The checkbox is made a little later than the page.
-function restoreRateMode(attempt = 1) {
+function restoreRateMode(showRate, attempt = 1) {
     const checkbox = document.getElementById('showRateCheckbox');
     if (checkbox) {
-        checkbox.checked = loadSetting('showRate', false) === true;
+        checkbox.checked = showRate;
     } else if (attempt < RATE_RESTORE_ATTEMPTS) {
-        setTimeout(() => restoreRateMode(attempt + 1), 50 * attempt);
+        setTimeout(() => restoreRateMode(showRate, attempt + 1), 50 * attempt);
     }
 }
 
 function restoreSelections() {
-    const labels = loadSetting('selectedLabels', []);
-    restoreRateMode();
-    selectValues('metricSelect', loadSetting('selectedMetrics', []));
-    updateLabelSelector(collectAvailableLabels(getSelectedMetricIds()));
-    setTimeout(() => {
-        selectValues('labelSelect', labels);
-        setTimeout(updateChart, 50);
-    }, 150);
+    const choice = getFirstChoice();
+    restoreRateMode(choice.showRate);
+    selectValues('metricSelect', choice.metrics);
+    requestedRange = choice.range;
+    const restoreLabels = () => {
+        updateLabelSelector(collectAvailableLabels(getSelectedMetricIds()));
+        setTimeout(() => {
+            selectValues('labelSelect', choice.findLabels());
+            setTimeout(updateChart, 50);
+        }, 150);
+    };
+    // Labels come with the points; a chart that can't have them says so.
+    Promise.resolve(loadChosenPoints()).then(restoreLabels, restoreLabels);
 }
 
 function showRefreshStatus(text) {
@@ -114,7 +119,7 @@ function getHostUrl(path) {
 function loadFreshPage(parameters) {
     const bust = Math.random().toString(36).slice(2);
     const query = new URLSearchParams({ ...parameters, bust, force: '1' });
-    location.replace(`${getPageUrl()}?${query}`);
+    location.replace(`${getPageUrl()}?${query}${location.hash}`);
 }
 
 function refreshData() {
@@ -123,44 +128,13 @@ function refreshData() {
         saveSelections();
         saveSetting('lastRefresh', Date.now());
         showRefreshStatus('🔄 Refreshing...');
+        if (!PAGE_OPTIONS.hasHost) {
+            location.reload(); // whoever made the file may have made it anew
+            return;
+        }
         navigator.sendBeacon(`${getPageUrl()}?invalidate=${Date.now()}`);
         setTimeout(() => loadFreshPage({ refresh: String(Date.now()) }), 100);
     } catch {
         location.reload();
-    }
-}
-
-function toggleCSVDropdown() {
-    const menu = document.getElementById('csvDropdown');
-    if (menu) menu.classList.toggle('open');
-}
-
-// `type` is "all" or "selected". Null when nothing is selected.
-function buildCSVUrl(type) {
-    const url = `${getHostUrl(`${PAGE_PATH}/csv`)}?t=${Date.now()}&type=${type}`;
-    if (type !== 'selected') return url;
-    const names = getSelectedMetricNames();
-    return names.length > 0 ? `${url}&metrics=${names.map(encodeURIComponent).join(',')}` : null;
-}
-
-function saveFile(content, name) {
-    const link = createElement('a', { href: URL.createObjectURL(content), download: name });
-    link.click();
-    URL.revokeObjectURL(link.href);
-}
-
-async function exportToCSV(type) {
-    const url = buildCSVUrl(type);
-    if (!url) {
-        alert('Please select at least one metric to export.');
-        return;
-    }
-    const time = new Date().toISOString().slice(0, 19).replaceAll(':', '-');
-    try {
-        const response = await fetch(url, { cache: 'no-store' });
-        if (!response.ok) throw new Error(`HTTP status ${response.status}`);
-        saveFile(await response.blob(), `metrics_data_${type}_${time}.csv`);
-    } catch {
-        alert('Failed to export CSV data. Please try again.');
     }
 }

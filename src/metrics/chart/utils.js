@@ -182,6 +182,16 @@ function getChartTitle(metricNames, showRate) {
     return showRate ? `${title} - Rate View` : title;
 }
 
+// Commas part the items of lists. A lone surrogate, which stands for a byte that was no UTF-8, has
+// no form in an address.
+function encodeListItem(text) {
+    return encodeURIComponent(text.replace(/\p{Surrogate}/gu, '\ufffd'));
+}
+
+function quoteForCSV(text) {
+    return /[",\r\n]/.test(text) ? `"${text.replaceAll('"', '""')}"` : text;
+}
+
 function clearZoomStateOnDataChange() {
     originalFullTimeRange = null;
     updateZoomInfo();

@@ -99,7 +99,14 @@ function updateZoomInfo() {
     const info = document.getElementById('zoomInfo');
     if (info) info.textContent = chart ? calculateZoomInfo() : '';
     lastZoomInfoTime = Date.now();
+    if (chart) followZoom();
 }
+
+// Once the view stands still.
+const followZoom = debounce(() => {
+    updateAddress();
+    updateChartTable();
+}, 200);
 
 function updateZoomInfoThrottled() {
     if (Date.now() - lastZoomInfoTime >= ZOOM_INFO_PERIOD_MS) updateZoomInfo();

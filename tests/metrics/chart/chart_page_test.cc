@@ -171,6 +171,8 @@ TEST(ChartPage, KeepsThePointsOfManySeriesApart) {
         {.has_host = false, .max_script_points = 4, .shows_first = [](const std::string &name) {
              return name == "load";
          }});
+    EXPECT_THAT(page({.notice = "it's full"}),
+                HasSubstr("PAGE_OPTIONS.notice = 'it\\u0027s full';"));
     EXPECT_THAT(alone, HasSubstr("PAGE_OPTIONS.hasHost = false;\n" + totals +
                                  "PAGE_OPTIONS.firstMetrics = ['" + load + "'];\n</script>\n"));
     const auto element = [](const std::string &id, const std::string &points) {
