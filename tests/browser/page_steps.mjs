@@ -2,6 +2,16 @@
 
 export const NO_DATA = 'No data available for selected metrics and labels.';
 
+// As if nobody had been here, with the clock running.
+export async function forgetVisits(page, host) {
+    const blank = new URL('blank', host.url).href;
+    await page.route(blank, (route) => route.fulfill({ contentType: 'text/html', body: '' }));
+    await page.goto(blank);
+    await page.evaluate(() => localStorage.clear());
+    await page.emulateMedia({ colorScheme: 'light' });
+    await page.clock.resume();
+}
+
 // Opens the named page, by a link with this hash, and waits until it has restored its state.
 export async function open(page, host, name, hash = '') {
     host.reset(name);

@@ -6,9 +6,11 @@ import { chartTests } from './chart_tests.mjs';
 import { choiceTests } from './choice_tests.mjs';
 import { Host } from './host.mjs';
 import { hostTests } from './host_tests.mjs';
+import { forgetVisits } from './page_steps.mjs';
 
 const SKIPPED = 77;
 const WORKERS = 3;
+const VIEWPORT = { width: 1440, height: 900 };
 const CHROMIUM = ['/usr/bin/chromium', '/usr/bin/chromium-browser', '/usr/bin/google-chrome'];
 const CHROMIUM_FLAGS = [
     '--no-sandbox',
@@ -23,25 +25,37 @@ const CHROMIUM_FLAGS = [
 // What a page says on the console about a failure that a test asked for.
 const EXPECTED_CONSOLE_TEXT = /^Failed to load resource: the server responded with a status of 500/;
 
-// A fresh browser profile for each test, and a clock that the test may put forward. Errors of the page and the console fail the test.
-async function runTest(browser, host, run) {
-    const context = await browser.newContext({ viewport: { width: 1440, height: 900 } });
-    const page = await context.newPage();
-    await page.clock.install();
-    const errors = [];
+// A page that one test after the other uses: making one takes longer than most tests. It has a clock
+// that they may put forward. Errors of the page and the console go to `errors`.
+async function makePage(browser, errors) {
+    const page = await browser.newPage({ viewport: VIEWPORT });
     page.on('pageerror', (error) => errors.push(`page: ${error.message}`));
     page.on('console', (message) => {
         const expected = EXPECTED_CONSOLE_TEXT.test(message.text());
         if (message.type() === 'error' && !expected) errors.push(`console: ${message.text()}`);
     });
     page.setDefaultTimeout(30000);
-    try {
-        await run(page, host);
-    } catch (error) {
-        errors.push(error.stack);
+    await page.clock.install();
+    return page;
+}
+
+// Runs tests of the queue until it is empty; `report` gets the name and the errors of each.
+async function work(browser, host, queue, report) {
+    const errors = [];
+    const page = await makePage(browser, errors);
+    await host.start();
+    for (let next = queue.shift(); next; next = queue.shift()) {
+        const [name, run] = next;
+        try {
+            await forgetVisits(page, host);
+            await page.setViewportSize(VIEWPORT);
+            await run(page, host);
+        } catch (error) {
+            errors.push(error.stack);
+        }
+        report(name, errors.splice(0));
     }
-    await context.close();
-    return errors;
+    host.stop();
 }
 
 async function main([binDir, only]) {
@@ -54,24 +68,17 @@ async function main([binDir, only]) {
     const all = Object.entries({ ...chartTests, ...choiceTests, ...hostTests });
     const queue = all.filter(([name]) => !only || name === only);
     const pages = new Map();
-    let passed = 0;
     let failed = 0;
-    const work = async () => {
-        const host = new Host(binDir, pages);
-        await host.start();
-        for (let next = queue.shift(); next; next = queue.shift()) {
-            const [name, run] = next;
-            const errors = await runTest(browser, host, run);
-            console.log(`${errors.length === 0 ? 'ok    ' : 'FAILED'} ${name}`);
-            for (const error of errors) console.log(`       ${error.replaceAll('\n', '\n       ')}`);
-            if (errors.length === 0) passed++;
-            else failed++;
-        }
-        host.stop();
+    const report = (name, errors) => {
+        console.log(`${errors.length === 0 ? 'ok    ' : 'FAILED'} ${name}`);
+        for (const error of errors) console.log(`       ${error.replaceAll('\n', '\n       ')}`);
+        if (errors.length > 0) failed++;
     };
-    await Promise.all(Array.from({ length: WORKERS }, work));
+    const count = queue.length;
+    const workers = Array.from({ length: WORKERS }, () => new Host(binDir, pages));
+    await Promise.all(workers.map((host) => work(browser, host, queue, report)));
     await browser.close();
-    console.log(`${passed} passed, ${failed} failed`);
+    console.log(`${count - failed} passed, ${failed} failed`);
     return failed > 0 ? 1 : 0;
 }
 

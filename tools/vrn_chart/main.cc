@@ -27,8 +27,6 @@ namespace {
 constexpr char program[] = "vrn_chart";
 // A browser draws no more; the bound keeps a slip in the option from taking the memory.
 constexpr std::uint64_t max_samples = 1'000'000;
-// Of all series: a script of more keeps the browser from showing the page at once.
-constexpr std::uint64_t max_script_points = 200'000;
 constexpr std::uint64_t max_store_bytes = std::uint64_t{1} << 30;
 
 struct ChartOptions {
@@ -129,11 +127,21 @@ class Output {
 };
 
 metrics::ChartPageOptions page_options(const ChartOptions &options) {
-    metrics::ChartPageOptions page = {.has_host = false, .max_script_points = max_script_points};
+    metrics::ChartPageOptions page = {.has_host = false,
+                                      .max_script_points = metrics::MAX_SCRIPT_POINTS};
     if (options.shown_first.empty()) return page;
     page.shows_first = [names = series::NameSelection(options.shown_first)](
                            const std::string &name) { return names.takes(name); };
     return page;
+}
+
+// Tells of patterns that choose nothing, which is a slip.
+bool finds_shown(const metrics::MetricsHistory &store, const ChartOptions &options) {
+    if (options.shown_first.empty()) return true;
+    const series::NameSelection names(options.shown_first);
+    for (const metrics::SeriesKey &key : store.series_keys())
+        if (names.takes(store.symbols().lookup(key.metric_id))) return true;
+    return fail("--show matches none of the names");
 }
 
 // A page is written even if files fail, with what could be read.
@@ -153,7 +161,7 @@ bool make_page(const std::vector<tool::InputFile> &files, const ChartOptions &op
     std::ostringstream page;
     metrics::write_chart_page(page, store, page_options(options));
     if (!page) return fail("there is no memory for the page");
-    return output.write(page.view()) && read_all;
+    return output.write(page.view()) && finds_shown(store, options) && read_all;
 }
 
 bool run(const ChartOptions &options, const std::vector<std::string> &operands) {

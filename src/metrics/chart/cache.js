@@ -12,7 +12,8 @@ const awaitedMetrics = new Set();
 // for now. `ids` of these functions are exact: values of options.
 function loadChosenPoints() {
     if (!PAGE_OPTIONS.totals) return null;
-    const ids = selectedOptions('metricSelect').map((option) => option.value);
+    const chosen = selectedOptions('metricSelect').map((option) => option.value);
+    const ids = chosen.slice(0, MAX_DRAWN_SERIES); // each has a series at least
     if (!PAGE_OPTIONS.hasHost) {
         readPointElements(ids);
         return null;

@@ -104,9 +104,12 @@ function countLegendItems(widths, moreWidth, rowWidth) {
 
 // Chart.js draws on a canvas, which styles don't reach.
 function applyChartTheme() {
-    const style = getComputedStyle(document.body);
-    Chart.defaults.color = style.getPropertyValue('--muted');
-    Chart.defaults.borderColor = style.getPropertyValue('--grid');
+    Chart.defaults.color = getThemeColor('--muted');
+    Chart.defaults.borderColor = getThemeColor('--grid');
+}
+
+function getThemeColor(name) {
+    return getComputedStyle(document.body).getPropertyValue(name);
 }
 
 function createChart(datasets, ranges, title, showRate) {
@@ -130,7 +133,7 @@ function createChart(datasets, ranges, title, showRate) {
                 y: createValueAxis(ranges.y, showRate),
             },
             plugins: {
-                title: { display: true, text: title, font: { size: 16 } },
+                title: { display: true, text: title, font: { size: 16 }, color: getThemeColor('--text') },
                 legend: createLegend(),
                 tooltip: createTooltip(),
                 zoom: getZoomConfiguration(datasets),
@@ -158,6 +161,10 @@ function hideChartMessage() {
     if (message) message.remove();
 }
 
+function describeSeriesCount(count) {
+    return count < MAX_DRAWN_SERIES ? count : `${count}, more are not drawn: choose fewer at a time`;
+}
+
 function describeSelection(metricNames, labels, showRate, datasets) {
     const original = countPoints(datasets, (dataset) => dataset.originalDataPointsCount);
     const displayed = countPoints(datasets, (dataset) => dataset.data.length);
@@ -167,7 +174,7 @@ function describeSelection(metricNames, labels, showRate, datasets) {
         ['Metrics', describeList(metricNames, 'none')],
         ['Labels', describeList(labels.map((label) => label || '(no labels)'), 'all')],
         ['Mode', showRate ? 'Rate (Δ/sec)' : 'Values'],
-        ['Series', datasets.length],
+        ['Series', describeSeriesCount(datasets.length)],
         ['Points', `${displayed} of ${original} shown (${saving}% saved)`],
         ['Detail for zoom', detailed === 1 ? '1 point' : `${detailed} points`],
         ['Point limit', `${CHART_CONFIG.MAX_VISUAL_DATA_POINTS} per series`],

@@ -29,6 +29,9 @@ template <typename Store>
 void write_chart_page(std::ostream &out, const Store &store, std::uint64_t argument,
                       const ChartScripts &scripts = chart_scripts);
 
+// More detailed points in a script keep a browser from showing the page within a second or two.
+inline constexpr std::uint64_t MAX_SCRIPT_POINTS = 200'000;
+
 // What a page does otherwise than that of write_chart_page() without options.
 struct ChartPageOptions {
     // False for a page in a file: nobody refreshes, exports or clears anything for it.

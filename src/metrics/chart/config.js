@@ -8,6 +8,9 @@ const CHART_CONFIG = {
     MAX_ORIGINAL_DATA_POINTS: 0,
 };
 
+// More than anyone tells apart; a browser would stand still over thousands.
+const MAX_DRAWN_SERIES = 500;
+
 // What the server says of this page; write_chart_page() writes what differs.
 const PAGE_OPTIONS = {
     hasHost: true, // false: the page is a file, and nobody answers it

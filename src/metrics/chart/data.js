@@ -110,7 +110,7 @@ function collectDatasets(metricIds, metricNames, labels, showRate) {
             datasets.push({ ...dataset, label, data, metricId, seriesIndex });
         });
     });
-    return datasets.sort((a, b) => compareTexts(a.label, b.label));
+    return datasets.sort((a, b) => compareTexts(a.label, b.label)).slice(0, MAX_DRAWN_SERIES);
 }
 
 function isGoodRange(range) {
