@@ -32,7 +32,7 @@ function updateChart() {
     }
     const loading = loadChosenPoints();
     if (loading) {
-        showChartMessage('Loading...');
+        if (!chart) showChartMessage('Loading...'); // what is there stays till then
         loading.then(updateChart, showLoadFailure);
         return;
     }

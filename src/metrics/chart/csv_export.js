@@ -36,7 +36,7 @@ function makeCSV(type) {
         const name = quoteForCSV(option.textContent);
         for (const { label, data } of originalMetricsData[parseInt(option.value, 10)] || []) {
             const series = `${name},${quoteForCSV(label)}`;
-            for (const { x, y } of data) pieces.push(`${x}000,${series},${y}\r\n`);
+            pieces.push(data.map(({ x, y }) => `${x}000,${series},${y}\r\n`).join(''));
         }
     }
     return new Blob(pieces, { type: 'text/csv' });
