@@ -1,5 +1,7 @@
 #include "vrn_export/export_tool.h"
 
+#include <sys/resource.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -33,6 +35,14 @@ constexpr std::uint64_t max_told = 100;  // damaged files
 constexpr std::size_t stream_spool_memory = 64 << 20;
 constexpr std::size_t part_spool_memory = 8 << 20;
 
+// A part under way holds a file, and so does an input.
+void allow_many_files() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 std::string temporary_folder() {
     const char *folder = std::getenv("TMPDIR");
     return folder && *folder ? folder : "/tmp";
@@ -49,6 +59,9 @@ class ExportJob {
         found_all_ = tool::find_input_files(operands, &files_);
         format_ = make_format(options.format);
         if (!has_folder() && options.task == Task::convert) refuse_stream_into_input(files_);
+        if (has_folder() && !has_parts() && (options.shard || options.resumes))
+            throw tool::UsageError(
+                "--shard and --resume go with formats that have a file for each input");
         if (has_parts()) give_each_a_part(suffix(), &files_);
         // By all inputs, so that all shards have the same heads.
         if (format_->wants_schemas()) learn_schemas(files_, &schemas_, format_.get());
@@ -93,8 +106,6 @@ class ExportJob {
     }
 
     void take_shard() {
-        if (has_folder() && !has_parts())
-            throw tool::UsageError("--shard goes with formats that have a file for each input");
         all_files_ = files_.size();
         keep_shard({1, 1}, &files_);
         inputs_ = digest_of(files_);
@@ -193,6 +204,7 @@ int run_export(const ExportOptions &options, const std::vector<std::string> &ope
     check_options(options, !operands.empty());
     tool::start_log(options.log_level);
     let_writes_fail();
+    allow_many_files();
     if (options.task == Task::merge)
         return merge_shards(options.output_folder, options.report_file);
     if (options.task == Task::list) return ExportJob(options, operands).list();

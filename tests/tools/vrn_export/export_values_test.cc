@@ -1,9 +1,10 @@
-// Times, names of parts, and shares of inputs.
+// Times, names of parts, progress, and shares of inputs.
 #include <random>
 
 #include "common/command_line.h"
 #include "support/test.h"
 #include "vrn_export/part_name.h"
+#include "vrn_export/progress.h"
 #include "vrn_export/shard.h"
 #include "vrn_export/time_value.h"
 
@@ -40,6 +41,14 @@ TEST(TimeValue, RefusesWhatIsNone) {
           "2024-01-01T10:00:", "2024-01-01T10:00:00.", "2024-01-01T10:00Z1", "2024-01-01T10:00+",
           "2024-01-01T10:00+25", "2024-01-01x"})
         EXPECT_THROW(time_value(text), tool::BadValue) << text;
+}
+
+TEST(Progress, TellsRateAndTimeLeft) {
+    EXPECT_EQ(Progress::text({3, 20, 1'500'000, 3'001'500'000, 2}),
+              "3 of 20 files, 1.5 MB of 3.0 GB, 750.0 kB/s, 1:06:40 left");
+    EXPECT_EQ(Progress::text({0, 1, 0, 999, 0}), "0 of 1 files, 0 B of 999 B, 0 B/s");
+    EXPECT_EQ(Progress::text({1, 1, 2000, 1000, 1}),
+              "1 of 1 files, 2.0 kB of 1.0 kB, 2.0 kB/s, 0:00:00 left");
 }
 
 TEST(PartName, StaysBelowItsFolderInOneLine) {

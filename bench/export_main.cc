@@ -1,0 +1,133 @@
+// vrn_export against vrn_read on one core, and two threads against one, in alternating runs.
+//   vrn_export_bench [runs [folder]]
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bench_data.h"
+#include "child_run.h"
+#include "data/data_file_header.h"
+#include "median.h"
+
+namespace vrn::bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t medium_files = 2000;   // of a chunk each: 64 KB
+constexpr std::size_t tiny_files = 100'000;  // of an event each: 387 bytes
+
+using Command = std::vector<std::string>;
+
+struct Pair {
+    std::vector<double> wall, cpu;  // second by first
+    std::uint64_t peak_memory = 0;  // of the second
+};
+
+// Runs take turns, so that what else the machine does meets both.
+Pair compare(const Command &first, const Command &second, int runs) {
+    Pair pair;
+    for (int i = 0; i < runs; ++i) {
+        const ChildRun one = run_child(first);
+        const ChildRun two = run_child(second);
+        pair.wall.push_back(two.seconds / one.seconds);
+        pair.cpu.push_back(two.cpu_seconds / one.cpu_seconds);
+        pair.peak_memory = std::max(pair.peak_memory, two.peak_memory);
+    }
+    return pair;
+}
+
+// Rates are inverse times; `work` is how much more the second command has to do.
+void print_rates(const char *name, const Pair &pair, double work) {
+    std::printf("| %-32s | %6.2f | %6.2f | %7.1f |\n", name, work / median(pair.wall),
+                work / median(pair.cpu), static_cast<double>(pair.peak_memory) / 1e6);
+    std::fflush(stdout);
+}
+
+std::string read_bytes(const fs::path &path, std::size_t size) {
+    std::ifstream file(path, std::ios::binary);
+    std::string bytes(size, '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(size));
+    return bytes;
+}
+
+// Files of `size` bytes after the header of the first events, a thousand in a folder.
+void write_files(const fs::path &folder, const std::string &bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const fs::path place = folder / std::to_string(i / 1000);
+        if (i % 1000 == 0) fs::create_directories(place);
+        std::ofstream(place / (std::to_string(i) + ".bin"), std::ios::binary) << bytes;
+    }
+}
+
+// An event block of one row.
+std::string tiny_file(std::string bytes) {
+    constexpr std::size_t num_events = sizeof(vrn_data_file_header_t) + 15;
+    bytes.resize(sizeof(vrn_data_file_header_t) + 16 + sizeof(BenchRow));
+    bytes[num_events] = 1;
+    return bytes;
+}
+
+void run(int runs, const fs::path &folder) {
+    fs::remove_all(folder);
+    write_bench_data(folder, {});
+    const std::string chunk =
+        read_bytes(folder / "events.bin", sizeof(vrn_data_file_header_t) + chunk_size);
+    write_files(folder / "medium", chunk, medium_files);
+    write_files(folder / "tiny", tiny_file(chunk), tiny_files);
+    const std::string schemas = folder / "schema";
+    const auto exporter = [&](const char *threads, const fs::path &input) {
+        return Command{VRN_EXPORT_PATH, "-j", threads, "-s", schemas, input};
+    };
+    const auto reader = [&](const fs::path &input) {
+        return Command{VRN_READ_PATH, "-f", "ndjson", "-s", schemas, input};
+    };
+    std::puts("| rate                             |   wall |    CPU | peak MB |");
+    std::puts("|----------------------------------|--------|--------|---------|");
+    for (const char *name : {"events", "counters", "metrics"}) {
+        const fs::path input = folder / (std::string(name) + ".bin");
+        const double work = static_cast<double>(count_output(exporter("1", input))) /
+                            static_cast<double>(count_output(reader(input)));
+        const Pair pair = compare(reader(input), exporter("1", input), runs);
+        print_rates((std::string(name) + ": -j 1 by vrn_read, rows").c_str(), pair, 1);
+        print_rates((std::string(name) + ": the same, bytes of text").c_str(), pair, work);
+    }
+    print_rates(
+        "one file of 115 MB: -j 2 by -j 1",
+        compare(exporter("1", folder / "events.bin"), exporter("2", folder / "events.bin"), runs),
+        1);
+    print_rates("2,000 of 64 KB: -j 2 by -j 1",
+                compare(exporter("1", folder / "medium"), exporter("2", folder / "medium"), runs),
+                1);
+    Command parts = exporter("2", folder / "tiny");
+    const ChildRun stream = run_child(parts);
+    parts.insert(parts.end(), {"-o", folder / "out"});
+    const ChildRun in_parts = run_child(parts);
+    std::printf(
+        "\n100,000 files of 387 bytes, -j 2: %.2f s and %.1f MB as a stream, %.2f s and "
+        "%.1f MB as parts\n",
+        stream.seconds, static_cast<double>(stream.peak_memory) / 1e6, in_parts.seconds,
+        static_cast<double>(in_parts.peak_memory) / 1e6);
+    fs::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace vrn::bench
+
+int main(int argc, char **argv) {
+    namespace fs = std::filesystem;
+    try {
+        const fs::path parent = argc > 2 ? fs::path(argv[2]) : fs::temp_directory_path();
+        vrn::bench::run(std::max(argc > 1 ? std::atoi(argv[1]) : 5, 1),
+                        parent / "vrn-export-bench");
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "vrn_export_bench: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
