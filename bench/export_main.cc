@@ -44,7 +44,7 @@ Pair compare(const Command &first, const Command &second, int runs) {
 
 // Rates are inverse times; `work` is how much more the second command has to do.
 void print_rates(const char *name, const Pair &pair, double work) {
-    std::printf("| %-32s | %6.2f | %6.2f | %7.1f |\n", name, work / median(pair.wall),
+    std::printf("| %-34s | %6.2f | %6.2f | %7.1f |\n", name, work / median(pair.wall),
                 work / median(pair.cpu), static_cast<double>(pair.peak_memory) / 1e6);
     std::fflush(stdout);
 }
@@ -87,8 +87,8 @@ void run(int runs, const fs::path &folder) {
     const auto reader = [&](const fs::path &input) {
         return Command{VRN_READ_PATH, "-f", "ndjson", "-s", schemas, input};
     };
-    std::puts("| rate                             |   wall |    CPU | peak MB |");
-    std::puts("|----------------------------------|--------|--------|---------|");
+    std::puts("| rate                               |   wall |    CPU | peak MB |");
+    std::puts("|------------------------------------|--------|--------|---------|");
     for (const char *name : {"events", "counters", "metrics"}) {
         const fs::path input = folder / (std::string(name) + ".bin");
         const double work = static_cast<double>(count_output(exporter("1", input))) /
