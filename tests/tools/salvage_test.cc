@@ -3,17 +3,20 @@
 
 #include <algorithm>
 #include <random>
+#include <span>
 
 #include "data/data_file_header.h"
 #include "metrics/cntx_block_view.h"
 #include "metrics/record_view.h"
 #include "scan/data_file_scan.h"
+#include "support/file_limit.h"
 #include "support/page_blocks.h"
 #include "support/sample_files.h"
 #include "support/stream_blocks.h"
 #include "support/test.h"
 #include "vrn_check/file_check.h"
 #include "vrn_check/file_mend.h"
+#include "vrn_check/file_salvage.h"
 
 namespace vrn::check {
 namespace {
@@ -323,7 +326,7 @@ TEST_F(Salvage, KeepsAllButTheBlockWithAFlippedBit) {
     }
 }
 
-// Bytes that were overwritten (with anything or with zeros), put in or lost.
+// Bytes that were overwritten (with anything or with zeros), put in or lost, also of the header.
 TEST_F(Salvage, KeepsAllOutsideOfDamagedRuns) {
     std::mt19937 random(7);
     const auto below = [&](std::size_t limit) { return random() % limit; };
@@ -331,8 +334,8 @@ TEST_F(Salvage, KeepsAllOutsideOfDamagedRuns) {
         SCOPED_TRACE(form.name);
         const std::string bytes = file_of(form);
         const RecordList whole = list(bytes);
-        for (int round = 0; round < 1000; ++round) {
-            const std::size_t begin = 256 + below(bytes.size() - 256);
+        for (int round = 0; round < 600; ++round) {
+            const std::size_t begin = below(bytes.size());
             std::size_t size = 1 + below(round % 2 == 0 ? 20 : 2 * form.chunk_size);
             // A whole chunk that is lost in the middle of two leaves the grid as it was.
             if (size % form.chunk_size == 0) ++size;
@@ -351,6 +354,41 @@ TEST_F(Salvage, KeepsAllOutsideOfDamagedRuns) {
             if (HasFatalFailure()) return;
         }
     }
+}
+
+TEST_F(Salvage, DoesWithoutAHeader) {
+    for (const FileForm &form : make_forms()) {
+        SCOPED_TRACE(form.name);
+        const std::string bytes = file_of(form);
+        for (const std::string &damaged :
+             {bytes.substr(256), std::string(256, 'x') + bytes.substr(256)})
+            expect_all_but(list(bytes), damaged, [](const Record &) { return false; });
+    }
+}
+
+TEST_F(Salvage, WritesWholeFilesOrNone) {
+    const std::string bytes = file_of(make_forms().back());
+    const std::string packed = test::encode(VRN_ENCODING_GZIP, bytes);
+    const std::string path = dir_.write("a.gz", packed.substr(0, packed.size() - 12));
+    const OutputFolder output(dir_.file("out"));
+    const auto run = [&] {
+        const auto take = [](const std::string &, const FileFault &) {};
+        return FileSalvage(path, &output, "x/a", schemas_.get(), &page_, take).run();
+    };
+    for (const std::size_t limit : {0, 1000})
+        test::with_file_limit(limit, [&] { EXPECT_THROW(run(), std::runtime_error); });
+    EXPECT_TRUE(test::files_in(dir_.file("out/x")).empty());
+    const Totals totals = run();
+    EXPECT_EQ(totals.salvaged, 1U);
+    EXPECT_GT(totals.faults, 0U);
+
+    // All that inflates, up to the last record.
+    const RecordList whole = list(bytes), left = list(test::read_file(dir_.file("out/x/a")));
+    EXPECT_EQ(left.faults, Lines{});
+    EXPECT_GE(left.records.size() + 7, whole.records.size());
+    EXPECT_TRUE(std::ranges::equal(left.records,
+                                   std::span(whole.records).first(left.records.size()), {},
+                                   &Record::text, &Record::text));
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <set>
 #include <system_error>
 
+#include "data/compressed_page.h"
+#include "data/data_file_header.h"
 #include "data/magic.h"
 #include "scan/byte_source.h"
 #include "utils/log.h"
@@ -23,15 +25,23 @@ std::uint64_t size_of(const struct stat &status) {
     return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
-// True when `path` was read and doesn't begin as data files do. What can't be read is left to
-// whoever reads the whole file.
+bool has_header_mark(const char *header, std::size_t size) {
+    if (size >= VRN_MAGIC_SIZE && vrn_magic_matches(header, VRN_MAGIC_FILE)) return true;
+    vrn_data_file_header_t fields;
+    if (size < sizeof fields) return false;
+    std::memcpy(&fields, header, sizeof fields);
+    return std::string_view(fields.magic_end, sizeof fields.magic_end) == "vrnf";
+}
+
+// True when `path` was read and neither begins as data files do nor ends its header so: one of the
+// two may be damaged. What can't be read is left to whoever reads the whole file.
 bool is_other_file(const std::string &path) {
     const auto source = ByteSource::open_path(path.c_str());
     if (!source) return false;
-    char magic[4];
-    if (source->read(magic, sizeof magic) == sizeof magic)
-        return !vrn_magic_matches(magic, VRN_MAGIC_FILE);
-    return source->state() == ByteSource::State::ended;
+    char header[sizeof(vrn_data_file_header_t)];
+    const std::size_t size = source->read(header, sizeof header);
+    if (has_header_mark(header, size)) return false;
+    return size == sizeof header || source->state() == ByteSource::State::ended;
 }
 
 class InputSearch {

@@ -28,9 +28,9 @@ struct InputFile {
 
 // Appends to `files` each operand that is no folder and, for one that is, the data files below it
 // in the order of their paths, but for those that are in the list already. Files below a folder
-// that are no data files by their first bytes are passed over with a line at information level.
-// Links are followed, and no folder is entered twice. False, after error lines, when something
-// can't be reached or listed; all the rest is appended.
+// that are no data files by either end of their header are passed over with a line at information
+// level. Links are followed, and no folder is entered twice. False, after error lines, when
+// something can't be reached or listed; all the rest is appended.
 bool find_input_files(const std::vector<std::string> &operands, std::vector<InputFile> *files);
 
 }  // namespace vrn::tool

@@ -83,9 +83,9 @@ bool BlockFinder::begins_schemas(Bytes block) const {
         return false;
     bool names_any = false;
     for (std::size_t i = 0; i < VRN_SCHEMAS_BLOCK_MAX_IDS; ++i) {
-        const auto id = known_->mended(
+        const auto id = known_->events.mended(
             load_le<vrn_schema_id_t>(block.data() + sizeof header + i * sizeof(vrn_schema_id_t)));
-        const bool is_known = known_->has(id);
+        const bool is_known = known_->events.has(id);
         if (i < header.num_schema_ids && !is_known && !vrn_schema_id_is_zero(&id)) return false;
         names_any |= is_known;
     }

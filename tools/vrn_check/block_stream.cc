@@ -110,6 +110,7 @@ void BlockStream::step(std::size_t offset) {
         const scan::Place place = {.chunk = offset, .block = offset};
         scan::BlockWalk(schemas_, this).walk({rest, rest, place});
     }
+    static_cast<void>(log_.take());  // of decoders, which the reasons tell better
 }
 
 // Made anew where its size or its number of ids don't fit what it holds, or an id was mended.
@@ -118,10 +119,10 @@ void BlockStream::take_schemas(std::size_t offset) {
     const std::size_t num_claimed = block.header.num_schema_ids;
     std::size_t count = num_claimed;
     for (std::size_t i = 0; i < VRN_SCHEMAS_BLOCK_MAX_IDS; ++i) {
-        const vrn_schema_id_t id = known_->mended(block.ids[i]);
+        const vrn_schema_id_t id = known_->events.mended(block.ids[i]);
         // What lies after the ids may be another block.
-        block.ids[i] = i < num_claimed || known_->has(id) ? id : vrn_schema_id_t{};
-        if (known_->has(id)) count = std::max(count, i + 1);
+        block.ids[i] = i < num_claimed || known_->events.has(id) ? id : vrn_schema_id_t{};
+        if (known_->events.has(id)) count = std::max(count, i + 1);
     }
     schemas_->use(block.ids, count);
     const std::size_t ids_end = size_with_ids(count);
@@ -304,7 +305,8 @@ Next BlockStream::payload(const scan::CompressedPage &page, Bytes bytes) {
             keep(part.block, page.block.size());
         }
         for (FileFault &fault : faults) kept_.leave_out(std::move(fault));
-        // What was left of it, if anything, has been told.
+        close_gap(offset);
+        // What the page lacks has been told.
         kept_end_ = resume_ = end;
     }
     return one_block;

@@ -8,6 +8,7 @@
 #include "scan/page_buffer.h"
 #include "scan/schemas_in_use.h"
 #include "scan/visitor.h"
+#include "utils/log_capture.h"
 #include "vrn_check/block_finder.h"
 #include "vrn_check/kept_block.h"
 #include "vrn_check/known_schemas.h"
@@ -71,6 +72,7 @@ class BlockStream final : public scan::Visitor {
     bool is_after_single_ = false;
     std::string reason_;  // why what lies after `kept_end_` isn't kept
     TimeSpan times_;
+    LogCapture log_;
 };
 
 }  // namespace vrn::check

@@ -1,22 +1,57 @@
 #include "vrn_check/file_mend.h"
 
+#include <algorithm>
+#include <cstring>
+
+#include "data/compressed_page.h"
 #include "scan/visitor.h"
 #include "utils/log_capture.h"
 #include "vrn_check/block_stream.h"
 #include "vrn_check/salvage_writer.h"
 
 namespace vrn::check {
+namespace {
+
+// Bytes of a file that tell which schemas fit.
+constexpr std::size_t guess_size = std::size_t{4} << 20;
+
+// Those of the first page, if it is one.
+void take_names(const KeptBlock &block, vrn_data_file_header_t *header) {
+    if (block.kind != ChunkKind::pages) return;
+    vrn_source_t names{};
+    vrn_pascal_strings_to_source(block.bytes.data() + VRN_MAGIC_SIZE, &names);
+    std::memcpy(header->source_id, names.source, sizeof header->source_id);
+    std::memcpy(header->source_tag, names.tag, sizeof header->source_tag);
+}
+
+// A reader passes over schemas blocks, too, when the header names no schema of events.
+void take_schemas(const KeptBlock &block, const SchemaIdList &known,
+                  vrn_data_file_header_t *header) {
+    if (vrn_block_type_of(block.bytes.data()) != VRN_SCHEMAS_BLOCK) return;
+    const bool names_any = std::ranges::any_of(header->event_schema_ids,
+                                               [&](const auto &id) { return known.has(id); });
+    if (!names_any)
+        std::memcpy(header->event_schema_ids, block.bytes.data() + sizeof(vrn_schemas_block_t),
+                    sizeof header->event_schema_ids);
+}
+
+}  // namespace
 
 bool FileMend::run(Bytes bytes, const Descriptor &output) {
     bytes_ = bytes;
     FoundHeader header = find_header(bytes, texts_->known());
+    guess_schemas(
+        texts_->known(), [this](const FoundHeader &guess) { return misfit(guess); }, &header);
     ChunkSurvey survey;
     bool has_blocks = false;
     const auto look = [&](const KeptBlock &block) {
         survey.add(block);
+        if (!header.is_there && !has_blocks) take_names(block, &header.fields);
+        take_schemas(block, texts_->known().events, &header.fields);
         has_blocks = true;
     };
-    const TimeSpan times = walk(header, {.take = look, .leave_out = [](const FileFault &) {}});
+    const TimeSpan times =
+        walk(bytes_, header, {.take = look, .leave_out = [](const FileFault &) {}});
     if (!has_blocks && !header.is_there) {
         leave_out_({.offset = 0,
                     .lost = bytes.size(),
@@ -25,30 +60,42 @@ bool FileMend::run(Bytes bytes, const Descriptor &output) {
         return false;
     }
     SalvageWriter writer(output, survey.chunk_size(header.fields.block_size));
-    walk(header, {.take =
-                      [&](const KeptBlock &block) {
-                          if (!writer.add(block))
-                              leave_out_({.offset = block.offset,
-                                          .lost = block.bytes.size(),
-                                          .kind = left_out,
-                                          .reason = "There is no room for a block on the grid"});
-                      },
-                  .leave_out = leave_out_});
+    walk(bytes_, header,
+         {.take =
+              [&](const KeptBlock &block) {
+                  if (!writer.add(block))
+                      leave_out_({.offset = block.offset,
+                                  .lost = block.bytes.size(),
+                                  .kind = left_out,
+                                  .reason = "There is no room for a block on the grid"});
+              },
+          .leave_out = leave_out_});
+    drop_unknown_ids(texts_->known(), &header.fields);
     header.fields.first_timestamp = times.last == 0 ? 0 : times.first;
     header.fields.last_timestamp = times.last;
     writer.end(header.fields);
     return true;
 }
 
-TimeSpan FileMend::walk(const FoundHeader &header, const KeptBlocks &kept) {
+Misfit FileMend::misfit(const FoundHeader &header) {
+    Misfit misfit;
+    // What follows is of the same schemas, mostly.
+    walk(bytes_.first(std::min(bytes_.size(), guess_size)), header,
+         {.take = [&](const KeptBlock &block) { misfit.kept += block.bytes.size(); },
+          .leave_out = [&](const FileFault &fault) { misfit.left_out += fault.lost; }});
+    return misfit;
+}
+
+TimeSpan FileMend::walk(Bytes bytes, const FoundHeader &header, const KeptBlocks &kept) {
     LogCapture log;  // the faults tell it better
     scan::Visitor nobody;
     scan::SchemasInUse schemas(texts_->cache(), &nobody);
     schemas.set_counters_schema(header.fields.counters_schema_id);
     schemas.use(header.fields.event_schema_ids, VRN_EVENT_SCHEMA_IDS);
     BlockStream blocks(&schemas, &texts_->known(), page_, &kept);
-    blocks.walk(bytes_, header.end,
-                {.begin = sizeof header.fields, .chunk_size = header.fields.block_size});
+    blocks.walk(bytes, header.end,
+                {.begin = sizeof header.fields,
+                 .chunk_size = header.is_there ? header.fields.block_size : 0});
     return blocks.times();
 }
 

@@ -6,6 +6,7 @@
 #include "scan/page_buffer.h"
 #include "utils/descriptor.h"
 #include "vrn_check/header_repair.h"
+#include "vrn_check/schema_guess.h"
 #include "vrn_check/schema_texts.h"
 
 namespace vrn::check {
@@ -23,7 +24,8 @@ class FileMend {
     bool run(Bytes bytes, const Descriptor &output);
 
   private:
-    TimeSpan walk(const FoundHeader &header, const KeptBlocks &kept);
+    TimeSpan walk(Bytes bytes, const FoundHeader &header, const KeptBlocks &kept);
+    Misfit misfit(const FoundHeader &header);
 
     SchemaTexts *texts_;
     scan::PageBuffer *page_;

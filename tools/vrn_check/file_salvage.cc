@@ -25,8 +25,7 @@ Totals FileSalvage::run() {
     const auto source = ByteSource::open_path(path_.c_str());
     if (!is_there || !source) {
         // The check tells why there is nothing.
-        const auto take = [this](const FileFault &fault) { take_(path_, fault); };
-        return FileCheck(path_, texts_, page_, take).run();
+        return FileCheck(path_, texts_, page_, take_own()).run();
     }
     try {
         salvage(source.get());
@@ -38,6 +37,10 @@ Totals FileSalvage::run() {
 
 void FileSalvage::salvage(ByteSource *source) {
     Spool spool(output_->open(name_), source);
+    if (spool.bytes().empty() && source->state() == ByteSource::State::failed) {
+        totals_ = FileCheck(path_, texts_, page_, take_own()).run();
+        return;
+    }
     totals_ = check(spool, *source);
     if (totals_.faults == 0) return finish(spool.take());
     NewFile output = output_->open(name_);
@@ -48,9 +51,12 @@ void FileSalvage::salvage(ByteSource *source) {
     if (mend.run(spool.bytes(), output.descriptor())) finish(std::move(output));
 }
 
+FileCheck::Take FileSalvage::take_own() const {
+    return [this](const FileFault &fault) { take_(path_, fault); };
+}
+
 Totals FileSalvage::check(const Spool &spool, const ByteSource &source) {
-    const auto take = [this](const FileFault &fault) { take_(path_, fault); };
-    FileCheck check(path_, texts_, page_, take);
+    FileCheck check(path_, texts_, page_, take_own());
     const std::uint64_t size = spool.bytes().size();
     if (source.state() == ByteSource::State::cut_short)
         check.add({.offset = size,

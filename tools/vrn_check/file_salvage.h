@@ -27,6 +27,7 @@ class FileSalvage {
 
   private:
     void salvage(ByteSource *source);
+    FileCheck::Take take_own() const;
     Totals check(const Spool &spool, const ByteSource &source);
     void finish(NewFile output);
 

@@ -37,8 +37,8 @@ void mend(vrn_data_file_header_t *header, const KnownSchemas &known) {
     std::memcpy(header->magic_end, sound.magic_end, sizeof sound.magic_end);
     header->file_size = sound.file_size;
     if (!vrn_data_file_header_is_valid(header)) header->version = sound.version;
-    header->counters_schema_id = known.mended(header->counters_schema_id);
-    for (vrn_schema_id_t &id : header->event_schema_ids) id = known.mended(id);
+    header->counters_schema_id = known.counters.mended(header->counters_schema_id);
+    for (vrn_schema_id_t &id : header->event_schema_ids) id = known.events.mended(id);
 }
 
 }  // namespace
@@ -58,6 +58,16 @@ FoundHeader find_header(Bytes bytes, const KnownSchemas &known) {
         found.fields = fields;
     mend(&found.fields, known);
     return found;
+}
+
+void drop_unknown_ids(const KnownSchemas &known, vrn_data_file_header_t *header) {
+    if (!known.counters.has(header->counters_schema_id)) header->counters_schema_id = {};
+    // An id of zeros takes no place, so that those after it would move up.
+    vrn_schema_id_t next{};
+    for (std::size_t i = VRN_EVENT_SCHEMA_IDS; i-- > 0; next = header->event_schema_ids[i]) {
+        vrn_schema_id_t &id = header->event_schema_ids[i];
+        if (!vrn_schema_id_is_zero(&id) && !known.events.has(id)) id = next;
+    }
 }
 
 void ChunkSurvey::add(const KeptBlock &block) {

@@ -20,6 +20,9 @@ struct FoundHeader {
 // `bytes` are the whole file. Schema ids are mended where they can be.
 FoundHeader find_header(Bytes bytes, const KnownSchemas &known);
 
+// Ids that name no schema give way to one that does or to none; no block that is kept needs them.
+void drop_unknown_ids(const KnownSchemas &known, vrn_data_file_header_t *header);
+
 // What the places of blocks tell about the size of chunks.
 class ChunkSurvey {
   public:

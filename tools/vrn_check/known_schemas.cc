@@ -4,6 +4,8 @@
 #include <bit>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 
 namespace vrn::check {
@@ -37,29 +39,47 @@ bool read_id(std::string name, vrn_schema_id_t *id) {
     return vrn_schema_id_from_hex(name.c_str() + name_start.size(), id);
 }
 
+// Tells counters schemas from those of events by the one member that only they have.
+bool is_of_counters(const std::filesystem::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    return text.find("\"counter_groups\"") != text.npos;
+}
+
 }  // namespace
 
-KnownSchemas::KnownSchemas(const std::string &folder) {
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end;
-         !error && entry != end && ids_.size() < max_ids; entry.increment(error))
-        if (vrn_schema_id_t id{}; read_id(entry->path().filename(), &id)) ids_.push_back(id);
+void SchemaIdList::sort() {
     std::ranges::sort(ids_, is_before);
 }
 
-bool KnownSchemas::has(const vrn_schema_id_t &id) const {
+bool SchemaIdList::has(const vrn_schema_id_t &id) const {
     return std::ranges::binary_search(ids_, id, is_before);
 }
 
-vrn_schema_id_t KnownSchemas::mended(const vrn_schema_id_t &id) const {
+vrn_schema_id_t SchemaIdList::mended(const vrn_schema_id_t &id) const {
     if (has(id)) return id;
     const auto is_meant = [&](const vrn_schema_id_t &other) { return is_close(other, id); };
     if (const auto found = std::ranges::find_if(ids_, is_meant); found != ids_.end()) return *found;
-    vrn_schema_id_t blob{};
-    vrn_schema_id_set_blob(&blob);
-    if (is_meant(blob)) return blob;
     const vrn_schema_id_t none{};
     return is_meant(none) ? none : id;
+}
+
+KnownSchemas::KnownSchemas(const std::string &folder) {
+    std::error_code error;
+    std::size_t count = 0;
+    for (std::filesystem::directory_iterator entry(folder, error), end;
+         !error && entry != end && count < max_ids; entry.increment(error)) {
+        vrn_schema_id_t id{};
+        // A pipe or a device may have no end.
+        if (!read_id(entry->path().filename(), &id) || !entry->is_regular_file(error)) continue;
+        (is_of_counters(entry->path()) ? counters : events).add(id);
+        ++count;
+    }
+    vrn_schema_id_t blob{};
+    vrn_schema_id_set_blob(&blob);
+    counters.add(blob);
+    events.sort();
+    counters.sort();
 }
 
 }  // namespace vrn::check

@@ -8,19 +8,27 @@
 
 namespace vrn::check {
 
-class KnownSchemas {
+// Those of one kind.
+class SchemaIdList {
   public:
-    // Lists `folder`; one that can't be read has none.
-    explicit KnownSchemas(const std::string &folder);
+    void add(const vrn_schema_id_t &id) { ids_.push_back(id); }
+    void sort();
 
     const std::vector<vrn_schema_id_t> &ids() const { return ids_; }
     bool has(const vrn_schema_id_t &id) const;
-    // `id`, or the one that it is so like that chance can't be it: that of a schema, of blobs or of
-    // none.
+    // `id`, or the one that it is so like that chance can't be it: that of a schema or of none.
     vrn_schema_id_t mended(const vrn_schema_id_t &id) const;
 
   private:
     std::vector<vrn_schema_id_t> ids_;  // sorted
+};
+
+struct KnownSchemas {
+    // Reads the files of `folder`; one that can't be read has none.
+    explicit KnownSchemas(const std::string &folder);
+
+    SchemaIdList events;
+    SchemaIdList counters;  // with the id of blobs
 };
 
 }  // namespace vrn::check
