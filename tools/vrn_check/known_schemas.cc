@@ -57,7 +57,7 @@ bool SchemaIdList::has(const vrn_schema_id_t &id) const {
 }
 
 vrn_schema_id_t SchemaIdList::mended(const vrn_schema_id_t &id) const {
-    if (has(id)) return id;
+    if (has(id) || vrn_schema_id_is_zero(&id)) return id;
     const auto is_meant = [&](const vrn_schema_id_t &other) { return is_close(other, id); };
     if (const auto found = std::ranges::find_if(ids_, is_meant); found != ids_.end()) return *found;
     const vrn_schema_id_t none{};
