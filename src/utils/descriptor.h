@@ -24,6 +24,9 @@ class Descriptor {
     bool is_open() const { return file_ >= 0; }
     int get() const { return file_; }
 
+    // To whoever closes it.
+    int release() { return std::exchange(file_, -1); }
+
     // False when the kernel tells only now that a write failed.
     bool close() { return !is_open() || ::close(std::exchange(file_, -1)) == 0; }
 

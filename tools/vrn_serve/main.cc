@@ -1,0 +1,81 @@
+// vrn_serve: a live chart page of the numbers in data files.
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "common/tool_main.h"
+#include "vrn_serve/access.h"
+#include "vrn_serve/follower.h"
+#include "vrn_serve/http_server.h"
+#include "vrn_serve/live_store.h"
+#include "vrn_serve/serve_options.h"
+#include "vrn_serve/site.h"
+
+namespace vrn::serve {
+namespace {
+
+// Nothing is written that could be lost: whatever still goes on then, the process ends.
+constexpr std::chrono::milliseconds end_time{800};
+
+// For this thread and those that it starts; wait_for_stop() takes them. Those that the parent set
+// to be ignored stay so.
+sigset_t hold_stop_signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action {};
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) continue;
+        sigaddset(&signals, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+void wait_for_stop(const sigset_t &signals) {
+    int signal = 0;
+    while (sigwait(&signals, &signal) != 0) {
+    }
+    std::thread([] {
+        std::this_thread::sleep_for(end_time);
+        _exit(EXIT_SUCCESS);
+    }).detach();
+}
+
+bool run(const ServeOptions &options, const std::vector<std::string> &operands) {
+    if (operands.empty()) throw tool::UsageError("no file or folder is given");
+    AccessRules rules = {.token = {}, .host_names = options.host_names};
+    if (!options.token_file.empty()) rules.token = read_token(options.token_file);
+    Listening listening = listen_to(options.listen);
+    if (!listening.is_loopback && rules.token.empty() && !options.is_open)
+        throw tool::UsageError("others can reach " + listening.address +
+                               ": --token-file or, for everyone, --open is needed");
+    tool::start_log(options.log_level);
+    std::signal(SIGPIPE, SIG_IGN);
+    const sigset_t stop_signals = hold_stop_signals();
+    LiveStore store(options.limits, &options.series);
+    Follower follower(operands, &options.series, &store);
+    Site site(std::move(rules), &store, [&follower] { return follower.state(); });
+    const HttpServer server(std::move(listening.socket), {},
+                            [&site](const Request &request) { return site.answer(request); });
+    std::printf("http://%s/rta/metrics/dump\n", listening.address.c_str());
+    std::fflush(stdout);
+    wait_for_stop(stop_signals);
+    return true;
+}
+
+}  // namespace
+}  // namespace vrn::serve
+
+int main(int argc, char **argv) {
+    vrn::serve::ServeOptions options;
+    return vrn::tool::run_tool(vrn::serve::make_command_line(&options), argc, argv,
+                               [&](const std::vector<std::string> &operands) {
+                                   return vrn::serve::run(options, operands);
+                               });
+}
