@@ -126,7 +126,7 @@ BenchRow make_row(std::mt19937_64 &random, std::uint64_t number) {
 void write_events(const std::string &path, std::uint32_t rows) {
     std::ofstream file = create(path);
     vrn_data_file_header_t header = make_header(chunk_size);
-    vrn_schema_id_from_hex(events_id, &header.event_schema_ids[0]);
+    static_cast<void>(vrn_schema_id_from_hex(events_id, &header.event_schema_ids[0]));
     write_record(file, &header, sizeof header);
 
     std::mt19937_64 random(1);
@@ -159,7 +159,7 @@ void write_events(const std::string &path, std::uint32_t rows) {
 void write_counters(const std::string &path, std::uint32_t rows) {
     std::ofstream file = create(path);
     vrn_data_file_header_t header = make_header(counters_block_size);
-    vrn_schema_id_from_hex(counters_id, &header.counters_schema_id);
+    static_cast<void>(vrn_schema_id_from_hex(counters_id, &header.counters_schema_id));
     write_record(file, &header, sizeof header);
 
     std::mt19937_64 random(2);

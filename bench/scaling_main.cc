@@ -88,8 +88,8 @@ void write_files(const std::string &folder, const Shape &shape) {
     if (!header) throw std::bad_alloc();
     header->first_timestamp = first_time;
     header->block_size = static_cast<std::uint32_t>(row.size());
-    vrn_schema_id_from_hex(
-        schema_id, shape.is_event ? &header->event_schema_ids[0] : &header->counters_schema_id);
+    static_cast<void>(vrn_schema_id_from_hex(
+        schema_id, shape.is_event ? &header->event_schema_ids[0] : &header->counters_schema_id));
     for (std::uint32_t file = 0; file < shape.files; ++file) {
         std::ofstream stream(folder + "/data/" + std::to_string(file) + ".bin", std::ios::binary);
         stream.write(reinterpret_cast<const char *>(header.get()), sizeof *header);

@@ -132,8 +132,8 @@ void measure_storing(std::uint64_t capacity, const std::vector<std::string> &blo
     const double stored = seconds_of([&] {
         for (std::uint64_t round = 0; round < rounds; ++round) {
             for (const SeriesKey &key : keys)
-                store_sample(1, round, {name, key, 'C', start_time + round * second}, nullptr,
-                             &store);
+                static_cast<void>(store_sample(
+                    1, round, {name, key, 'C', start_time + round * second}, nullptr, &store));
         }
     });
     const double fed = seconds_of([&] {

@@ -46,11 +46,12 @@ double write_pages(const std::string &folder, vrn_data_page_t *page, std::uint64
     const vrn_client_id_t client_id = {"bench", 0};
     const auto begin = std::chrono::steady_clock::now();
     vrn_data_writer_ptr writer(vrn_data_writer_create(&client_id));
-    vrn_data_writer_set_data_dir(writer.get(), folder.c_str());
-    vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}{{id}}.bin");
+    static_cast<void>(vrn_data_writer_set_data_dir(writer.get(), folder.c_str()));
+    static_cast<void>(
+        vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}{{id}}.bin"));
     for (std::uint64_t i = 0; i < count; ++i) {
         page->first_ts = page->last_ts = start_time + i;
-        vrn_data_writer_write_page(writer.get(), page, nullptr);
+        static_cast<void>(vrn_data_writer_write_page(writer.get(), page, nullptr));
     }
     writer.reset();
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();

@@ -12,8 +12,9 @@ namespace {
 vrn_data_page_ptr map_page(const char *name) {
     vrn_data_page_t *page = nullptr;
     std::int32_t creator_pid = 0;
-    vrn_allocate_shared_mem(name, VRN_DATA_PAGE_HEADER_SIZE + chunk_size, &page, &creator_pid);
-    return vrn_data_page_ptr(page);
+    const std::uint64_t size = VRN_DATA_PAGE_HEADER_SIZE + chunk_size;
+    const int failure = vrn_allocate_shared_mem(name, size, &page, &creator_pid);
+    return vrn_data_page_ptr(failure == 0 ? page : nullptr);
 }
 
 vrn_data_writer_ptr make_writer(const char *dir, const char *tags) {
@@ -35,6 +36,7 @@ int main(int argc, char **argv) {
     const vrn_data_writer_ptr writer = make_writer(argv[2], argv[3]);
     if (!page || !writer) return EXIT_FAILURE;
     // The writer looks at a private copy: whatever the collector does meanwhile harms nobody.
-    vrn_data_writer_write_page(writer.get(), page.get(), nullptr);
-    return vrn_data_writer_get_lost_pages(writer.get()) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    const bool is_taken = vrn_data_writer_write_page(writer.get(), page.get(), nullptr);
+    const bool is_stored = is_taken && vrn_data_writer_get_lost_pages(writer.get()) == 0;
+    return is_stored ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -17,7 +17,7 @@ void read_all(const Store &store) {
     std::vector<std::uint64_t> values;
     SeriesGroups groups;
     for (const SeriesKey &key : store.series_keys()) {
-        store.samples_in_range(key, 1, 1'700'000'000'000'000, &samples);
+        static_cast<void>(store.samples_in_range(key, 1, 1'700'000'000'000'000, &samples));
         store.last_samples(key, 2, &samples);
         store.template read_unread<vrn::data::metrics::UInt64Tag>(1, key, &timestamps, &values, 2);
         store.has_unread(1, key.metric_id);
@@ -43,7 +43,7 @@ void feed(vrn::Bytes blocks, const MetricFilter *filter) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     MetricCounts counts;
-    VrnMetricsParser::count_metrics_from_cntx_blocks({data, size}, &counts);
+    static_cast<void>(VrnMetricsParser::count_metrics_from_cntx_blocks({data, size}, &counts));
     MetricFilter filter;
     filter.set_use_patterns(true);
     filter.set_skip_unchanged(true);

@@ -15,8 +15,10 @@ extern "C" int LLVMFuzzerTestOneInput(const char *data, std::size_t size) {
 
     const vrn_provider_field_set_ptr fields(vrn_provider_field_set_create());
     const vrn_provider_counter_set_ptr counters(vrn_provider_counter_set_create());
-    vrn_provider_field_set_init_from_lines(fields.get(), pointers.data(), pointers.size());
-    vrn_provider_counter_set_init_from_lines(counters.get(), pointers.data(), pointers.size());
+    static_cast<void>(
+        vrn_provider_field_set_init_from_lines(fields.get(), pointers.data(), pointers.size()));
+    static_cast<void>(
+        vrn_provider_counter_set_init_from_lines(counters.get(), pointers.data(), pointers.size()));
     for (const char *line : pointers) {
         vrn_provider_field_set_is_type_of_interest(fields.get(), line);
         vrn_provider_field_set_should_include_field(fields.get(), pointers[0], line);

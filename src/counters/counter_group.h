@@ -46,7 +46,7 @@ struct vrn_counter_group_t {
 };
 
 // Deep copy, but for `hidden`, which is 0 in the copy: deliberate. Null when out of memory.
-vrn_counter_info_t *vrn_counter_info_copy(const vrn_counter_info_t *counter);
+[[nodiscard]] vrn_counter_info_t *vrn_counter_info_copy(const vrn_counter_info_t *counter);
 // Accepts null. Each inner text that is null is logged at level 4.
 void vrn_destroy_counter_info(vrn_counter_info_t *counter);
 using vrn_counter_info_ptr = vrn::CPtr<vrn_counter_info_t, vrn_destroy_counter_info>;
@@ -55,7 +55,7 @@ void vrn_counter_info_print(const vrn_counter_info_t *counter, std::FILE *stream
 
 // A group of one counter set and granularity NODE; null texts become empty ones. Null when out of
 // memory.
-vrn_counter_group_t *vrn_counter_group_create(const char *name, const char *provider);
+[[nodiscard]] vrn_counter_group_t *vrn_counter_group_create(const char *name, const char *provider);
 // Accepts null. A group with provider hooks goes through their destroy operation; else the group
 // ends with its counters, and each inner text that is null is logged at level 4.
 void vrn_free_counter_group(vrn_counter_group_t *group);
@@ -63,7 +63,8 @@ using vrn_counter_group_ptr = vrn::CPtr<vrn_counter_group_t, vrn_free_counter_gr
 
 // Appends a deep copy of `counter`. With provider hooks their operation, which must count the
 // entry, decides; without, the group counts it. False, after an error line when out of memory.
-bool vrn_counter_group_add_counter(vrn_counter_group_t *group, const vrn_counter_info_t *counter);
+[[nodiscard]] bool vrn_counter_group_add_counter(vrn_counter_group_t *group,
+                                                 const vrn_counter_info_t *counter);
 // A table of the counters' names and descriptions.
 void vrn_counter_group_print(const vrn_counter_group_t *group, std::FILE *stream);
 

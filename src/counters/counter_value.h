@@ -68,8 +68,9 @@ CounterJsonForm counter_json_form(const vrn_counter_info_t &counter, bool conver
 //   bool sink.number(T) of an integer or a double, bool sink.string(std::string_view)
 // and returns what that returns.
 template <typename Sink>
-bool write_counter_json(const vrn_counter_info_t &counter, const CounterJsonForm &form,
-                        const CounterRow &row, Sink &sink) {
+[[nodiscard]] bool write_counter_json(const vrn_counter_info_t &counter,
+                                      const CounterJsonForm &form, const CounterRow &row,
+                                      Sink &sink) {
     char text[VALUE_TEXT_ROOM];
     const auto put = [&](const char *end) {
         return sink.string({text, static_cast<std::size_t>(end - text)});

@@ -24,7 +24,7 @@ class CountersJsonWriter {
     // Appends what parson prints for vrn_counters_row_to_json() after vrn_metadata_enrich().
     // Nothing is appended when the metadata would make rows long without reason, which is told by
     // false after an error line, or memory runs out, by std::bad_alloc.
-    bool write(std::uint64_t timestamp, Bytes values, bool microseconds);
+    [[nodiscard]] bool write(std::uint64_t timestamp, Bytes values, bool microseconds);
 
   private:
     template <bool has_metadata>
@@ -51,10 +51,11 @@ class CountersJsonWriter {
         std::string pieces;  // one after the other
     };
 
-    bool write_members(std::uint64_t timestamp, Bytes values, bool microseconds);
+    [[nodiscard]] bool write_members(std::uint64_t timestamp, Bytes values, bool microseconds);
     template <bool has_metadata>
-    bool write_text(std::uint64_t timestamp, const CounterRow &row, bool microseconds);
-    bool write_tree(std::uint64_t timestamp, Bytes values, bool microseconds);
+    [[nodiscard]] bool write_text(std::uint64_t timestamp, const CounterRow &row,
+                                  bool microseconds);
+    [[nodiscard]] bool write_tree(std::uint64_t timestamp, Bytes values, bool microseconds);
 
     const vrn_counters_schema_t &schema_;
     const vrn_metadata_t *metadata_;

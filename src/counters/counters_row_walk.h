@@ -18,7 +18,7 @@ inline const char *counter_group_name(const vrn_counter_group_t &group) {
 }
 
 template <typename Sink>
-bool walk_counter_group(const vrn_counter_group_t &group, Sink &sink) {
+[[nodiscard]] bool walk_counter_group(const vrn_counter_group_t &group, Sink &sink) {
     sink.text("granularity", vrn_counter_group_granularity_name(&group));
     sink.text("name", counter_group_name(group));
     if (!sink.begin_array("counter_sets")) return false;
@@ -34,7 +34,8 @@ bool walk_counter_group(const vrn_counter_group_t &group, Sink &sink) {
 
 // The members of a row's object.
 template <typename Sink>
-bool walk_counters_row(std::uint64_t timestamp, const vrn_counters_schema_t &schema, Sink &sink) {
+[[nodiscard]] bool walk_counters_row(std::uint64_t timestamp, const vrn_counters_schema_t &schema,
+                                     Sink &sink) {
     sink.time(timestamp);
     if (!sink.begin_array("groups")) return false;
     for (std::uint32_t i = 0; i < schema.num_groups; ++i) {

@@ -15,7 +15,7 @@ struct vrn_counters_schema_t {
 
 // Schemas are built once and read only after that: compute offsets and size after the last change.
 // Null, after an error line, when out of memory.
-vrn_counters_schema_t *vrn_counters_schema_create();
+[[nodiscard]] vrn_counters_schema_t *vrn_counters_schema_create();
 void vrn_counters_schema_destroy(vrn_counters_schema_t *schema);  // accepts null
 using vrn_counters_schema_ptr = vrn::CPtr<vrn_counters_schema_t, vrn_counters_schema_destroy>;
 
@@ -24,14 +24,15 @@ using vrn_counters_schema_ptr = vrn::CPtr<vrn_counters_schema_t, vrn_counters_sc
 bool vrn_counters_schema_has_all_texts(const vrn_counters_schema_t *schema);
 
 // Takes over `group` on success. False after an error line when out of memory.
-bool vrn_counters_schema_add_group(vrn_counters_schema_t *schema, vrn_counter_group_t *group);
+[[nodiscard]] bool vrn_counters_schema_add_group(vrn_counters_schema_t *schema,
+                                                 vrn_counter_group_t *group);
 
 // Adds copies of `count` counters to the first group, which is made with `group_name` when there is
 // none, and sets `size` anew; offsets stay for vrn_counters_schema_update_counter_offsets. False
 // for null or empty arguments, and after an error line when out of memory.
-bool vrn_counters_schema_add_counters(vrn_counters_schema_t *schema,
-                                      const vrn_counter_info_t *counters, std::size_t count,
-                                      const char *group_name);
+[[nodiscard]] bool vrn_counters_schema_add_counters(vrn_counters_schema_t *schema,
+                                                    const vrn_counter_info_t *counters,
+                                                    std::size_t count, const char *group_name);
 
 // Bytes of a row: the `length` of each STRING, 16 of a 128-bit integer, 8 of any other counter,
 // whatever its `length`. Repeats of a group don't enter.

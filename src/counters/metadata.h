@@ -28,6 +28,6 @@ void vrn_metadata_free(vrn_metadata_t *metadata);  // accepts null
 using vrn_metadata_ptr = vrn::CPtr<vrn_metadata_t, vrn_metadata_free>;
 
 // The list in the first metadata file of `folder`; null simply means no enrichment.
-vrn_metadata_t *vrn_metadata_load(const char *folder);
+[[nodiscard]] vrn_metadata_t *vrn_metadata_load(const char *folder);
 // The list in a metadata document; null without a line when there is none.
-vrn_metadata_t *vrn_metadata_from_json(const JSON_Value *document);
+[[nodiscard]] vrn_metadata_t *vrn_metadata_from_json(const JSON_Value *document);

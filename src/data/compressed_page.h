@@ -60,9 +60,10 @@ void vrn_pascal_strings_to_source(const void *header, vrn_source_t *source);
 // Writes the header for a stream of `stream_size` bytes of the page's data. Returns its size, or 0
 // after a line when `buffer_size` is too small. A stream above 4 GiB logs a line, but the header is
 // made, with the low 32 bits of the size.
-std::size_t vrn_copy_vrnp_header_into_buffer(const vrn_data_page_t *page,
-                                             vrn_page_encoding_t encoding, std::size_t stream_size,
-                                             void *buffer, std::size_t buffer_size);
+[[nodiscard]] std::size_t vrn_copy_vrnp_header_into_buffer(const vrn_data_page_t *page,
+                                                           vrn_page_encoding_t encoding,
+                                                           std::size_t stream_size, void *buffer,
+                                                           std::size_t buffer_size);
 
 // Writes a copy of `header` with other texts. Returns its size, or 0 after a line when
 // `buffer_size` is too small.

@@ -42,14 +42,14 @@ static_assert(offsetof(vrn_data_file_header_t, magic_end) == 252);
 
 // A zeroed header with magics, version and a `file_size` of 256; the caller frees it. Null: out of
 // memory.
-vrn_data_file_header_t *vrn_data_file_header_create();
+[[nodiscard]] vrn_data_file_header_t *vrn_data_file_header_create();
 using vrn_data_file_header_ptr = vrn::CPtr<vrn_data_file_header_t, std::free>;
 
 // Checks magic, version and `file_size`.
 bool vrn_data_file_header_is_valid(const vrn_data_file_header_t *header);
 
 // vrn_data_file_header_is_valid with a line that tells what is wrong.
-bool vrn_data_file_header_validate(const vrn_data_file_header_t *header);
+[[nodiscard]] bool vrn_data_file_header_validate(const vrn_data_file_header_t *header);
 
 void vrn_data_file_header_print(std::FILE *stream, const vrn_data_file_header_t *header);
 void vrn_data_file_header_print_fields();

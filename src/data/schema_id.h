@@ -18,18 +18,18 @@ void vrn_schema_id_copy(vrn_schema_id_t *to, const vrn_schema_id_t *from);
 int vrn_schema_id_compare(const vrn_schema_id_t *a, const vrn_schema_id_t *b);  // as memcmp
 
 // 32 lower-case digits; the caller frees the text. Null: out of memory.
-char *vrn_schema_id_to_hex(const vrn_schema_id_t *id);
+[[nodiscard]] char *vrn_schema_id_to_hex(const vrn_schema_id_t *id);
 // Writes them into a buffer of VRN_SCHEMA_ID_HEX_SIZE bytes.
 void vrn_schema_id_format(const vrn_schema_id_t *id, char *buffer);
 
 // Reads exactly 32 digits of either case; `id` may be partly written on failure.
-bool vrn_schema_id_from_hex(const char *text, vrn_schema_id_t *id);
+[[nodiscard]] bool vrn_schema_id_from_hex(const char *text, vrn_schema_id_t *id);
 
 // The reserved id of blob data pages, for which no schema exists.
 bool vrn_schema_id_is_blob(const vrn_schema_id_t *id);
 void vrn_schema_id_set_blob(vrn_schema_id_t *id);
 
 // MD5 of a text without its terminator; false for null.
-bool vrn_md5_of_string(const char *text, vrn_schema_id_t *digest);
+[[nodiscard]] bool vrn_md5_of_string(const char *text, vrn_schema_id_t *digest);
 // MD5 of the pretty JSON text of `value`.
-bool vrn_md5_of_json(vrn_schema_id_t *digest, const JSON_Value *value);
+[[nodiscard]] bool vrn_md5_of_json(vrn_schema_id_t *digest, const JSON_Value *value);

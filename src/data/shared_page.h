@@ -21,15 +21,15 @@
 
 // Forms the object's name from `memory`, stores it there, and maps it as vrn_allocate_shared_mem
 // does. 0, or -1 after a line.
-int vrn_allocate_shared_page(vrn_page_memory_t *memory, std::uint64_t size, vrn_data_page_t **page,
-                             std::int32_t *creator_pid);
+[[nodiscard]] int vrn_allocate_shared_page(vrn_page_memory_t *memory, std::uint64_t size,
+                                           vrn_data_page_t **page, std::int32_t *creator_pid);
 
 // Maps `size` bytes of the object `name`; `page` ends with vrn_data_page_free. An object that
 // exists is taken as it is, and `creator_pid` is -1; one of fewer than `size` bytes is refused.
 // Otherwise it is created, zeroed and open to all users, and `creator_pid` is this process.
 // 0, or -1 after a line with a null page.
-int vrn_allocate_shared_mem(const char *name, std::uint64_t size, vrn_data_page_t **page,
-                            std::int32_t *creator_pid);
+[[nodiscard]] int vrn_allocate_shared_mem(const char *name, std::uint64_t size,
+                                          vrn_data_page_t **page, std::int32_t *creator_pid);
 
 // True when `page` is a mapping made here. Reads nothing of the page.
 bool vrn_data_page_is_shared(const vrn_data_page_t *page);

@@ -34,8 +34,8 @@ Bytes parse_metric_names(Bytes range, std::vector<std::string> *metric_names);
 // Adds the histograms of all "HIST" sections of `range`, which becomes the bytes that follow the
 // last one. False after an error line for a malformed section, with `range` as it was; the
 // histograms before it stay. Throws nothing.
-bool parse_histograms(Bytes *range, const std::vector<std::string> &label_values,
-                      HistogramSet *histograms);
+[[nodiscard]] bool parse_histograms(Bytes *range, const std::vector<std::string> &label_values,
+                                    HistogramSet *histograms);
 
 // Name and value of each pair of strings in "CLBL"; a last name without value is left out.
 LabelMap parse_constant_labels(Bytes range);

@@ -45,12 +45,13 @@ struct HistogramSet {
     // Throws std::runtime_error, after an error line, for an unknown id.
     void observe(std::uint64_t id, double value);
 
-    bool serialize(std::uint64_t id, Bytes labels_block, PreallocatedVector *out) const;
-    bool set_report_interval(std::uint64_t id, std::uint64_t interval_ms);
+    [[nodiscard]] bool serialize(std::uint64_t id, Bytes labels_block,
+                                 PreallocatedVector *out) const;
+    [[nodiscard]] bool set_report_interval(std::uint64_t id, std::uint64_t interval_ms);
     void set_report_interval_of_all(std::uint64_t interval_ms);
     bool is_due(std::uint64_t id) const;
-    bool reset(std::uint64_t id);
-    bool remove(std::uint64_t id);
+    [[nodiscard]] bool reset(std::uint64_t id);
+    [[nodiscard]] bool remove(std::uint64_t id);
     bool empty() const { return histograms.empty(); }
 };
 

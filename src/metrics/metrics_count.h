@@ -13,6 +13,6 @@ namespace vrn::metrics {
 using MetricCounts = std::unordered_map<std::string, std::uint64_t>;  // by metric name
 
 // As VrnMetricsParser::count_metrics_from_cntx_blocks().
-bool count_metrics(Bytes range, MetricCounts *counts);
+[[nodiscard]] bool count_metrics(Bytes range, MetricCounts *counts);
 
 }  // namespace vrn::metrics

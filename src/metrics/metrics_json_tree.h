@@ -15,11 +15,12 @@ namespace vrn::metrics {
 // earlier "labels" standing. Without records the object is empty. "@timestamp" has microseconds or
 // milliseconds. The value is the caller's; null after an error line, or silently when there is no
 // memory for the first object.
-JSON_Value *metrics_to_json(const CntxBlockTables &tables, const std::vector<MetricRecord> &records,
-                            bool microsecond_precision);
+[[nodiscard]] JSON_Value *metrics_to_json(const CntxBlockTables &tables,
+                                          const std::vector<MetricRecord> &records,
+                                          bool microsecond_precision);
 
 // One object of one key for each label, in the order of the map. The array is the caller's; null
 // when memory runs out or a text isn't UTF-8.
-JSON_Value *labels_to_json_array(const LabelMap &labels);
+[[nodiscard]] JSON_Value *labels_to_json_array(const LabelMap &labels);
 
 }  // namespace vrn::metrics

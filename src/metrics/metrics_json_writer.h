@@ -29,7 +29,7 @@ class MetricsJsonWriter {
     // Appends what parson prints for metrics_to_json() of the block. Nothing is appended, after
     // an error line, when there is no such tree, which is told by false, or memory runs out, by
     // std::bad_alloc.
-    bool write(bool microseconds, JsonText *text);
+    [[nodiscard]] bool write(bool microseconds, JsonText *text);
 
   private:
     enum class Fit : std::uint8_t { unknown, yes, no };
@@ -37,10 +37,10 @@ class MetricsJsonWriter {
     class MemberWriter;
 
     void read_records();
-    bool find_value_fit(std::uint8_t id);
+    [[nodiscard]] bool find_value_fit(std::uint8_t id);
     bool constants_fit() const;
-    bool check_records() const;
-    bool write_members(bool microseconds, JsonText *text);
+    [[nodiscard]] bool check_records() const;
+    [[nodiscard]] bool write_members(bool microseconds, JsonText *text);
     template <typename Map>
     void set_constant_labels(Map *labels) const {
         for (std::size_t i = 0; i + 1 < constants_.size(); i += 2)

@@ -110,7 +110,8 @@ LabelMap VrnMetricsParser::parse_constant_labels(Bytes range) {
 Bytes VrnMetricsParser::parse_histogram_sections(Bytes range,
                                                  const std::vector<std::string> &label_values,
                                                  HistogramSet *histograms) {
-    parse_histograms(&range, label_values, histograms);
+    // What is left tells whether all were parsed.
+    static_cast<void>(parse_histograms(&range, label_values, histograms));
     return range;
 }
 

@@ -77,7 +77,7 @@ class VrnMetricsParser {
     // Adds to `counts` how often each metric name occurs in the records of all blocks in `range`.
     // Malformed blocks are passed over with a warning. True when at least one block was counted;
     // on a fatal failure `counts` stays as it was.
-    static bool count_metrics_from_cntx_blocks(Bytes range, MetricCounts *counts);
+    [[nodiscard]] static bool count_metrics_from_cntx_blocks(Bytes range, MetricCounts *counts);
 };
 
 }  // namespace vrn::metrics

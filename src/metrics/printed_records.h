@@ -25,7 +25,7 @@ class PrintedRecords {
 
     // The members of the block's object.
     template <typename Sink>
-    bool walk(Sink &sink) const {
+    [[nodiscard]] bool walk(Sink &sink) const {
         if (!has_records_) return true;
         const Record &labelled = last_has_labels_ ? last_ : earlier_labelled_;
         const bool labels_come_last =

@@ -22,7 +22,7 @@ std::vector<std::string> names_of(const LabelSetView &set);
 Bytes read_label_sets(Bytes range, std::vector<LabelSetView> *sets);
 
 // u8 length and text. False, with nothing changed, when the text leaves the reader's bytes.
-bool read_string(ByteReader &reader, std::string_view *string);
+[[nodiscard]] bool read_string(ByteReader &reader, std::string_view *string);
 
 // Finds the first section with the mark `prefix`; `strings` are views into it. Returns the bytes
 // that follow it; without one, no strings and the empty end of the range. Throws

@@ -25,8 +25,8 @@ class CountersOutput {
     bool show(const scan::CountersBlock &block, FileOutput *output);
 
   private:
-    bool print_json(const scan::CountersBlock &block, FileOutput *output);
-    bool print_table(const scan::CountersBlock &block, const FileOutput *output);
+    [[nodiscard]] bool print_json(const scan::CountersBlock &block, FileOutput *output);
+    [[nodiscard]] bool print_table(const scan::CountersBlock &block, const FileOutput *output);
 
     std::weak_ptr<const scan::LoadedSchemas> schemas_;
     const vrn_metadata_t *metadata_ = nullptr;

@@ -6,4 +6,4 @@
 // Appends the regular files below `path` to `data_files`, depth first, in the order the folders
 // give them; links count as what they point at. Paths are cut to 4095 characters. False after a
 // message on standard error; files found before stay in the list.
-bool vrn_reader_add_data_dir(vrn_reader_options_t *options, const char *path);
+[[nodiscard]] bool vrn_reader_add_data_dir(vrn_reader_options_t *options, const char *path);

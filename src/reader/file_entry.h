@@ -21,7 +21,7 @@ void vrn_file_entries_sort(vrn_file_entry_t *entries, std::size_t count,
 
 // Reads the headers of all `data_files` and sorts them by `sort_order`; one entry for each, in a
 // block that ends with vrn_file_entries_free. Null after a line when any header can't be read.
-vrn_file_entry_t *vrn_file_entries_load(const vrn_reader_options_t *options);
+[[nodiscard]] vrn_file_entry_t *vrn_file_entries_load(const vrn_reader_options_t *options);
 
 // Frees the paths and the block; accepts null.
 void vrn_file_entries_free(vrn_file_entry_t *entries, std::size_t count);

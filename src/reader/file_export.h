@@ -39,7 +39,7 @@ class FileExport final : public scan::Visitor {
     void end(bool is_done);
 
     void header(const vrn_data_file_header_t &header) override;
-    bool begin() override;
+    [[nodiscard]] bool begin() override;
     void schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) override;
     scan::PageUse page(const scan::CompressedPage &page) override;
     scan::Next payload(const scan::CompressedPage &page, Bytes bytes) override;

@@ -18,7 +18,7 @@ struct FileOutput {
     void fail(const char *format, ...) const __attribute__((format(printf, 2, 3)));
 
     template <typename Write>
-    bool add_record(Write write) {
+    [[nodiscard]] bool add_record(Write write) {
         return records.add_record(records_out == 0, write);
     }
 };

@@ -22,7 +22,7 @@ class MetricsOutput {
     bool show(Bytes block, FileOutput *output);
 
   private:
-    bool print(Bytes block, FileOutput *output);
+    [[nodiscard]] bool print(Bytes block, FileOutput *output);
 
     std::unique_ptr<metrics::MetricsJsonWriter> writer_;  // made at the first block
 };

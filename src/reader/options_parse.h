@@ -5,7 +5,7 @@
 
 // Fills `options` from the command line and checks it. False: a message is on standard error and
 // the record only fit to be freed. Exits with status 0 on --help and --version.
-bool vrn_reader_options_parse(vrn_reader_options_t *options, int argc, char **argv);
+[[nodiscard]] bool vrn_reader_options_parse(vrn_reader_options_t *options, int argc, char **argv);
 
 // Help text on standard output. False: out of memory, and nothing is printed.
-bool vrn_reader_print_usage();
+[[nodiscard]] bool vrn_reader_print_usage();

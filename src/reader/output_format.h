@@ -4,5 +4,5 @@
 #include "reader/reader_options.h"
 
 // Exact names; false when `name` is unknown, `format` then untouched.
-bool vrn_output_format_from_name(const char *name, vrn_output_format_t *format);
+[[nodiscard]] bool vrn_output_format_from_name(const char *name, vrn_output_format_t *format);
 const char *vrn_output_format_name(vrn_output_format_t format);  // null outside the table

@@ -15,7 +15,7 @@ namespace vrn::reader {
 class PageExport {
   public:
     // Null after a line.
-    static std::unique_ptr<PageExport> create(const char *output_dir);
+    [[nodiscard]] static std::unique_ptr<PageExport> create(const char *output_dir);
 
     // The payloads of a chunk share a page, in which a shorter name leaves the end of an earlier
     // one.
@@ -23,7 +23,7 @@ class PageExport {
 
     // Hands a decoded payload to the data writer, under the names and times of the compressed page
     // header at `header`. False after a line. Throws std::bad_alloc.
-    bool add(const void *header, Bytes payload);
+    [[nodiscard]] bool add(const void *header, Bytes payload);
 
   private:
     PageExport() = default;

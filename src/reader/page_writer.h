@@ -15,5 +15,6 @@ struct vrn_data_writer_t;
 // Fills `page` with a payload, and with the names and times of its compressed page header
 // (`header` points at `header_size`), and hands it to `writer`. False when the payload does not
 // fit, after a line, or when the writer fails.
-bool vrn_reader_page_write(vrn_data_writer_t *writer, const void *payload, std::size_t size,
-                           const void *header, vrn_data_page_t *page);
+[[nodiscard]] bool vrn_reader_page_write(vrn_data_writer_t *writer, const void *payload,
+                                         std::size_t size, const void *header,
+                                         vrn_data_page_t *page);

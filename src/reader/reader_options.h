@@ -37,7 +37,7 @@ struct vrn_reader_options_t {
 };
 
 // Stores the defaults. False: out of memory.
-bool vrn_reader_options_init(vrn_reader_options_t *options);
+[[nodiscard]] bool vrn_reader_options_init(vrn_reader_options_t *options);
 
 // Frees what the record owns and zeroes it.
 void vrn_reader_options_clear(vrn_reader_options_t *options);

@@ -23,7 +23,7 @@ class RecordOutput {
     // Adds what `write` appends to the text that it is given. When that returns false or throws,
     // as it does when memory runs out, nothing is added.
     template <typename Write>
-    bool add_text(Write write) {
+    [[nodiscard]] bool add_text(Write write) {
         Rollback added([this, start = text_.mark()] { text_.rewind(start); });
         if (!write(&text_)) return false;
         added.keep();
@@ -33,7 +33,7 @@ class RecordOutput {
 
     // Adds a JSON record, framed as the format asks. `is_first`: of its file.
     template <typename Write>
-    bool add_record(bool is_first, Write write) {
+    [[nodiscard]] bool add_record(bool is_first, Write write) {
         return add_text([&](JsonText *text) {
             if (is_pretty_ && !is_first) text->append(",\n");
             if (!write(text)) return false;

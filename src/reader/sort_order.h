@@ -24,4 +24,4 @@ void vrn_sort_order_set_default(vrn_sort_order_t *order);
 // Reads up to three keywords between commas; blanks around them and empty ones don't count, and
 // what follows the third is not looked at. False for null and, with no keys, for a text without
 // keywords; false after one line for an unknown keyword, `num_keys` then untouched.
-bool vrn_sort_order_parse(const char *text, vrn_sort_order_t *order);
+[[nodiscard]] bool vrn_sort_order_parse(const char *text, vrn_sort_order_t *order);

@@ -25,11 +25,11 @@ class ByteSource {
 
     // Null when memory runs out or the file can't be opened; errno tells. A folder opens, and fails
     // when it is read.
-    static std::unique_ptr<ByteSource> open_path(const char *path);
+    [[nodiscard]] static std::unique_ptr<ByteSource> open_path(const char *path);
     // Reads from where `descriptor` stands; it is borrowed and stays open.
-    static std::unique_ptr<ByteSource> open_descriptor(int descriptor);
+    [[nodiscard]] static std::unique_ptr<ByteSource> open_descriptor(int descriptor);
     // `bytes` are borrowed and must outlive the source.
-    static std::unique_ptr<ByteSource> open_memory(Bytes bytes);
+    [[nodiscard]] static std::unique_ptr<ByteSource> open_memory(Bytes bytes);
 
     ~ByteSource();
     ByteSource(const ByteSource &) = delete;
@@ -55,8 +55,8 @@ class ByteSource {
     ByteSource() = default;
 
     std::size_t produce(std::uint8_t *to, std::size_t size);
-    bool find_form();
-    bool begin_gzip();
+    [[nodiscard]] bool find_form();
+    [[nodiscard]] bool begin_gzip();
     std::size_t copy_to(std::uint8_t *to, std::size_t size);
     std::size_t inflate_to(std::uint8_t *to, std::size_t size);
     void begin_next_member();

@@ -34,7 +34,7 @@ class DataFileScan {
 
   private:
     bool accepts(FaultKind kind, const char *reason);
-    bool walk_chunks();
+    [[nodiscard]] bool walk_chunks();
     bool walk_chunk(std::size_t size);
     bool end_failed(std::size_t size);
 
@@ -49,6 +49,6 @@ class DataFileScan {
 
 // The scan of one file by one thread, all in one call. False also when the file can't be opened,
 // after fault `header_cut`.
-bool scan_data_file(const char *path, SchemaCache *schemas, Visitor *visitor);
+[[nodiscard]] bool scan_data_file(const char *path, SchemaCache *schemas, Visitor *visitor);
 
 }  // namespace vrn::scan

@@ -16,8 +16,8 @@ inline constexpr std::uint32_t chunk_size_limit = 125829120;  // one above the h
 
 // Reads and checks the header and makes its schemas current. False when the file has failed, or
 // after a fault that the visitor doesn't pass over.
-bool read_file_head(ByteSource *source, SchemasInUse *schemas, Visitor *visitor,
-                    vrn_data_file_header_t *header);
+[[nodiscard]] bool read_file_head(ByteSource *source, SchemasInUse *schemas, Visitor *visitor,
+                                  vrn_data_file_header_t *header);
 
 // Tells of a fault that lies at no block. False when the visitor ends the file.
 bool accepts_fault(FaultKind kind, std::uint64_t offset, const char *reason, Visitor *visitor);

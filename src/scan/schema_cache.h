@@ -17,7 +17,9 @@ class SchemaCache {
 
     explicit SchemaCache(SchemaLoaderOptions options) : loader_(std::move(options)) {}
 
-    bool may_keep(const LoadedSchemas &schemas) const { return loader_.may_keep(schemas); }
+    [[nodiscard]] bool may_keep(const LoadedSchemas &schemas) const {
+        return loader_.may_keep(schemas);
+    }
 
     // Never null; see SchemaLoader::load().
     std::shared_ptr<const LoadedSchemas> get(const SchemaIds &ids);

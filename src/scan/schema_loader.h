@@ -27,22 +27,23 @@ class SchemaLoader {
     explicit SchemaLoader(SchemaLoaderOptions options) : options_(std::move(options)) {}
 
     // True for loads that may stand in for all later ones of the same ids.
-    bool may_keep(const LoadedSchemas &schemas) const {
+    [[nodiscard]] bool may_keep(const LoadedSchemas &schemas) const {
         return schemas.is_quiet || options_.keep_noisy_loads;
     }
 
     // Never null. What goes wrong is told in the result. Throws std::bad_alloc.
-    std::shared_ptr<const LoadedSchemas> load(const SchemaIds &ids) const;
+    [[nodiscard]] std::shared_ptr<const LoadedSchemas> load(const SchemaIds &ids) const;
 
   private:
     struct Filters;
-    bool load_filters(Filters *filters) const;
-    bool load_all(const SchemaIds &ids, LoadedSchemas *schemas) const;
-    bool load_events(const SchemaIds &ids, vrn_type_system_t *system, const Filters &filters) const;
-    bool load_event_schema(vrn_type_system_t *system, const vrn_schema_id_t &id,
-                           const Filters &filters) const;
-    bool load_counters_schema(vrn_type_system_t *system, const vrn_schema_id_t &id,
-                              const Filters &filters) const;
+    [[nodiscard]] bool load_filters(Filters *filters) const;
+    [[nodiscard]] bool load_all(const SchemaIds &ids, LoadedSchemas *schemas) const;
+    [[nodiscard]] bool load_events(const SchemaIds &ids, vrn_type_system_t *system,
+                                   const Filters &filters) const;
+    [[nodiscard]] bool load_event_schema(vrn_type_system_t *system, const vrn_schema_id_t &id,
+                                         const Filters &filters) const;
+    [[nodiscard]] bool load_counters_schema(vrn_type_system_t *system, const vrn_schema_id_t &id,
+                                            const Filters &filters) const;
     std::string path_of(const vrn_schema_id_t &id) const;
 
     SchemaLoaderOptions options_;

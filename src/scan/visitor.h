@@ -73,7 +73,7 @@ class Visitor {
     // The header as it was read, before it is checked.
     virtual void header(const vrn_data_file_header_t & /*header*/) {}
     // Header and schemas are there; false leaves the blocks out, which is no failure.
-    virtual bool begin() { return true; }
+    [[nodiscard]] virtual bool begin() { return true; }
     // A schemas block whose sizes hold.
     virtual void schemas_block(const PlainBlock & /*block*/) {}
     // What events and counters are decoded by from now on.

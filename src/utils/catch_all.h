@@ -5,7 +5,7 @@ namespace vrn {
 
 // True when `action` came to its end; no exception leaves.
 template <typename Action>
-bool catch_all(Action action) {
+[[nodiscard]] bool catch_all(Action action) {
     try {
         action();
         return true;

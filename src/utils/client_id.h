@@ -18,7 +18,7 @@ static_assert(offsetof(vrn_client_id_t, port) == 64);
 
 // The id of this host, with `vrn_get_host_name` as its name; ends with free(). Null without a line
 // when there is no name or no memory.
-vrn_client_id_t *vrn_client_id_create();
+[[nodiscard]] vrn_client_id_t *vrn_client_id_create();
 using vrn_client_id_ptr = vrn::CPtr<vrn_client_id_t, std::free>;
 
 void vrn_client_id_copy(vrn_client_id_t *to, const vrn_client_id_t *from);

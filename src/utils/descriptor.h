@@ -28,7 +28,7 @@ class Descriptor {
     int release() { return std::exchange(file_, -1); }
 
     // False when the kernel tells only now that a write failed.
-    bool close() { return !is_open() || ::close(std::exchange(file_, -1)) == 0; }
+    [[nodiscard]] bool close() { return !is_open() || ::close(std::exchange(file_, -1)) == 0; }
 
   private:
     int file_ = -1;

@@ -33,8 +33,8 @@ void vrn_hca_info_print(std::FILE *stream, const vrn_hca_info_t *array, int coun
 // The document of a node information file: `timestamp` (microseconds; left out when null) and one
 // object per device. On success `text` ends with vrn_hca_info_free_json and `size` is its length;
 // otherwise false after a line.
-bool vrn_hca_info_to_json(const std::uint64_t *timestamp, const vrn_hca_info_t *array, int count,
-                          char **text, std::size_t *size);
+[[nodiscard]] bool vrn_hca_info_to_json(const std::uint64_t *timestamp, const vrn_hca_info_t *array,
+                                        int count, char **text, std::size_t *size);
 void vrn_hca_info_free_json(char *text);  // accepts null
 
 // MD5 of the entries before the first empty one, into VRN_HCA_DIGEST_SIZE bytes.

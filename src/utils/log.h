@@ -69,9 +69,9 @@ void vrn_log_init_from_env();
 
 // Each starts one sink at `level`. False, after a level 7 line, once state was imported.
 bool vrn_init_stderr_logger(std::uint32_t level);
-bool vrn_init_syslog_logger(const char *ident, std::uint32_t level);
+[[nodiscard]] bool vrn_init_syslog_logger(const char *ident, std::uint32_t level);
 // Empties the file at `path`. When it can't be opened the log is on standard error; false.
-bool vrn_init_file_logger(const char *path, std::uint32_t level);
+[[nodiscard]] bool vrn_init_file_logger(const char *path, std::uint32_t level);
 
 // Closes the sink and goes back to standard error.
 void vrn_close_logger();
@@ -89,9 +89,9 @@ vrn_log_callback_t vrn_log_set_thread_taker(vrn_log_callback_t taker);
 vrn_log_callback_t vrn_log_taker_of_thread();
 
 // The caller ends the snapshot with free(); null when out of memory.
-vrn_log_state_t *vrn_log_export_state();
+[[nodiscard]] vrn_log_state_t *vrn_log_export_state();
 // Takes over another module's sink; from then on no sink starts or closes here. False for null.
-bool vrn_log_import_state(const vrn_log_state_t *state);
+[[nodiscard]] bool vrn_log_import_state(const vrn_log_state_t *state);
 
 // Writes `length` bytes at level 7, 16 bytes a line.
 void vrn_log_hexdump(const void *data, std::size_t length);

@@ -38,8 +38,8 @@ class NewFile {
         : folder_(std::move(folder)), name_(std::move(name)) {}
     void open_nameless(mode_t mode);
     void open_named(mode_t mode);
-    bool link(const std::string &name) const;
-    bool link_beside();
+    [[nodiscard]] bool link(const std::string &name) const;
+    [[nodiscard]] bool link_beside();
     void drop_spare();
 
     Descriptor folder_;

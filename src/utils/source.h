@@ -20,16 +20,16 @@ static_assert(offsetof(vrn_source_t, tag) == 64);
 // Fills the VRN_SOURCE_NAME_SIZE bytes at `buffer`, zero-padded, with `name` or, when that is null,
 // with VRN_SOURCE_ID or, when that is unset, with the host's name. A text is cut to 63 characters.
 // False after one line when there is no host name.
-bool vrn_source_get_id(char *buffer, const char *name);
+[[nodiscard]] bool vrn_source_get_id(char *buffer, const char *name);
 
 // A new record with at most 63 characters of `name` and 15 of `tag`; ends with free(). Null: out of
 // memory.
-vrn_source_t *vrn_source_create(const char *name, const char *tag);
+[[nodiscard]] vrn_source_t *vrn_source_create(const char *name, const char *tag);
 using vrn_source_ptr = vrn::CPtr<vrn_source_t, std::free>;
 
 // A new record with the name that vrn_source_get_id gives without one. Null also when it gives
 // none.
-vrn_source_t *vrn_source_create_default(const char *tag);
+[[nodiscard]] vrn_source_t *vrn_source_create_default(const char *tag);
 
 void vrn_source_copy(vrn_source_t *to, const vrn_source_t *from);
 
@@ -37,8 +37,8 @@ void vrn_source_copy(vrn_source_t *to, const vrn_source_t *from);
 int vrn_source_compare(const vrn_source_t *a, const vrn_source_t *b);
 
 // The 64 bytes of `source` and a terminator; the caller frees it. Null: out of memory.
-char *vrn_source_name_dup(const vrn_source_t *source);
+[[nodiscard]] char *vrn_source_name_dup(const vrn_source_t *source);
 
 // Writes "source:tag" and a terminator to the `size` bytes at `buffer`. False after a level 7 line
 // when they don't fit, with nothing written.
-bool vrn_source_to_string(const vrn_source_t *source, char *buffer, std::size_t size);
+[[nodiscard]] bool vrn_source_to_string(const vrn_source_t *source, char *buffer, std::size_t size);

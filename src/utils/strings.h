@@ -16,25 +16,25 @@ int vrn_hex_nibble(char character);
 
 // Reads hexadecimal pairs, '-' skipped anywhere, into `bytes`, which has room for 17. True when
 // exactly 16 bytes were made.
-bool vrn_parse_uuid(const char *text, std::uint8_t *bytes);
+[[nodiscard]] bool vrn_parse_uuid(const char *text, std::uint8_t *bytes);
 
 // Copies a text that may be null, which leaves `to` alone; false when out of memory.
-bool vrn_copy_text(const char *from, char **to);
+[[nodiscard]] bool vrn_copy_text(const char *from, char **to);
 // The text, or an empty one for null.
 inline const char *vrn_text_or_empty(const char *text) {
     return text ? text : "";
 }
 
-char *string_concat(const char *a, const char *b);
+[[nodiscard]] char *string_concat(const char *a, const char *b);
 // `list`, a comma and `token`; a copy of `token` when `list` is null or empty. `list` is not freed.
-char *string_concat_comma_separated_token(const char *list, const char *token);
+[[nodiscard]] char *string_concat_comma_separated_token(const char *list, const char *token);
 
 // Position of match number `index` (from 0, overlaps count) of `needle` in `text`.
-bool find_ith_substr(const char *text, const char *needle, std::size_t index,
-                     std::size_t *position);
+[[nodiscard]] bool find_ith_substr(const char *text, const char *needle, std::size_t index,
+                                   std::size_t *position);
 
 // Text after the last '/', or all of it; null for null or empty.
-char *vrn_path_basename(const char *path);
+[[nodiscard]] char *vrn_path_basename(const char *path);
 
 bool vrn_str_ends_with(const char *text, const char *suffix);
 

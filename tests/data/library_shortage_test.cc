@@ -100,7 +100,8 @@ TEST(LibraryShortage, Records) {
     const vrn_type_system_ptr system(vrn_type_system_create());
     std::uint8_t index = 0;
     for (const std::string &text : {sample_event_schema(), sample_counters_schema()})
-        vrn_type_system_add_schema_from_json_string(system.get(), text.c_str(), &index);
+        ASSERT_EQ(vrn_type_system_add_schema_from_json_string(system.get(), text.c_str(), &index),
+                  0U);
     const std::vector<std::uint8_t> row(64, 'a');
     const vrn_type_definition_t *type = system->schemas[0]->types[1];
     // A text that there is no memory for is a number in the tree, after a line.

@@ -55,7 +55,7 @@ class SharedPage : public ::testing::Test {
     vrn_data_page_t *attach(std::uint64_t size = page_size) const {
         vrn_data_page_t *page = nullptr;
         std::int32_t creator_pid = 0;
-        vrn_allocate_shared_mem(name.c_str(), size, &page, &creator_pid);
+        static_cast<void>(vrn_allocate_shared_mem(name.c_str(), size, &page, &creator_pid));
         return page;
     }
     static vrn_page_memory_t memory_of(const std::string &base) {

@@ -22,7 +22,7 @@ constexpr char no_id[] = "00000000000000000000000000000000";
 
 std::string from_hex(const std::string &hex) {
     vrn_schema_id_t id{};
-    vrn_schema_id_from_hex(hex.c_str(), &id);
+    static_cast<void>(vrn_schema_id_from_hex(hex.c_str(), &id));
     return {reinterpret_cast<const char *>(id.bytes), sizeof id.bytes};
 }
 

@@ -252,8 +252,10 @@ class Archive {
         text(true).copy(header->source_id, sizeof header->source_id);
         text(true).copy(header->source_tag, sizeof header->source_tag);
         header->block_size = chunk_size;
-        vrn_schema_id_from_hex(schema_id('e', schema).c_str(), &header->event_schema_ids[0]);
-        vrn_schema_id_from_hex(schema_id('c', schema).c_str(), &header->counters_schema_id);
+        static_cast<void>(
+            vrn_schema_id_from_hex(schema_id('e', schema).c_str(), &header->event_schema_ids[0]));
+        static_cast<void>(
+            vrn_schema_id_from_hex(schema_id('c', schema).c_str(), &header->counters_schema_id));
         ByteBuilder file;
         file.raw(header.get(), sizeof *header);
         for (std::size_t chunk = 0; chunk < 6; ++chunk) {

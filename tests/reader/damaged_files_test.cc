@@ -31,7 +31,7 @@ class DamagedFiles : public testing::Test {
         vrn_init_stderr_logger(0);
         write_sample_schemas(dir_);
         options_.schema_path = strdup(dir_.file("schema").c_str());
-        vrn_string_array_append(&options_.include_counters, "*");
+        EXPECT_TRUE(vrn_string_array_append(&options_.include_counters, "*"));
         options_.timestamp_lt = UINT64_MAX;
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();

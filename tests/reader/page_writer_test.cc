@@ -39,8 +39,9 @@ TEST(PageWriter, HandsPagesOnUnderTheirNamesAndTimes) {
     const TempDir dir;
     const vrn_client_id_t client = {"host1", 0};
     vrn_data_writer_ptr writer(vrn_data_writer_create(&client));
-    vrn_data_writer_set_data_dir(writer.get(), dir.path().c_str());
-    vrn_data_writer_set_data_path_template(writer.get(), "{{source}}/{{tag}}{{id}}.bin");
+    EXPECT_TRUE(vrn_data_writer_set_data_dir(writer.get(), dir.path().c_str()));
+    EXPECT_TRUE(
+        vrn_data_writer_set_data_path_template(writer.get(), "{{source}}/{{tag}}{{id}}.bin"));
     const std::string long_names = header_bytes({.header_size = 34,
                                                  .source_length = 6,
                                                  .source = "longer",

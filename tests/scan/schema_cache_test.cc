@@ -10,9 +10,9 @@ using Schemas = std::shared_ptr<const scan::LoadedSchemas>;
 
 scan::SchemaIds ids_of(const char *events, const char *counters) {
     vrn_schema_id_t ids[2] = {};
-    vrn_schema_id_from_hex(events, &ids[1]);
+    EXPECT_TRUE(vrn_schema_id_from_hex(events, &ids[1]));
     vrn_schema_id_t counters_id{};
-    vrn_schema_id_from_hex(counters, &counters_id);
+    EXPECT_TRUE(vrn_schema_id_from_hex(counters, &counters_id));
     return scan::make_schema_ids(ids, 2, counters_id);  // the zero id is left out
 }
 

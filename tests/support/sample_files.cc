@@ -33,7 +33,7 @@ std::string counters_block() {
 
 std::string schemas_block() {
     vrn_schema_id_t id{};
-    vrn_schema_id_from_hex(sample_events_id, &id);
+    static_cast<void>(vrn_schema_id_from_hex(sample_events_id, &id));
     ByteBuilder block;
     block.text("VRNS").u16(256).u16(1).zeros(8).raw(&id, sizeof id);
     return block.pad_to(256).done();
@@ -65,8 +65,8 @@ std::string sample_file_header(std::uint32_t chunk_size) {
     const vrn_data_file_header_ptr header(vrn_data_file_header_create());
     std::strcpy(header->source_id, "node1");
     header->block_size = chunk_size;
-    vrn_schema_id_from_hex(sample_events_id, &header->event_schema_ids[0]);
-    vrn_schema_id_from_hex(sample_counters_id, &header->counters_schema_id);
+    static_cast<void>(vrn_schema_id_from_hex(sample_events_id, &header->event_schema_ids[0]));
+    static_cast<void>(vrn_schema_id_from_hex(sample_counters_id, &header->counters_schema_id));
     return ByteBuilder().raw(header.get(), sizeof *header).done();
 }
 

@@ -8,7 +8,8 @@ namespace vrn::test {
 
 inline vrn_string_array_ptr make_array(const Lines &texts) {
     vrn_string_array_t *array = vrn_string_array_create();
-    for (const std::string &text : texts) vrn_string_array_append(&array, text.c_str());
+    for (const std::string &text : texts)
+        EXPECT_TRUE(vrn_string_array_append(&array, text.c_str()));
     return vrn_string_array_ptr(array);
 }
 

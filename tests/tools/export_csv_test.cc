@@ -15,7 +15,8 @@ class CsvFormat : public testing::Test {
     std::shared_ptr<const scan::LoadedSchemas> load(const std::string &event_digits) {
         scan::SchemaIds ids{};
         for (const char digit : event_digits)
-            vrn_schema_id_from_hex(std::string(32, digit).c_str(), &ids.events[ids.num_events++]);
+            EXPECT_TRUE(vrn_schema_id_from_hex(std::string(32, digit).c_str(),
+                                               &ids.events[ids.num_events++]));
         return cache_.get(ids);
     }
     void write_schema(char digit, const std::string &types) {
@@ -37,7 +38,7 @@ TEST_F(CsvFormat, WritesATableForEachKindOfRow) {
     test::write_odd_schemas(dir_);
     const auto format = make_format({.kind = FormatKind::csv, .iso_times = true});
     scan::SchemaIds ids = load("1")->ids;
-    vrn_schema_id_from_hex(test::sample_counters_id, &ids.counters);
+    EXPECT_TRUE(vrn_schema_id_from_hex(test::sample_counters_id, &ids.counters));
     format->learn(*cache_.get(ids));
     const double infinity = std::numeric_limits<double>::infinity();
     test::ExportedFile file = test::export_file(
@@ -82,7 +83,7 @@ TEST_F(CsvFormat, JoinsTheColumnsOfAllSchemasWhateverTheirOrder) {
             return test::ByteBuilder().text("VRNE").u64(5).u8(0).u16(type).u8(1).text(row).done();
         };
         vrn_schema_id_t id{};
-        vrn_schema_id_from_hex(std::string(32, '3').c_str(), &id);
+        EXPECT_TRUE(vrn_schema_id_from_hex(std::string(32, '3').c_str(), &id));
         test::ByteBuilder schemas;
         schemas.text("VRNS").u16(256).u16(1).zeros(8).raw(&id, sizeof id).pad_to(256);
         test::ExportedFile file =

@@ -124,7 +124,7 @@ class MemoryFile {
 
 vrn_schema_id_t id_of(const std::string &schema) {
     vrn_schema_id_t id{};
-    vrn_md5_of_string(schema.c_str(), &id);
+    EXPECT_TRUE(vrn_md5_of_string(schema.c_str(), &id));
     return id;
 }
 

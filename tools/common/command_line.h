@@ -40,8 +40,8 @@ std::string help_text(const CommandLine &line);
 
 // Hands each option of `argv` to its row, in order, and returns the operands; none when help is
 // asked for. Throws UsageError.
-std::optional<std::vector<std::string>> parse_command_line(const CommandLine &line, int argc,
-                                                           char **argv);
+[[nodiscard]] std::optional<std::vector<std::string>> parse_command_line(const CommandLine &line,
+                                                                         int argc, char **argv);
 
 // The number that `text` is, decimal, octal or hexadecimal. Throws BadValue outside of `min` to
 // `max`.

@@ -31,6 +31,7 @@ struct InputFile {
 // that are no data files by either end of their header are passed over with a line at information
 // level. Links are followed, and no folder is entered twice. False, after error lines, when
 // something can't be reached or listed; all the rest is appended.
-bool find_input_files(const std::vector<std::string> &operands, std::vector<InputFile> *files);
+[[nodiscard]] bool find_input_files(const std::vector<std::string> &operands,
+                                    std::vector<InputFile> *files);
 
 }  // namespace vrn::tool

@@ -50,8 +50,8 @@ class FileCheck final : public scan::Visitor {
   private:
     void scan_file();
     void check_size();
-    bool check_schema(const vrn_schema_id_t &id, const scan::Place &place);
-    bool check_head(const scan::Place &place, std::size_t size);
+    [[nodiscard]] bool check_schema(const vrn_schema_id_t &id, const scan::Place &place);
+    [[nodiscard]] bool check_head(const scan::Place &place, std::size_t size);
     void check_time(std::uint64_t time, const scan::Place &place);
     scan::Next refuse_header(const scan::Fault &fault);
     scan::Next refuse_schemas(const scan::Fault &fault);

@@ -17,7 +17,7 @@ class OrderedOutput {
     explicit OrderedOutput(std::size_t max_ahead) : max_ahead_(max_ahead) {}
 
     // Waits until `piece` may begin. False when the run has ended: a write failed.
-    bool begin(std::size_t piece);
+    [[nodiscard]] bool begin(std::size_t piece);
     // Waits for the turn of the piece, then writes at once.
     void append(std::size_t piece, const std::string &text);
     // Hands over the last text of the piece.

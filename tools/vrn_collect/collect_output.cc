@@ -140,7 +140,7 @@ void CollectOutput::add_source(const std::string &name, const PageSettings &coun
 }
 
 void CollectOutput::add(const ProcSample &sample) {
-    schemas_.restore();  // what fails here fails in finish() too
+    static_cast<void>(schemas_.restore());  // what fails here fails in finish() too
     const std::uint64_t now = sample.timestamp;
     const std::string counters = make_counters_block(sample, *counters_schema_);
     const std::vector<std::string> events = make_event_blocks(sample);

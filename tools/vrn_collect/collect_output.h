@@ -31,7 +31,7 @@ class CollectOutput {
 
     // Stores what is gathered and ends all files. False, after a line on standard error for each
     // kind of loss, when not everything was stored.
-    bool finish();
+    [[nodiscard]] bool finish();
 
   private:
     void add_source(const std::string &name, const PageSettings &counters,

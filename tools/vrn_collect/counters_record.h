@@ -9,7 +9,7 @@
 namespace vrn::collect {
 
 // Schema with one counter for each number of `sample`; all are 8 bytes wide.
-vrn_counters_schema_ptr make_counters_schema(const ProcSample &sample);
+[[nodiscard]] vrn_counters_schema_ptr make_counters_schema(const ProcSample &sample);
 
 // The block of `sample` for a schema made from a sample of the same devices.
 std::string make_counters_block(const ProcSample &sample, const vrn_counters_schema_t &schema);

@@ -47,7 +47,7 @@ void PageOutput::add_block(const std::string &block, std::uint64_t first, std::u
 void PageOutput::flush() {
     const vrn_data_page_ptr page = std::move(page_);
     // A page that is lost is counted by the writer, and told when the run ends.
-    if (page) vrn_data_writer_write_page(writer_, page.get(), nullptr);
+    if (page) static_cast<void>(vrn_data_writer_write_page(writer_, page.get(), nullptr));
 }
 
 void PageOutput::begin_page(std::uint64_t first) {

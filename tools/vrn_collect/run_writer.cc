@@ -167,8 +167,9 @@ vrn_data_writer_ptr make_run_writer(const CollectOptions &options,
         !vrn_data_writer_set_data_dir(writer.get(), (options.output_dir + "/data").c_str()))
         throw std::bad_alloc();
     // Before the first page, which makes the first file with what is set by then.
-    vrn_data_writer_set_keep_files_open(writer.get(), settings.keep_files_open);
-    vrn_data_writer_set_write_nodeinfo(writer.get(), settings.write_nodeinfo);
+    if (!vrn_data_writer_set_keep_files_open(writer.get(), settings.keep_files_open) ||
+        !vrn_data_writer_set_write_nodeinfo(writer.get(), settings.write_nodeinfo))
+        throw std::bad_alloc();
     set_filter(writer.get(), settings, streams);
     const std::vector<StreamPlan> kept = kept_streams(writer.get(), streams);
     set_templates(writer.get(), settings, streams);

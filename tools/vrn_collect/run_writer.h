@@ -20,7 +20,7 @@ struct StreamPlan {
 // A writer of DIR/data under the limits, templates and filters of `options`. Touches no file.
 // Throws tool::UsageError when the options keep nothing, would store what can't be read or
 // contradict each other, and std::runtime_error for files of names that can't be read.
-vrn_data_writer_ptr make_run_writer(const CollectOptions &options,
-                                    const std::vector<StreamPlan> &streams);
+[[nodiscard]] vrn_data_writer_ptr make_run_writer(const CollectOptions &options,
+                                                  const std::vector<StreamPlan> &streams);
 
 }  // namespace vrn::collect

@@ -18,16 +18,16 @@ class SchemaFiles {
     vrn_schema_id_t add(vrn_json_value_ptr schema);
 
     // False, after a line, when one can't be stored.
-    bool store();
+    [[nodiscard]] bool store();
     // Stores those that are gone: without its schema no data can be read. False as above.
-    bool restore();
+    [[nodiscard]] bool restore();
 
   private:
     struct Schema {
         vrn_json_value_ptr json;
         std::string path;
     };
-    bool store(const Schema &schema);
+    [[nodiscard]] bool store(const Schema &schema);
 
     std::string dir_;
     std::vector<Schema> schemas_;

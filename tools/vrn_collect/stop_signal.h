@@ -15,6 +15,6 @@ void catch_stop_signals();
 void let_writes_fail();
 
 // Sleeps until `time`. True as soon as a signal has come, also before this call.
-bool wait_for_stop_signal(std::chrono::steady_clock::time_point time);
+[[nodiscard]] bool wait_for_stop_signal(std::chrono::steady_clock::time_point time);
 
 }  // namespace vrn::collect

@@ -17,7 +17,8 @@ struct vrn_schema_t {
 };
 
 // Schema without types or parent; `provider_name` is copied and may be null. Null: out of memory.
-vrn_schema_t *vrn_schema_create(const char *provider_name, std::uint32_t provider_version);
+[[nodiscard]] vrn_schema_t *vrn_schema_create(const char *provider_name,
+                                              std::uint32_t provider_version);
 void vrn_schema_destroy(vrn_schema_t *schema);  // accepts null; leaves the parent alone
 using vrn_schema_ptr = vrn::CPtr<vrn_schema_t, vrn_schema_destroy>;
 
@@ -26,7 +27,7 @@ const char *vrn_schema_provider_text(const vrn_schema_t *schema);
 
 // Moves `type` into the next free place. False, the type destroyed, when all VRN_MAX_TYPES are
 // taken or out of memory.
-bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type);
+[[nodiscard]] bool vrn_schema_append_type(vrn_schema_t *schema, vrn_type_definition_ptr type);
 
 // First type called `name` in the schema, then in its parents, so that a schema's own type hides a
 // built-in one. Borrowed; null when there is none, as for a null `name`.
@@ -36,7 +37,8 @@ std::uint64_t vrn_schema_type_size(const vrn_schema_t *schema, const char *name)
 
 // Binds each field's `type` by its `type_name`. False after one error line at the first name that
 // is found nowhere: that field is then unbound and those after it are untouched.
-bool vrn_schema_resolve_type_fields(const vrn_schema_t *schema, vrn_type_definition_t *type);
+[[nodiscard]] bool vrn_schema_resolve_type_fields(const vrn_schema_t *schema,
+                                                  vrn_type_definition_t *type);
 
 // Appends the built-in types in table order, as far as there is room. False: out of memory.
-bool vrn_schema_add_builtin_types(vrn_schema_t *schema);
+[[nodiscard]] bool vrn_schema_add_builtin_types(vrn_schema_t *schema);

@@ -44,7 +44,8 @@ struct vrn_type_field_info_t {
 };
 
 // Unresolved field at offset 0 with a `type_size` of 0. Null: out of memory.
-vrn_type_field_definition_t *vrn_field_definition_create(const vrn_type_field_info_t *info);
+[[nodiscard]] vrn_type_field_definition_t *vrn_field_definition_create(
+    const vrn_type_field_info_t *info);
 void vrn_field_definition_destroy(vrn_type_field_definition_t *field);  // accepts null
 using vrn_field_definition_ptr =
     vrn::CPtr<vrn_type_field_definition_t, vrn_field_definition_destroy>;
@@ -54,12 +55,13 @@ void vrn_field_definition_bind(vrn_type_field_definition_t *field,
                                const vrn_type_definition_t *type);
 
 // Composite type of size 0 without fields or room for any. Null: out of memory.
-vrn_type_definition_t *vrn_type_definition_create(const char *name);
+[[nodiscard]] vrn_type_definition_t *vrn_type_definition_create(const char *name);
 void vrn_type_definition_destroy(vrn_type_definition_t *type);  // accepts null
 using vrn_type_definition_ptr = vrn::CPtr<vrn_type_definition_t, vrn_type_definition_destroy>;
 
 // Makes room for `max_fields` fields in a new type. False: out of memory.
-bool vrn_type_definition_reserve(vrn_type_definition_t *type, std::uint16_t max_fields);
+[[nodiscard]] bool vrn_type_definition_reserve(vrn_type_definition_t *type,
+                                               std::uint16_t max_fields);
 // Moves `field` after the others; room for it must have been reserved. Returns it, borrowed.
 vrn_type_field_definition_t *vrn_type_definition_append(vrn_type_definition_t *type,
                                                         vrn_field_definition_ptr field);

@@ -16,4 +16,4 @@ inline constexpr std::uint64_t VRN_MAX_NAME_BYTES_PER_BYTE = 256;
 // lies within its type, and that neither overlapping fields nor long names blow up the output.
 // False after one error line at the first type that fails; the fields of that type and of those
 // after it then have a null `type`, so that nothing is decoded by them.
-bool vrn_schema_link_types(vrn_schema_t *schema);
+[[nodiscard]] bool vrn_schema_link_types(vrn_schema_t *schema);

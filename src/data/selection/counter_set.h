@@ -13,10 +13,11 @@ class ProviderCounterSet {
   public:
     // Also sets the name. Comment lines "# tag = value" of the tags named are kept; the first tag
     // that fits a line takes it. False after one line.
-    bool loadFromFile(const char *filename, std::span<const std::string> tag_names = {});
+    [[nodiscard]] bool loadFromFile(const char *filename,
+                                    std::span<const std::string> tag_names = {});
     // False when the lines hold no counter pattern.
-    bool loadFromLines(std::span<const std::string> lines,
-                       std::span<const std::string> tag_names = {});
+    [[nodiscard]] bool loadFromLines(std::span<const std::string> lines,
+                                     std::span<const std::string> tag_names = {});
 
     const std::string &name() const { return name_; }
     bool is_initialized() const { return !counter_pattern_to_alias_.empty(); }

@@ -13,9 +13,9 @@
 class ProviderFieldSet {
   public:
     // Also sets the name. False after one line.
-    bool loadFromFile(const char *filename);
+    [[nodiscard]] bool loadFromFile(const char *filename);
     // False when the lines hold no type pattern.
-    bool loadFromLines(std::span<const std::string> lines);
+    [[nodiscard]] bool loadFromLines(std::span<const std::string> lines);
 
     const std::string &name() const { return name_; }
     bool is_initialized() const { return !type_patterns_.empty(); }

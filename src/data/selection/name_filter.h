@@ -29,8 +29,8 @@ vrn_string_array_t *vrn_string_array_filter(const vrn_string_array_t *names,
 
 // New sorted array of the names that `include` matches and `exclude` doesn't, and of all items of
 // `mandatory`; repeats go only if there are mandatory items. Null after an error line.
-vrn_string_array_t *vrn_match_counter_names(const vrn_string_array_t *names,
-                                            const vrn_string_array_t *include,
-                                            const vrn_string_array_t *exclude,
-                                            const vrn_string_array_t *mandatory,
-                                            std::uint32_t mode);
+[[nodiscard]] vrn_string_array_t *vrn_match_counter_names(const vrn_string_array_t *names,
+                                                          const vrn_string_array_t *include,
+                                                          const vrn_string_array_t *exclude,
+                                                          const vrn_string_array_t *mandatory,
+                                                          std::uint32_t mode);

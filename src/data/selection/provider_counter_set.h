@@ -13,16 +13,17 @@ struct vrn_provider_counter_set_t {
     ProviderCounterSet *set;  // owned
 };
 
-vrn_provider_counter_set_t *vrn_provider_counter_set_create();
+[[nodiscard]] vrn_provider_counter_set_t *vrn_provider_counter_set_create();
 void vrn_provider_counter_set_destroy(vrn_provider_counter_set_t *set);  // accepts null
 using vrn_provider_counter_set_ptr =
     vrn::CPtr<vrn_provider_counter_set_t, vrn_provider_counter_set_destroy>;
 
 // Replace the entries. False also when there are no entries in the file or lines.
-bool vrn_provider_counter_set_init_from_file(vrn_provider_counter_set_t *set,
-                                             const char *cset_filename);
-bool vrn_provider_counter_set_init_from_lines(vrn_provider_counter_set_t *set,
-                                              const char *const *lines, std::size_t num_lines);
+[[nodiscard]] bool vrn_provider_counter_set_init_from_file(vrn_provider_counter_set_t *set,
+                                                           const char *cset_filename);
+[[nodiscard]] bool vrn_provider_counter_set_init_from_lines(vrn_provider_counter_set_t *set,
+                                                            const char *const *lines,
+                                                            std::size_t num_lines);
 
 bool vrn_provider_counter_set_should_include_counter(const vrn_provider_counter_set_t *set,
                                                      const char *counter_name);

@@ -13,16 +13,17 @@ struct vrn_provider_field_set_t {
     ProviderFieldSet *set;  // owned
 };
 
-vrn_provider_field_set_t *vrn_provider_field_set_create();
+[[nodiscard]] vrn_provider_field_set_t *vrn_provider_field_set_create();
 void vrn_provider_field_set_destroy(vrn_provider_field_set_t *set);  // accepts null
 using vrn_provider_field_set_ptr =
     vrn::CPtr<vrn_provider_field_set_t, vrn_provider_field_set_destroy>;
 
 // Replace the entries. False also when there are no entries in the file or lines.
-bool vrn_provider_field_set_init_from_file(vrn_provider_field_set_t *set,
-                                           const char *fset_filename);
-bool vrn_provider_field_set_init_from_lines(vrn_provider_field_set_t *set, const char *const *lines,
-                                            std::size_t num_lines);
+[[nodiscard]] bool vrn_provider_field_set_init_from_file(vrn_provider_field_set_t *set,
+                                                         const char *fset_filename);
+[[nodiscard]] bool vrn_provider_field_set_init_from_lines(vrn_provider_field_set_t *set,
+                                                          const char *const *lines,
+                                                          std::size_t num_lines);
 
 bool vrn_provider_field_set_should_include_field(const vrn_provider_field_set_t *set,
                                                  const char *type_name, const char *field_name);

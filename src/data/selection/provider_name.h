@@ -12,9 +12,9 @@ struct vrn_provider_options_t {
 
 // Name in "lib<name>_provider.so" or "libevents_<name>_provider.so", for the caller to free. False,
 // without a line, for any other text.
-bool vrn_provider_name_from_file_name(const char *file_name, char **out_name);
+[[nodiscard]] bool vrn_provider_name_from_file_name(const char *file_name, char **out_name);
 // Takes the name from what follows the last '/'.
-bool vrn_provider_name_from_path(const char *path, char **out_name);
+[[nodiscard]] bool vrn_provider_name_from_path(const char *path, char **out_name);
 
 // True when wildcards of `enabled` match and none of `disabled`; a warning when both do.
 bool vrn_provider_is_enabled(const char *name, const vrn_string_array_t *enabled,

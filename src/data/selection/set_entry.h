@@ -36,8 +36,9 @@ struct EntryFailure {
 
 // False after one error line for the first argument that is missing.
 template <typename Handle>
-bool check_arguments(const char *function, const SetTexts &texts, const Handle *handle,
-                     std::initializer_list<TextArgument> arguments) {
+[[nodiscard]] bool check_arguments(const char *function, const SetTexts &texts,
+                                   const Handle *handle,
+                                   std::initializer_list<TextArgument> arguments) {
     if (!handle) {
         VRN_LOG(VRN_LOG_ERROR, "[%s] missing %s parameter", function, texts.parameter);
         return false;
@@ -69,7 +70,7 @@ Result result_or_log(const EntryFailure &entry, Result fallback, Call call) {
 }
 
 template <typename Handle>
-Handle *create_set(const char *function, const SetTexts &texts) {
+[[nodiscard]] Handle *create_set(const char *function, const SetTexts &texts) {
     using Set = std::remove_pointer_t<decltype(Handle::set)>;
     std::unique_ptr<Handle> handle(new (std::nothrow) Handle{});
     if (!handle) {
@@ -89,8 +90,9 @@ void destroy_set(Handle *handle) {
 }
 
 template <typename Handle>
-bool init_set_from_lines(const EntryFailure &entry, const SetTexts &texts, Handle *handle,
-                         const char *const *lines, std::size_t num_lines) {
+[[nodiscard]] bool init_set_from_lines(const EntryFailure &entry, const SetTexts &texts,
+                                       Handle *handle, const char *const *lines,
+                                       std::size_t num_lines) {
     if (!check_arguments(entry.function, texts, handle, {})) return false;
     if (num_lines == 0) {
         VRN_LOG(VRN_LOG_ERROR, "[%s] num_lines is 0", entry.function);

@@ -23,6 +23,6 @@ std::optional<std::vector<std::string>> read_set_file(const SetFileKind &kind, c
                                                       std::string *name);
 
 // True when there are entries; false after a warning.
-bool check_set_has_patterns(bool has_patterns, const char *filename);
+[[nodiscard]] bool check_set_has_patterns(bool has_patterns, const char *filename);
 
 }  // namespace vrn

@@ -106,8 +106,8 @@ template <typename Make>
 JSON_Value *made_value(Make make) {
     TreeSink sink;
     bool is_made = false;
-    vrn::catch_all([&] { is_made = make(sink); });
-    return is_made ? sink.release() : nullptr;
+    if (!vrn::catch_all([&] { is_made = make(sink); }) || !is_made) return nullptr;
+    return sink.release();
 }
 
 // What `walk`, given an EventWalk, makes.

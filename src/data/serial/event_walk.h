@@ -56,7 +56,7 @@ class EventWalk {
   public:
     EventWalk(Sink &sink, bool convert_guids) : sink_(sink), convert_guids_(convert_guids) {}
 
-    bool record(const vrn_type_definition_t &type, const void *record) {
+    [[nodiscard]] bool record(const vrn_type_definition_t &type, const void *record) {
         if (!sink_.begin_object(type)) return false;
         for (std::uint16_t i = 0; i < type.num_fields; ++i) {
             const vrn_type_field_definition_t &field = *type.fields[i];
@@ -71,12 +71,12 @@ class EventWalk {
         return array(field, data);
     }
 
-    bool element(const vrn_type_field_definition_t &field, const void *data) {
+    [[nodiscard]] bool element(const vrn_type_field_definition_t &field, const void *data) {
         if (field.form == VRN_VALUE_RECORD) return record(*field.type, data);
         return walk_value(field.form, field.spare_bits, data, sink_);
     }
 
-    bool array(const vrn_type_field_definition_t &field, const void *data) {
+    [[nodiscard]] bool array(const vrn_type_field_definition_t &field, const void *data) {
         sink_.begin_array();
         for (std::uint64_t i = 0; i < field.array_length; ++i) {
             sink_.element();
@@ -94,7 +94,7 @@ class EventWalk {
         return type.builtin_id == VRN_BUILTIN_CHAR || type.builtin_id == VRN_BUILTIN_UCHAR;
     }
 
-    bool member(const vrn_type_field_definition_t &field, const void *data) {
+    [[nodiscard]] bool member(const vrn_type_field_definition_t &field, const void *data) {
         // Without a type nobody checked the offset.
         if (!field.type || !field.json_name.key) return false;
         sink_.key(field);
@@ -106,7 +106,7 @@ class EventWalk {
     }
 
     // The printable characters before the first one that isn't; a NUL ends the text like any other.
-    bool text(const vrn_type_field_definition_t &field, const void *data) {
+    [[nodiscard]] bool text(const vrn_type_field_definition_t &field, const void *data) {
         const std::size_t length = printable_length(at(data, 0), field.array_length);
         if (sink_.string({static_cast<const char *>(data), length})) return true;
         VRN_LOG(VRN_LOG_ERROR, "Failed to serialize field %s of type %s[%u] as string",

@@ -15,7 +15,8 @@
 
 // Field list of one event record of `type->size` bytes, without measurement, tags or time; empty
 // for a type without fields. The caller frees the text; null or std::bad_alloc: out of memory.
-char *vrn_influx_serialize_event(const vrn_type_definition_t *type, const void *record);
+[[nodiscard]] char *vrn_influx_serialize_event(const vrn_type_definition_t *type,
+                                               const void *record);
 
 namespace vrn::data {
 

@@ -15,5 +15,5 @@ struct vrn_json_name_t {
 inline constexpr std::size_t VRN_JSON_KEY_STEP = 32;
 
 // False: out of memory; `name` is left empty.
-bool vrn_json_name_init(vrn_json_name_t *name, const char *text);
+[[nodiscard]] bool vrn_json_name_init(vrn_json_name_t *name, const char *text);
 void vrn_json_name_clear(vrn_json_name_t *name);

@@ -95,8 +95,8 @@ class JsonText : public TextBuffer {
     }
 
     // False, with nothing written, for a NaN or an infinity.
-    bool number(double value);
-    bool number(float value) { return number(static_cast<double>(value)); }
+    [[nodiscard]] bool number(double value);
+    [[nodiscard]] bool number(float value) { return number(static_cast<double>(value)); }
     // Any integer, printed as the double nearest to it.
     template <typename T>
     requires std::is_integral_v<T>
@@ -110,10 +110,12 @@ class JsonText : public TextBuffer {
     // "0x" and 16 digits, in quotes.
     void hex(std::uint64_t value);
     // False, with nothing written, when `text` isn't UTF-8.
-    bool string(std::string_view text) { return append_checked_json_string(text, this); }
+    [[nodiscard]] bool string(std::string_view text) {
+        return append_checked_json_string(text, this);
+    }
 
     // A whole parson value; false when parson can't print it.
-    bool tree(const JSON_Value *value);
+    [[nodiscard]] bool tree(const JSON_Value *value);
 
   private:
     // Copies are made in whole steps; what is copied must be readable so far after its end.
@@ -136,7 +138,7 @@ class JsonText : public TextBuffer {
         is_empty_ = 0;
         return out;
     }
-    char *write_prepared(char *out, const char *key, std::size_t size) {
+    [[nodiscard]] char *write_prepared(char *out, const char *key, std::size_t size) {
         out = copy_in_steps(out, key + is_empty_, size - is_empty_);
         is_empty_ = 0;
         return out;

@@ -7,8 +7,8 @@
 
 // Text of microseconds since the epoch, with 6 or 3 digits after the point, which the caller frees;
 // null when the time can't be broken down.
-char *vrn_format_timestamp(std::uint64_t timestamp, bool microseconds);
-char *vrn_format_timestamp_ms(std::uint64_t timestamp);
+[[nodiscard]] char *vrn_format_timestamp(std::uint64_t timestamp, bool microseconds);
+[[nodiscard]] char *vrn_format_timestamp_ms(std::uint64_t timestamp);
 
 namespace vrn {
 
@@ -20,7 +20,7 @@ class LocalTimeText {
     std::string_view of(std::uint64_t timestamp, bool microseconds);
 
   private:
-    bool begin_second(std::uint64_t second);
+    [[nodiscard]] bool begin_second(std::uint64_t second);
 
     std::uint64_t second_ = UINT64_MAX;  // that `text_` begins with; none of a timestamp
     std::size_t prefix_size_ = 0;        // up to the point

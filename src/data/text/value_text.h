@@ -38,10 +38,10 @@ constexpr bool is_plain_format(std::uint32_t format) {
 }  // namespace vrn
 
 // Heap texts of values, which the caller frees; null when out of memory.
-char *vrn_format_uint64_string(std::uint64_t value, std::uint32_t format);
-char *vrn_format_int64_string(std::int64_t value, std::uint32_t format);
-char *vrn_format_double_string(std::uint32_t format, double value);
+[[nodiscard]] char *vrn_format_uint64_string(std::uint64_t value, std::uint32_t format);
+[[nodiscard]] char *vrn_format_int64_string(std::int64_t value, std::uint32_t format);
+[[nodiscard]] char *vrn_format_double_string(std::uint32_t format, double value);
 // 16 bytes; null for null.
-char *vrn_format_uint128_string(const void *data, std::uint32_t format);
-char *vrn_format_int128_string(const void *data, std::uint32_t format);
-char *vrn_format_guid_string(std::uint64_t value);
+[[nodiscard]] char *vrn_format_uint128_string(const void *data, std::uint32_t format);
+[[nodiscard]] char *vrn_format_int128_string(const void *data, std::uint32_t format);
+[[nodiscard]] char *vrn_format_guid_string(std::uint64_t value);

@@ -79,7 +79,8 @@ bool create_empty(vrn_data_file_t *file) {
 
 void continue_existing(vrn_data_file_t *file) {
     VRN_LOG(VRN_LOG_DEBUG, "[data_file] Append data to an existing file %s", file->path.c_str());
-    vrn_data_file_read_size(file);
+    // A file that can't be looked at counts as empty here, and its next append tells why.
+    static_cast<void>(vrn_data_file_read_size(file));
 }
 
 }  // namespace
@@ -137,7 +138,8 @@ bool vrn_data_file_needs_rotation(const vrn_data_file_t *file, std::uint64_t fir
 
 bool vrn_data_file_rotate(vrn_data_file_t *file, std::uint64_t first_ts, std::uint64_t last_ts) {
     if (!vrn_data_file_needs_rotation(file, first_ts, last_ts)) return false;
-    if (!file->path.empty()) vrn_data_file_update_header(file);
+    // A header that fails was told, and must not keep the next file from being made.
+    if (!file->path.empty()) static_cast<void>(vrn_data_file_update_header(file));
     name_next_file(file, first_ts);
     if (file->path.empty()) return true;
     if (!confine(file)) return give_up_rotation(file);
@@ -152,7 +154,7 @@ bool vrn_data_file_rotate(vrn_data_file_t *file, std::uint64_t first_ts, std::ui
 
 void vrn_data_file_finish(vrn_data_file_t *file) {
     if (file->path.empty()) return;
-    vrn_data_file_update_header(file);
+    static_cast<void>(vrn_data_file_update_header(file));  // told; the file ends all the same
     file->path.clear();
 }
 

@@ -23,9 +23,9 @@ void vrn_data_file_destroy(vrn_data_file_t *file);
 // Appends `size` bytes of whole blocks that span `first_ts` to `last_ts` to the current file, or to
 // a new one when it is time. Returns the bytes written or 0. `rotated`, which may be null, tells
 // whether a new current file was set up. Throws what vrn_data_file_expand_path throws.
-std::uint64_t vrn_data_file_write(vrn_data_file_t *file, std::uint64_t first_ts,
-                                  std::uint64_t last_ts, const void *data, std::uint64_t size,
-                                  bool *rotated);
+[[nodiscard]] std::uint64_t vrn_data_file_write(vrn_data_file_t *file, std::uint64_t first_ts,
+                                                std::uint64_t last_ts, const void *data,
+                                                std::uint64_t size, bool *rotated);
 
 // Writes `data` and then `padding` zeros, which need neither memory nor room on the disk.
 // Returns the bytes of both or 0.
@@ -40,7 +40,8 @@ bool vrn_data_file_needs_rotation(const vrn_data_file_t *file, std::uint64_t fir
 // Ends the current file and sets up the next one, if it is time. True when one was set up. False
 // with an empty `path` when it could not be, after one line per stretch of failures. A time that
 // the date library refuses is thrown and leaves the old path in place.
-bool vrn_data_file_rotate(vrn_data_file_t *file, std::uint64_t first_ts, std::uint64_t last_ts);
+[[nodiscard]] bool vrn_data_file_rotate(vrn_data_file_t *file, std::uint64_t first_ts,
+                                        std::uint64_t last_ts);
 
 // Updates the header of the current file, if there is one; from then on there is none.
 void vrn_data_file_finish(vrn_data_file_t *file);

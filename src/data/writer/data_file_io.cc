@@ -211,7 +211,7 @@ void cut_back(const vrn_data_file_t *file, std::uint64_t bytes) {
 
 // The header's failures belong to the same stretch, so they are still told. Always 0.
 std::uint64_t give_up_file(vrn_data_file_t *file) {
-    vrn_data_file_update_header(file);
+    static_cast<void>(vrn_data_file_update_header(file));
     file->path.clear();
     file->last_write_ok = false;
     return 0;
@@ -239,7 +239,7 @@ bool enter(vrn_data_file_t *file, std::optional<vrn::FileLock> *lock, struct sta
         // A file that was removed and made anew between the open and the lock has no name any more.
         if (status->st_nlink != 0 || vrn_data_file_is_present(file)) return true;
         lock->reset();
-        file->stream.close();
+        static_cast<void>(file->stream.close());  // nothing was written through it
     }
     errno = ESTALE;
     return false;
@@ -365,12 +365,20 @@ std::uint64_t vrn_data_file_append(vrn_data_file_t *file, vrn::Bytes data, std::
     lock.reset();
     if (!is_appended) return give_up_file(file);
     file->last_write_ok = true;
-    if (!file->keep_open) vrn_data_file_update_header(file);
+    // The page is stored, whatever becomes of the header.
+    if (!file->keep_open) static_cast<void>(vrn_data_file_update_header(file));
     return data.size() + padding;
 }
 
+void vrn_data_file_close_stream(vrn_data_file_t *file) {
+    if (file->stream.close()) return;
+    // Some file systems tell only here that a write failed.
+    VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed closing data file %s: %s", file->path.c_str(),
+            std::strerror(errno));
+}
+
 bool vrn_data_file_update_header(vrn_data_file_t *file) {
-    file->stream.close();
+    vrn_data_file_close_stream(file);
     if (vrn_data_file_is_present(file)) return update_header_on_disk(file);
     VRN_LOG(VRN_LOG_DEBUG, "[data_file] File %s does not exist, skipping header update",
             file->path.c_str());

@@ -25,16 +25,20 @@ bool vrn_data_file_is_present(const vrn_data_file_t *file);
 
 // Makes an empty data file at `path`: a header and no data. On failure nothing is left there. A
 // file that another process made meanwhile is fine as it is.
-bool vrn_data_file_create(vrn_data_file_t *file);
+[[nodiscard]] bool vrn_data_file_create(vrn_data_file_t *file);
 
 // Appends `data` and `padding` zeros as a whole, to a new file if the one at `path` is gone.
 // Returns the bytes of both, or 0 when the file was given up: what reached it is cut off again, and
 // a file that holds nothing else goes.
-std::uint64_t vrn_data_file_append(vrn_data_file_t *file, vrn::Bytes data, std::uint64_t padding);
+[[nodiscard]] std::uint64_t vrn_data_file_append(vrn_data_file_t *file, vrn::Bytes data,
+                                                 std::uint64_t padding);
 
 // Closes the stream and writes times and size to the header on disk; nothing else of a header
 // ever changes. The size is that of the file, which may be shared. True also when there is none.
-bool vrn_data_file_update_header(vrn_data_file_t *file);
+[[nodiscard]] bool vrn_data_file_update_header(vrn_data_file_t *file);
+
+// Closes the stream, which the next append opens again; a failure is logged.
+void vrn_data_file_close_stream(vrn_data_file_t *file);
 
 // Takes `file_size` from the file on disk.
-bool vrn_data_file_read_size(vrn_data_file_t *file);
+[[nodiscard]] bool vrn_data_file_read_size(vrn_data_file_t *file);

@@ -191,7 +191,7 @@ std::uint64_t write_blocks(vrn_data_file_t *file, const vrn_data_page_t *page, b
 void bound_open_streams(vrn_data_writer_t *writer, bool was_open, const vrn_data_file_t *file) {
     constexpr std::uint32_t max_open_streams = 256;
     if (was_open || !file->stream.is_open() || ++writer->open_streams < max_open_streams) return;
-    for (auto &[key, other] : writer->files) other.stream.close();
+    for (auto &[key, other] : writer->files) vrn_data_file_close_stream(&other);
     writer->open_streams = 0;
 }
 
@@ -245,19 +245,20 @@ bool store_page(vrn_data_writer_t *writer, const vrn_data_page_t *page) {
 }  // namespace
 
 vrn_data_writer_t *vrn_data_writer_create(const vrn_client_id_t *client_id) {
-    vrn_data_writer_t *writer = nullptr;
-    vrn::catch_all([&] {
-        auto made = std::make_unique<vrn_data_writer_t>();
-        made->client_id = *client_id;
-        writer = made.release();  // to the caller
+    std::unique_ptr<vrn_data_writer_t> writer;
+    const bool is_made = vrn::catch_all([&] {
+        writer = std::make_unique<vrn_data_writer_t>();
+        writer->client_id = *client_id;
     });
-    return writer;
+    return is_made ? writer.release() : nullptr;  // to the caller
 }
 
 void vrn_data_writer_destroy(vrn_data_writer_t *writer) {
     const std::unique_ptr<vrn_data_writer_t> owner(writer);
     if (!writer) return;
-    for (auto &entry : writer->files) vrn::catch_all([&] { vrn_data_file_destroy(&entry.second); });
+    // Each file is finished, also when one before it could not be.
+    for (auto &entry : writer->files)
+        static_cast<void>(vrn::catch_all([&] { vrn_data_file_destroy(&entry.second); }));
 }
 
 bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir) {

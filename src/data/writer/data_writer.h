@@ -52,31 +52,38 @@ using vrn_data_writer_ptr = vrn::CPtr<vrn_data_writer_t, vrn_data_writer_destroy
 
 // A change of folder, templates, file size or file age reaches all streams at once and ends their
 // current files. The empty text and 0 leave the streams what they have. False for a null text.
-bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir);
+[[nodiscard]] bool vrn_data_writer_set_data_dir(vrn_data_writer_t *writer, const char *dir);
 // False, after a line, also for a template that steps out of its folder (data/writer/data_path.h).
 // That of counters is the template of all other files too, as long as that has not been set.
-bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer, const char *text);
-bool vrn_data_writer_set_data_path_template(vrn_data_writer_t *writer, const char *text);
-bool vrn_data_writer_set_file_size_limit(vrn_data_writer_t *writer, std::uint64_t bytes);
-bool vrn_data_writer_set_file_age_limit(vrn_data_writer_t *writer, std::uint64_t microseconds);
+[[nodiscard]] bool vrn_data_writer_set_counters_path_template(vrn_data_writer_t *writer,
+                                                              const char *text);
+[[nodiscard]] bool vrn_data_writer_set_data_path_template(vrn_data_writer_t *writer,
+                                                          const char *text);
+[[nodiscard]] bool vrn_data_writer_set_file_size_limit(vrn_data_writer_t *writer,
+                                                       std::uint64_t bytes);
+[[nodiscard]] bool vrn_data_writer_set_file_age_limit(vrn_data_writer_t *writer,
+                                                      std::uint64_t microseconds);
 
 // Bound of the data in the files written from now on; the oldest go first. 0: no limit. False,
 // after a line, when it does not exceed the present limit of one file.
-bool vrn_data_writer_set_data_size_limit(vrn_data_writer_t *writer, std::uint64_t bytes);
+[[nodiscard]] bool vrn_data_writer_set_data_size_limit(vrn_data_writer_t *writer,
+                                                       std::uint64_t bytes);
 
-bool vrn_data_writer_set_keep_files_open(vrn_data_writer_t *writer, bool keep_open);  // later files
-bool vrn_data_writer_set_write_nodeinfo(vrn_data_writer_t *writer, bool write_nodeinfo);
+[[nodiscard]] bool vrn_data_writer_set_keep_files_open(vrn_data_writer_t *writer,
+                                                       bool keep_open);  // later files
+[[nodiscard]] bool vrn_data_writer_set_write_nodeinfo(vrn_data_writer_t *writer,
+                                                      bool write_nodeinfo);
 
 // Comma-separated lists and paths of scope files (data/data_page_filter.h); null means empty.
-bool vrn_data_writer_set_page_filter(vrn_data_writer_t *writer, const char *allowed_tags,
-                                     const char *excluded_tags, const char *allowed_scopes,
-                                     const char *excluded_scopes, const char *allowed_scope_file,
-                                     const char *excluded_scope_file);
+[[nodiscard]] bool vrn_data_writer_set_page_filter(
+    vrn_data_writer_t *writer, const char *allowed_tags, const char *excluded_tags,
+    const char *allowed_scopes, const char *excluded_scopes, const char *allowed_scope_file,
+    const char *excluded_scope_file);
 
 // Stores the blocks of `page`, in whole units of its block size: what the page holds after its
 // data, then zeros, pads the last one. True also when the page was not stored.
-bool vrn_data_writer_write_page(vrn_data_writer_t *writer, const vrn_data_page_t *page,
-                                const void *unused);
+[[nodiscard]] bool vrn_data_writer_write_page(vrn_data_writer_t *writer,
+                                              const vrn_data_page_t *page, const void *unused);
 
 // Pages so far that should have been stored and were not. Those that are empty or that the filter
 // keeps out don't count.

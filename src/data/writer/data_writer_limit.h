@@ -20,7 +20,7 @@ struct vrn_written_files_t {
 void vrn_written_files_add(vrn_written_files_t *written, const std::string &path);
 
 // Counts `bytes` into the newest file, whichever received them. False when there is none.
-bool vrn_written_files_count(vrn_written_files_t *written, std::uint64_t bytes);
+[[nodiscard]] bool vrn_written_files_count(vrn_written_files_t *written, std::uint64_t bytes);
 
 // Once the total is above `data_size_limit`, removes the oldest files until one more file of
 // `file_size_limit` bytes has room. A file that can't be removed ends this after a line; the next

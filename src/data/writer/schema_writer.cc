@@ -133,9 +133,9 @@ std::string SchemaWriter::schema_path(const char *id) const {
 }  // namespace vrn
 
 vrn_schema_writer_t *vrn_schema_writer_create() {
-    vrn_schema_writer_t *writer = nullptr;
-    vrn::catch_all([&] { writer = std::make_unique<vrn_schema_writer_t>().release(); });
-    return writer;
+    std::unique_ptr<vrn_schema_writer_t> writer;
+    const bool is_made = vrn::catch_all([&] { writer = std::make_unique<vrn_schema_writer_t>(); });
+    return is_made ? writer.release() : nullptr;  // to the caller
 }
 
 void vrn_schema_writer_destroy(vrn_schema_writer_t *writer) {

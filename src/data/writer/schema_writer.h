@@ -31,7 +31,7 @@ class SchemaWriter {
     void write_schemas(const JSON_Array *schemas);
     void write_schema(const JSON_Value *value);
     // False after a failure to make the folder or the file.
-    bool store(const std::string &path, const char *text);
+    [[nodiscard]] bool store(const std::string &path, const char *text);
     void warn(const char *what, const std::string &path, const char *reason);
     std::string schema_path(const char *id) const;
 
@@ -52,9 +52,10 @@ void vrn_schema_writer_destroy(vrn_schema_writer_t *writer);  // accepts null
 using vrn_schema_writer_ptr = vrn::CPtr<vrn_schema_writer_t, vrn_schema_writer_destroy>;
 
 // False for a null text.
-bool vrn_schema_writer_set_schema_dir(vrn_schema_writer_t *writer, const char *text);
-bool vrn_schema_writer_set_data_dir(vrn_schema_writer_t *writer, const char *text);
+[[nodiscard]] bool vrn_schema_writer_set_schema_dir(vrn_schema_writer_t *writer, const char *text);
+[[nodiscard]] bool vrn_schema_writer_set_data_dir(vrn_schema_writer_t *writer, const char *text);
 
 // False, after an error line, for a document that was refused; true also when a file could not be
 // written.
-bool vrn_schema_writer_on_schema(vrn_schema_writer_t *writer, const JSON_Value *value);
+[[nodiscard]] bool vrn_schema_writer_on_schema(vrn_schema_writer_t *writer,
+                                               const JSON_Value *value);

@@ -147,7 +147,7 @@ void derive(const Store &source, const std::string &base, const std::vector<Deri
 template <typename Store>
 bool store_derived(const Histogram &histogram, Store *store) {
     LabelIds labels;
-    store->find_label_set(histogram.label_set_id, &labels);
+    static_cast<void>(store->find_label_set(histogram.label_set_id, &labels));  // else none
     const HistogramSamples samples = {{histogram.timestamp},
                                       {{histogram.buckets, histogram.sum, histogram.count}}};
     const std::string base = strip_derivative_suffix(histogram.name);

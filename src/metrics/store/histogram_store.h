@@ -20,7 +20,7 @@ using SeriesGroups = std::unordered_map<std::string, std::vector<SeriesKey>>;
 // histograms takes the values of the derived series in its place, with its own buckets as they are.
 // False, after error lines, when one of them was left out as its name has another type.
 template <typename Store>
-bool store_histogram(const Histogram &histogram, Store *store);
+[[nodiscard]] bool store_histogram(const Histogram &histogram, Store *store);
 
 // True for the name of a derived series, and for that of a metric in the histogram table, which is
 // created when it is missing.

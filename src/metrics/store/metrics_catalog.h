@@ -77,7 +77,7 @@ class MetricsCatalog {
     }
 
     // False when the set is unknown.
-    bool find_label_set(std::uint64_t label_set, LabelIds *labels) const;
+    [[nodiscard]] bool find_label_set(std::uint64_t label_set, LabelIds *labels) const;
 
     // The texts of a set without the pairs of which one is empty; empty for an unknown set. Throws
     // SymbolTable::SymbolNotFoundError.
@@ -115,7 +115,7 @@ class MetricsCatalog {
         name_filter_ = std::move(takes);
     }
     bool has_name_filter() const { return name_filter_ != nullptr; }
-    bool takes_name(const std::string &name) const { return !name_filter_ || name_filter_(name); }
+    [[nodiscard]] bool takes_name(const std::string &name) const { return !name_filter_ || name_filter_(name); }
 
     // Samples in the buffers of new series.
     std::uint64_t default_capacity() const { return default_capacity_; }

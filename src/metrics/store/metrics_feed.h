@@ -24,8 +24,9 @@ struct SampleContext {
 // unchanged values, one that equals the newest of its series is dropped. Throws nothing; false
 // after a line when the value can't be stored. `filter` may be null.
 template <typename Store>
-bool store_sample(std::uint32_t value_type, std::uint64_t value, const SampleContext &sample,
-                  const MetricFilter *filter, Store *store);
+[[nodiscard]] bool store_sample(std::uint32_t value_type, std::uint64_t value,
+                                const SampleContext &sample, const MetricFilter *filter,
+                                Store *store);
 
 // Stores the histograms and samples of the block that fills `block`. `filter` may be null. Throws
 // std::runtime_error when the block is malformed; what was stored before the fault stays.

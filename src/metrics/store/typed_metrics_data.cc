@@ -92,7 +92,9 @@ std::uint64_t TypedMetricsData<M, L, Buffer, Ts...>::count_samples(const SeriesK
                                                                    std::uint64_t t0,
                                                                    std::uint64_t t1) const {
     std::uint64_t count = 0;
-    visit_series(key, [&](const auto &series) { count = series.range(t0, t1).count(); });
+    // An unknown series has no samples.
+    static_cast<void>(
+        visit_series(key, [&](const auto &series) { count = series.range(t0, t1).count(); }));
     return count;
 }
 

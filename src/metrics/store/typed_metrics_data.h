@@ -135,8 +135,8 @@ class TypedMetricsData : public MetricsCatalog {
     // value type is the registered one; of a series without it there are none. `samples` is
     // replaced; false, with nothing written, when there is no such series.
     std::uint64_t count_samples(const SeriesKey &key, std::uint64_t t0, std::uint64_t t1) const;
-    bool samples_in_range(const SeriesKey &key, std::uint64_t t0, std::uint64_t t1,
-                          Samples *samples) const;
+    [[nodiscard]] bool samples_in_range(const SeriesKey &key, std::uint64_t t0, std::uint64_t t1,
+                                        Samples *samples) const;
     // The newest `count`, or all.
     bool last_samples(const SeriesKey &key, std::uint64_t count, Samples *samples) const;
 
@@ -166,8 +166,9 @@ class TypedMetricsData : public MetricsCatalog {
     // at the start, moves past the series that the outputs tell of. With `unread_only`, series that
     // the consumer has read are passed over. False at the end. Throws std::runtime_error for a
     // label set that isn't registered.
-    bool next_label_set(std::uint64_t consumer_id, std::uint64_t metric_id, std::uint64_t *index,
-                        std::uint32_t *label_set_number, LabelIds *labels, bool unread_only) const;
+    [[nodiscard]] bool next_label_set(std::uint64_t consumer_id, std::uint64_t metric_id,
+                                      std::uint64_t *index, std::uint32_t *label_set_number,
+                                      LabelIds *labels, bool unread_only) const;
 
     // Estimate of the memory in use, in bytes, by a formula over counts.
     std::size_t footprint() const;
@@ -182,7 +183,7 @@ class TypedMetricsData : public MetricsCatalog {
     // Calls `visit` with the series, whose value type is the registered one. False when there is no
     // such series.
     template <typename Visit>
-    bool visit_series(const SeriesKey &key, Visit visit) const;
+    [[nodiscard]] bool visit_series(const SeriesKey &key, Visit visit) const;
 
     std::tuple<std::unique_ptr<Table<Ts>>...> tables_;
 };

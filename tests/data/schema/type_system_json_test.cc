@@ -39,7 +39,7 @@ TEST_F(TypeSystemJson, WritesWhatItReads) {
     EXPECT_FALSE(vrn_schema_id_is_zero(&ts->schemas[0]->md5_digest));
     EXPECT_STREQ(ts->schemas[0]->md5_digest_hex, "");
 
-    vrn_type_system_add_new_schema(ts.get(), "empty", 0, nullptr);
+    ASSERT_TRUE(vrn_type_system_add_new_schema(ts.get(), "empty", 0, nullptr));
     std::swap(ts->schemas[0], ts->schemas[1]);
     EXPECT_STREQ(vrn_json_text_ptr(vrn_type_system_to_string(ts.get(), false)).get(),
                  written.c_str());

@@ -41,7 +41,7 @@ TEST_F(TypeSystem, FindsSchemasByRefreshedDigests) {
     EXPECT_TRUE(vrn_schema_id_is_zero(&schema->md5_digest));
     EXPECT_STREQ(schema->md5_digest_hex, std::string(32, '0').c_str());
     add_schema(ts_.get(), "double");
-    vrn_type_system_refresh_digests(ts_.get());
+    EXPECT_TRUE(vrn_type_system_refresh_digests(ts_.get()));
 
     vrn_schema_id_t digest;
     ASSERT_TRUE(vrn_schema_compute_digest(ts_->schemas[1], &digest));

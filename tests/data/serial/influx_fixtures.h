@@ -1,6 +1,8 @@
 // Schemas and pages for the line protocol tests.
 #pragma once
 
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,7 +30,8 @@ inline const vrn_type_definition_t *add_type(vrn_schema_t *schema, const char *n
     for (const auto &field : fields)
         infos.push_back({field.name, "", field.type, 0, field.array_length});
     const auto count = static_cast<std::uint16_t>(infos.size());
-    vrn_schema_add_type(schema, name, infos.data(), count, nullptr);
+    if (vrn_schema_add_type(schema, name, infos.data(), count, nullptr) != VRN_SCHEMA_OK)
+        throw std::runtime_error("no type");
     return vrn_schema_find_type(schema, name);
 }
 
@@ -40,9 +43,9 @@ inline vrn_counter_group_t *add_group(vrn_counters_schema_t *schema, std::uint32
     group->num_counter_sets = sets;
     for (const char *name : names) {
         const vrn_counter_info_t counter = make_counter(name, VRN_DATA_UINT64);
-        vrn_counter_group_add_counter(group, &counter);
+        if (!vrn_counter_group_add_counter(group, &counter)) throw std::bad_alloc();
     }
-    vrn_counters_schema_add_group(schema, group);
+    if (!vrn_counters_schema_add_group(schema, group)) throw std::bad_alloc();
     schema->size = vrn_counters_schema_size_of_counters(schema);
     return group;
 }

@@ -309,7 +309,7 @@ struct SharedPath {
     // What streams hold goes, and nothing else happens: no data waits in this process.
     void kill() {
         for (vrn_data_file_t &stream : streams) {
-            stream.stream.close();
+            static_cast<void>(stream.stream.close());
             stream.path.clear();
         }
     }

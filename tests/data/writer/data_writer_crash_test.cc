@@ -25,16 +25,16 @@ constexpr std::uint64_t two_pages_a_file = 256 + 2 * page_block_size;
 vrn_data_writer_ptr make_writer(const std::string &root) {
     const vrn_client_id_t client{.host_name = "collector", .port = 0};
     vrn_data_writer_ptr writer(vrn_data_writer_create(&client));
-    vrn_data_writer_set_data_dir(writer.get(), root.c_str());
-    vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}/{{id}}.bin");
-    vrn_data_writer_set_file_size_limit(writer.get(), two_pages_a_file);
+    EXPECT_TRUE(vrn_data_writer_set_data_dir(writer.get(), root.c_str()));
+    EXPECT_TRUE(vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}/{{id}}.bin"));
+    EXPECT_TRUE(vrn_data_writer_set_file_size_limit(writer.get(), two_pages_a_file));
     return writer;
 }
 
 void write_page(vrn_data_writer_t *writer, std::uint64_t time, const char *tag) {
     TestPage page(page_block_size, page_block_size);
     page.names("node1", tag).times(time, time).data(page_data(time));
-    vrn_data_writer_write_page(writer, page.get(), nullptr);
+    EXPECT_TRUE(vrn_data_writer_write_page(writer, page.get(), nullptr));
 }
 
 std::vector<std::uint64_t> times_up_to(std::uint64_t pages) {
@@ -109,7 +109,7 @@ TEST(DataWriterCrash, KeepsItsTreeWholeWhileAnotherProcessSpoilsItsPages) {
     const std::string name = page->memory.name;
     const TempDir dir;
     vrn_data_writer_ptr writer = make_writer(dir.path());
-    vrn_data_writer_set_counters_path_template(writer.get(), "{{source}}/{{id}}.bin");
+    EXPECT_TRUE(vrn_data_writer_set_counters_path_template(writer.get(), "{{source}}/{{id}}.bin"));
     CapturedLog log;
     const std::string object = "/dev/shm/" + name;
     ASSERT_EQ(truncate(object.c_str(), 0), 0);  // its bytes are gone

@@ -26,8 +26,9 @@ constexpr std::size_t header_size = 256;
 class DataWriter : public ::testing::Test {
   protected:
     DataWriter() : writer(vrn_data_writer_create(&client)) {
-        vrn_data_writer_set_data_dir(writer.get(), dir.path().c_str());
-        vrn_data_writer_set_counters_path_template(writer.get(), "{{source}}/{{tag}}{{id}}");
+        EXPECT_TRUE(vrn_data_writer_set_data_dir(writer.get(), dir.path().c_str()));
+        EXPECT_TRUE(
+            vrn_data_writer_set_counters_path_template(writer.get(), "{{source}}/{{tag}}{{id}}"));
         page.times(start, start).data("VRND");
     }
     bool write(TestPage &other) {
@@ -81,7 +82,7 @@ TEST_F(DataWriter, WritesWholeBlocks) {
 
 TEST_F(DataWriter, TakesTemplatesThatLeaveItsFolderOnlyInFrontOfNames) {
     CapturedLog log;
-    vrn_data_writer_set_data_dir(writer.get(), dir.file("root").c_str());
+    EXPECT_TRUE(vrn_data_writer_set_data_dir(writer.get(), dir.file("root").c_str()));
     EXPECT_FALSE(vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}/../../{{id}}"));
     EXPECT_FALSE(vrn_data_writer_set_data_path_template(writer.get(), "{{source}}/../.."));
     EXPECT_EQ(log.take(),
@@ -182,8 +183,10 @@ TEST_F(DataWriter, DumpsPagesItCannotStore) {
 }
 
 TEST_F(DataWriter, KeepsAStreamPerSourceAndTagWhoseFirstPageFixesTheTemplate) {
-    vrn_data_writer_set_data_path_template(writer.get(), "data/{{source}}/{{tag}}{{id}}");
-    vrn_data_writer_set_counters_path_template(writer.get(), "rows/{{source}}/{{tag}}/{{id}}");
+    EXPECT_TRUE(
+        vrn_data_writer_set_data_path_template(writer.get(), "data/{{source}}/{{tag}}{{id}}"));
+    EXPECT_TRUE(
+        vrn_data_writer_set_counters_path_template(writer.get(), "rows/{{source}}/{{tag}}/{{id}}"));
     const std::string full(64, 'n');
     const std::string full_tag = "0123456789abcdef";
     EXPECT_TRUE(write(page.names("node1", "")));
@@ -269,7 +272,7 @@ TEST_F(DataWriter, TellsTheFirstTimeOfAFile) {
     EXPECT_EQ(first_time(), 0U);
     EXPECT_THAT(log.take(),
                 ElementsAre("7 [data_writer] File path does not exist: " + path + ", returning 0"));
-    vrn_data_writer_set_file_size_limit(writer.get(), 5000);
+    EXPECT_TRUE(vrn_data_writer_set_file_size_limit(writer.get(), 5000));
     EXPECT_EQ(first_time(), 0U);
     EXPECT_THAT(log.take(),
                 ElementsAre("3 [data_writer] Failed to get file path for timestamp query"));
@@ -278,7 +281,9 @@ TEST_F(DataWriter, TellsTheFirstTimeOfAFile) {
 // The bound on the total size of what is stored.
 class DataWriterLimit : public DataWriter {
   protected:
-    DataWriterLimit() { vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}{{id}}"); }
+    DataWriterLimit() {
+        EXPECT_TRUE(vrn_data_writer_set_counters_path_template(writer.get(), "{{tag}}{{id}}"));
+    }
     bool write_at(std::uint64_t time, const char *tag = "") {
         return write(page.names("node1", tag).times(time, time));
     }
@@ -308,8 +313,8 @@ TEST_F(DataWriterLimit, MustExceedTheLimitOfAFile) {
 }
 
 TEST_F(DataWriterLimit, RemovesTheOldestFiles) {
-    vrn_data_writer_set_file_size_limit(writer.get(), 256 + 200);  // two pages a file
-    EXPECT_TRUE(write_at(start - 9));                              // before the limit: not counted
+    EXPECT_TRUE(vrn_data_writer_set_file_size_limit(writer.get(), 256 + 200));  // two pages a file
+    EXPECT_TRUE(write_at(start - 9));  // before the limit: not counted
     EXPECT_TRUE(vrn_data_writer_set_data_size_limit(writer.get(), 1000));
     vrn_data_file_finish(&writer->files.begin()->second);
     for (int i = 0; i < 10; ++i) EXPECT_TRUE(write_at(start + i));
@@ -324,7 +329,7 @@ TEST_F(DataWriterLimit, RemovesTheOldestFiles) {
 
 TEST_F(DataWriterLimit, RemovesTheFileBeingWrittenWhenItIsTheLast) {
     CapturedLog log;
-    vrn_data_writer_set_file_size_limit(writer.get(), 256 + 100);
+    EXPECT_TRUE(vrn_data_writer_set_file_size_limit(writer.get(), 256 + 100));
     EXPECT_TRUE(vrn_data_writer_set_data_size_limit(writer.get(), 357));
     for (int i = 0; i < 4; ++i) EXPECT_TRUE(write_at(start));  // one time, one file
     EXPECT_THAT(data_files_of(dir.path()), IsEmpty());

@@ -17,7 +17,7 @@ constexpr char setting[] = "VRN_ALLOW_EMPTY_COUNTER_SCHEMA";
 
 std::string name_of(const std::string &text) {
     vrn_schema_id_t id;
-    vrn_md5_of_string(text.c_str(), &id);
+    EXPECT_TRUE(vrn_md5_of_string(text.c_str(), &id));
     char hex[VRN_SCHEMA_ID_HEX_SIZE];
     vrn_schema_id_format(&id, hex);
     return std::string("schema_") + hex + ".json";
@@ -87,7 +87,7 @@ TEST(SchemaWriter, StoresDocumentsByTheDigestOfTheirCompactText) {
         // The setting is read once in a process.
         const std::string outcome = run_in_child([&] {
             const vrn_schema_writer_ptr writer(vrn_schema_writer_create());
-            vrn_schema_writer_set_data_dir(writer.get(), dir.path().c_str());
+            EXPECT_TRUE(vrn_schema_writer_set_data_dir(writer.get(), dir.path().c_str()));
             return announce(writer.get(), c.document);
         });
         EXPECT_EQ(outcome, c.outcome);
@@ -117,7 +117,7 @@ TEST(SchemaWriter, TellsFailuresOncePerStretch) {
     const std::string path = dir.file("s/" + name_of(document));
     const std::string seen = is_event;
     const vrn_schema_writer_ptr writer(vrn_schema_writer_create());
-    vrn_schema_writer_set_schema_dir(writer.get(), dir.file("s").c_str());
+    EXPECT_TRUE(vrn_schema_writer_set_schema_dir(writer.get(), dir.file("s").c_str()));
     const auto fails_and_recovers = [&](const std::string &line, const std::string &obstacle) {
         const std::string first = announce(writer.get(), document);
         EXPECT_TRUE(first.starts_with(seen + line)) << first;
@@ -138,7 +138,7 @@ TEST(SchemaWriter, TellsFailuresOncePerStretch) {
 TEST(SchemaWriter, KeepsWhatIsStoredWhenTheDiskIsFull) {
     const TempDir dir;
     const vrn_schema_writer_ptr writer(vrn_schema_writer_create());
-    vrn_schema_writer_set_schema_dir(writer.get(), dir.path().c_str());
+    EXPECT_TRUE(vrn_schema_writer_set_schema_dir(writer.get(), dir.path().c_str()));
     const std::string path = dir.file(name_of(document));
     const std::string full =
         is_event + ("\n4 [data] Could not write schema file '" + path) + "': File too large";

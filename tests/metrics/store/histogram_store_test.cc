@@ -29,7 +29,7 @@ void store(Store *store, std::uint64_t timestamp, std::vector<metrics::Bucket> b
                                  .name = name,
                                  .timestamp = timestamp,
                                  .label_set_id = label_set};
-    metrics::store_histogram(histogram, store);
+    static_cast<void>(metrics::store_histogram(histogram, store));  // what is lost is logged
 }
 
 template <typename Store>

@@ -62,7 +62,7 @@ std::string chunk(const std::string &blocks) {
 
 std::string other_schemas() {
     vrn_schema_id_t id{};
-    vrn_schema_id_from_hex(other_id, &id);
+    EXPECT_TRUE(vrn_schema_id_from_hex(other_id, &id));
     return ByteBuilder()
         .text("VRNS")
         .u16(256)
