@@ -26,10 +26,6 @@ constexpr char metrics_table[] = "metrics", histograms_table[] = "histograms";
 const Columns metrics_columns = {"metric", "kind", "value", "labels"};
 const Columns histogram_columns = {"metric", "sum", "count", "buckets", "labels"};
 
-// Rows with more columns are not learned: a few bytes of a schema could claim them.
-constexpr std::size_t max_learned_columns = 1 << 14;
-constexpr std::size_t max_learned_name_bytes = 1 << 20;
-
 // UTF-8 without zero bytes.
 std::string repaired(std::string_view text) {
     std::string good;
@@ -306,7 +302,7 @@ class CsvFormat final : public Format {
   private:
     void learn_type(const vrn_type_definition_t &type) {
         const EventPlan plan = make_event_plan(type, selection_);
-        if (!plan.fields.empty() && is_within(plan, max_learned_columns, max_learned_name_bytes))
+        if (!plan.fields.empty() && is_within(plan, max_learned_values, max_learned_name_bytes))
             learn_table(type.name, columns_of(flatten(plan)));
     }
 

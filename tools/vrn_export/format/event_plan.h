@@ -95,6 +95,10 @@ struct Leaf {
     RowValue value;
 };
 
+// Bounds for what is learned of schemas before there are rows: a few bytes of one could claim more.
+inline constexpr std::size_t max_learned_values = 1 << 14;
+inline constexpr std::size_t max_learned_name_bytes = 1 << 20;
+
 // False also for a plan that is too wide.
 bool is_within(const EventPlan &plan, std::size_t max_values, std::size_t max_name_bytes);
 

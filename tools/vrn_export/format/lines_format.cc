@@ -535,14 +535,21 @@ class LinesFormat final : public Format {
   private:
     void learn_type(const vrn_type_definition_t &type) {
         const EventPlan plan = make_event_plan(type, shared_.selection);
-        if (!plan.fields.empty() && !plan.is_too_wide) learn_plan(type.name, plan);
+        if (!plan.fields.empty() && is_within(plan, max_learned_values, max_learned_name_bytes))
+            learn_plan(type.name, plan);
     }
     template <typename Plan>
     void learn_plan(std::string_view name, const Plan &plan) {
-        add_fields(make_shape(values_of(plan), shared_.tag_fields),
-                   &shared_.known[lines_name(name)]);
+        const RowShape shape = make_shape(values_of(plan), shared_.tag_fields);
+        for (const NamedValue &field : shape.fields) learned_bytes_ += field.name.size();
+        if (learned_bytes_ <= max_learned_bytes)
+            add_fields(shape, &shared_.known[lines_name(name)]);
     }
 
+    // What few bytes of schemas could claim: fields beyond it keep their names.
+    static constexpr std::size_t max_learned_bytes = 64 << 20;
+
+    std::size_t learned_bytes_ = 0;
     LinesShared shared_;
 };
 
