@@ -12,8 +12,10 @@
 
 #include "common/command_line.h"
 #include "data/text/value_text.h"
+#include "vrn_export/format/label_names.h"
 #include "vrn_export/format/lines_fields.h"
 #include "vrn_export/format/lines_text.h"
+#include "vrn_export/format/name_map.h"
 #include "vrn_export/format/record_encoder.h"
 #include "vrn_export/format/record_selection.h"
 #include "vrn_export/format/tag_text.h"
@@ -357,10 +359,7 @@ class RecordTags {
     std::string_view of(const Origin &origin, std::span<const MetricLabel> labels) {
         text_.clear();
         LineHead::append_origin(origin, &text_);
-        std::vector<std::string> names;
-        names.reserve(labels.size());
-        for (const MetricLabel &label : labels) names.push_back(lines_name(label.name));
-        names = unique_names(std::move(names), own_tags);
+        const std::vector<std::string> &names = names_.of(labels);
         for (std::size_t i = 0; i < labels.size(); ++i) {
             if (labels[i].value.empty()) continue;
             text_.append(',');
@@ -372,6 +371,7 @@ class RecordTags {
     }
 
   private:
+    LabelNames names_{lines_name, own_tags};
     TextBuffer text_;
 };
 
@@ -382,18 +382,20 @@ class MetricMeasurements {
     explicit MetricMeasurements(const KnownFields &known) : known_(known) {}
 
     std::string_view of(std::string_view metric) {
-        if (metric != last_ || measurement_.empty()) {
-            last_ = metric;
-            measurement_ = lines_name(metric);
-            while (known_.contains(measurement_)) measurement_ += '_';
-        }
-        return measurement_;
+        const auto found = names_.find(metric);
+        if (found != names_.end()) return found->second;
+        // Names have no end in files that mean harm.
+        if (names_.size() == max_kept) names_.clear();
+        std::string name = lines_name(metric);
+        while (known_.contains(name)) name += '_';
+        return names_.emplace(metric, std::move(name)).first->second;
     }
 
   private:
+    static constexpr std::size_t max_kept = 1 << 16;
+
     const KnownFields &known_;
-    std::string last_;
-    std::string measurement_;
+    NameMap<std::string> names_;
 };
 
 // Records give a metric values of several types.

@@ -2,15 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
+#include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "common/command_line.h"
 #include "data/selection/name_tables.h"
+#include "vrn_export/format/label_names.h"
+#include "vrn_export/format/name_map.h"
 #include "vrn_export/format/openmetrics_series.h"
 #include "vrn_export/format/openmetrics_text.h"
 #include "vrn_export/format/record_encoder.h"
@@ -248,39 +249,41 @@ class MetricSeries {
     }
 
   private:
-    struct Hash : std::hash<std::string_view> {
-        using is_transparent = void;
-    };
     static constexpr std::size_t max_kept = 1 << 16;
 
     FamilyType type_;
-    std::unordered_map<std::string, OpenMetricsSeries, Hash, std::equal_to<>> series_;
+    NameMap<OpenMetricsSeries> series_;
 };
 
-void set_record_labels(const Origin &origin, std::span<const MetricLabel> labels,
-                       OpenMetricsLabels *to) {
-    to->clear();
-    to->add_origin(origin);
-    std::vector<std::string> names;
-    names.reserve(labels.size());
-    for (const MetricLabel &label : labels) names.push_back(openmetrics_label_name(label.name));
-    names = unique_names(std::move(names), own_labels);
-    for (std::size_t i = 0; i < labels.size(); ++i) to->add(names[i], labels[i].value);
-}
+// Those of a record of metrics or a histogram.
+class RecordLabels {
+  public:
+    const OpenMetricsLabels &of(const Origin &origin, std::span<const MetricLabel> labels) {
+        labels_.clear();
+        labels_.add_origin(origin);
+        const std::vector<std::string> &names = names_.of(labels);
+        for (std::size_t i = 0; i < labels.size(); ++i) labels_.add(names[i], labels[i].value);
+        return labels_;
+    }
+
+  private:
+    LabelNames names_{openmetrics_label_name, own_labels};
+    OpenMetricsLabels labels_;
+};
 
 class SampleMetrics final : public MetricsWriter {
   public:
     SampleMetrics() : MetricsWriter("") {}
 
     void write(const MetricRecord &record, const Origin &origin, const Output &out) override {
-        set_record_labels(origin, record.labels, &labels_);
+        const OpenMetricsLabels &labels = labels_.of(origin, record.labels);
         MetricSeries &metrics = record.is_counter ? counters_ : gauges_;
         const SamplePart part = {
             .suffix = record.is_counter ? total : "", .bound = {}, .order = {}};
         for (const MetricSample &sample : record.samples) {
             OpenMetricsSeries &series = metrics.of(sample.name);
             series.announce(out);
-            series.begin(labels_, record.time, part, out.text);
+            series.begin(labels, record.time, part, out.text);
             if (record.form == MetricValueForm::unsigned_integer)
                 out.text->integer(sample.bits);
             else if (record.form == MetricValueForm::signed_integer)
@@ -294,7 +297,7 @@ class SampleMetrics final : public MetricsWriter {
   private:
     MetricSeries gauges_{FamilyType::gauge};
     MetricSeries counters_{FamilyType::counter};
-    OpenMetricsLabels labels_;
+    RecordLabels labels_;
 };
 
 class SampleHistograms final : public HistogramWriter {
@@ -303,11 +306,11 @@ class SampleHistograms final : public HistogramWriter {
 
     void write(const HistogramRecord &record, const Origin &origin, const Output &out) override {
         const metrics::Histogram &histogram = record.histogram;
-        set_record_labels(origin, record.labels, &labels_);
+        const OpenMetricsLabels &labels = labels_.of(origin, record.labels);
         OpenMetricsSeries &series = series_.of(histogram.name);
         series.announce(out);
         const auto begin = [&](const SamplePart &part) {
-            series.begin(labels_, histogram.timestamp, part, out.text);
+            series.begin(labels, histogram.timestamp, part, out.text);
         };
         const auto whole = [&](const SamplePart &part, std::uint64_t value) {
             begin(part);
@@ -339,7 +342,7 @@ class SampleHistograms final : public HistogramWriter {
 
   private:
     MetricSeries series_{FamilyType::histogram};
-    OpenMetricsLabels labels_;
+    RecordLabels labels_;
 };
 
 class SampleRecords final : public RecordFormat {
