@@ -173,6 +173,9 @@ TEST_F(ExportedRecords, ComeOutAroundFaults) {
     const auto at = [](std::size_t offset, std::size_t length, const std::string &kind) {
         return std::to_string(offset) + " " + std::to_string(length) + " " + kind;
     };
+    const std::size_t page_size = test::encode_page(VRN_ENCODING_GZIP, events(1500, 1, 32)).size();
+    const std::size_t second_page_size =
+        test::encode_page(VRN_ENCODING_SNAPPY, counters(1600)).size();
     const std::string all = "move 4 point 2 g 2 metrics 4";
     const Damage cases[] = {
         {"header", put(0, "x"), "", {"0 0 header_bad"}},
@@ -202,8 +205,15 @@ TEST_F(ExportedRecords, ComeOutAroundFaults) {
         {"damaged page",
          put(pages_at + 60, "wwww"),
          "move 2 point 2 g 2 metrics 4",
-         {at(pages_at, test::encode_page(VRN_ENCODING_GZIP, events(1500, 1, 32)).size(),
-             "page_damaged")}},
+         {at(pages_at, page_size, "page_damaged")}},
+        {"both pages",
+         [=](std::string *bytes) {
+             put(pages_at + 60, "wwww")(bytes);
+             put(pages_at + page_size + 33, std::string(8, '\xff'))(bytes);
+         },
+         "move 2 point 2 g 1 metrics 4",
+         {at(pages_at, page_size, "page_damaged"),
+          at(pages_at + page_size, second_page_size, "page_damaged")}},
         {"metrics cut",
          cut(metrics_at + 100),
          "move 4 point 2 g 2",

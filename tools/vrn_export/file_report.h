@@ -27,8 +27,9 @@ struct FileReport {
     std::vector<FoundFault> faults;
 
     void add_fault(FoundFault fault) {
-        ++num_faults;
-        if (faults.size() < max_faults) faults.push_back(std::move(fault));
+        const std::size_t before = faults.size();
+        if (before < max_faults) append_fault(std::move(fault), &faults);
+        if (before == max_faults || faults.size() > before) ++num_faults;
     }
 };
 

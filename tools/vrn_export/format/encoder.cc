@@ -36,8 +36,18 @@ std::size_t Encoded::find_table(const std::string &name) {
     return tables.size() - 1;
 }
 
+namespace {
+
+// What lies at the schema and not at the place.
+bool is_of_schema(std::string_view kind) {
+    return kind == "schema_none" || kind == "schema_bad" || kind == "type_unknown" ||
+           kind == "type_too_wide" || kind == "text_limit";
+}
+
+}  // namespace
+
 void append_fault(FoundFault fault, std::vector<FoundFault> *faults) {
-    if (!faults->empty() && faults->back().kind == fault.kind &&
+    if (!faults->empty() && is_of_schema(fault.kind) && faults->back().kind == fault.kind &&
         faults->back().reason == fault.reason)
         faults->back().length += fault.length;
     else

@@ -59,9 +59,9 @@ struct Encoded {
     std::vector<TextBuffer> spare_;
 };
 
-// Appends `fault`, or adds its length to the one before it when that has the same kind and reason:
-// data without a schema is told once, not block by block. Also for the faults of runs that follow
-// each other.
+// Appends `fault`, or adds its length to the one before it when that is of the same kind and reason
+// and both are the schema's: data that no schema describes is told once, not block by block. Also
+// for the faults of runs that follow each other.
 void append_fault(FoundFault fault, std::vector<FoundFault> *faults);
 
 // The visitor of one thread: puts the records of one run of chunks after the other into text. It
