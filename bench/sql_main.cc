@@ -1,6 +1,7 @@
 // SQL over data files beside the engine's own Parquet and JSON: whole runs of vrn_sql, in turns,
 // medians of several.
-//   vrn_sql_bench [runs [event rows]]
+//   vrn_sql_bench [runs [event rows [folder]]]
+// The files of a folder that is named are kept for the next run.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -125,14 +126,16 @@ int main(int argc, char **argv) {
     const int runs = argc > 1 ? std::atoi(argv[1]) : 5;
     bench::BenchSizes sizes;
     if (argc > 2) sizes.event_rows = static_cast<std::uint32_t>(std::atoi(argv[2]));
+    namespace fs = std::filesystem;
+    const bool is_kept = argc > 3;
     const std::string folder =
-        (std::filesystem::temp_directory_path() / "vrn-sql-bench-data").string();
+        is_kept ? argv[3] : (fs::temp_directory_path() / "vrn-sql-bench-data").string();
     try {
-        std::filesystem::remove_all(folder);
-        bench::write_data_apart(folder, sizes);
-        bench::write_small_files(folder);
+        if (!is_kept) fs::remove_all(folder);
+        if (!fs::exists(folder + "/events.bin")) bench::write_data_apart(folder, sizes);
+        if (!fs::exists(folder + "/small")) bench::write_small_files(folder);
         bench::run(folder, runs);
-        std::filesystem::remove_all(folder);
+        if (!is_kept) fs::remove_all(folder);
         return EXIT_SUCCESS;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "vrn_sql_bench: %s\n", error.what());

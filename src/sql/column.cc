@@ -100,6 +100,11 @@ const Column *unite_by_name(std::vector<Column> *columns, const std::vector<Colu
 
 }  // namespace
 
+ColumnType::ColumnType(Kind the_kind) : kind(the_kind) {}
+
+ColumnType::ColumnType(Kind the_kind, std::uint32_t the_length, std::vector<Column> the_members)
+    : kind(the_kind), length(the_length), members(std::move(the_members)) {}
+
 bool ColumnType::operator==(const ColumnType &other) const {
     return kind == other.kind && length == other.length && members == other.members;
 }

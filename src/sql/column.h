@@ -40,9 +40,12 @@ enum class Kind : std::uint8_t {
 struct Column;
 
 struct ColumnType {
+    ColumnType(Kind the_kind);  // on purpose no explicit one: a kind is a type
+    ColumnType(Kind the_kind, std::uint32_t the_length, std::vector<Column> the_members);
+
     Kind kind;
     std::uint32_t length = 0;
-    std::vector<Column> members{};
+    std::vector<Column> members;
 
     bool operator==(const ColumnType &other) const;
 };

@@ -130,7 +130,7 @@ bool register_all(duckdb_connection connection) {
 }  // namespace
 }  // namespace vrn::sql
 
-DUCKDB_EXTENSION_GLOBAL
+duckdb_ext_api_v1 duckdb_ext_api{};
 
 extern "C" __attribute__((visibility("default"))) bool vrn_init_c_api(
     duckdb_extension_info info, struct duckdb_extension_access *access) {

@@ -18,7 +18,7 @@ struct RecordField {
     std::vector<RecordField> parts{};  // of a structure; one, at offset 0, of an array
 
     ColumnType type() const {
-        ColumnType type = {kind, length};
+        ColumnType type(kind, length, {});
         for (const RecordField &part : parts) type.members.push_back({part.name, part.type()});
         return type;
     }

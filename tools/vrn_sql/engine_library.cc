@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-DUCKDB_EXTENSION_GLOBAL
+duckdb_ext_api_v1 duckdb_ext_api{};
 
 namespace vrn::sqltool {
 namespace {
