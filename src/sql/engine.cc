@@ -23,6 +23,9 @@ LogicalType make_structure(const ColumnType &type) {
     std::vector<LogicalType> owners;
     std::vector<duckdb_logical_type> types;
     std::vector<const char *> names;
+    owners.reserve(type.members.size());
+    types.reserve(type.members.size());
+    names.reserve(type.members.size());
     for (const Column &member : type.members) {
         owners.push_back(make_logical_type(member.type));
         types.push_back(owners.back().get());

@@ -104,6 +104,7 @@ FieldCopy::FieldCopy(const RecordField &from, const ColumnType &to)
             break;
         case Kind::structure:
             copy_ = copy_structures;
+            parts_.reserve(to.members.size());
             for (const Column &member : to.members) {
                 const auto part = std::ranges::find_if(from.parts, [&](const RecordField &field) {
                     return same_name(field.name, member.name);
@@ -119,6 +120,7 @@ FieldCopy::FieldCopy(const RecordField &from, const ColumnType &to)
 
 FieldCopy::FieldCopy(const ColumnType &to) : length_(to.length) {
     if (to.kind != Kind::array && to.kind != Kind::structure) return;
+    parts_.reserve(to.members.size());
     for (const Column &member : to.members) parts_.emplace_back(member.type);
 }
 

@@ -19,6 +19,7 @@ struct RecordField {
 
     ColumnType type() const {
         ColumnType type(kind, length, {});
+        type.members.reserve(parts.size());
         for (const RecordField &part : parts) type.members.push_back({part.name, part.type()});
         return type;
     }
@@ -26,6 +27,7 @@ struct RecordField {
 
 inline std::vector<Column> columns_of(const std::vector<RecordField> &fields) {
     std::vector<Column> columns;
+    columns.reserve(fields.size());
     for (const RecordField &field : fields) columns.push_back({field.name, field.type()});
     return columns;
 }

@@ -114,11 +114,13 @@ void Database::fetch(const std::string &statement,
     Result result(connection_, statement);
     const idx_t width = duckdb_column_count(result.get());
     std::vector<std::string> names;
+    names.reserve(width);
     for (idx_t i = 0; i < width; ++i) names.emplace_back(duckdb_column_name(result.get(), i));
     begin(names);
     Row row(width);
     while (duckdb_data_chunk chunk = duckdb_fetch_chunk(*result.get())) {
         std::vector<TextColumn> columns;
+        columns.reserve(width);
         for (idx_t i = 0; i < width; ++i)
             columns.emplace_back(chunk, i,
                                  duckdb_column_type(result.get(), i) == DUCKDB_TYPE_VARCHAR);

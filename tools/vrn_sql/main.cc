@@ -126,6 +126,7 @@ int run(const Settings &settings, std::vector<std::string> operands) {
     bool good = tool::find_input_files(operands, &files);
     check_output(settings.output, files);
     std::vector<std::string> paths;
+    paths.reserve(files.size());
     for (const tool::InputFile &file : files) paths.push_back(file.path);
 
     hold_signals();

@@ -37,11 +37,13 @@ std::string TextTable::cell_of(std::string_view text) const {
 }
 
 void TextTable::begin(const std::vector<std::string> &names) {
+    names_.reserve(names.size());
     for (const std::string &name : names) names_.push_back(cell_of(name));
 }
 
 void TextTable::add(const Row &row) {
     Cells cells;
+    cells.reserve(row.size());
     for (const std::string_view text : row) cells.push_back(cell_of(text));
     if (is_settled_) return print(cells);
     first_rows_.push_back(std::move(cells));
