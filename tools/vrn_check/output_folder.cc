@@ -51,6 +51,14 @@ fs::path resolved(const std::string &path) {
     return whole.has_filename() ? whole : whole.parent_path();
 }
 
+std::string quoted(const std::string &path, const char *note) {
+    return "'" + path + "'" + note;
+}
+
+[[noreturn]] void refuse(const std::string &inner, const std::string &outer) {
+    throw tool::UsageError(inner + " lies in " + outer);
+}
+
 [[noreturn]] void fail(const std::string &what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
@@ -76,10 +84,10 @@ void refuse_overlap(const std::string &folder, const std::vector<std::string> &o
     const fs::path output = resolved(folder);
     for (const std::string &operand : operands)
         if (is_within(output, resolved(operand)))
-            throw tool::UsageError("'" + folder + "' lies in '" + operand + "', which is read");
+            refuse(quoted(folder, ""), quoted(operand, ", which is read"));
     for (const tool::InputFile &file : files)
         if (is_within(resolved(file.path), output))
-            throw tool::UsageError("'" + file.path + "', which is read, lies in '" + folder + "'");
+            refuse(quoted(file.path, ", which is read,"), quoted(folder, ""));
 }
 
 OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
