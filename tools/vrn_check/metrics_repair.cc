@@ -33,7 +33,7 @@ bool find_bad_records(const std::string &block, std::vector<Extent> *bad, TimeSp
     const std::size_t end = block.size() - metrics::TRAILER.size();
     MetricsCheck check(
         {.fault =
-             [&](std::size_t offset, std::size_t lost, std::string_view kind, std::string) {
+             [&](std::size_t offset, std::size_t lost, std::string_view kind, const std::string &) {
                  is_of_records &= kind == "metrics_names" || kind == "metrics_record";
                  bad->push_back({offset, std::min(lost, end - std::min(offset, end))});
              },
