@@ -110,7 +110,7 @@ bool wants_gzip(const Request &request) {
 
 // Null when there is no memory.
 MHD_Response *make_response(const Request &request, Answer answer) {
-    const std::vector<std::pair<std::string, std::string>> fields = answer.fields;
+    const auto fields = std::move(answer.fields);
     const std::uint64_t plain_size = answer.body ? answer.body->size() : 0;
     const bool has_content = answer.next_piece || plain_size > 0;
     const bool is_packed = has_content && wants_gzip(request);
@@ -175,9 +175,8 @@ class HttpServer::Glue {
                              std::size_t *upload_size, void **context) {
         auto *self = static_cast<HttpServer *>(server);
         try {
-            return self->handler_ ? answer(self, connection, {url, method}, {upload, *upload_size},
-                                           upload_size, context)
-                                  : MHD_NO;
+            return answer(self, connection, {url, method}, {upload, *upload_size}, upload_size,
+                          context);
         } catch (const std::exception &error) {
             VRN_LOG(VRN_LOG_ERROR, "A request was not answered: %s", error.what());
             return MHD_NO;
@@ -230,11 +229,11 @@ class HttpServer::Glue {
             return MHD_YES;
         }
         begin_answer(self, socket_of(connection));
-        const Answer answer = request->body.size() > self->limits_.body_bytes
-                                  ? text_answer(413, "The request is too long.")
-                                  : self->handler_(*request);
+        Answer answer = request->body.size() > self->limits_.body_bytes
+                            ? text_answer(413, "The request is too long.")
+                            : self->handler_(*request);
         const unsigned status = answer.status;
-        MHD_Response *response = make_response(*request, answer);
+        MHD_Response *response = make_response(*request, std::move(answer));
         if (!response) return MHD_NO;
         const MHD_Result queued = MHD_queue_response(connection, status, response);
         MHD_destroy_response(response);

@@ -121,10 +121,9 @@ void visit_numbers(const MetricsHistory &store, Visit visit) {
 }
 
 // A store whose texts are in their form already.
-std::unique_ptr<MetricsHistory> make_history(std::uint64_t samples, std::uint64_t max_bytes) {
+std::unique_ptr<MetricsHistory> make_history(std::uint64_t samples) {
     auto store = std::make_unique<MetricsHistory>();
     store->set_default_capacity(samples);
-    store->set_max_bytes(max_bytes);
     return store;
 }
 
@@ -195,12 +194,12 @@ struct LiveStore::Merge {
 
 LiveStore::LiveStore(const StoreLimits &limits, const series::SeriesOptions *options)
     : limits_(limits), options_(options) {
-    state_.samples_limit = limits.samples;
     clear();
 }
 
 std::unique_ptr<MetricsHistory> LiveStore::make_intake() const {
-    auto intake = make_history(limits_.samples, limits_.max_bytes / 2);
+    auto intake = make_history(limits_.samples);
+    intake->set_max_bytes(limits_.max_bytes / 2);
     series::prepare_store(*options_, intake.get());
     return intake;
 }
@@ -227,7 +226,10 @@ void LiveStore::expire() {
 
 void LiveStore::clear() {
     const std::lock_guard guard(mutex_);
-    store_ = make_history(state_.samples_limit, limits_.max_bytes);
+    state_.samples_limit = limits_.samples;
+    state_.is_short_of_memory = false;
+    store_ = make_history(limits_.samples);
+    store_->set_max_bytes(limits_.max_bytes);
     ++version_;
 }
 
@@ -265,6 +267,7 @@ std::uint64_t LiveStore::floor_us() const {
 // Oldest first: the older half of the series that have ended or, where all go on, the older half of
 // the samples of each. False when neither is left.
 bool LiveStore::make_room() {
+    state_.is_short_of_memory = true;
     const std::uint64_t reference = reference_us();
     std::vector<std::uint64_t> ended;
     visit_numbers(*store_, [&](const SeriesKey &, const auto &series) {
@@ -292,7 +295,8 @@ bool LiveStore::make_room() {
 // others go, too.
 void LiveStore::rebuild(const KeepSeries &keep) {
     const std::unique_ptr<MetricsHistory> old = std::move(store_);
-    store_ = make_history(state_.samples_limit, limits_.max_bytes);
+    // Without a bound as yet: what stays had room before.
+    store_ = make_history(state_.samples_limit);
     visit_numbers(*old, [&]<typename T>(const SeriesKey &key, Series<T> &series) {
         const std::uint64_t samples = series.values.size();
         if (samples == 0 || !keep(series.timestamps[0], series.timestamps[samples - 1], samples)) {
@@ -310,6 +314,7 @@ void LiveStore::rebuild(const KeepSeries &keep) {
             assign(points_of(series), moved.values.capacity(), &moved);
         }
     });
+    store_->set_max_bytes(limits_.max_bytes);
     ++version_;
 }
 

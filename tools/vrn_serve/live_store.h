@@ -23,8 +23,9 @@ struct StoreState {
     std::uint64_t series = 0;
     std::uint64_t taken_samples = 0;   // since the start
     std::uint64_t dropped_series = 0;  // to make room, or by age
-    std::uint64_t refused_series = 0;  // there was no room to be made
+    std::uint64_t refused_series = 0;  // without room or of another type than their metric
     std::uint64_t samples_limit = 0;   // of a series; falls when memory is short
+    bool is_short_of_memory = false;   // something was dropped or refused to bound it
     std::uint64_t newest_us = 0;       // time of the newest sample
 };
 

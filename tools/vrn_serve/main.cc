@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/tool_main.h"
+#include "series/name_selection.h"
 #include "vrn_serve/access.h"
 #include "vrn_serve/follower.h"
 #include "vrn_serve/http_server.h"
@@ -49,10 +50,14 @@ void wait_for_stop(const sigset_t &signals) {
 
 bool run(const ServeOptions &options, const std::vector<std::string> &operands) {
     if (operands.empty()) throw tool::UsageError("no file or folder is given");
-    AccessRules rules = {.token = {}, .host_names = options.host_names};
-    if (!options.token_file.empty()) rules.token = read_token(options.token_file);
+    SiteOptions site_options;
+    site_options.access.host_names = options.host_names;
+    if (!options.token_file.empty()) site_options.access.token = read_token(options.token_file);
+    if (!options.shown_first.empty())
+        site_options.shows_first = [names = series::NameSelection(options.shown_first)](
+                                       const std::string &name) { return names.takes(name); };
     Listening listening = listen_to(options.listen);
-    if (!listening.is_loopback && rules.token.empty() && !options.is_open)
+    if (!listening.is_loopback && site_options.access.token.empty() && !options.is_open)
         throw tool::UsageError("others can reach " + listening.address +
                                ": --token-file or, for everyone, --open is needed");
     tool::start_log(options.log_level);
@@ -60,7 +65,7 @@ bool run(const ServeOptions &options, const std::vector<std::string> &operands) 
     const sigset_t stop_signals = hold_stop_signals();
     LiveStore store(options.limits, &options.series);
     Follower follower(operands, &options.series, &store);
-    Site site(std::move(rules), &store, [&follower] { return follower.state(); });
+    Site site(std::move(site_options), &store, [&follower] { return follower.state(); });
     const HttpServer server(std::move(listening.socket), {},
                             [&site](const Request &request) { return site.answer(request); });
     std::printf("http://%s/rta/metrics/dump\n", listening.address.c_str());

@@ -103,6 +103,9 @@ tool::CommandLine make_command_line(ServeOptions *options) {
          }},
         {"max-memory", 'm', "SIZE", "Room for all series together, as 512M or 2G (1G).",
          [options](const char *value) { options->limits.max_bytes = memory_value(value); }},
+        {"show", 0, "PATTERN",
+         "Metrics to show at first, as a shell pattern over their names; repeatable.",
+         [options](const char *value) { options->shown_first.emplace_back(value); }},
         {"verbose", 'v', "LEVEL",
          "3: errors only, 4: warnings (the default), 6: what of files was lost, 7: a line for "
          "each request.",

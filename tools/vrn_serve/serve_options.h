@@ -20,6 +20,7 @@ struct ServeOptions {
     std::vector<std::string> host_names;
     StoreLimits limits;
     series::SeriesOptions series;
+    std::vector<std::string> shown_first;  // shell patterns over names
     std::uint32_t log_level = VRN_LOG_WARNING;
 };
 

@@ -4,10 +4,14 @@
 #include <openssl/sha.h>
 
 #include <array>
+#include <charconv>
 #include <new>
 #include <set>
+#include <span>
 #include <sstream>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "common/shown_text.h"
 #include "metrics/chart/chart_page.h"
@@ -19,6 +23,9 @@ namespace vrn::serve {
 namespace {
 
 constexpr std::size_t shown_path_size = 200;
+// Pages with more load the points of the metrics that are chosen. Building one holds up the store,
+// which these take some 20 ms of.
+constexpr std::uint64_t max_page_points = 100'000;
 
 // As a policy names a script: nothing else runs, whatever gets into the page.
 std::string script_source(std::string_view script) {
@@ -62,6 +69,57 @@ std::set<std::string> decoded_list(std::string_view list) {
     }
 }
 
+// What had to go; empty when nothing had.
+std::string notice_of(const StoreState &state) {
+    if (!state.is_short_of_memory) return "";
+    std::string notice =
+        "Memory is short (--max-memory): the oldest samples went first. Each series keeps its "
+        "newest " +
+        std::to_string(state.samples_limit) + ".";
+    if (state.refused_series > 0) notice += " Some series found no room.";
+    return notice;
+}
+
+// The object of write_chart_points() in pieces, of one metric each: others that want the store get
+// their turn between them.
+class PointsText {
+  public:
+    PointsText(const LiveStore *store, std::vector<std::uint64_t> ids)
+        : store_(store), ids_(std::move(ids)) {}
+
+    bool operator()(std::string *piece) {
+        if (has_ended_) return false;
+        piece->assign(next_ == 0 ? "{" : "");
+        for (std::string members; members.empty() && next_ < ids_.size(); ++next_) {
+            members = members_of(ids_[next_]);
+            if (members.empty()) continue;
+            piece->append(std::exchange(separator_, ",")).append(members);
+        }
+        has_ended_ = next_ == ids_.size();
+        if (has_ended_) piece->append("}\n");
+        return true;
+    }
+
+  private:
+    // Of the object of one metric, which has one at most.
+    std::string members_of(std::uint64_t id) const {
+        std::ostringstream out;
+        store_->read([&](const metrics::MetricsHistory &store) {
+            metrics::write_chart_points(out, store, std::span(&id, 1));
+        });
+        if (!out) throw std::bad_alloc();
+        const std::string text = std::move(out).str();
+        const std::size_t begin = text.find('"');
+        return begin == std::string::npos ? "" : text.substr(begin, text.rfind(']') + 1 - begin);
+    }
+
+    const LiveStore *store_;
+    std::vector<std::uint64_t> ids_;
+    std::size_t next_ = 0;
+    const char *separator_ = "";
+    bool has_ended_ = false;
+};
+
 // `methods` are names with ", " between them.
 bool allows(std::string_view methods, const std::string &method) {
     return (", " + std::string(methods) + ",").find(" " + method + ",") != std::string::npos;
@@ -79,13 +137,17 @@ struct Site::Route {
     Answer (Site::*answer)(const Request &request);
 };
 
-Site::Site(AccessRules rules, LiveStore *store, std::function<FollowState()> file_state)
-    : access_(std::move(rules)), store_(store), file_state_(std::move(file_state)) {}
+Site::Site(SiteOptions options, LiveStore *store, std::function<FollowState()> file_state)
+    : access_(std::move(options.access)),
+      shows_first_(std::move(options.shows_first)),
+      store_(store),
+      file_state_(std::move(file_state)) {}
 
 const Site::Route *Site::find_route(const std::string &path) {
     static constexpr Route routes[] = {
         {"/rta/metrics/dump", "GET, HEAD, POST", Route::token, "../../login", &Site::dump},
         {"/rta/metrics/dump/csv", "GET, HEAD", Route::token, "../../../login", &Site::csv},
+        {"/rta/metrics/data", "GET, HEAD", Route::token, "../../login", &Site::points},
         {"/rta/metrics/clear", "GET", Route::token, "../../login", &Site::clear},
         {"/metrics", "GET, HEAD", Route::token, "login", &Site::newest_values},
         {"/healthz", "GET, HEAD", Route::nothing, "", &Site::health},
@@ -149,7 +211,12 @@ std::shared_ptr<const Site::Page> Site::page() {
     made->begun = Clock::now();
     made->version = version;
     std::ostringstream out;
-    store_->read([&](const metrics::MetricsHistory &store) { write_chart_page(out, store, 0); });
+    const metrics::ChartPageOptions options = {.max_script_points = max_page_points,
+                                               .shows_first = shows_first_,
+                                               .notice = notice_of(store_->state())};
+    store_->read([&](const metrics::MetricsHistory &store) {
+        metrics::write_chart_page(out, store, options);
+    });
     if (!out) throw std::bad_alloc();
     made->html = std::move(out).str();
     made->policy = policy_of(made->html);
@@ -170,6 +237,22 @@ Answer Site::csv(const Request &request) {
                        {"Content-Disposition", "attachment; filename=\"metrics.csv\""}},
             .body = {},
             .next_piece = make_csv(store_, takes)};
+}
+
+Answer Site::points(const Request &request) {
+    std::vector<std::uint64_t> ids;
+    for (const std::string &text : decoded_list(query_value(request, "metrics"))) {
+        std::uint64_t id = 0;
+        const char *const end = text.data() + text.size();
+        const auto [rest, error] = std::from_chars(text.data(), end, id);
+        if (error != std::errc() || rest != end)
+            return text_answer(400, "The metrics are ids with commas between them.");
+        ids.push_back(id);
+    }
+    return {.status = 200,
+            .fields = {{"Content-Type", "application/json"}},
+            .body = {},
+            .next_piece = PointsText(store_, std::move(ids))};
 }
 
 Answer Site::clear(const Request &request) {

@@ -15,11 +15,16 @@
 
 namespace vrn::serve {
 
+struct SiteOptions {
+    AccessRules access{};
+    std::function<bool(const std::string &name)> shows_first{};  // see ChartPageOptions
+};
+
 // Answers by the ends of paths, so that a proxy may put any prefix before them.
 class Site {
   public:
     // Borrows the store. For any number of threads, as `file_state` is.
-    Site(AccessRules rules, LiveStore *store, std::function<FollowState()> file_state);
+    Site(SiteOptions options, LiveStore *store, std::function<FollowState()> file_state);
 
     // With a line at debug level.
     Answer answer(const Request &request);
@@ -40,6 +45,7 @@ class Site {
 
     Answer dump(const Request &request);
     Answer csv(const Request &request);
+    Answer points(const Request &request);
     Answer clear(const Request &request);
     Answer newest_values(const Request &request);
     Answer health(const Request &request);
@@ -50,6 +56,7 @@ class Site {
     std::shared_ptr<const Page> page();
 
     const Access access_;
+    const std::function<bool(const std::string &name)> shows_first_;
     LiveStore *store_;
     const std::function<FollowState()> file_state_;
     std::mutex page_mutex_;                    // one page is built at a time

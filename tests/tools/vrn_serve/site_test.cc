@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "serve_fixtures.h"
+#include "vrn_serve/series_list.h"
 
 namespace vrn::serve {
 namespace {
@@ -40,9 +41,10 @@ class SiteTest : public testing::Test {
     }
 
     LiveStore store{{}, &options};
-    Site site{{.token = {}, .host_names = {"metrics.example"}}, &store, [] {
-                  return FollowState{.files = 3, .waiting = 2, .losses = 1, .has_caught_up = true};
-              }};
+    Site site{
+        {.access = {.token = {}, .host_names = {"metrics.example"}}, .shows_first = {}},
+        &store,
+        [] { return FollowState{.files = 3, .waiting = 2, .losses = 1, .has_caught_up = true}; }};
 };
 
 std::string field_of(const Answer &answer, const std::string &name) {
@@ -170,6 +172,38 @@ TEST_F(SiteTest, WritesExactCsv) {
     EXPECT_EQ(selected(""), head);
 }
 
+TEST_F(SiteTest, GivesThePointsOfMetrics) {
+    add(&store, "a", "x", {{1'000'000, 1}});
+    add(&store, "b", "y", {{2'000'000, 2}, {3'000'000, 3}});
+    std::vector<std::string> ids;
+    store.read([&](const metrics::MetricsHistory &history) {
+        for (const NamedSeries &series : list_series(history))
+            ids.push_back(std::to_string(series.key.metric_id));
+    });
+    const auto points = [&](const std::string &metrics) {
+        return body({.path = "/p/rta/metrics/data", .query = {{"metrics", metrics}}});
+    };
+    const std::string b = R"(":[{"label":"at=y","count":2,"x":[2000,1000],"y":[2,3]}])";
+    EXPECT_EQ(points(ids[1] + ",17"), "{\"" + ids[1] + b + "}\n");
+    EXPECT_EQ(std::ranges::count(points(ids[0] + "," + ids[1]), '['), 6);
+    EXPECT_EQ(points("17"), "{}\n");
+    for (const char *metrics : {"", "1,", "-1", "x", "99999999999999999999"})
+        EXPECT_EQ(points(metrics), "The metrics are ids with commas between them.\n") << metrics;
+}
+
+TEST(SiteOfASmallStore, TellsThatSamplesHadToGo) {
+    LiveStore store({.samples = 64, .max_bytes = 10'000}, &options);
+    Site site({}, &store, [] { return FollowState(); });
+    const auto notice_place = [&] {
+        return site.answer(Ask{}.request()).body->find("PAGE_OPTIONS.notice = 'Memory is short");
+    };
+    EXPECT_EQ(notice_place(), std::string::npos);
+    for (int i = 0; i < 20; ++i) add(&store, "m", std::to_string(i), {{1'000'000, 1}});
+    EXPECT_NE(notice_place(), std::string::npos);
+    store.clear();
+    EXPECT_EQ(notice_place(), std::string::npos);
+}
+
 TEST_F(SiteTest, TellsTheNewestValuesToPrometheus) {
     add(&store, "cpu.load", "a\"\\\n\xff",
         {{1'700'000'000'123'456, 1}, {1'700'000'001'000'002, 2}});
@@ -222,7 +256,8 @@ TEST_F(SiteTest, LetsItsPolicyRunTheScriptsOfThePageAlone) {
 
 TEST(SiteWithToken, LetsInThoseWhoKnowIt) {
     LiveStore store({}, &options);
-    Site site({.token = token, .host_names = {}}, &store, [] { return FollowState(); });
+    Site site({.access = {.token = token, .host_names = {}}, .shows_first = {}}, &store,
+              [] { return FollowState(); });
     const auto answer = [&](const Ask &ask) { return site.answer(ask.request()); };
     for (const char *path :
          {"/rta/metrics/dump", "/rta/metrics/dump/csv", "/rta/metrics/clear", "/p/metrics"}) {
