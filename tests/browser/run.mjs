@@ -7,6 +7,7 @@ import { choiceTests } from './choice_tests.mjs';
 import { Host } from './host.mjs';
 import { hostTests } from './host_tests.mjs';
 import { forgetVisits } from './page_steps.mjs';
+import { serveTests } from './serve_tests.mjs';
 
 const SKIPPED = 77;
 const WORKERS = 3;
@@ -23,7 +24,8 @@ const CHROMIUM_FLAGS = [
 ];
 
 // What a page says on the console about a failure that a test asked for.
-const EXPECTED_CONSOLE_TEXT = /^Failed to load resource: the server responded with a status of 500/;
+const EXPECTED_CONSOLE_TEXT =
+    /^Failed to load resource: (the server responded with a status of (401|403|500)|net::ERR_BLOCKED_BY_RESPONSE)/;
 
 // A page that one test after the other uses: making one takes longer than most tests. It has a clock
 // that they may put forward. Errors of the page and the console go to `errors`.
@@ -65,7 +67,7 @@ async function main([binDir, only]) {
         return SKIPPED;
     }
     const browser = await chromium.launch({ executablePath, args: CHROMIUM_FLAGS });
-    const all = Object.entries({ ...chartTests, ...choiceTests, ...hostTests });
+    const all = Object.entries({ ...chartTests, ...choiceTests, ...hostTests, ...serveTests });
     const queue = all.filter(([name]) => !only || name === only);
     const pages = new Map();
     let failed = 0;
