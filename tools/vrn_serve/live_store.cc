@@ -99,7 +99,7 @@ std::size_t merge_points(std::span<const Point> points, Series<T> *series) {
 // The labels of a set as texts, made in one order: sets are told apart by the order of their map.
 LabelMap label_texts(const MetricsHistory &store, std::uint64_t label_set) {
     LabelIds ids;
-    store.find_label_set(label_set, &ids);
+    if (!store.find_label_set(label_set, &ids)) return {};
     std::map<std::string, std::string> sorted;
     for (const auto &[name, value] : ids)
         sorted.emplace(store.symbols().lookup(name), store.symbols().lookup(value));

@@ -78,7 +78,7 @@ std::string time_text(std::uint64_t time_us, MetricsForm form) {
 std::string newest_text(const metrics::MetricsHistory &store, const metrics::SeriesKey &key,
                         MetricsForm form) {
     metrics::Samples samples;
-    store.last_samples(key, 1, &samples);
+    if (!store.last_samples(key, 1, &samples)) return "";
     const auto text_of = [&]<typename T>(const std::vector<T> &values) -> std::string {
         if constexpr (std::is_arithmetic_v<T>)
             if (!values.empty())

@@ -22,7 +22,7 @@ std::vector<NamedSeries> list_series(const metrics::MetricsHistory &store) {
     for (const metrics::SeriesKey &key : store.series_keys()) {
         NamedSeries series = {store.symbols().lookup(key.metric_id), {}, key};
         metrics::LabelIds labels;
-        store.find_label_set(key.label_set, &labels);
+        if (!store.find_label_set(key.label_set, &labels)) continue;
         for (const auto &[name, value] : labels)
             series.labels.emplace_back(metrics::script_text_value(store.symbols().lookup(name)),
                                        metrics::script_text_value(store.symbols().lookup(value)));
