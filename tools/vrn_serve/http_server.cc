@@ -245,6 +245,7 @@ class HttpServer::Glue {
         const auto connection = self->connections_.find(socket);
         if (connection == self->connections_.end()) return;
         connection->second = {.deadline = Clock::now() + self->limits_.answer, .is_answered = true};
+        self->changed_.notify_all();
     }
 };
 
