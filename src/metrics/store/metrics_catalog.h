@@ -115,7 +115,9 @@ class MetricsCatalog {
         name_filter_ = std::move(takes);
     }
     bool has_name_filter() const { return name_filter_ != nullptr; }
-    [[nodiscard]] bool takes_name(const std::string &name) const { return !name_filter_ || name_filter_(name); }
+    [[nodiscard]] bool takes_name(const std::string &name) const {
+        return !name_filter_ || name_filter_(name);
+    }
 
     // Samples in the buffers of new series.
     std::uint64_t default_capacity() const { return default_capacity_; }
