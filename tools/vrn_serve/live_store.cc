@@ -71,7 +71,7 @@ template <typename T>
 std::vector<Point> ordered_points(const Series<T> &series, std::uint64_t floor_us) {
     std::vector<Point> points = points_of(series);
     if (!std::ranges::is_sorted(points)) std::ranges::sort(points);
-    points.erase(std::ranges::unique(points).begin(), points.end());
+    points.erase(std::unique(points.begin(), points.end()), points.end());
     const auto first = std::ranges::lower_bound(points, floor_us, {}, &Point::time_us);
     points.erase(points.begin(), first);
     return points;
