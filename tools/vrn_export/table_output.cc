@@ -31,11 +31,17 @@ void TableOutput::add(const Encoded &encoded) {
     for (const Encoded::Table &table : encoded.tables) {
         if (table.text.size() == 0) continue;
         auto &file = tables_[table.name];
-        if (!file)
-            file = std::make_unique<Table>(folder_ + "/" + table_file_name(table.name, suffix_),
-                                           form_, table.name);
+        if (!file) file = std::make_unique<Table>(path_of(table.name), form_, table.name);
         file->text.add(table.text.view());
     }
+}
+
+// Long names of one digest can be made on purpose: one table must not take the file of another.
+std::string TableOutput::path_of(const std::string &table) {
+    std::string path = folder_ + "/" + table_file_name(table, suffix_);
+    for (unsigned number = 2; !paths_.insert(path).second; ++number)
+        path = folder_ + "/" + table_file_name(table, "~" + std::to_string(number) + suffix_);
+    return path;
 }
 
 void TableOutput::finish() {

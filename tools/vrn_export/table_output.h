@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "vrn_export/file_output.h"
@@ -31,10 +32,13 @@ class TableOutput final : public ExportOutput {
         TextOutput text;
     };
 
+    std::string path_of(const std::string &table);
+
     std::string folder_;
     std::string suffix_;
     TextForm form_;
     std::map<std::string, std::unique_ptr<Table>> tables_;  // by name
+    std::set<std::string> paths_;
 };
 
 }  // namespace vrn::exporter
