@@ -6,7 +6,6 @@
 #include "scan/chunk_feed.h"
 #include "series/file_series.h"
 #include "series/file_times.h"
-#include "series/merge_series.h"
 #include "support/sample_files.h"
 #include "support/store_text.h"
 #include "support/test.h"
@@ -165,27 +164,6 @@ TEST(FileSeries, TakesNoHarmFromDamage) {
         for (const metrics::SeriesKey &key : sample.store.series_keys())
             EXPECT_GT(sample.store.count_samples(key, 0, 0), 0u);
     }
-}
-
-TEST(MergeSeries, PutsOlderSamplesFirstAndKeepsTheNewest) {
-    Sample newer, older;
-    older.store.set_default_capacity(3);
-    newer.store.set_default_capacity(3);
-    const auto push = [](Sample *sample, const char *name, std::uint64_t time) {
-        sample->store
-            .get_series<long>(sample->store.intern(name),
-                              sample->store.intern_labels({{"a", "1"}, {"b", "2"}}))
-            .push(time, static_cast<long>(time));
-    };
-    for (const std::uint64_t time : {5, 6}) push(&newer, "m", time);
-    for (const std::uint64_t time : {1, 2, 7}) push(&older, "m", time);
-    push(&older, "n", 1);
-    push(&older, "clash", 1);
-    newer.store.set_metric_type("clash", metrics::ValueType::float64);
-    EXPECT_FALSE(series::merge_series(older.store, &newer.store));
-    EXPECT_EQ(shown(newer.store), (Lines{"m{a=1|b=2} G 5=5 6=6 7=7", "n{a=1|b=2} G 1=1"}));
-    push(&newer, "m", 8);
-    EXPECT_EQ(shown(newer.store)[0], "m{a=1|b=2} G 6=6 7=7 8=8");
 }
 
 TEST(SortByTime, TakesTimesFromHeaders) {
