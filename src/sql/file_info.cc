@@ -155,7 +155,7 @@ std::shared_ptr<const FileInfo> FileCatalog::get(const std::string &path,
         const auto found = files_.find(key);
         if (found != files_.end() && is_same(found->second->status, status)) return found->second;
     }
-    const auto info = std::make_shared<FileInfo>();
+    auto info = std::make_shared<FileInfo>();
     info->path = path;
     info->status = status;
     info->cache = cache_of(scan::schema_folder_of(path, schema_folder));

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char extension_name[] = "vrn.duckdb_extension";
 std::string extension_path() {
-    const std::string beside = beside_program(extension_name);
+    std::string beside = beside_program(extension_name);
     if (access(beside.c_str(), R_OK) == 0) return beside;
     return beside_program(std::string(VRN_EXTENSION_FOLDER "/") + extension_name);
 }
