@@ -70,7 +70,7 @@ class OutputPipe {
     int descriptor() const { return in_.get(); }
     // Waits for the last byte; the errno of a failed write, or 0.
     int close() {
-        in_.close();
+        in_ = Descriptor();  // the end of the pipe, for the thread
         if (thread_.joinable()) thread_.join();
         return error_;
     }
