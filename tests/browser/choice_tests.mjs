@@ -10,7 +10,7 @@ import {
     open,
     optionsOf,
     pageIsReady,
-    reloadedAfter,
+    reloadedBy,
     selectMetrics,
     selectedOf,
 } from './page_steps.mjs';
@@ -175,8 +175,7 @@ export const choiceTests = {
         assert.ok(rows.some((row) => /^\d+,received_bytes,"(device=eth0, port=3|port=3, device=eth0)",\d+$/.test(row)));
         await selectMetrics(page, 'temperature');
         assert.deepEqual((await chartState(page)).counts, [142, 142]);
-        await page.click('text=Refresh Data');
-        await reloadedAfter(page, 0);
+        await reloadedBy(page, () => page.click('text=Refresh Data'));
         assert.equal((await chartState(page)).title, 'temperature');
         assert.ok(host.requests.every((request) => request.startsWith('GET ')));
     }),

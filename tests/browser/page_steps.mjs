@@ -27,12 +27,17 @@ export async function pageIsReady(page) {
     await page.waitForSelector('#cacheStatistics');
 }
 
-// Goes through what a page waits for before it comes anew.
-export async function reloadedAfter(page, waitMs) {
+// The page may be there anew before the act returns.
+export async function reloadedBy(page, act) {
     const reloaded = page.waitForEvent('load');
-    await page.clock.runFor(waitMs);
+    await act();
     await reloaded;
     await pageIsReady(page);
+}
+
+// Goes through what a page waits for before it comes anew.
+export function reloadedAfter(page, waitMs) {
+    return reloadedBy(page, () => page.clock.runFor(waitMs));
 }
 
 export function messageOf(page) {
