@@ -45,7 +45,7 @@ std::string beside_program(const std::string &name) {
 void open_engine_library() {
     void *library = open_library();
 // Each name of a function is a macro for its place in the table.
-#define VRN_RESOLVE(name) resolve(library, #name, &name)
+#define VRN_RESOLVE(name) resolve(library, #name, &(name))
     VRN_RESOLVE(duckdb_open_ext);
     VRN_RESOLVE(duckdb_close);
     VRN_RESOLVE(duckdb_connect);
