@@ -28,18 +28,18 @@ done
 echo "== clang-tidy"
 ./scripts/tidy.sh build
 
+echo "== an export in shares on a cluster of two nodes"
+tests/fleet/slurm_test.sh build/bin . || { [ $? -eq 77 ] && echo skipped; }
+
+echo "== what real servers and tools load"
+cmake --build --preset release -j "$jobs" --target random_archive
+for script in influxdb export_lines export_openmetrics export_tables prometheus; do
+    "tests/integration/$script.sh" || [ $? -eq 77 ]
+done
+
 echo "== tests of threads (thread sanitizer)"
 ctest --preset tsan
 echo "== tests (release)"
 ctest --preset release -j "$jobs"
 echo "== tests (address and undefined behaviour sanitizers)"
 ctest --preset asan -j "$jobs"
-
-echo "== an export in shares on a cluster of two nodes"
-tests/fleet/slurm_test.sh build/bin . || { [ $? -eq 77 ] && echo skipped; }
-
-echo "== what real servers and tools load"
-cmake --build --preset release -j "$jobs" --target random_archive
-for script in influxdb export_lines export_openmetrics export_tables; do
-    "tests/integration/$script.sh" || [ $? -eq 77 ]
-done
