@@ -110,7 +110,7 @@ bool ColumnType::operator==(const ColumnType &other) const {
 }
 
 std::string type_text(const ColumnType &type) {
-    const std::string name = traits(type.kind).name;
+    std::string name = traits(type.kind).name;
     switch (type.kind) {
         case Kind::array:
             return type_text(type.members[0].type) + "[" + std::to_string(type.length) + "]";

@@ -40,7 +40,7 @@ class MetricsScan final : public TableScan {
 template <typename Thread>
 class MetricsTable final : public Table {
   public:
-    MetricsTable(FileSet files, RecordFilter filter, std::vector<Column> columns)
+    MetricsTable(FileSet files, RecordFilter filter, std::vector<Column> &&columns)
         : files_(std::move(files)), filter_(std::move(filter)) {
         columns_ = std::move(columns);
         add_name_columns(&columns_);

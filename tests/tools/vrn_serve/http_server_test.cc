@@ -1,4 +1,5 @@
 #include "vrn_serve/http_server.h"
+#include "utils/log.h"
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -9,6 +10,7 @@
 #include <thread>
 
 #include "support/test.h"
+#include "utils/log.h"
 #include "vrn_serve/serve_options.h"
 
 namespace vrn::serve {
@@ -57,6 +59,7 @@ class Client {
 
 struct Served {
     explicit Served(const HttpLimits &limits = {}) {
+        vrn_log_init_from_env();  // as every program with threads: the log starts before them
         Listening listening = listen_to("127.0.0.1:0");
         address = listening.address;
         server = std::make_unique<HttpServer>(std::move(listening.socket), limits,
