@@ -10,6 +10,7 @@ namespace {
 
 constexpr int gzip_window_bits = 15 + 16;  // with the framing of gzip
 constexpr int gzip_memory_level = 8;       // zlib's default
+// zlib counts the bytes of a call in a uInt.
 constexpr std::size_t max_piece = std::numeric_limits<uInt>::max();
 
 }  // namespace
@@ -33,6 +34,7 @@ Compressor::Compressor(Compression compression) : compression_(compression) {
     if (compression != Compression::zstd) return;
     context_.reset(ZSTD_createCCtx());
     if (!context_) throw std::bad_alloc();
+    // zstd has it off by default; gzip always has a checksum.
     ZSTD_CCtx_setParameter(context_.get(), ZSTD_c_checksumFlag, 1);
 }
 
@@ -53,10 +55,12 @@ void Compressor::pack(std::string_view text, TextBuffer *out) {
 void Compressor::pack(TextBuffer *text) {
     if (compression_ == Compression::none) return;
     pack(text->view(), &packed_);
+    // Swapped, so that both buffers keep their memory.
     std::swap(*text, packed_);
 }
 
 void Compressor::pack_gzip(std::string_view text, TextBuffer *out) {
+    // Each piece is a member of its own; members that follow each other are one gzip file.
     deflateReset(&stream_);
     int result = Z_OK;
     while (result != Z_STREAM_END) {

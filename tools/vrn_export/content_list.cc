@@ -52,6 +52,7 @@ std::string table_text(const std::vector<Row> &rows) {
 }  // namespace
 
 void ContentList::add(const tool::InputFile &file) {
+    // Faults tell what is wrong; the log would say it twice.
     const LogCapture log;
     InputFeed feed;
     const bool is_open = feed.open(file.path, schemas_, [&](const FoundFault &fault) {
@@ -64,6 +65,7 @@ void ContentList::add(const tool::InputFile &file) {
     Content &content = contents_[{field_text(header.source_id), field_text(header.source_tag)}];
     ++content.files;
     content.bytes += file.size;
+    // A header that nobody has completed has zeros.
     if (header.first_timestamp != 0 &&
         (content.first_time == 0 || header.first_timestamp < content.first_time))
         content.first_time = header.first_timestamp;

@@ -130,6 +130,7 @@ std::string json_list(const std::vector<std::string> &names) {
 }  // namespace
 
 tool::CommandLine make_command_line(ExportOptions *options) {
+    // The system tells 0 where it doesn't know.
     options->threads = std::clamp(std::thread::hardware_concurrency(), 1U, max_threads);
     std::vector<tool::Option> rows = output_options(options);
     std::ranges::move(selection_options(&options->format.selection), std::back_inserter(rows));
@@ -163,6 +164,7 @@ void check_options(const ExportOptions &options, bool has_operands) {
         throw tool::UsageError("--until is not after --since: nothing is between them");
 }
 
+// Compared as text with the line of an earlier run: another word here has all parts made anew.
 std::string options_line(const ExportOptions &options) {
     const FormatOptions &format = options.format;
     const SelectionOptions &selection = format.selection;

@@ -17,13 +17,16 @@ ExportRun::ExportRun(ExportPlan plan)
 
 bool ExportRun::run() {
     {
+        // Joined at the end of the block; after that `error_` is read without the lock.
         std::vector<std::jthread> threads;
         try {
             for (unsigned i = 1; i < plan_.threads; ++i) threads.emplace_back([this] { work(); });
         } catch (...) {
+            // Threads that have begun would otherwise finish all the work before they are joined.
             stop();
             throw;
         }
+        // The calling thread is one of them.
         work();
     }
     if (error_) std::rethrow_exception(error_);
@@ -41,6 +44,7 @@ void ExportRun::work() {
 void ExportRun::fail(const std::exception_ptr &error) {
     stop();
     const std::lock_guard lock(mutex_);
+    // The first is told: those after it mostly follow from it.
     if (!error_) error_ = error;
 }
 

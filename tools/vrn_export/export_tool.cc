@@ -31,7 +31,9 @@ namespace vrn::exporter {
 namespace {
 
 constexpr int signal_status = 128;
+// Beyond it, one line more says where to find all of them.
 constexpr std::uint64_t max_told = 100;  // damaged files
+// Bytes for sorting. A run has one stream, but each thread may have parts under way.
 constexpr std::size_t stream_spool_memory = 64 << 20;
 constexpr std::size_t part_spool_memory = 8 << 20;
 
@@ -62,6 +64,7 @@ class ExportJob {
         if (has_folder() && !has_parts() && (options.shard || options.resumes))
             throw tool::UsageError(
                 "--shard and --resume go with formats that have a file for each input");
+        // Before shards are cut: a list that one shard refuses is refused by all of them.
         if (has_parts()) give_each_a_part(suffix(), &files_);
         // By all inputs, so that all shards have the same heads.
         if (format_->wants_schemas()) learn_schemas(files_, &schemas_, format_.get());
@@ -84,12 +87,14 @@ class ExportJob {
     int run() {
         std::vector<RunReport::Write> writers;
         if (!options_.report_file.empty()) writers.push_back(open_report());
+        // Before the journal begins anew: where a shard's report stands, its parts are whole.
         if (has_parts()) writers.push_back(open_shard_report());
         RunReport report(std::move(writers));
         make_output();
         const int status = convert(&report);
         report.finish(status);
         if (report_file_) report_file_->finish();
+        // After a failure or a signal the shard isn't done, and must not look so to a merge.
         if (shard_report_ && status <= damaged_status) shard_report_->finish();
         return status;
     }
@@ -107,6 +112,7 @@ class ExportJob {
 
     void take_shard() {
         all_files_ = files_.size();
+        // Keeps all and sorts them: the digest must not hang on the order of the operands.
         keep_shard({1, 1}, &files_);
         inputs_ = digest_of(files_);
         keep_shard(*options_.shard, &files_);
@@ -160,6 +166,7 @@ class ExportJob {
                      if (file.num_faults > 0) tell_of(file, &progress);
                  },
              .note_bytes = [&](std::uint64_t count) { progress.note_bytes(count); }});
+        // Before the threads of the run, which inherit its mask.
         const SignalWatch watch([&] { run.stop(); });
         const bool is_whole = run.run();
         if (is_whole) output_->finish();
@@ -168,6 +175,7 @@ class ExportJob {
             tool::print_error("vrn_export",
                               std::to_string(report->totals().damaged) +
                                   " files are damaged; --report tells of all of them");
+        // A signal explains whatever else went wrong.
         if (watch.signal() != 0) return signal_status + watch.signal();
         if (!found_all_) return failed_status;
         return report->totals().faults > 0 ? damaged_status : EXIT_SUCCESS;

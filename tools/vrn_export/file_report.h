@@ -26,6 +26,7 @@ struct FileReport {
     std::uint64_t num_faults = 0;
     std::vector<FoundFault> faults;
 
+    // A fault that only makes the one before it longer is not counted again.
     void add_fault(FoundFault fault) {
         const std::size_t before = faults.size();
         if (before < max_faults) append_fault(std::move(fault), &faults);

@@ -33,6 +33,7 @@ class HeadVisitor final : public scan::Visitor {
         if (fault.kind == FaultKind::header_cut) return refuse_cut(fault);
         const bool is_other = fault.kind == FaultKind::header_bad &&
                               !vrn_magic_matches(header_.magic, VRN_MAGIC_FILE);
+        // A size too small for the header is a wrong number only: the blocks can still be read.
         const bool is_size =
             fault.kind == FaultKind::header_bad && header_.file_size < sizeof header_;
         take_fault_({.offset = 0,
@@ -83,6 +84,7 @@ class HeadVisitor final : public scan::Visitor {
 bool InputFeed::open(const std::string &path, SchemaCaches *schemas, const TakeFault &take_fault) {
     file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file_.is_open() || fstat(file_.get(), &status_) != 0) {
+        // The process lacks something, not the file: to go on would pass over good inputs.
         if (errno == EMFILE || errno == ENFILE || errno == ENOMEM)
             throw std::system_error(errno, std::generic_category(), path);
         take_fault(
@@ -101,6 +103,7 @@ bool InputFeed::open(const std::string &path, SchemaCaches *schemas, const TakeF
 
 bool InputFeed::take(scan::ChunkRun *run) {
     const bool has_run = feed_->take(run);
+    // Of the file on disk: of a compressed one the source's position counts decompressed bytes.
     const off_t position = lseek(file_.get(), 0, SEEK_CUR);
     // Pipes have none.
     raw_position_ = position < 0 ? source_->position() : static_cast<std::uint64_t>(position);

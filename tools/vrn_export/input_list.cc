@@ -34,6 +34,8 @@ void refuse_output_among_inputs(const std::vector<std::string> &operands,
     for (const std::string &operand : operands) {
         if (!fs::is_directory(operand)) continue;
         const fs::path input = real_path(operand);
+        // A part lies below the folder by the operand's whole path, and links may lead that back
+        // again.
         for (const fs::path &output : {fs::path(folder), fs::path(folder) / part_name(operand, "")})
             if (lies_in(real_path(output), input))
                 throw tool::UsageError("the output folder " + tool::shown_text(folder) +
@@ -44,6 +46,7 @@ void refuse_output_among_inputs(const std::vector<std::string> &operands,
 
 void refuse_stream_into_input(const std::vector<tool::InputFile> &files) {
     struct stat status {};
+    // Pipes and terminals can be no input. A regular file could be read while it grows.
     if (fstat(STDOUT_FILENO, &status) != 0 || !S_ISREG(status.st_mode)) return;
     const auto found = std::ranges::find(files, tool::FileId(status), &tool::InputFile::id);
     if (found != files.end())

@@ -36,12 +36,14 @@ bool PartJournal::load(const std::string &options) {
     if (!std::getline(file, line) || line != options) return false;
     FileReport report;
     std::uint64_t offset = line.size() + 1;
+    // A line that a kill cut short doesn't parse, and its part is made anew.
     for (; std::getline(file, line); offset += line.size() + 1)
         if (parse_report_line(line, &report) && !report.part.empty())
             lines_[report.part] = {offset, line.size()};
     return true;
 }
 
+// Lines of this run aren't looked up again: `lines_` stays as it was loaded and needs no lock.
 void PartJournal::add(const std::string &line) {
     write(line);
 }
@@ -54,6 +56,7 @@ std::optional<std::string> PartJournal::find(const std::string &part) const {
     const auto found = lines_.find(part);
     if (found == lines_.end()) return std::nullopt;
     std::string line(found->second.size, '\0');
+    // By pread(), since threads share the descriptor and its position.
     const ssize_t count =
         ::pread(file_.get(), line.data(), line.size(), static_cast<off_t>(found->second.offset));
     if (count != static_cast<ssize_t>(line.size())) fail(path_);

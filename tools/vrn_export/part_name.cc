@@ -16,6 +16,7 @@ namespace {
 constexpr std::size_t max_name = 255;  // bytes, of most file systems
 constexpr std::size_t digest_digits = 16;
 
+// '%' is escaped as well, so that no two texts come to one name.
 std::string escaped(std::string_view text) {
     std::string name;
     while (!text.empty()) {
@@ -50,6 +51,7 @@ std::string file_name(std::string_view text, std::string_view suffix) {
     const std::string name = escaped(text);
     const std::size_t room = max_name - suffix.size();
     if (name.size() <= room) return name + std::string(suffix);
+    // Room for the digest and the '~' before it.
     std::size_t kept = room - digest_digits - 1;
     // Not amid a character.
     while (kept > 0 && (static_cast<std::uint8_t>(name[kept]) & 0xC0) == 0x80) --kept;
@@ -63,6 +65,7 @@ std::string part_name(std::string_view path, std::string_view suffix) {
     while (!path.empty()) {
         const std::string_view component = path.substr(0, path.find('/'));
         path.remove_prefix(std::min(component.size() + 1, path.size()));
+        // Without "..", so that no part lies above the output folder.
         if (component.empty() || component == "." || component == "..") continue;
         if (!name.empty()) name += '/';
         name += file_name(component, path.empty() ? suffix : "");
@@ -80,9 +83,11 @@ std::string table_file_name(std::string_view table, std::string_view suffix) {
 void give_each_a_part(std::string_view suffix, std::vector<tool::InputFile> *files) {
     std::map<std::string, const tool::InputFile *> parts;
     std::vector<tool::InputFile> kept;
+    // Never grown after this: `parts` points into it.
     kept.reserve(files->size());
     for (tool::InputFile &file : *files) {
         const auto [part, is_new] = parts.try_emplace(part_name(file.path, suffix), nullptr);
+        // The same file, by whatever paths it was named.
         if (!is_new && part->second->id == file.id) continue;
         if (!is_new)
             throw tool::UsageError(tool::shown_text(part->second->path) + " and " +

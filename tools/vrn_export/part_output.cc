@@ -23,6 +23,7 @@ class Part final : public FileOutput {
           journal_(journal) {}
 
     void write(const Encoded &encoded) override {
+        // Formats with parts have one table, or none when a run gave no text.
         for (const Encoded::Table &table : encoded.tables) text_.add(table.text.view());
     }
 
@@ -74,6 +75,7 @@ bool PartOutput::has_file(std::size_t index, FileReport *report) {
     const std::optional<std::string> line = journal_->find(name);
     FileReport kept;
     if (!line || !parse_report_line(*line, &kept)) return false;
+    // A part bears the time of its input, so an input that was changed since is younger.
     if (static_cast<std::uint64_t>(part.st_size) != kept.bytes_out ||
         is_before(part.st_mtim, input.st_mtim))
         return false;
@@ -87,6 +89,7 @@ bool PartOutput::has_file(std::size_t index, FileReport *report) {
 std::unique_ptr<FileOutput> PartOutput::begin_file(std::size_t index, const InputFeed &feed) {
     std::string name = part_name(files_[index].path, suffix_);
     const std::string path = folder_ + "/" + name;
+    // By identity, so that links to an input are found as well.
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 &&
         std::ranges::binary_search(inputs_, tool::FileId(status)))

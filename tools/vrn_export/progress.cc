@@ -46,12 +46,14 @@ void Progress::note_file() {
 
 void Progress::clear() {
     const std::lock_guard lock(mutex_);
+    // Only what was drawn: escapes have no place in a file or pipe.
     if (is_drawn_) std::fputs("\r\033[K", stderr);
     is_drawn_ = false;
 }
 
 void Progress::draw() {
     if (!is_shown_) return;
+    // Where another thread draws, this one goes on: no work waits for a terminal.
     const std::unique_lock lock(mutex_, std::try_to_lock);
     const Clock::time_point now = Clock::now();
     if (!lock || now < next_) return;

@@ -20,6 +20,7 @@ constexpr std::size_t max_waiting = 32768;
 
 ReportFile::ReportFile(std::string path, const std::vector<tool::InputFile> &inputs)
     : path_(std::move(path)) {
+    // By identity, so that links to an input are found as well.
     struct stat status {};
     if (stat(path_.c_str(), &status) == 0 &&
         std::ranges::find(inputs, tool::FileId(status), &tool::InputFile::id) != inputs.end())
@@ -39,6 +40,7 @@ void ReportFile::write(const std::string &line) {
 }
 
 void ReportFile::finish() {
+    // Taken out first, so that the destructor doesn't write again what has failed.
     const std::string text = std::exchange(waiting_, "");
     if (!write_all(file_.get(), text))
         throw std::system_error(errno, std::generic_category(), path_);

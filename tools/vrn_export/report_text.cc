@@ -41,6 +41,7 @@ std::string faults_text(const FileReport &report) {
     return text + "]";
 }
 
+// JSON numbers are held as doubles: exact up to 2^53, far above any file's size.
 std::uint64_t number_of(const JSON_Object *object, const char *name) {
     return static_cast<std::uint64_t>(json_object_dotget_number(object, name));
 }
@@ -92,6 +93,7 @@ bool parse_report_line(const std::string &line, FileReport *report) {
     *report = {};
     report->path = text_of(object, "file");
     report->part = text_of(object, "part");
+    // The member is there only when it is false; where it is missing this is -1.
     report->is_selected = json_object_get_boolean(object, "selected") != 0;
     report->bytes_in = number_of(object, "bytes_in");
     report->bytes_out = number_of(object, "bytes_out");
@@ -102,6 +104,7 @@ bool parse_report_line(const std::string &line, FileReport *report) {
                       .histograms = number_of(object, "records.histograms"),
                       .dropped_values = number_of(object, "dropped_values"),
                       .changed_values = number_of(object, "changed_values")};
+    // The faults themselves aren't needed: lines of kept parts are handed on as they stand.
     report->num_faults = number_of(object, "num_faults");
     return true;
 }

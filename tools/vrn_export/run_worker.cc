@@ -25,10 +25,13 @@ void RunWorker::read(const WorkOrder::Reading &reading) {
         order_->give_back(file, reading.slot);
         return;
     }
+    // After was_read() the feed belongs to whoever reads next, so all that is asked of it comes
+    // first.
     note_bytes(file, file->feed.raw_position());
     const bool has_ended = file->feed.has_ended();
     if (has_ended) file->feed.close();
     order_->was_read(file, has_ended);
+    // Others read on while this run becomes text.
     walk(reading.file, reading.slot);
     order_->was_walked(file, reading.slot);
 }
@@ -41,6 +44,7 @@ bool RunWorker::open(OpenFile *file) {
     report->path = input.path;
     report->bytes_in = input.size;
     if (plan_.output.has_file(file->index, report)) return false;
+    // No run of the file is under way yet, so its report is this thread's.
     const auto take_fault = [&](FoundFault fault) { report->add_fault(std::move(fault)); };
     if (!file->feed.open(input.path, &plan_.schemas, take_fault)) return false;
     report->is_selected = plan_.format.takes_file(file->feed.header());
@@ -51,11 +55,15 @@ bool RunWorker::open(OpenFile *file) {
 }
 
 void RunWorker::walk(const std::shared_ptr<OpenFile> &file, RunSlot *slot) {
+    // Header and cache don't change once the file is open: they may be used while another thread
+    // reads.
     if (file_ != file) encoder_->begin_file(plan_.files[file->index].path, file->feed.header());
+    // Shared, so that no later file can have the address of the one that the encoder knows.
     file_ = file;
     slot->encoded.clear();
     encoder_->begin_run(&slot->encoded);
     slot->end = scan::walk_chunk_run(slot->run, file->feed.cache().get(), &page_, encoder_.get());
+    // The same comes as faults; kept, it would grow with the run.
     static_cast<void>(log_.take());
     for (Encoded::Table &table : slot->encoded.tables)
         if (table.text.size() > 0) compressor_.pack(&table.text);
@@ -74,6 +82,7 @@ void RunWorker::write(const WorkOrder::Writing &writing) {
     walk_anew_if_misled(writing.file, writing.slot);
     file->output->write(writing.slot->encoded);
     file->report.counts += writing.slot->encoded.counts;
+    // In the order of the runs: faults of one schema that follow each other become one.
     for (FoundFault &fault : writing.slot->encoded.faults) file->report.add_fault(std::move(fault));
 }
 
@@ -91,6 +100,7 @@ void RunWorker::walk_anew_if_misled(const std::shared_ptr<OpenFile> &file, RunSl
 void RunWorker::finish(OpenFile *file) {
     FileReport *report = &file->report;
     note_bytes(file, report->bytes_in);
+    // Its numbers are those of the run that made the part.
     if (report->is_kept) return;
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - file->start;
     report->seconds = time.count();

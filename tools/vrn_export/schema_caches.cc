@@ -6,6 +6,7 @@ namespace vrn::exporter {
 
 std::shared_ptr<scan::SchemaCache> SchemaCaches::of_file(const std::string &path) {
     scan::SchemaLoaderOptions options = options_;
+    // Outside the lock: it looks at the disk.
     options.folder = scan::schema_folder_of(path, options_.folder);
     const std::lock_guard lock(mutex_);
     // Files of one folder mostly follow each other; those at work keep their caches.

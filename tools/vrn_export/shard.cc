@@ -31,6 +31,7 @@ Shard shard_value(const char *text) {
 }
 
 void keep_shard(const Shard &shard, std::vector<tool::InputFile> *files) {
+    // All machines must cut one list at the same places, in whatever order they found the files.
     std::ranges::sort(*files, {}, &tool::InputFile::path);
     std::uint64_t total = 0;
     for (const tool::InputFile &file : *files) total += file.size + file_weight;
@@ -39,6 +40,7 @@ void keep_shard(const Shard &shard, std::vector<tool::InputFile> *files) {
         // By where its middle lies.
         const std::uint64_t middle = before + (file.size + file_weight) / 2;
         before += file.size + file_weight;
+        // Bytes times shards may exceed 64 bits.
         const auto place = static_cast<unsigned __int128>(middle) * shard.count / total;
         return place != shard.number - 1;
     });

@@ -41,6 +41,7 @@ std::string shard_head_line(const ShardHead &head) {
 bool parse_shard_head(const std::string &line, ShardHead *head) {
     const JsonValue value(json_parse_string(line.c_str()));
     const JSON_Object *object = value ? json_value_get_object(value.get()) : nullptr;
+    // Lines of files and totals are objects too, but name no shards.
     if (!object || !json_object_has_value_of_type(object, "shards", JSONNumber)) return false;
     const auto number = [&](const char *name) {
         return static_cast<std::uint64_t>(json_object_get_number(object, name));

@@ -25,6 +25,7 @@ namespace {
 class ShardMerge {
   public:
     ShardMerge(const std::string &folder, const std::string &report_file) : folder_(folder) {
+        // First, so that a wrong folder leaves an old report as it is.
         count_ = find_count();
         if (!report_file.empty()) report_file_.emplace(report_file, std::vector<tool::InputFile>());
     }
@@ -59,6 +60,8 @@ class ShardMerge {
             unsigned long long number = 0;
             unsigned long long count = 0;
             const std::string name = entry->path().filename();
+            // Journals are there from the start of a shard, so unfinished ones count. The name is
+            // made again because sscanf() takes signs and zeros that we never write.
             if (std::sscanf(name.c_str(), "shard-%llu-of-%llu", &number, &count) == 2 &&
                 journal_name({number, count}) == std::string(shard_folder_name) + "/" + name)
                 counts.insert(count);
@@ -94,6 +97,7 @@ class ShardMerge {
         bool is_whole = false;
         while (std::getline(file, line)) {
             FileReport report;
+            // The line of totals names no file: it ends a report that was finished.
             is_whole = !parse_report_line(line, &report);
             if (is_whole) break;
             if (!is_there(report)) fail(shard, "the part " + report.part + " is not what it wrote");
@@ -115,6 +119,7 @@ class ShardMerge {
                                  std::to_string(shard.count) + ": " + cause);
     }
 
+    // Reads the report a second time rather than holding it: there may be millions of files.
     void give(const Shard &shard) {
         std::ifstream file(path_of(shard), std::ios::binary);
         std::string line;

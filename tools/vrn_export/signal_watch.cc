@@ -26,11 +26,14 @@ SignalWatch::SignalWatch(std::function<void()> stop) : stop_(std::move(stop)) {
     sigaddset(&signals_, wake_signal);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         if (!is_ignored(signal)) sigaddset(&signals_, signal);
+    // Before the thread is made: it and all later ones inherit the mask, and only sigwait() takes
+    // them.
     pthread_sigmask(SIG_BLOCK, &signals_, &mask_before_);
     thread_ = std::thread([this] { watch(); });
 }
 
 SignalWatch::~SignalWatch() {
+    // Before the wake, or the watch would go to sleep again.
     is_over_ = true;
     pthread_kill(thread_.native_handle(), wake_signal);
     thread_.join();
@@ -41,6 +44,7 @@ void SignalWatch::watch() {
     int signal = wake_signal;
     while (signal == wake_signal && !is_over_) sigwait(&signals_, &signal);
     if (signal == wake_signal) return;
+    // Before stop(): whoever sees the run end must find why.
     signal_ = signal;
     stop_();
     // Parts have no names before they are whole, so that nothing half-written is left. A thread may
@@ -48,6 +52,7 @@ void SignalWatch::watch() {
     sigset_t woken;
     sigemptyset(&woken);
     sigaddset(&woken, wake_signal);
+    // _exit(), since flushes and destructors could wait for the same thing.
     if (sigtimedwait(&woken, nullptr, &grace) < 0) _exit(signal_status + signal);
 }
 

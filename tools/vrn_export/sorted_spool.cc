@@ -16,6 +16,7 @@ namespace vrn::exporter {
 namespace {
 
 constexpr std::size_t max_fan_in = 32;
+// Of each run in a merge, in bytes: with less, a disk would seek more than read.
 constexpr std::size_t good_buffer_size = 65536;
 constexpr std::size_t min_memory = 4096;
 
@@ -44,6 +45,7 @@ bool is_before(std::string_view a, std::size_t a_key_size, std::string_view b,
 // Tells the first line of each key from those that follow it.
 class FirstOfKey {
   public:
+    // Keeps a copy: the text that the key came from is gone by the next call.
     bool is_first(std::string_view key) {
         if (has_last_ && key == last_) return false;
         has_last_ = true;
@@ -56,6 +58,7 @@ class FirstOfKey {
     std::string last_;
 };
 
+// Runs are read by pread(), so the file's position stays at its end, where writes go on.
 class RunWriter {
   public:
     RunWriter(int file, std::size_t buffer_size) : file_(file), buffer_size_(buffer_size) {}
@@ -90,6 +93,7 @@ class RunReader {
 
     // False at the end of the run. The views live until the next call.
     bool advance() {
+        // Past the line that was given by the last call.
         at_ += line_size_;
         for (std::size_t searched = 0;;) {
             const std::string_view rest(buffer_.data() + at_, filled_ - at_);
@@ -99,6 +103,7 @@ class RunReader {
                 key_size_ = rest.find('\t');
                 return true;
             }
+            // What was searched is not searched again, or a long line would take quadratic time.
             searched = rest.size();
             if (next_ == end_) return false;
             fill();
@@ -112,11 +117,13 @@ class RunReader {
         std::memmove(buffer_.data(), buffer_.data() + at_, filled_ - at_);
         filled_ -= at_;
         at_ = 0;
+        // Only a line longer than the buffer leaves no room here.
         if (filled_ == buffer_.size()) buffer_.resize(2 * buffer_.size());
         const std::size_t wanted = static_cast<std::size_t>(
             std::min<std::uint64_t>(buffer_.size() - filled_, end_ - next_));
         const ssize_t count =
             ::pread(file_, buffer_.data() + filled_, wanted, static_cast<off_t>(next_));
+        // The caller finds no end of line yet, and asks again.
         if (count < 0 && errno == EINTR) return;
         if (count == 0) errno = EIO;  // the file is ours and holds the run
         if (count <= 0) fail("can't read a temporary file");
@@ -140,6 +147,7 @@ SortedSpool::SortedSpool(std::string folder, std::size_t memory)
     : folder_(std::move(folder)),
       memory_(
           std::clamp<std::size_t>(memory, min_memory, std::numeric_limits<std::uint32_t>::max())),
+      // Entries of 12 bytes have an eighth, which suits lines of about 84.
       text_limit_(memory_ / 8 * 7),
       entry_limit_((memory_ - text_limit_) / sizeof(Entry)) {}
 
@@ -154,6 +162,7 @@ void SortedSpool::add(std::string_view lines) {
 }
 
 void SortedSpool::add_line(std::string_view keyed, std::size_t key_size) {
+    // A run of its own, so that no line decides how much memory is held.
     if (keyed.size() > text_limit_) {
         write_run([&](const TakeKeyed &take) { take(keyed, key_size); });
         return;
@@ -208,6 +217,7 @@ void SortedSpool::merge(int file, std::span<const Run> runs, const TakeKeyed &ta
         readers.emplace_back(file, run.begin, run.end, buffer_size());
         if (!readers.back().advance()) readers.pop_back();
     }
+    // Pointers are taken only now that the readers move no more.
     std::vector<RunReader *> heap;
     heap.reserve(readers.size());
     for (RunReader &reader : readers) heap.push_back(&reader);
@@ -219,6 +229,7 @@ void SortedSpool::merge(int file, std::span<const Run> runs, const TakeKeyed &ta
         std::ranges::pop_heap(heap, is_after);
         RunReader *least = heap.back();
         const std::string_view text = least->keyed();
+        // Before advance(), which ends the views.
         if (first.is_first(text.substr(0, least->key_size()))) take(text, least->key_size());
         if (least->advance()) {
             std::ranges::push_heap(heap, is_after);
@@ -230,6 +241,7 @@ void SortedSpool::merge(int file, std::span<const Run> runs, const TakeKeyed &ta
 
 // Makes the runs few enough to be merged at once.
 void SortedSpool::merge_groups() {
+    // The old file goes at the end of this, so that at most twice the text is on the disk.
     const Descriptor from = std::exchange(file_, Descriptor());
     const std::vector<Run> runs = std::exchange(runs_, {});
     for (std::size_t begin = 0; begin < runs.size(); begin += fan_in()) {
@@ -248,6 +260,7 @@ void SortedSpool::drain(const std::function<void(std::string_view line)> &take) 
         take_held(take_line);
         return;
     }
+    // From here on the buffers of the merge have the memory to themselves.
     if (!entries_.empty()) spill();
     text_.reset();
     entries_ = {};
@@ -258,6 +271,8 @@ void SortedSpool::drain(const std::function<void(std::string_view line)> &take) 
 }
 
 std::size_t SortedSpool::fan_in() const {
+    // One buffer is for what a merge writes. Two runs at least, or merging would never make them
+    // fewer.
     return std::clamp<std::size_t>(memory_ / good_buffer_size, 3, max_fan_in) - 1;
 }
 

@@ -21,6 +21,7 @@ class StreamFile final : public FileOutput {
         stream_->add(encoded);
         for (const Encoded::Table &table : encoded.tables) bytes_ += table.text.size();
     }
+    // Heads and tails belong to no file, and are not counted.
     void finish(FileReport *report) override { report->bytes_out = bytes_; }
 
   private:
@@ -42,6 +43,7 @@ std::unique_ptr<FileOutput> StreamOutput::begin_file(std::size_t /*index*/,
 
 void StreamOutput::add(const Encoded &encoded) {
     for (const Encoded::Table &table : encoded.tables) {
+        // A table that has given no text yet must not count as a second one.
         if (table.text.size() == 0) continue;
         if (!text_) begin(table.name);
         if (table.name != table_)
@@ -58,6 +60,7 @@ void StreamOutput::begin(const std::string &table) {
 }
 
 void StreamOutput::write(std::string_view bytes) {
+    // What waits goes first, so that the order of the bytes stays.
     if (waiting_.size() + bytes.size() > max_waiting) flush();
     if (bytes.size() > max_waiting)
         write_out(bytes);

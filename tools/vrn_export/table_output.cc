@@ -13,6 +13,7 @@ class TableFile final : public FileOutput {
         tables_->add(encoded);
         for (const Encoded::Table &table : encoded.tables) bytes_ += table.text.size();
     }
+    // Heads belong to no file, and are not counted.
     void finish(FileReport *report) override { report->bytes_out = bytes_; }
 
   private:
@@ -29,6 +30,7 @@ std::unique_ptr<FileOutput> TableOutput::begin_file(std::size_t /*index*/,
 
 void TableOutput::add(const Encoded &encoded) {
     for (const Encoded::Table &table : encoded.tables) {
+        // No rows, no file.
         if (table.text.size() == 0) continue;
         auto &file = tables_[table.name];
         if (!file) file = std::make_unique<Table>(path_of(table.name), form_, table.name);

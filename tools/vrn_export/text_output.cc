@@ -11,6 +11,7 @@ constexpr std::size_t sorted_piece = 1 << 20;  // bytes of sorted lines that go 
 
 TextOutput::TextOutput(const TextForm &form, const std::string &table, Write write)
     : form_(form), write_(std::move(write)) {
+    // Lines of all pieces are sorted as one, so nothing of them goes out before finish().
     if (form.format.sorts_lines()) spool_.emplace(form.spool_folder, form.spool_memory);
     if (const std::string head = form.format.head(table); !head.empty()) write_text(head);
 }

@@ -28,6 +28,7 @@ class TimeText {
     // Exactly so many digits.
     bool number(std::size_t digits, int max, int *value) {
         const char *begin = rest_.data();
+        // from_chars() would take the sign for a digit's place.
         if (rest_.size() < digits || rest_.front() == '-') return false;
         const auto [end, error] = std::from_chars(begin, begin + digits, *value);
         if (error != std::errc() || end != begin + digits || *value > max) return false;
@@ -61,6 +62,7 @@ bool parse_date(TimeText *text, Microseconds *time) {
     const std::chrono::year_month_day date{std::chrono::year(year),
                                            std::chrono::month(static_cast<unsigned>(month)),
                                            std::chrono::day(static_cast<unsigned>(day))};
+    // No 30 February.
     if (!date.ok()) return false;
     *time = std::chrono::sys_days(date).time_since_epoch();
     return true;
@@ -73,6 +75,7 @@ bool parse_clock(TimeText *text, Microseconds *time) {
     if (!text->number(2, 23, &hour) || !text->skip(':') || !text->number(2, 59, &minute))
         return false;
     const bool has_second = text->skip(':');
+    // A leap second counts as the first second of the next minute.
     if (has_second && !text->number(2, 60, &second)) return false;
     *time += std::chrono::hours(hour) + std::chrono::minutes(minute) + std::chrono::seconds(second);
     return !has_second || !text->skip('.') || text->fraction(time);
@@ -87,6 +90,7 @@ bool parse_zone(TimeText *text, Microseconds *time) {
     text->skip(':');
     if (!text->is_empty() && !text->number(2, 59, &minutes)) return false;
     const auto offset = std::chrono::hours(hours) + std::chrono::minutes(minutes);
+    // Clocks east of Greenwich are ahead of UTC.
     *time += is_west ? offset : -offset;
     return true;
 }
@@ -102,6 +106,7 @@ bool parse_iso(const char *from, Microseconds *time) {
 
 std::uint64_t time_value(const char *text) {
     Microseconds time{};
+    // A zone may lead to before the epoch. No plain number is taken for a date, for want of '-'.
     if (parse_iso(text, &time) && time.count() >= 0)
         return static_cast<std::uint64_t>(time.count());
     try {

@@ -27,6 +27,7 @@ bool WorkOrder::find_reading(Reading *reading) {
     const auto idle =
         std::ranges::find_if(files_, [&](const auto &file) { return may_read(*file); });
     if (idle != files_.end()) {
+        // The first file in order: what is begun ends, and its memory becomes free.
         *reading = {*idle, nullptr, false};
     } else if (may_open()) {
         files_.push_back(std::make_shared<OpenFile>());
@@ -47,6 +48,8 @@ bool WorkOrder::may_read(const OpenFile &file) const {
     return !plan_.is_ordered || free_slots_.size() > 1 || &file == files_.front().get();
 }
 
+// Files are bounded as well, or small ones that wait for their turn would hold any number of
+// descriptors. As in may_read(), the last slot is kept for the file whose turn it is.
 bool WorkOrder::may_open() const {
     if (num_begun_ == plan_.num_files || files_.size() >= plan_.num_slots) return false;
     return free_slots_.size() > (plan_.is_ordered && !files_.empty() ? 1U : 0U);
@@ -56,6 +59,7 @@ void WorkOrder::was_read(OpenFile *file, bool has_ended) {
     const std::lock_guard lock(mutex_);
     ++file->num_read;
     file->reading = has_ended ? OpenFile::Reading::ended : OpenFile::Reading::idle;
+    // A file that has ended gives nobody anything to read.
     if (!has_ended) work_.notify_one();
 }
 
@@ -68,6 +72,7 @@ void WorkOrder::give_back(OpenFile *file, RunSlot *slot) {
 
 void WorkOrder::was_walked(OpenFile *file, RunSlot *slot) {
     const std::lock_guard lock(mutex_);
+    // Nobody is woken: the caller, or who writes the file now, looks for it next.
     file->walked[slot->run.index] = slot;
 }
 
@@ -76,6 +81,7 @@ bool WorkOrder::next_to_write(const std::shared_ptr<OpenFile> &file, Writing *wr
     if (is_stopped_) return false;
     // Who has finished a file goes on with the one that this has let come to its turn.
     const auto &next = plan_.is_ordered && !files_.empty() ? files_.front() : file;
+    // One thread at a time writes a file; it also takes what others have walked meanwhile.
     if (!is_writable(*next)) return false;
     next->is_writing = true;
     const auto first = next->walked.begin();
@@ -103,6 +109,8 @@ void WorkOrder::was_written(const Writing &writing) {
     }
 }
 
+// Called under the lock, which makes reports come one at a time. `take_finished` must not call
+// back.
 void WorkOrder::take_finished_files() {
     while (!files_.empty() && files_.front()->is_finished) {
         plan_.take_finished(*files_.front());

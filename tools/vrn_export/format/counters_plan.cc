@@ -41,6 +41,7 @@ bool is_wide(std::uint32_t data_type) {
 RowValue value_of(const vrn_counter_info_t &counter, std::uint64_t row_size) {
     RowValue value{.size = counter.length, .offset = counter.offset};
     const std::uint64_t size = counter_size(counter);
+    // Stays missing: what a schema claims of its row isn't trusted.
     if (counter.offset > row_size || size > row_size - counter.offset) return value;
     const CounterJsonForm form = counter_json_form(counter, counters_convert_guids());
     value.form = number_form(counter.data_type);
@@ -73,6 +74,7 @@ GroupPlan make_plan(const vrn_counter_group_t &group, std::uint64_t row_size,
         if (is_new)
             plan.counters.push_back(std::move(planned));
         else
+            // The last of one name gives the value, at the place of the first.
             plan.counters[place->second] = std::move(planned);
     }
     return plan;

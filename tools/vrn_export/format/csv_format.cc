@@ -20,6 +20,7 @@
 namespace vrn::exporter {
 namespace {
 
+// Each table begins with them, so no field's column may bear their names.
 constexpr std::string_view own_columns[] = {"time", "source", "tag"};
 constexpr std::string_view line_end = "\r\n";
 constexpr char metrics_table[] = "metrics", histograms_table[] = "histograms";
@@ -76,6 +77,7 @@ class OriginColumns {
 
   private:
     TextBuffer text_;
+    // Serials begin at 1, so the first origin is always a new one.
     std::uint64_t serial_ = 0;
 };
 
@@ -98,6 +100,7 @@ class CsvStyle {
         return write_csv_time(out, time, is_iso_);
     }
     static char *write_double(char *out, double value, RecordCounts *counts) {
+        // CSV has no word for what is no finite number; the column stays empty.
         if (std::isfinite(value)) return write_finite_double(out, value);
         ++counts->dropped_values;
         return out;
@@ -126,6 +129,8 @@ Columns columns_of(const GroupPlan &plan) {
 }
 
 // `values` stand at the positions of `place`; all other columns are empty.
+// What stands before a value is a comma for each column since the one before it, so values go in
+// the order of the table's columns, not of the schema's.
 CsvRow make_row(const TablePlace &place, const std::vector<RowValue> &values, bool is_iso) {
     std::vector<std::size_t> order(values.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -153,6 +158,7 @@ class CsvMetrics final : public MetricsWriter {
         : MetricsWriter(place.table), place_(std::move(place)), is_iso_(is_iso) {}
 
     void write(const MetricRecord &record, const Origin &origin, const Output &out) override {
+        // Samples of a record differ in name and value only: all else is made once.
         start_.clear();
         start_.advance_to(write_csv_time(start_.reserve(time_text_size), record.time, is_iso_));
         start_.append(origin_.of(origin));
@@ -177,6 +183,7 @@ class CsvMetrics final : public MetricsWriter {
         const std::size_t start = out.text->size();
         const std::uint64_t dropped = out.counts->dropped_values;
         append_json_number(sample, form, out);
+        // JSON has written null; here no value is an empty column.
         if (out.counts->dropped_values != dropped) out.text->cut(start);
     }
 
@@ -232,6 +239,7 @@ class CsvRecords final : public RecordFormat {
         std::vector<RowValue> values;
         values.reserve(leaves.size());
         for (const Leaf &leaf : leaves) values.push_back(leaf.value);
+        // May bring a new table: rows may be of a schema that no header named.
         const TablePlace place = tables_.find(plan.type->name, columns_of(leaves));
         return std::make_unique<EventRowWriter<CsvStyle>>(place.table, plan,
                                                           make_row(place, values, is_iso_));
@@ -263,6 +271,7 @@ class CsvFormat final : public Format {
         : selection_(options.selection), is_iso_(options.iso_times) {
         if (!options.tag_fields.empty())
             throw tool::UsageError("Tables of csv have no tags to choose");
+        // Known from the start: no schema names these tables.
         tables_.learn(metrics_table, metrics_columns);
         tables_.learn(histograms_table, histogram_columns);
     }

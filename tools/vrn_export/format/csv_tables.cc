@@ -10,6 +10,7 @@
 namespace vrn::exporter {
 namespace {
 
+// Hex digits. Lists of one digest are told apart when a table gets its name.
 constexpr std::size_t digest_size = 8;
 
 // None when a column isn't there.
@@ -60,6 +61,7 @@ TablePlace CsvTables::find(const std::string &table, const Columns &columns) {
     if (const auto known = tables_.find(table); known != tables_.end())
         if (auto positions = positions_in(known->second, columns))
             return {table, std::move(*positions), known->second.size()};
+    // The name hangs on the columns alone, so that it is the same whichever thread is first.
     std::string name = table + "-" + digest_of(columns);
     // Another table may bear this very name.
     for (auto known = tables_.find(name); known != tables_.end() && known->second != columns;
@@ -82,6 +84,7 @@ void CsvTables::join_learned() {
     if (has_joined_) return;
     has_joined_ = true;
     for (const auto &[table, lists] : learned_) tables_.emplace(table, join(lists));
+    // From now on tables keep their columns: heads that are written can't change.
     learned_.clear();
 }
 

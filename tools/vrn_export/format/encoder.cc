@@ -17,6 +17,7 @@ RecordCounts &RecordCounts::operator+=(const RecordCounts &other) {
 void Encoded::clear() {
     for (Table &table : tables) {
         table.text.clear();
+        // Their memory serves the tables of the next run, whatever those are.
         spare_.push_back(std::move(table.text));
     }
     tables.clear();
@@ -25,6 +26,7 @@ void Encoded::clear() {
 }
 
 std::size_t Encoded::find_table(const std::string &name) {
+    // Searched in turn: each writer asks only once a run.
     const auto found = std::ranges::find(tables, name, &Table::name);
     if (found != tables.end()) return static_cast<std::size_t>(found - tables.begin());
     Table table{name, {}};

@@ -11,6 +11,7 @@
 namespace vrn::exporter {
 namespace {
 
+// Types may hold each other, so that a short schema names fields without end.
 constexpr std::size_t max_nodes = 1 << 18;
 
 bool is_scalar_of(const vrn_type_field_definition_t &field, vrn_value_form_t form,
@@ -41,6 +42,7 @@ class TreeBuilder {
     // `path` leads to the record; `is_taken`: a field that holds it was selected by its path.
     std::vector<FieldNode> fields_of(const vrn_type_definition_t &type, const std::string &path,
                                      bool is_taken) {
+        // The set's sections are about the rows' own types, and nested ones only if it names them.
         const bool is_top = path.empty();
         std::vector<FieldNode> nodes;
         for (const vrn_type_field_definition_t *field : distinct_fields(type)) {
@@ -70,6 +72,7 @@ class TreeBuilder {
             if (is_new)
                 distinct.push_back(field);
             else
+                // The last of one name gives the value, at the place of the first.
                 distinct[place->second] = field;
         }
         return distinct;
@@ -77,6 +80,7 @@ class TreeBuilder {
 
     void add_field(const vrn_type_field_definition_t &field, const std::string &path, bool is_taken,
                    std::vector<FieldNode> *nodes) {
+        // Depth makes paths long: their bytes are bounded as well as their number.
         name_bytes_ += path.size();
         if (name_bytes_ > max_row_name_bytes) {
             is_too_wide_ = true;
@@ -86,6 +90,7 @@ class TreeBuilder {
         FieldNode node{&field, is_guid_word(field)};
         if (field.form == VRN_VALUE_RECORD) {
             node.fields = fields_of(*field.type, path, takes_it);
+            // A record of which nothing is selected isn't told at all, not even empty.
             if (node.fields.empty()) return;
         } else if (!takes_it) {
             return;

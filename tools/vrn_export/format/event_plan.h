@@ -85,6 +85,7 @@ class FieldWalk {
         sink_.end_record();
     }
 
+    // Borrowed.
     Sink &sink_;
 };
 

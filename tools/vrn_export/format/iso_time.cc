@@ -4,6 +4,7 @@ namespace vrn::exporter {
 namespace {
 
 constexpr std::uint64_t second = 1'000'000, day = 86'400 * second;
+// From here on a year would need more than its four digits.
 constexpr std::uint64_t year_10000 = 253'402'300'800 * second;
 
 char *write_padded(char *out, std::uint64_t number, std::size_t digits) {
@@ -20,6 +21,7 @@ char *write_date(char *out, std::uint64_t days_since_epoch) {
     const std::uint64_t era = days / days_per_era, in_era = days % days_per_era;
     const std::uint64_t year = (in_era - in_era / 1460 + in_era / 36524 - in_era / 146096) / 365;
     const std::uint64_t in_year = in_era - (365 * year + year / 4 - year / 100);
+    // Every five months from March on have 153 days.
     const std::uint64_t month = (5 * in_year + 2) / 153;  // 0 is March
     const bool is_next_year = month >= 10;
     out = write_padded(out, era * 400 + year + (is_next_year ? 1 : 0), 4);

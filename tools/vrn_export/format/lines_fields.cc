@@ -14,6 +14,7 @@ void LinesFields::add(const std::string &name, LinesFieldType type) {
 }
 
 std::string LinesFields::name_of(const std::string &name, LinesFieldType type) const {
+    // No lower bit is set: the name has no type before this one.
     const bool is_first = types_.at(name) % bit_of(type) == 0;
     if (is_first) return name;
     // No other field comes to the same name this way: it tells the name and the type it's made of.

@@ -77,6 +77,7 @@ double wide_double(const RowValue &value, const std::uint8_t *row) {
                : static_cast<double>(static_cast<__int128>(number));
 }
 
+// At the limit and beyond the cast back would be undefined; such numbers count as changed.
 bool is_exact(double number, const RowValue &value, const std::uint8_t *row) {
     constexpr double limit = 0x1p127;
     if (std::abs(number) >= limit) return false;
@@ -93,6 +94,7 @@ class Line {
     void head(std::string_view text) { text_.append(text); }
     // `key`: "name=".
     void tag(std::string_view key, std::string_view value) {
+        // A tag without a value makes the server refuse the line.
         if (value.empty()) return;
         text_.append(',');
         text_.append(key);
@@ -169,6 +171,7 @@ class Line {
         }
         text_.append(' ');
         text_.integer(time);
+        // From microseconds to nanoseconds.
         text_.append(time == 0 ? "\n" : "000\n");
     }
 
@@ -179,6 +182,7 @@ class Line {
     }
 
     void begin_field(std::string_view key) {
+        // The first field ends what the server counts as the series.
         if (num_fields_ == 0) series_size_ = text_.size() - begin_;
         text_.append(num_fields_ == 0 ? ' ' : ',');
         text_.append(key);
@@ -236,6 +240,7 @@ RowShape make_shape(std::vector<NamedValue> values, const std::vector<std::strin
     const auto is_tag = [&](const NamedValue &value) {
         return std::ranges::find(tag_fields, value.name) != tag_fields.end();
     };
+    // Tags first: where a field has the name of one, the tag keeps it.
     const auto fields = std::stable_partition(values.begin(), values.end(), is_tag);
     std::vector<std::string> names;
     names.reserve(values.size());
@@ -276,6 +281,7 @@ class LineRows {
   public:
     LineRows(const std::string &measurement, const RowShape &shape, LinesFields names)
         : head_(measurement) {
+        // Rows whose schema was not learned still have names for all of their fields.
         add_fields(shape, &names);
         for (const auto &[name, value] : shape.tags) tags_.push_back({value, name + "=", {}});
         for (const auto &[name, value] : shape.fields) {
@@ -387,6 +393,7 @@ class MetricMeasurements {
         // Names have no end in files that mean harm.
         if (names_.size() == max_kept) names_.clear();
         std::string name = lines_name(metric);
+        // What was learned stays as it is, so all threads come to the same name.
         while (known_.contains(name)) name += '_';
         return names_.emplace(metric, std::move(name)).first->second;
     }
@@ -417,6 +424,8 @@ class LineMetrics final : public MetricsWriter {
             else if (record.form == MetricValueForm::signed_integer)
                 line.integer(value_key, sample.as_signed());
             else
+                // Floats never go to "value": one integer there before would make the server refuse
+                // them.
                 line.float64(float_value_key, sample.as_double());
             line.end(record.time, float_value_key.size());
         }
@@ -442,6 +451,7 @@ class LineHistograms final : public HistogramWriter {
         names.reserve(histogram.buckets.size());
         for (const metrics::Bucket &bucket : histogram.buckets)
             names.push_back(bucket_name(bucket.upper_bound));
+        // Bounds may be equal; each count keeps a field. None can be named "sum" or "count".
         names = unique_names(std::move(names), {});
         for (std::size_t i = 0; i < names.size(); ++i) {
             line.unsigned_integer(names[i] + "=", names[i] + "_float=", histogram.buckets[i].count);
@@ -466,6 +476,7 @@ class LineHistograms final : public HistogramWriter {
     RecordTags tags_;
 };
 
+// Changed by learn() alone, before there are threads; read by all of them without a lock.
 struct LinesShared {
     explicit LinesShared(const FormatOptions &options)
         : selection(options.selection), tag_fields(options.tag_fields) {}

@@ -43,10 +43,12 @@ void append_escaped(std::string_view text, std::string_view quote, TextBuffer *t
         } else if (character.is_control()) {
             to->append('_');
         } else if (character.code == '\\') {
+            // Before a separator it would escape it, and the format can't escape a backslash.
             to->append('/');
         } else if (character.code == '"') {
             to->append(quote);
         } else {
+            // Of ASCII only ',', '=' and ' ' are left here.
             if (character.code < 0x80) to->append('\\');
             to->append(character.bytes);
         }
@@ -79,6 +81,7 @@ bool append_lines_text(std::string_view text, TextBuffer *to) {
         to->append(take_plain(plain_in_text, &text));
         if (text.empty()) break;
         const Utf8Character character = take_character(&text);
+        // Readers that split at line ends know no quotes.
         if (character.is_bad_byte() || character.code == '\n') {
             is_same = false;
             to->append(character.is_bad_byte() ? replacement : " ");

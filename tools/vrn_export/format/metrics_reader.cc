@@ -15,6 +15,7 @@ using metrics::RecordView;
 constexpr std::string_view block_mark = "CNTX";
 constexpr std::size_t block_head_size = block_mark.size() + sizeof(std::uint32_t);
 
+// As records have them on disk; all other values are unsigned.
 constexpr std::uint8_t double_type = 2, signed_type = 4;
 
 MetricValueForm form_of(std::uint8_t value_type) {
@@ -50,6 +51,7 @@ class MetricsReader::LabelSetter {
     LabelSetter(MetricsReader &reader, const metrics::LabelSetView &set)
         : reader_(reader), names_(set.names) {}
 
+    // In the table: only records whose ids were checked come here.
     void id(std::size_t index, std::uint8_t id) { text(index, reader_.view_.label_values[id]); }
     void text(std::size_t /*index*/, std::string_view text) {
         std::string_view name;
@@ -71,6 +73,8 @@ void MetricsReader::read(Bytes bytes) {
                         "No metrics block where one could begin");
         if (mark.empty()) return;
         const std::uint32_t size = metrics::read_total_size(mark);
+        // A size below the head's would never get on; after a wrong one no place is known to begin
+        // a block.
         if (size < block_head_size || size > mark.size()) {
             sink_.fault(offset_of(mark.data()), mark.size(), "block_cut",
                         "A metrics block claims " + std::to_string(size) + " bytes of " +
@@ -91,7 +95,9 @@ void MetricsReader::read_block(Bytes block) {
         return;
     }
     collect_constant_labels();
+    // Ids mean other names in each block.
     choices_.assign(view_.metric_names.size(), Choice::unknown);
+    // False when there is no room for more text; records would find none either.
     if (read_histograms()) read_records(block);
 }
 
@@ -106,6 +112,7 @@ bool MetricsReader::read_histograms() {
             size = metrics::Histogram::parse(hit, values, &histogram);
         } catch (const std::exception &error) {
             sink_.fault(offset_of(hit.data()), hit.size(), "metrics_record", error.what());
+            // Records stand in a part of their own and may be sound.
             return true;
         }
         if (!read_histogram(hit, size, histogram)) return false;
@@ -139,6 +146,7 @@ bool MetricsReader::read_histogram(Bytes section, std::size_t size,
 }
 
 void MetricsReader::read_records(Bytes block) {
+    // Where the record at hand begins; known also when the scan throws.
     const std::uint8_t *place = view_.records.base.data() + sizeof view_.records.blocksize;
     bool goes_on = true;
     try {
@@ -155,6 +163,7 @@ void MetricsReader::read_records(Bytes block) {
                 sink_.fault(offset_of(place), static_cast<std::size_t>(end - place),
                             "metrics_names", std::move(fault));
             else
+                // The scan goes on without giving: faults of later records are still to be told.
                 goes_on = goes_on && give(record);
             place = end;
             return size;
@@ -214,6 +223,7 @@ bool MetricsReader::takes_metric(std::uint16_t id) {
 void MetricsReader::collect_constant_labels() {
     constant_labels_.clear();
     constant_places_.clear();
+    // A name at the end without a value is left out.
     for (std::size_t i = 0; i + 1 < constants_.size(); i += 2) {
         const auto [place, is_new] =
             constant_places_.try_emplace(constants_[i], constant_labels_.size());
@@ -225,6 +235,7 @@ void MetricsReader::collect_constant_labels() {
 }
 
 void MetricsReader::set_label(std::string_view name, std::string_view value) {
+    // A record's own value counts, at the place of the constant label.
     if (const auto constant = constant_places_.find(name); constant != constant_places_.end()) {
         labels_[constant->second].value = value;
         return;

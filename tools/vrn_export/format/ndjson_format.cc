@@ -15,6 +15,7 @@
 namespace vrn::exporter {
 namespace {
 
+// Members of each record that no field may hide.
 constexpr std::string_view own_members[] = {"type", "source", "tag", "time"};
 // The head of a record, up to the value of its time: the same for all records of a type that come
 // from one place.
@@ -71,6 +72,7 @@ class PieceSink {
     void key(const FieldNode &node) {
         if (!is_first_) piece_ += ',';
         is_first_ = false;
+        // Only members of the record itself meet ours; nested ones keep their names.
         const bool is_top = depth_ == 0;
         piece_ += tool::json_string(is_top ? names_[next_name_++] : node.field->field_name) + ":";
     }
@@ -87,6 +89,7 @@ class PieceSink {
     }
 
     std::vector<RowItem> take() { return std::move(items_); }
+    // With the brackets that were closed after the last value.
     std::string end() const { return piece_ + "}\n"; }
 
   private:
@@ -103,7 +106,9 @@ class PieceSink {
 
     const std::vector<std::string> &names_;  // of the members of the record itself
     std::size_t next_name_ = 0;
+    // Of records and arrays that are open.
     std::size_t depth_ = 0;
+    // Not at the start: the record's own members stand before.
     bool is_first_ = false;
     std::string piece_;
     std::vector<RowItem> items_;
@@ -144,6 +149,7 @@ class NdjsonMetrics final : public MetricsWriter {
     explicit NdjsonMetrics(bool is_iso) : MetricsWriter(""), head_("metrics"), is_iso_(is_iso) {}
 
     void write(const MetricRecord &record, const Origin &origin, const Output &out) override {
+        // Samples of a record differ in name and value only: all else is made once.
         start_.clear();
         start_.append(head_.of(origin));
         append_time(record.time, is_iso_, &start_);

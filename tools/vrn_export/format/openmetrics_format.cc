@@ -22,6 +22,7 @@
 namespace vrn::exporter {
 namespace {
 
+// A label may stand once in a series, so fields and labels of the data take other names than these.
 constexpr std::string_view own_labels[] = {"source", "tag",     "type",   "group",
                                            "field",  "counter", "metric", "le"};
 constexpr std::string_view total = "_total";
@@ -40,6 +41,7 @@ bool is_number(ValueForm form) {
     }
 }
 
+// A reader could take such a name for a sample of another family.
 bool ends_in_suffix(std::string_view name) {
     return std::ranges::any_of(suffixes,
                                [&](std::string_view suffix) { return name.ends_with(suffix); });
@@ -47,6 +49,7 @@ bool ends_in_suffix(std::string_view name) {
 
 // The family whose samples a counter has, which all end in "_total".
 std::string counter_family(std::string name) {
+    // Each sample gets the ending again.
     if (name.size() > total.size() && name.ends_with(total))
         name.resize(name.size() - total.size());
     return name;
@@ -60,6 +63,7 @@ OpenMetricsSeries make_series(const std::string &family, FamilyType type, std::s
     return {std::move(own), type, is_told ? label : "", is_told ? name : ""};
 }
 
+// Floats aside: this format has words for those that are no finite number.
 void append_number(const RowValue &value, const std::uint8_t *row, TextBuffer *text) {
     const bool is_double = value.form == ValueForm::float32 || value.form == ValueForm::float64;
     if (is_double)
@@ -104,6 +108,7 @@ class SampleRows {
 
     // About the most that a row becomes.
     std::size_t text_size() const {
+        // Labels stand twice: in the key that the line is sorted by, and in the line.
         std::size_t labels = 2 * name_.size() + 200;
         for (const LabelValue &tag : tags_) labels += 2 * (tag.name.size() + tag.value.size) + 64;
         std::size_t size = 0;
@@ -113,6 +118,7 @@ class SampleRows {
 
   private:
     void set_labels(const std::uint8_t *row, const Origin &origin) {
+        // Without tags the labels hang on the origin alone.
         if (tags_.empty() && origin.serial == serial_) return;
         serial_ = origin.serial;
         labels_.clear();
@@ -167,6 +173,7 @@ class RowsBuilder {
     }
 
     SampleRows take() {
+        // Only now that all are known.
         tag_names_ = unique_names(std::move(tag_names_), own_labels);
         for (std::size_t i = 0; i < tags_.size(); ++i) tags_[i].name = std::move(tag_names_[i]);
         rows_.set_tags(std::move(tags_));
@@ -241,6 +248,7 @@ class MetricSeries {
         const auto found = series_.find(metric);
         if (found != series_.end()) return found->second;
         // Names have no end in files that mean harm.
+        // What is forgotten is announced again; sorting leaves one of equal lines.
         if (series_.size() == max_kept) series_.clear();
         const std::string family = openmetrics_name(metric);
         const bool is_told = family != metric || ends_in_suffix(family);
@@ -320,7 +328,7 @@ class SampleHistograms final : public HistogramWriter {
         std::string last;
         for (std::size_t i = 0; i < histogram.buckets.size(); ++i) {
             const auto &[bound, count] = histogram.buckets[i];
-            // The last bucket is made of the count.
+            // The last bucket must be there and hold the count: it is made of it, below.
             const bool is_last = std::isinf(bound) && bound > 0;
             if (is_last && count == histogram.count) continue;
             std::string text = openmetrics_bound(bound);
@@ -328,6 +336,7 @@ class SampleHistograms final : public HistogramWriter {
                 ++out.counts->dropped_values;
                 continue;
             }
+            // Two letters, as samples are sorted by their bytes: enough for 256 buckets.
             const char order[] = {'b', static_cast<char>('a' + i / 16),
                                   static_cast<char>('a' + i % 16)};
             whole({"_bucket", text, {order, sizeof order}}, count);

@@ -23,6 +23,7 @@ constexpr std::string_view type_name(FamilyType type) {
     return "";
 }
 
+// Of fixed width, so that times sort as bytes. All 64 bits: hostile ones have no other bound.
 void append_key_time(std::uint64_t time, TextBuffer *to) {
     constexpr int digits = 16;
     char *out = to->reserve(digits);

@@ -8,12 +8,14 @@
 namespace vrn::exporter {
 namespace {
 
+// The shortest text of a double has 24 characters at most.
 constexpr std::size_t double_size = 32;
 
 bool is_digit(char character) {
     return character >= '0' && character <= '9';
 }
 
+// No colons, though the format has them: they are kept for rules at the server.
 bool is_name_character(char character) {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
            is_digit(character) || character == '_';
@@ -31,6 +33,7 @@ std::string openmetrics_name(std::string_view name) {
 
 std::string openmetrics_label_name(std::string_view name) {
     std::string valid = openmetrics_name(name);
+    // Such labels are the server's own.
     return valid.starts_with("__") ? "label" + valid : valid;
 }
 
@@ -56,6 +59,7 @@ void append_openmetrics_double(double value, TextBuffer *to) {
     to->advance_to(std::to_chars(out, out + double_size, value).ptr);
 }
 
+// A bound is the value of a label: readers compare its text, so each number has one form only.
 std::string openmetrics_bound(double bound) {
     if (std::isinf(bound)) return bound > 0 ? "+Inf" : "-Inf";
     char buffer[double_size];

@@ -58,11 +58,13 @@ void RecordEncoder::begin_file(const std::string & /*path*/, const vrn_data_file
 
 void RecordEncoder::begin_run(Encoded *to) {
     to_ = to;
+    // Whatever writers know of their tables is of an earlier run now.
     ++run_;
     text_room_ = spare_text;
 }
 
 void RecordEncoder::set_origin(Origin *origin, std::string_view source, std::string_view tag) {
+    // Writers keep the text of an origin until its serial changes.
     if (origin->serial != 0 && origin->source == source && origin->tag == tag) return;
     origin->source = source;
     origin->tag = tag;
@@ -77,6 +79,7 @@ const Origin *RecordEncoder::origin_of(const scan::Place &place) const {
 
 void RecordEncoder::schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) {
     if (schemas_ == schemas) return;
+    // While the old schemas live: plans borrow their types.
     forget_schemas();
     schemas_ = schemas;
 }
@@ -85,11 +88,13 @@ void RecordEncoder::forget_schemas() {
     types_.clear();
     last_type_ = nullptr;
     counters_schema_ = nullptr;
+    // Writers before the plans that they borrow.
     groups_.clear();
     group_plans_.clear();
 }
 
 PageUse RecordEncoder::page(const scan::CompressedPage &page) {
+    // A page that is passed over need not be decompressed.
     if (!selection_.takes_times(page.fields.first_timestamp, page.fields.last_timestamp))
         return PageUse::pass_over;
     const vrn_source_t names = page.source();
@@ -104,6 +109,7 @@ PageUse RecordEncoder::page(const scan::CompressedPage &page) {
 }
 
 Next RecordEncoder::events(const scan::EventBatch &batch) {
+    // Earned by the bytes that were read, selected or not.
     text_room_ += format_->text_per_byte() * (sizeof batch.header + batch.rows.size());
     const scan::Place place = batch.place();
     const Origin *origin = origin_of(place);
@@ -129,6 +135,7 @@ Next RecordEncoder::events(const scan::EventBatch &batch) {
 RecordEncoder::EventType &RecordEncoder::find_type(const vrn_type_definition_t *type) {
     std::unique_ptr<EventType> &found = types_[type];
     if (!found) {
+        // At its last address before the writer is made, which borrows the plan.
         auto made = std::make_unique<EventType>();
         made->plan = make_event_plan(*type, selection_);
         if (!made->plan.fields.empty() && !made->plan.is_too_wide) {
@@ -138,6 +145,7 @@ RecordEncoder::EventType &RecordEncoder::find_type(const vrn_type_definition_t *
         }
         found = std::move(made);
     }
+    // Blocks of one type mostly follow each other.
     last_type_ = type;
     last_found_ = found.get();
     return *found;
@@ -177,6 +185,7 @@ bool RecordEncoder::write_slice(EventType *type, const EventRows &rows, const Or
 Next RecordEncoder::counters(const scan::CountersBlock &block) {
     text_room_ += format_->text_per_byte() * (sizeof block.header + block.held);
     const Origin *origin = origin_of(block.place);
+    // Groups may lie anywhere in the row, so a row that is cut is left out whole.
     if (block.held < block.schema->size) {
         report(block.place, sizeof block.header + block.held, block.schema->size - block.held,
                "rows_cut",
@@ -209,6 +218,7 @@ void RecordEncoder::plan_counters(const vrn_counters_schema_t *schema) {
 
 Next RecordEncoder::metrics(const scan::PlainBlock &block) {
     text_room_ += format_->text_per_byte() * block.bytes.size();
+    // For the callbacks, which know offsets in the block only.
     metrics_place_ = block.place;
     metrics_origin_ = origin_of(block.place);
     if (metrics_origin_ && selection_.takes_metrics()) metrics_.read(block.bytes);
@@ -218,6 +228,7 @@ Next RecordEncoder::metrics(const scan::PlainBlock &block) {
 // False, with nothing written, when the run has no room for more text.
 template <typename Writer, typename Write>
 bool RecordEncoder::write_record(Writer &writer, TablePlace *place, Write write) {
+    // The last record may exceed the room: its size is known only once it is written.
     if (text_room_ == 0) return false;
     const Output out = output_of(writer, place);
     const std::size_t before = out.text->size();
@@ -227,6 +238,7 @@ bool RecordEncoder::write_record(Writer &writer, TablePlace *place, Write write)
 }
 
 Output RecordEncoder::output_of(const RecordWriter &writer, TablePlace *place) {
+    // An index and no pointer: another writer's table may move them all.
     if (place->run != run_) {
         place->run = run_;
         place->index = to_->find_table(writer.table());
@@ -293,6 +305,7 @@ void RecordEncoder::report_no_schema(const scan::Fault &fault) {
 
 void RecordEncoder::report(const scan::Place &place, std::uint64_t in_block, std::uint64_t lost,
                            std::string_view kind, std::string reason) {
+    // Within a page offsets are of its decompressed bytes, and no places in the file.
     append_fault({.offset = place.block + (place.is_in_page ? 0 : in_block),
                   .length = lost,
                   .kind = kind,

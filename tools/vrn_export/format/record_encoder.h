@@ -152,6 +152,7 @@ class RecordEncoder final : public Encoder {
     std::unique_ptr<HistogramWriter> histogram_writer_;
     TablePlace metrics_table_;
     TablePlace histogram_table_;
+    // Its callbacks use the two below, which are set for each block.
     MetricsReader metrics_;
     scan::Place metrics_place_;
     const Origin *metrics_origin_ = nullptr;
@@ -171,8 +172,11 @@ class RecordEncoder final : public Encoder {
     // By the types of `schemas_`.
     std::unordered_map<const vrn_type_definition_t *, std::unique_ptr<EventType>> types_;
     const vrn_type_definition_t *last_type_ = nullptr;
+    // Of `last_type_`.
     EventType *last_found_ = nullptr;
+    // That the groups were planned for.
     const vrn_counters_schema_t *counters_schema_ = nullptr;
+    // Before the groups, whose writers borrow them: members go in reverse order.
     std::vector<GroupPlan> group_plans_;
     std::vector<Group> groups_;
 };

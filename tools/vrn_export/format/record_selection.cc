@@ -19,6 +19,7 @@ constexpr std::uint64_t unfinished = std::uint64_t{1} << 63;
 // True also without patterns.
 bool matches(const std::vector<std::string> &patterns, const std::string &name) {
     return patterns.empty() || std::ranges::any_of(patterns, [&](const std::string &pattern) {
+               // Without flags: '*' takes points and slashes too, so "a.*" takes all below `a`.
                return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
            });
 }
@@ -50,6 +51,7 @@ RecordSelection::RecordSelection(SelectionOptions options) : options_(std::move(
     const bool selects_events = !options_.types.empty() || !options_.fields.empty() || field_set_;
     const bool selects_counters = !options_.counters.empty() || counter_set_;
     const bool selects_metrics = !options_.metrics.empty();
+    // Who names records of one kind wants none of the others.
     if (!selects_events && !selects_counters && !selects_metrics) return;
     takes_events_ = selects_events;
     takes_counters_ = selects_counters;
@@ -95,6 +97,7 @@ bool RecordSelection::takes_all_times() const {
 }
 
 bool RecordSelection::takes_times(std::uint64_t first, std::uint64_t last) const {
+    // Times that are missing or make no sense leave out nothing.
     if (first == 0 || last == 0 || first > last) return true;
     return last >= options_.since && first < options_.until;
 }

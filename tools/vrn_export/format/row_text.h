@@ -52,6 +52,7 @@ class RowText {
                const Output &to) {
         const std::string_view before = style_.before_time(origin);
         const std::string_view after = style_.after_time(origin);
+        // Once for the whole row: values are written without a look at the room.
         char *out = to.text->reserve(before.size() + after.size() + room_);
         out = copy(out, before);
         out = style_.write_time(out, time);
@@ -92,6 +93,7 @@ class RowText {
         return out + size;
     }
 
+    // Numbers are most of all values: a call for each would cost more than its text.
     [[gnu::always_inline]] char *write_value(char *out, const RowValue &value,
                                              const std::uint8_t *row, const Output &to) {
         switch (value.form) {

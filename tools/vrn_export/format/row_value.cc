@@ -15,6 +15,7 @@ char *write_padded(char *out, std::uint64_t number) {
     return out + limit_digits;
 }
 
+// At most three deep: the number has 39 digits.
 char *write_wide(char *out, unsigned __int128 number) {
     if (number < digits_limit) return write_integer(out, static_cast<std::uint64_t>(number));
     out = write_wide(out, number / digits_limit);
@@ -34,6 +35,7 @@ char *write_wide_integer(char *out, const RowValue &value, const std::uint8_t *r
     const bool is_negative = value.form == ValueForm::signed128 && number >> 127 != 0;
     if (is_negative) {
         *out++ = '-';
+        // Unsigned, so that also the least number has its magnitude.
         number = -number;
     }
     return write_wide(out, number);

@@ -6,6 +6,7 @@
 
 namespace vrn::exporter {
 
+// Tags take any text, so floats that are no finite number are written as well.
 void append_tag_text(const RowValue &value, const std::uint8_t *row, TextBuffer *to) {
     constexpr std::size_t double_size = 32;
     switch (value.form) {
