@@ -22,6 +22,7 @@ std::size_t character_size(std::string_view text) {
 std::string clean_text(std::string_view text) {
     if (is_utf8(text)) return std::string(text);
     std::string clean;
+    // Byte by byte past what is damaged, so that the next good character is found.
     while (!text.empty()) {
         const std::size_t size = character_size(text);
         clean += size > 0 ? text.substr(0, size) : replacement;

@@ -37,6 +37,7 @@ const KindTraits &traits(Kind kind) {
 constexpr unsigned float_bits = 16;
 constexpr unsigned double_bits = 32;
 
+// None for 256 bits, which a signed type beside a UHUGEINT would need.
 bool find_integer(unsigned bits, bool is_signed, Kind *kind) {
     const auto found = std::ranges::find_if(kinds, [&](const KindTraits &traits) {
         return traits.integer_bits == bits && traits.is_signed == is_signed;
@@ -53,6 +54,8 @@ bool widen_integers(Kind *kind, Kind other) {
         if (b.integer_bits > a.integer_bits) *kind = other;
         return true;
     }
+    // A signed type holds all values of an unsigned one only when it is wider: widths double, so
+    // that is one of twice the bits.
     const unsigned unsigned_bits = a.is_signed ? b.integer_bits : a.integer_bits;
     const unsigned signed_bits = a.is_signed ? a.integer_bits : b.integer_bits;
     return find_integer(std::max(signed_bits, 2 * unsigned_bits), true, kind);
@@ -62,6 +65,7 @@ bool is_floating(Kind kind) {
     return kind == Kind::float32 || kind == Kind::float64;
 }
 
+// A float gives way to a double where it would round an integer of the other files.
 bool widen_to_floating(Kind *kind, Kind floating, Kind integer) {
     const unsigned bits = traits(integer).integer_bits;
     if (bits == 0 || bits > double_bits) return false;
@@ -131,6 +135,7 @@ std::string type_text(const ColumnType &type) {
 
 bool widen(ColumnType *type, const ColumnType &other) {
     if (*type == other) return true;
+    // On a copy: members that were united before one that fails must not stay.
     ColumnType wide = *type;
     bool done = false;
     if (type->kind != other.kind)
@@ -158,6 +163,7 @@ bool NameOrder::operator()(std::string_view a, std::string_view b) const {
 std::string NewNames::add(std::string_view name) {
     const std::string first = name.empty() ? "_" : clean_text(name);
     std::string text = first;
+    // A numbered name may be taken as well: a file can hold "a", "a_1" and "a".
     for (int number = 1; !names_.insert(text).second; ++number)
         text = first + "_" + std::to_string(number);
     return text;

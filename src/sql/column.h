@@ -39,6 +39,8 @@ enum class Kind : std::uint8_t {
 
 struct Column;
 
+// Members have names where SQL shows them; those of arrays and lists are for widen() alone, which
+// unites members by name.
 struct ColumnType {
     ColumnType(Kind the_kind);  // on purpose no explicit one: a kind is a type
     ColumnType(Kind the_kind, std::uint32_t the_length, std::vector<Column> the_members);

@@ -33,6 +33,7 @@ template <typename Visit>
 void visit_counters(const vrn_counters_schema_t &schema, Visit visit) {
     for (std::uint32_t i = 0; i < schema.num_groups; ++i)
         for (std::uint32_t j = 0; j < schema.groups[i]->num_counters; ++j)
+            // A counter without a name can't be asked for.
             if (schema.groups[i]->counters[j]->name)
                 visit(*schema.groups[i], *schema.groups[i]->counters[j]);
 }
@@ -40,10 +41,12 @@ void visit_counters(const vrn_counters_schema_t &schema, Visit visit) {
 }  // namespace
 
 std::vector<RecordField> counter_fields(const vrn_counters_schema_t &schema) {
+    // Counted first: the first of several counters with a name gets its group's name, too.
     std::map<std::string_view, int, NameOrder> uses;
     visit_counters(schema, [&](const vrn_counter_group_t &, const vrn_counter_info_t &counter) {
         ++uses[counter.name];
     });
+    // `time` is taken before any counter, which may have that name and gets a number then.
     NewNames names;
     std::vector<RecordField> fields = {
         {names.add("time"), Kind::timestamp, offsetof(vrn_data_block_t, timestamp), 0}};

@@ -20,6 +20,7 @@ constexpr std::array plain_types{
 };
 
 LogicalType make_structure(const ColumnType &type) {
+    // The engine copies the types that it is given: ours live until it has.
     std::vector<LogicalType> owners;
     std::vector<duckdb_logical_type> types;
     std::vector<const char *> names;
@@ -56,6 +57,7 @@ LogicalType make_logical_type(const ColumnType &type) {
 }
 
 std::string Value::text() const {
+    // The engine's own conversion to text, whatever the value's type; the text is ours to free.
     char *text = duckdb_get_varchar(value_);
     std::string copy = text ? text : "";
     duckdb_free(text);
@@ -63,6 +65,8 @@ std::string Value::text() const {
 }
 
 void put_text(duckdb_vector vector, std::size_t at, std::string_view text) {
+    // A short text stands in the row itself, which needs neither the engine's heap nor a call to
+    // it.
     constexpr std::size_t max_inlined = sizeof(duckdb_string_t::value.inlined.inlined);
     if (text.size() <= max_inlined && is_ascii(text)) {
         duckdb_string_t value{};
@@ -86,6 +90,7 @@ void put_texts(duckdb_vector vector, std::size_t at, std::size_t count, std::str
 }
 
 void put_nulls(duckdb_vector vector, std::size_t at, std::size_t count) {
+    // A vector has no mask, and all of its rows are valid, until one is asked for.
     duckdb_vector_ensure_validity_writable(vector);
     std::uint64_t *validity = duckdb_vector_get_validity(vector);
     for (std::size_t i = 0; i < count; ++i) duckdb_validity_set_row_invalid(validity, at + i);

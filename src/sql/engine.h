@@ -17,6 +17,7 @@ DUCKDB_EXTENSION_EXTERN
 
 namespace vrn::sql {
 
+// Moves only, so that each type is destroyed once.
 class LogicalType {
   public:
     explicit LogicalType(duckdb_logical_type type) : type_(type) {}

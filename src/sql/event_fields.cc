@@ -36,6 +36,7 @@ Kind number_kind(const vrn_type_field_definition_t &field) {
     return integer_kind(field.type->size, field.form == VRN_VALUE_SIGNED);
 }
 
+// Only an array of characters is a text: one character alone is a number.
 bool is_text(const vrn_type_field_definition_t &field) {
     const std::uint32_t id = field.type->builtin_id;
     return field.array_length != 1 && (id == VRN_BUILTIN_CHAR || id == VRN_BUILTIN_UCHAR);
@@ -45,9 +46,12 @@ class FieldMaker {
   public:
     std::vector<RecordField> fields_of(const vrn_type_definition_t &type) {
         std::vector<RecordField> fields;
+        // For each record anew: only the members of one structure must differ.
         NewNames names;
         for (std::uint16_t i = 0; i < type.num_fields; ++i) {
             const vrn_type_field_definition_t &from = *type.fields[i];
+            // A field whose type no schema has leaves a gap in the record: the next has its own
+            // offset.
             if (!from.type || !from.field_name) continue;
             std::optional<RecordField> field = make(from);
             if (!field) continue;
@@ -60,6 +64,8 @@ class FieldMaker {
 
   private:
     std::optional<RecordField> make(const vrn_type_field_definition_t &field) {
+        // Counted on the way down, so that a hostile schema is refused before its tree grows beyond
+        // the bound.
         if (++values_ > max_values)
             throw QueryError("a record of more than " + std::to_string(max_values) +
                              " values makes no table");
@@ -77,9 +83,11 @@ class FieldMaker {
             return element;
         }
         element.parts = fields_of(*field.type);
+        // The engine has no structures without members either.
         return element.parts.empty() ? std::nullopt : std::optional(element);
     }
 
+    // Over all records within the record.
     int values_ = 0;
 };
 

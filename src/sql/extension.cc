@@ -17,6 +17,7 @@
 namespace vrn::sql {
 namespace {
 
+// The catalog remembers files, so that binding a query again costs a stat() of each.
 FileSet files_of(const BindArguments &arguments) {
     return find_files(arguments.paths(), arguments.text("schema"));
 }
@@ -61,6 +62,7 @@ std::unique_ptr<Table> bind_tables(const BindArguments &arguments) {
 // What FROM 'path' reads: the one kind of data that the files hold.
 std::unique_ptr<Table> bind_scan(const BindArguments &arguments) {
     FileSet files = files_of(arguments);
+    // Events beside counters or metrics are left to vrn_events: one scan has one set of columns.
     if (has_counters(files)) return bind_counters(arguments);
     if (has_metrics(files)) return bind_metrics(arguments);
     return bind_events(arguments);
@@ -68,6 +70,7 @@ std::unique_ptr<Table> bind_scan(const BindArguments &arguments) {
 
 constexpr char scan_function[] = "vrn_scan";
 
+// Static, since the engine keeps their addresses until the process ends.
 const std::array functions{
     TableFunction{"vrn_events", bind_events, {"type", "schema", "source"}, true},
     TableFunction{"vrn_counters", bind_counters, {"schema", "source"}, true},
@@ -86,6 +89,7 @@ void replace_scan(duckdb_replacement_scan_info info, const char *name, void * /*
         bool may_be_ours = false;
         for (const std::string_view suffix : suffixes) may_be_ours |= path.ends_with(suffix);
         if (!may_be_ours) return;
+        // Only to see whether it throws: the bind finds the files again, from the catalog.
         find_files({name}, "");
     } catch (const std::exception &) {
         return;
@@ -101,6 +105,7 @@ void guid_texts(duckdb_function_info /*info*/, duckdb_data_chunk input, duckdb_v
     const auto *values = vector_data<std::uint64_t>(guids);
     const std::uint64_t *validity = duckdb_vector_get_validity(guids);
     for (idx_t i = 0; i < duckdb_data_chunk_get_size(input); ++i) {
+        // A set bit is a valid row; without a mask all are.
         if (validity && (validity[i / 64] >> i % 64 & 1) == 0) {
             put_nulls(output, i, 1);
             continue;
@@ -130,11 +135,13 @@ bool register_all(duckdb_connection connection) {
 }  // namespace
 }  // namespace vrn::sql
 
+// The table through which the header's macros call the engine: filled before any of them is used.
 duckdb_ext_api_v1 duckdb_ext_api{};
 
 extern "C" __attribute__((visibility("default"))) bool vrn_init_c_api(
     duckdb_extension_info info, struct duckdb_extension_access *access) {
     const auto *api = static_cast<const duckdb_ext_api_v1 *>(access->get_api(info, "v1.2.0"));
+    // An engine older than these functions has no such table.
     if (!api) return false;
     duckdb_ext_api = *api;
     duckdb_connection connection = nullptr;
@@ -143,9 +150,11 @@ extern "C" __attribute__((visibility("default"))) bool vrn_init_c_api(
         access->set_error(info, "vrn: no connection to the database");
         return false;
     }
+    // What a connection registers is the whole database's, and outlives the connection.
     const bool done = vrn::sql::register_all(connection);
     if (!done) access->set_error(info, "vrn: the engine refuses a function");
     duckdb_disconnect(&connection);
+    // Last: it leads to a function that must be there.
     if (done) duckdb_add_replacement_scan(*database, vrn::sql::replace_scan, nullptr, nullptr);
     return done;
 }

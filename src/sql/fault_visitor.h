@@ -20,6 +20,7 @@ class FaultVisitor : public scan::Visitor {
 
     scan::Next fault(const scan::Fault &fault) override {
         report_fault(path_, fault_text(fault));
+        // Without a header the size of chunks isn't known, so nothing after it can be found.
         return fault.kind == scan::FaultKind::header_bad ? scan::Next::nothing : scan::Next::block;
     }
 

@@ -10,6 +10,8 @@
 namespace vrn::sql {
 namespace {
 
+// Types of their own, so that no conversion takes them for plain integers. The wide ones have the
+// engine's layout of 128 bits, low half first, which is the file's as well.
 struct Timestamp {
     std::int64_t micros;
 };
@@ -59,6 +61,7 @@ auto visit_kind(Kind kind, Visit visit) {
 
 template <typename T>
 T load_number(const std::uint8_t *from) {
+    // Any byte may stand in a file; a bool of another value than 0 and 1 is undefined.
     if constexpr (std::is_same_v<T, bool>) {
         return *from != 0;
     } else if constexpr (std::is_same_v<T, Timestamp>) {
@@ -83,6 +86,7 @@ To convert(From value) {
     }
 }
 
+// Keeps pairs that never meet from being compiled.
 template <typename From, typename To>
 constexpr bool converts = std::is_same_v<From, To> ||
                           (std::is_arithmetic_v<From> && !std::is_same_v<From, bool> &&
@@ -104,6 +108,8 @@ FieldCopy::FieldCopy(const RecordField &from, const ColumnType &to)
             break;
         case Kind::structure:
             copy_ = copy_structures;
+            // By the members of the column, which may be more than this layout has, and in another
+            // order.
             parts_.reserve(to.members.size());
             for (const Column &member : to.members) {
                 const auto part = std::ranges::find_if(from.parts, [&](const RecordField &field) {
@@ -119,6 +125,7 @@ FieldCopy::FieldCopy(const RecordField &from, const ColumnType &to)
 }
 
 FieldCopy::FieldCopy(const ColumnType &to) : length_(to.length) {
+    // Lists and maps need no children: a NULL row has no elements there.
     if (to.kind != Kind::array && to.kind != Kind::structure) return;
     parts_.reserve(to.members.size());
     for (const Column &member : to.members) parts_.emplace_back(member.type);
@@ -129,11 +136,13 @@ void FieldCopy::copy_numbers(const FieldCopy &field, const RecordSpan &records,
                              duckdb_vector vector, std::size_t at) {
     To *to = vector_data<To>(vector) + at;
     constexpr std::size_t size = std::is_same_v<From, bool> ? 1 : sizeof(From);
+    // Checked once for all records, so that the loop for whole ones has no branch.
     if (field.offset_ + size > records.held) {
         std::uint8_t zeros[size] = {};
         for (std::size_t i = 0; i < records.count; ++i) {
             const std::uint8_t *record = records.first + i * records.stride;
             if (field.offset_ < records.held)
+                // Each record overwrites the same first bytes: those after them stay zeros.
                 std::memcpy(zeros, record + field.offset_, records.held - field.offset_);
             to[i] = convert<From, To>(load_number<From>(zeros));
         }
@@ -146,6 +155,7 @@ void FieldCopy::copy_numbers(const FieldCopy &field, const RecordSpan &records,
 
 void FieldCopy::copy_texts(const FieldCopy &field, const RecordSpan &records, duckdb_vector vector,
                            std::size_t at) {
+    // A text fills its field or ends at a zero, and a record may end before either.
     const std::size_t offset = std::min<std::size_t>(field.offset_, records.held);
     const std::size_t size = std::min<std::size_t>(field.size_, records.held - offset);
     const auto *from = reinterpret_cast<const char *>(records.first) + offset;
@@ -186,6 +196,7 @@ void FieldCopy::copy_nulls(const FieldCopy &field, const RecordSpan &records, du
 }
 
 FieldCopy::Copy FieldCopy::number_copy(Kind from, Kind to) {
+    // Chosen once for a layout and a column, so that no value asks for its type.
     return visit_kind(from, [to]<typename From>(From) {
         return visit_kind(to, []<typename To>(To) -> Copy {
             if constexpr (converts<From, To>)

@@ -31,6 +31,7 @@ class FieldCopy {
     }
 
   private:
+    // A plain pointer and no virtual call: copies are values, in a vector for each layout.
     using Copy = void (*)(const FieldCopy &, const RecordSpan &, duckdb_vector, std::size_t);
 
     template <typename From, typename To>
@@ -49,6 +50,7 @@ class FieldCopy {
     Copy copy_ = copy_nulls;
     std::uint64_t offset_ = 0;
     std::uint64_t size_ = 0;
+    // Of an array; 0 tells copy_nulls() that the parts are members, not elements.
     std::uint32_t length_ = 0;
     std::vector<FieldCopy> parts_;
 };

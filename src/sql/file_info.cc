@@ -42,7 +42,10 @@ class FileProbe final : public scan::Visitor {
         info_.has_head = scan::read_file_head(source.get(), &schemas_, this, &info_.header);
         if (!info_.has_head) return;
         info_.is_compressed = source->is_compressed();
+        // The first entry: whoever looks for an offset finds at least this one.
         info_.changes.push_back({sizeof info_.header, schemas_.current()});
+        // Only a plain file can be read at any offset; the other must be decompressed from its
+        // start.
         if (info_.is_compressed)
             read_chunks(source.get());
         else
@@ -52,6 +55,7 @@ class FileProbe final : public scan::Visitor {
     void header(const vrn_data_file_header_t &header) override {
         info_.header = header;
         info_.is_ours = vrn_magic_matches(header.magic, VRN_MAGIC_FILE);
+        // Cleaned here, as the filter compares it with a text of the engine.
         info_.source = clean_text(field_text(header.source_id));
         info_.tag = clean_text(field_text(header.source_tag));
     }
@@ -77,6 +81,7 @@ class FileProbe final : public scan::Visitor {
             const std::size_t held = std::min(chunk_size, end - start);
             visit_chunk([&](std::size_t offset, std::size_t size) -> Bytes {
                 if (offset >= held) return {};
+                // A failed read shows as an empty block: who reads the records tells of it.
                 const ssize_t got = pread(descriptor, head, std::min(size, held - offset),
                                           static_cast<off_t>(start + offset));
                 return {head, static_cast<std::size_t>(std::max<ssize_t>(got, 0))};
@@ -97,6 +102,7 @@ class FileProbe final : public scan::Visitor {
     }
 
     void visit_chunk(const ChunkBytes &chunk) {
+        // The engine can't interrupt a bind, and a large file has many chunks.
         check_cancelled();
         Bytes head = chunk(0, head_size);
         if (kind_of(head) != VRN_PAGE_BLOCK) return visit_block(head);
@@ -108,6 +114,8 @@ class FileProbe final : public scan::Visitor {
             const std::size_t wanted = std::min<std::size_t>(stream_head_size, fields.data_size);
             visit_block(
                 bytes_of(decode_page_prefix(fields.encoding, chunk(stream, wanted), head_size)));
+            // Sizes are the file's word; an offset after the chunk's end just gives no more bytes.
+            // It grows with each turn, so the loop ends.
             offset = stream + fields.data_size + VRN_MAGIC_SIZE;
             head = chunk(offset, head_size);
         }
@@ -121,6 +129,7 @@ class FileProbe final : public scan::Visitor {
         const vrn_block_type_t kind = kind_of(block);
         info_.has_counters = info_.has_counters || kind == VRN_COUNTERS_BLOCK;
         info_.has_metrics = info_.has_metrics || kind == VRN_CNTX_BLOCK;
+        // A block that is cut short names no schemas; who reads the records tells of it.
         if (kind != VRN_SCHEMAS_BLOCK || block.size() < head_size) return;
         const auto fields = load_le<vrn_schemas_block_t>(block.data());
         if (fields.num_schema_ids > VRN_SCHEMAS_BLOCK_MAX_IDS) return;
@@ -133,6 +142,7 @@ class FileProbe final : public scan::Visitor {
     scan::SchemasInUse schemas_;
 };
 
+// A file that is still written changes its size, one that is replaced its number.
 bool is_same(const struct stat &a, const struct stat &b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
            a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
@@ -148,6 +158,7 @@ std::shared_ptr<const FileInfo> FileCatalog::get(const std::string &path,
                                                  const std::string &schema_folder) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) fail(path);
+    // Scans read it twice, and a pipe gives its bytes once.
     if (!S_ISREG(status.st_mode)) throw QueryError(path + " is no file to read in any order");
     const std::pair key(path, schema_folder);
     {
@@ -155,6 +166,8 @@ std::shared_ptr<const FileInfo> FileCatalog::get(const std::string &path,
         const auto found = files_.find(key);
         if (found != files_.end() && is_same(found->second->status, status)) return found->second;
     }
+    // Outside the lock, for a look takes long. Two threads may look at the same file then, which
+    // costs time and nothing else.
     auto info = std::make_shared<FileInfo>();
     info->path = path;
     info->status = status;
@@ -165,6 +178,7 @@ std::shared_ptr<const FileInfo> FileCatalog::get(const std::string &path,
     // A schema that is missing may be there the next time.
     if (!info->has_all_schemas) return info;
     const std::lock_guard lock(mutex_);
+    // Queries hold on to the files they use, so all can be forgotten at once.
     if (files_.size() >= max_kept) files_.clear();
     files_[key] = info;
     return info;

@@ -50,6 +50,7 @@ class FileCatalog {
     std::shared_ptr<const FileInfo> get(const std::string &path, const std::string &schema_folder);
 
   private:
+    // A bound for hosts that run for weeks over ever new files.
     static constexpr std::size_t max_kept = 100'000;
 
     std::shared_ptr<scan::SchemaCache> cache_of(const std::string &folder);

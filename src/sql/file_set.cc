@@ -13,6 +13,7 @@ namespace fs = std::filesystem;
 class Glob {
   public:
     explicit Glob(const std::string &pattern) {
+        // A failure leaves nothing found, which is told as for a pattern that fits no file.
         glob(pattern.c_str(), GLOB_MARK, nullptr, &found_);
     }
     ~Glob() { globfree(&found_); }
@@ -31,6 +32,7 @@ std::vector<std::string> files_below(const std::string &folder) {
     std::error_code error;
     for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error))
+        // A file may go while the folder is read.
         if (std::error_code lost; entry->is_regular_file(lost)) paths.push_back(entry->path());
     if (error) throw QueryError(folder + ": " + error.message());
     // Rows then don't come in the order of the file system.
@@ -45,6 +47,7 @@ class FileSearch {
     void take(const std::string &path) {
         std::error_code error;
         if (fs::is_directory(path, error)) return take_ours(files_below(path));
+        // A file may have such letters in its name: it goes before the pattern.
         if (path.find_first_of("*?[") != path.npos && !fs::exists(path, error))
             return take_ours(Glob(path).paths());
         // Named, so that it is none is a fault, which is told by who reads it.

@@ -23,6 +23,7 @@ class FaultCount final : public scan::Visitor {
         return fault.kind == scan::FaultKind::header_bad ? scan::Next::nothing : scan::Next::block;
     }
 
+    // The engine asks for a cancel between fills only, and one fill reads a whole file.
     void chunk_end() override { check_cancelled(); }
 
     scan::Next metrics(const scan::PlainBlock &block) override {
@@ -39,6 +40,7 @@ class FaultCount final : public scan::Visitor {
             while (cursor_.next())
                 if (!cursor_.fault().empty()) add(cursor_.fault());
         } catch (const std::runtime_error &error) {
+            // Ends the block alone: the next one begins at its own mark.
             add(error.what());
         }
     }
@@ -70,6 +72,7 @@ class FileThread final : public ScanThread {
     // One file at a time: to read it takes a while.
     std::size_t fill(duckdb_data_chunk chunk) override {
         check_cancelled();
+        // Threads take files by turns: whoever is done first takes the next.
         const std::size_t index = next_++;
         if (index >= files_.size()) return 0;
         faults_.reset();
@@ -99,6 +102,7 @@ class FileThread final : public ScanThread {
                 *vector_data<std::uint64_t>(vector) = faults_of(file).count;
                 return;
             case file_first_fault:
+                // Found once, whichever of the two columns comes first.
                 if (faults_of(file).count == 0) return put_nulls(vector, 0, 1);
                 return put_text(vector, 0, faults_of(file).first);
             default:
@@ -116,6 +120,7 @@ class FileThread final : public ScanThread {
         return *faults_;
     }
 
+    // These three are the scan's, which outlives its threads.
     const FileSet &files_;
     const std::vector<std::size_t> &projection_;
     std::atomic<std::size_t> &next_;
@@ -171,6 +176,7 @@ class TextThread final : public ScanThread {
         const std::size_t size = std::min<std::size_t>(rows_.size() - used_, duckdb_vector_size());
         for (std::size_t i = 0; i < projection_.size(); ++i)
             for (std::size_t row = 0; row < size; ++row)
+                // Places after the last column are those that need not be filled.
                 if (const auto &texts = rows_[used_ + row]; projection_[i] < texts.size())
                     put_text(duckdb_data_chunk_get_vector(chunk, i), row, texts[projection_[i]]);
         used_ += size;

@@ -17,8 +17,10 @@ std::vector<Column> histogram_columns() {
 }
 
 std::size_t HistogramThread::fill(duckdb_data_chunk chunk) {
+    // The lists of a chunk have their elements in one vector, which begins anew with the chunk.
     num_buckets_ = 0;
     std::size_t size = 0;
+    // None or one: empty when the query doesn't ask for labels, which take time to resolve.
     std::vector<LabelColumn> label_columns;
     for (std::size_t i = 0; i < projection_.size(); ++i)
         if (projection_[i] == histogram_labels)
@@ -30,6 +32,7 @@ std::size_t HistogramThread::fill(duckdb_data_chunk chunk) {
         const metrics::LabelMap resolved =
             metrics::resolve_labels(tables_, histogram.label_set_id, histogram.label_values);
         Labels labels(resolved.begin(), resolved.end());
+        // By name, so that equal label sets are equal maps, whatever order they were found in.
         std::ranges::sort(labels);
         label_columns[0].put(size, 1, label_columns[0].add(labels));
     }
@@ -45,6 +48,8 @@ bool HistogramThread::find_histogram() {
         try {
             read_block();
         } catch (const QueryError &) {
+            // A strict session's fault, and memory that is gone, end the query; all else ends the
+            // block.
             throw;
         } catch (const std::bad_alloc &) {
             throw;
@@ -106,6 +111,7 @@ void HistogramThread::put_buckets(duckdb_vector vector, std::size_t at) {
     const std::vector<metrics::Bucket> &buckets = histograms_[next_].buckets;
     const std::size_t first = num_buckets_;
     num_buckets_ += buckets.size();
+    // Before the elements' places are asked for: the engine may move them.
     duckdb_list_vector_reserve(vector, num_buckets_);
     const duckdb_vector elements = duckdb_list_vector_get_child(vector);
     auto *bounds = vector_data<double>(duckdb_struct_vector_get_child(elements, 0));

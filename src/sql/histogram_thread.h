@@ -38,6 +38,7 @@ class HistogramThread final : public ScanThread {
 
     const RecordFilter &filter_;
     const std::vector<std::size_t> &projection_;
+    // The block below is a view into what the stream holds, valid until its next().
     BlockStream stream_;
     const StagedBlock *block_ = nullptr;
     metrics::CntxBlockTables tables_;

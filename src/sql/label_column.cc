@@ -9,6 +9,7 @@ ColumnType label_type() {
 }
 
 duckdb_list_entry LabelColumn::add(const Labels &labels) {
+    // Doubled: a reserve for each row would copy all pairs again and again.
     if (size_ + labels.size() > room_) {
         room_ = std::max(2 * room_, size_ + labels.size());
         duckdb_list_vector_reserve(vector_, room_);
@@ -23,6 +24,7 @@ duckdb_list_entry LabelColumn::add(const Labels &labels) {
         put_text(values, size_, value);
         ++size_;
     }
+    // The engine sees no pairs beyond the size that it is told.
     duckdb_list_vector_set_size(vector_, size_);
     return entry;
 }

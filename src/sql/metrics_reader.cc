@@ -23,6 +23,7 @@ constexpr std::size_t labels_per_byte = 16;
 
 scan::Next MetricsReader::metrics(const scan::PlainBlock &block) {
     if (!takes_record(block.place)) return scan::Next::block;
+    // Kept whole, since the cursor reads its blocks after the walk has gone on.
     const Bytes run = {keep(block.bytes.data()), block.bytes.size()};
     split_metrics(
         run,
@@ -35,12 +36,14 @@ scan::Next MetricsReader::metrics(const scan::PlainBlock &block) {
 
 void split_metrics(Bytes run, const std::function<void(Bytes block)> &visit,
                    const std::function<void(const std::string &reason)> &fail) {
+    // Zeros pad a run to the end of its chunk and are no fault.
     for (Bytes rest = run; !scan::is_all_zero(rest);) {
         const Bytes mark = metrics::find_mark(rest, block_mark);
         if (!scan::is_all_zero(rest.first(rest.size() - mark.size())))
             fail("No metrics block where one could begin");
         if (mark.empty()) return;
         const std::uint32_t size = metrics::read_total_size(mark);
+        // At least its own head: a size of 0 would find the same mark for ever.
         if (size < block_head_size || size > mark.size())
             return fail("A metrics block claims " + std::to_string(size) + " bytes of " +
                         std::to_string(mark.size()));
@@ -52,7 +55,10 @@ void split_metrics(Bytes run, const std::function<void(Bytes block)> &visit,
 void MetricsCursor::begin(Bytes block) {
     view_.read(block, block);
     read_constants(block);
+    // Ids of label sets count within a block: what was read of the last block's set is worth
+    // nothing.
     set_id_ = no_set;
+    // The records follow the size of their section.
     offset_ = sizeof view_.records.blocksize;
     labels_left_ = free_labels + block.size() * labels_per_byte;
 }
@@ -79,6 +85,8 @@ bool MetricsCursor::next() {
     header_ = metrics::read_record_header(rest);
     record_ = metrics::read_record(rest, view_.records);
     const std::size_t labels_size = read_labels();
+    // Labels come last in a record and have no size of their own: where they end the next record
+    // begins.
     offset_ = static_cast<std::size_t>(record_.label_values.data() - view_.records.base.data()) +
               labels_size;
     return true;
@@ -95,9 +103,12 @@ std::size_t MetricsCursor::read_labels() {
         }
         void text(std::size_t index, std::string_view text) { cursor.set_label(index, text); }
     };
+    // Before any label is copied; a record costs its constants even without labels of its own.
     if (constants_.size() + record_.labels.count > labels_left_)
         throw std::runtime_error("A metrics block has too many labels");
     labels_left_ -= constants_.size() + record_.labels.count;
+    // Records of one set mostly follow each other. A set that the block lacks has no names, so that
+    // its labels are told as a fault.
     if (set_id_ != record_.labels.label_set_id) {
         set_id_ = record_.labels.label_set_id;
         set_names_.clear();
@@ -126,6 +137,8 @@ void MetricsCursor::set_label(std::size_t index, std::string_view value) {
         labels_[constant->second].second = value;
         return;
     }
+    // A set may repeat a name; the last value counts, as for constants. Sets are small: a search
+    // beats a map.
     const auto own = labels_.begin() + static_cast<std::ptrdiff_t>(constants_.size());
     const auto known =
         std::find_if(own, labels_.end(), [&](const auto &label) { return label.first == name; });

@@ -15,6 +15,7 @@ namespace vrn::sql {
 
 struct StagedBlock {
     Bytes block;
+    // Of the reader, until its next piece.
     const RecordNames *names;
 };
 

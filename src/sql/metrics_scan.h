@@ -30,6 +30,7 @@ class MetricsScan final : public TableScan {
     }
 
   private:
+    // Of the table, which the engine keeps until the query's scans have ended.
     const RecordFilter &filter_;
     std::vector<std::size_t> projection_;
     std::size_t max_threads_;

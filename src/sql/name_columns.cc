@@ -4,6 +4,7 @@ namespace vrn::sql {
 
 void add_name_columns(std::vector<Column> *columns) {
     NewNames names;
+    // The records' own columns go first, so that a field keeps its name whatever we add.
     for (const Column &column : *columns) names.add(column.name);
     for (const char *name : {"source", "tag", "file"})
         columns->push_back({names.add(name), {Kind::text}});

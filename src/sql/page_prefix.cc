@@ -9,16 +9,19 @@
 namespace vrn::sql {
 namespace {
 
+// The largest window, and 16 for a gzip header.
 constexpr int gzip_window_bits = 31;
 
 std::string inflate_prefix(Bytes stream, std::size_t size) {
     z_stream inflater{};
     if (inflateInit2(&inflater, gzip_window_bits) != Z_OK) return {};
     std::string prefix(size, '\0');
+    // zlib only reads from there.
     inflater.next_in = const_cast<Bytef *>(stream.data());
     inflater.avail_in = static_cast<uInt>(stream.size());
     inflater.next_out = reinterpret_cast<Bytef *>(prefix.data());
     inflater.avail_out = static_cast<uInt>(size);
+    // Its result doesn't matter: a stream that is cut short is the rule here.
     inflate(&inflater, Z_SYNC_FLUSH);
     prefix.resize(size - inflater.avail_out);
     inflateEnd(&inflater);
@@ -30,6 +33,7 @@ class PrefixSink final : public snappy::Sink {
   public:
     explicit PrefixSink(std::size_t size) : size_(size) {}
 
+    // The decoder can't be stopped, so what comes after the prefix is dropped.
     void Append(const char *bytes, std::size_t count) override {
         prefix_.append(bytes, std::min(count, size_ - prefix_.size()));
     }

@@ -22,7 +22,9 @@ bool RecordReader::next_piece() {
     name_records({});
     has_stopped_ = false;
     scan::ChunkRun &run = taken_.run;
+    // Visits page() and the subclass, which stage what they want of the run.
     scan::ChunkRunEnd end = walk_chunk_run(run, file.cache.get(), &buffer_, this);
+    // A piece that goes on with later schemas says nothing of those that the run began with.
     if (run.schemas == taken_.first_schemas) uses_first_ |= end.used_first_schemas;
     if (!has_stopped_) {
         is_in_run_ = false;
@@ -49,6 +51,8 @@ bool RecordReader::begin_run() {
 
 scan::PageUse RecordReader::page(const scan::CompressedPage &page) {
     if (page.place.block < resume_at_) return scan::PageUse::pass_over;
+    // Nothing is kept when a piece begins, so each one gets past at least one page. Failing the
+    // file is how a walk stops; next_piece() goes on from there.
     if (kept_size_ >= max_kept) {
         resume_at_ = page.place.block;
         has_stopped_ = true;
@@ -56,13 +60,16 @@ scan::PageUse RecordReader::page(const scan::CompressedPage &page) {
     }
     check_cancelled();
     const vrn_source_t source = page.source();
+    // Most pages have the names of the page before: no new texts for those.
     if (std::memcmp(&source, &page_names_, sizeof source) != 0) name_records(source);
+    // Passed over without being decoded, which is most of the work.
     const bool is_wanted = takes_source_ && filter_.takes_span(page.fields.first_timestamp,
                                                                page.fields.last_timestamp);
     return is_wanted ? scan::PageUse::blocks : scan::PageUse::pass_over;
 }
 
 void RecordReader::decoded(const scan::CompressedPage & /*page*/, Bytes bytes) {
+    // Copied by keep() once a record of it is wanted, since many pages have none.
     payload_ = bytes;
     kept_payload_ = nullptr;
 }
@@ -87,6 +94,7 @@ void RecordReader::name_records(const vrn_source_t &page_names) {
     else
         names_.push_back({file.path, clean_text(field_text(page_names.source)),
                           clean_text(field_text(page_names.tag))});
+    // By the cleaned name, which is the one that the user sees in the column.
     takes_source_ = filter_.source.empty() || filter_.source == names()->source;
 }
 
@@ -97,6 +105,7 @@ const std::uint8_t *RecordReader::keep(const std::uint8_t *bytes) {
     if (!kept_payload_) {
         const std::size_t size = payload_.size() + scan::slack_size;
         kept_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(size));
+        // With the slack, as readers may look that far past the last record.
         std::memcpy(kept_.back().get(), payload_.data(), size);
         kept_payload_ = kept_.back().get();
         kept_size_ += size;

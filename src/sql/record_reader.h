@@ -51,6 +51,7 @@ class RecordReader : public FaultVisitor {
 
   protected:
     // The collected records end here.
+    // Subclasses drop all views here, before the bytes go that they lead to.
     virtual void begin_piece() = 0;
 
     const RecordFilter &filter() const { return filter_; }

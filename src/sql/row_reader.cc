@@ -28,6 +28,8 @@ void RowReader::stage(const StagedRows &rows) {
                               last.names == rows.names && rows.count == 1;
         const auto step = static_cast<std::size_t>(rows.first - last.first);
         // Many collectors store a row a block: in equal steps they are one piece of work.
+        // Rows of two buffers may be joined, too: a step only ever leads to an address that was
+        // staged.
         if (is_alike && (last.count == 1 || step == last.count * last.stride) &&
             rows.first > last.first) {
             if (last.count == 1) last.stride = step;
@@ -40,10 +42,12 @@ void RowReader::stage(const StagedRows &rows) {
 
 void EventReader::begin_piece() {
     RowReader::begin_piece();
+    // Schemas may go between pieces, and others come to stand at their address.
     last_ = nullptr;
 }
 
 scan::Next EventReader::events(const scan::EventBatch &batch) {
+    // The name is compared once for a run of batches, not for each.
     if (batch.type != last_) {
         last_ = batch.type;
         takes_last_ = batch.type->name && batch.type->name == type_;
@@ -63,11 +67,14 @@ void CounterReader::begin_piece() {
 scan::Next CounterReader::counters(const scan::CountersBlock &block) {
     if (!filter().takes(block.header.timestamp) || !takes_record(block.place))
         return scan::Next::block;
+    // As with events: once for each schema, for all of its groups are walked.
     if (block.schema != last_) {
         last_ = block.schema;
         extent_ = counters_extent(*last_);
     }
     constexpr std::size_t header_size = sizeof block.header;
+    // What a short block lacks reads as zeros; what a long one has beyond the counters isn't
+    // touched.
     const std::size_t held = header_size + std::min<std::size_t>(block.row.size(), extent_);
     // From the block's start, where its time is.
     const std::uint8_t *start =

@@ -72,6 +72,7 @@ class CounterReader final : public RowReader {
   private:
     const vrn_counters_schema_t *last_ = nullptr;  // of the piece
     std::uint64_t extent_ = 0;
+    // A deque, since staged rows point into it while it grows.
     std::deque<vrn_data_block_t> headers_;  // of blocks without a row
 };
 

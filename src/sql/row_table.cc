@@ -14,6 +14,7 @@ namespace vrn::sql {
 namespace {
 
 // What a table knows of the layouts that its rows have.
+// Functions in place of subclasses: nothing else differs between the two tables.
 struct RowKind {
     std::vector<RecordField> (*fields_of)(const void *layout);
     std::unique_ptr<RowReader> (*make_reader)(RunQueue *queue, const RecordFilter *filter,
@@ -34,12 +35,15 @@ class RowCopies {
               const std::vector<duckdb_vector> &vectors, std::size_t at);
 
   private:
+    // Files that each have schemas of their own must not pile up.
     static constexpr std::size_t max_owners = 64;
 
     const std::vector<FieldCopy> &copies_for(const void *layout);
 
     const RowTable &table_;
     const std::vector<std::size_t> &projection_;
+    // Copies are found by the address of a layout. Its owner is held as long, or the address could
+    // come to be another layout's.
     std::set<std::shared_ptr<const scan::LoadedSchemas>> owners_;
     std::unordered_map<const void *, std::vector<FieldCopy>> copies_;
 };
@@ -98,6 +102,8 @@ class RowThread final : public ScanThread {
     // Rows that are left of the piece, or those of the next piece that has any.
     bool find_rows() {
         for (;;) {
+            // Rows go on in the next chunk when this one is full, so they are left here only when
+            // used up.
             if (next_ < reader_->rows().size() && used_ == reader_->rows()[next_].count) {
                 ++next_;
                 used_ = 0;
@@ -140,6 +146,7 @@ std::unique_ptr<TableScan> RowTable::scan(std::vector<std::size_t> projection) c
 }
 
 void RowCopies::begin_piece(const RowReader &reader) {
+    // Safe here alone: no row of the piece before is left to copy.
     if (owners_.size() > max_owners) {
         copies_.clear();
         owners_.clear();
@@ -151,12 +158,16 @@ const std::vector<FieldCopy> &RowCopies::copies_for(const void *layout) {
     const auto [entry, is_new] = copies_.try_emplace(layout);
     if (!is_new) return entry->second;
     const std::vector<RecordField> fields = table_.kind().fields_of(layout);
+    // An entry for each place, used or not, so that copies and vectors have the same index.
     for (const std::size_t place : projection_) {
         const bool is_name = place >= table_.num_fields();
+        // A place may lie beyond the columns; any of them will do, as it isn't filled.
         const Column &column = table_.columns()[std::min(place, table_.columns().size() - 1)];
         const auto field = std::ranges::find_if(
             fields, [&](const RecordField &known) { return same_name(known.name, column.name); });
         ColumnType type = column.type;
+        // The bind saw the layouts at chunk and page starts. One that is met later must fit those
+        // columns, which the engine can't change any more.
         if (is_name || field == fields.end())
             entry->second.emplace_back(type);
         else if (!widen(&type, field->type()) || type != column.type)
@@ -187,6 +198,7 @@ void visit_schemas(const FileSet &files, Visit visit) {
     std::set<const scan::LoadedSchemas *> seen;
     for (const auto &file : files)
         for (const auto &schemas : file->schemas)
+            // Files of one folder share what its cache has loaded: each is visited once.
             if (seen.insert(schemas.get()).second && schemas->type_system)
                 visit(*schemas->type_system);
 }
@@ -232,6 +244,7 @@ std::unique_ptr<Table> make_event_table(FileSet files, RecordFilter filter, std:
     visit_types(table->files(), [&](const vrn_type_definition_t &definition) {
         if (definition.name == table->type()) table->unite(event_fields(definition));
     });
+    // Not all schemas may be at hand; that is the likeliest reason, so the error tells it.
     if (table->columns().empty())
         throw QueryError("there are no events of type '" + table->type() + "'" +
                          missing_schema_note(table->files()));
@@ -267,6 +280,8 @@ bool has_counters(const FileSet &files) {
 }
 
 std::size_t threads_for(const FileSet &files) {
+    // A run is a MiB, and a thread without one has nothing to do. The bound is for the engine,
+    // which has far fewer threads anyway.
     std::uint64_t bytes = 0;
     for (const auto &file : files) bytes += static_cast<std::uint64_t>(file->status.st_size);
     return std::min<std::size_t>(std::max<std::size_t>(files.size(), bytes / (1 << 20)), 1024);

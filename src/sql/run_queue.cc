@@ -21,6 +21,7 @@ namespace {
 
 // False, after the fault was told, when it can't be read at all.
 bool begin_plain(OpenFile *file) {
+    // The header is known, but read again for its faults: each query tells those of its files.
     const FileInfo &info = *file->info;
     FaultVisitor visitor(info.path);
     const std::unique_ptr<ByteSource> source = ByteSource::open_descriptor(file->descriptor.get());
@@ -44,6 +45,7 @@ bool begin_file(OpenFile *file) {
         report_fault(file->info->path, std::strerror(errno));
         return false;
     }
+    // As it is now: a file may have grown since the catalog looked.
     file->size = static_cast<std::uint64_t>(status.st_size);
     return file->info->is_compressed ? begin_compressed(file) : begin_plain(file);
 }
@@ -59,12 +61,14 @@ const std::shared_ptr<const scan::LoadedSchemas> &schemas_at(const FileInfo &inf
 bool take_place(OpenFile *file, scan::ChunkRun *run, std::size_t *size) {
     if (file->next_offset >= file->size) return false;
     const std::size_t chunk_size = file->info->header.block_size;
+    // Whole chunks, since a walk can begin nowhere else.
     const std::size_t room =
         std::max<std::size_t>(scan::ChunkRun::run_size / chunk_size, 1) * chunk_size;
     run->index = file->walks.size();
     run->offset = file->next_offset;
     run->chunk_size = static_cast<std::uint32_t>(chunk_size);
     run->schemas = schemas_at(*file->info, run->offset);
+    // The run is used again and may still have the end of another file.
     run->end_fault.reset();
     *size = std::min<std::uint64_t>(room, file->size - run->offset);
     file->next_offset += *size;
@@ -88,6 +92,7 @@ void load_run(int descriptor, std::size_t size, scan::ChunkRun *run) {
         if (count <= 0) break;
         got += static_cast<std::size_t>(count);
     }
+    // Walks may look at the slack, which still has the bytes of the run before.
     std::memset(run->room() + got, 0, scan::slack_size);
     run->bytes = {run->room(), got};
 }
@@ -98,6 +103,7 @@ void load_run(int descriptor, std::size_t size, scan::ChunkRun *run) {
                      "SET threads = 1 reads it");
 }
 
+// By their ids: what rows are decoded by counts, not which object holds it.
 bool names_same(const scan::LoadedSchemas *a, const scan::LoadedSchemas *b) {
     return a == b || (a && b && a->ids == b->ids);
 }
@@ -124,8 +130,11 @@ RunQueue::~RunQueue() {
 
 bool RunQueue::take(TakenRun *taken) {
     check_cancelled();
+    // A thread stays with its file as long as that has runs: alone it then reads all files in
+    // order.
     std::shared_ptr<OpenFile> file = std::move(taken->file);
     for (;;) {
+        // Files of their own first: threads that share one wait for each other at its mutex.
         if (!file) file = next_file();
         if (!file) file = file_to_help();
         if (!file) return false;
@@ -138,12 +147,14 @@ bool RunQueue::take(TakenRun *taken) {
 std::shared_ptr<OpenFile> RunQueue::next_file() {
     const std::lock_guard lock(mutex_);
     if (next_ == files_.size()) return nullptr;
+    // Open to helpers from now on: whoever gets its mutex first begins it.
     open_.push_back(std::make_shared<OpenFile>(files_[next_++]));
     return open_.back();
 }
 
 std::shared_ptr<OpenFile> RunQueue::file_to_help() {
     const std::lock_guard lock(mutex_);
+    // The oldest, so that few files are open at a time.
     return open_.empty() ? nullptr : open_.front();
 }
 
@@ -151,8 +162,10 @@ bool RunQueue::take_from(const std::shared_ptr<OpenFile> &file, TakenRun *taken)
     scan::ChunkRun &run = taken->run;
     std::size_t size = 0;
     {
+        // Never under the queue's own mutex: opening a file or decompressing a run takes long.
         const std::lock_guard lock(file->mutex);
         if (file->has_ended) return false;
+        // A file that can't begin ends here, and its fault is told once.
         const bool is_good = std::exchange(file->has_begun, true) || begin_file(file.get());
         const bool has_run =
             is_good && (file->feed ? file->feed->take(&run) : take_place(file.get(), &run, &size));
@@ -165,12 +178,14 @@ bool RunQueue::take_from(const std::shared_ptr<OpenFile> &file, TakenRun *taken)
     }
     taken->first_schemas = run.schemas;
     taken->file = file;
+    // Outside the lock: this is what lets threads read one plain file together.
     if (!file->feed) load_run(file->descriptor.get(), size, &run);
     return true;
 }
 
 // As far as the file had them when it was found: it may grow meanwhile.
 void RunQueue::tell_read(OpenFile *file, std::uint64_t bytes) {
+    // A compressed file tells its decompressed bytes, which are mostly more than it has.
     const auto all = static_cast<std::uint64_t>(file->info->status.st_size);
     const std::uint64_t count = std::min(bytes, all - file->told);
     file->told += count;
@@ -181,11 +196,13 @@ void RunQueue::tell_read(OpenFile *file, std::uint64_t bytes) {
 
 void RunQueue::leave(const std::shared_ptr<OpenFile> &file) {
     const std::lock_guard lock(mutex_);
+    // Several threads find a file at its end; only the first has anything to erase.
     std::erase(open_, file);
 }
 
 void RunQueue::end_walk(const TakenRun &taken,
                         std::shared_ptr<const scan::LoadedSchemas> last_schemas, bool used_first) {
+    // Runs may end in any order: the one that ends last of two neighbours finds what doesn't fit.
     const std::lock_guard lock(taken.file->mutex);
     const std::size_t index = taken.run.index;
     taken.file->walks[index].last = std::move(last_schemas);

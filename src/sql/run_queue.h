@@ -22,6 +22,7 @@ struct OpenFile {
     std::mutex mutex;
     bool has_begun = false;
     bool has_ended = false;
+    // Set when it begins and left alone after that, so that threads use it without the mutex.
     Descriptor descriptor;
     std::uint64_t size = 0;
     std::uint64_t told = 0;  // bytes of it that the session counts as read
@@ -71,6 +72,7 @@ class RunQueue {
     void leave(const std::shared_ptr<OpenFile> &file);
 
     const std::vector<std::shared_ptr<const FileInfo>> files_;
+    // For the two below. Never taken while a file's mutex is held.
     std::mutex mutex_;
     std::size_t next_ = 0;
     std::vector<std::shared_ptr<OpenFile>> open_;

@@ -28,6 +28,7 @@ std::vector<Column> sample_columns() {
 }
 
 std::size_t SampleThread::fill(duckdb_data_chunk chunk) {
+    // All three lead into the vectors of the last chunk, which are gone.
     label_column_.reset();
     labels_.reset();
     std::ranges::fill(names_, std::nullopt);
@@ -47,12 +48,16 @@ bool SampleThread::find_samples() {
         samples_.clear();
         used_ = 0;
         try {
+            // A record may have no samples that are wanted: on until one has, or the block ends.
             if (block_ && next_record()) continue;
             block_ = stream_.next();
             if (!block_) return false;
             cursor_.begin(block_->block);
+            // Ids of metrics count within a block.
             names_.assign(cursor_.metric_names().size(), std::nullopt);
         } catch (const QueryError &) {
+            // A strict session's fault, and memory that is gone, end the query; all else ends the
+            // block.
             throw;
         } catch (const std::bad_alloc &) {
             throw;
@@ -68,6 +73,7 @@ bool SampleThread::find_samples() {
 bool SampleThread::next_record() {
     if (!cursor_.next()) return false;
     labels_.reset();
+    // One fault for a record, whatever is wrong with it: its samples may be many.
     std::string fault = cursor_.fault();
     const metrics::RecordView &record = cursor_.record();
     if (filter_.takes(record.timestamp)) {
@@ -115,6 +121,7 @@ void SampleThread::put_metric_names(duckdb_vector vector, std::size_t at, std::s
     auto *rows = vector_data<duckdb_string_t>(vector);
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t id = samples_[used_ + i].sample_id;
+        // A text is stored once for a chunk; other rows get a copy of the reference to it.
         if (names_[id]) {
             rows[at + i] = *names_[id];
         } else {
@@ -135,6 +142,7 @@ void SampleThread::put_values(duckdb_vector vector, std::size_t at, std::size_t 
     const ValueType type = value_type(cursor_.header());
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint64_t bits = samples_[used_ + i].sample_value;
+        // Beyond 2^53 a double rounds: that is what `exact` is for.
         if (type == ValueType::float64)
             to[i] = std::bit_cast<double>(bits);
         else if (type == ValueType::int64)
@@ -147,6 +155,7 @@ void SampleThread::put_values(duckdb_vector vector, std::size_t at, std::size_t 
 void SampleThread::put_exact_values(duckdb_vector vector, std::size_t at, std::size_t count) const {
     const ValueType type = value_type(cursor_.header());
     if (type == ValueType::float64) return put_nulls(vector, at, count);
+    // 128 bits, since no narrower type holds both signed and unsigned values of 64.
     auto *to = vector_data<duckdb_hugeint>(vector) + at;
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint64_t bits = samples_[used_ + i].sample_value;

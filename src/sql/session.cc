@@ -14,12 +14,14 @@ struct FileFaults {
 };
 
 std::mutex mutex;
+// Only the first reason is kept: a damaged file may have a fault for each of its blocks.
 std::map<std::string, FileFaults> faults;  // by path
 
 void take_faults(vrn_sql_show_fault_t show, void *to) {
     std::map<std::string, FileFaults> taken;
     {
         const std::lock_guard lock(mutex);
+        // `show` is the host's and may take its time: it is called without the lock.
         taken.swap(faults);
     }
     for (const auto &[path, file] : taken) show(to, path.c_str(), file.first.c_str(), file.count);
@@ -37,6 +39,7 @@ void report_fault(const std::string &path, const std::string &reason) {
         FileFaults &file = faults[path];
         if (file.count++ == 0) file.first = reason;
     }
+    // Counted first: a strict session tells the file as well.
     if (vrn_sql_session()->is_strict) throw QueryError(path + ": " + reason);
 }
 

@@ -35,6 +35,7 @@ void bind(duckdb_bind_info info) {
               const auto *function =
                   static_cast<const TableFunction *>(duckdb_bind_get_extra_info(info));
               auto table = function->bind(BindArguments(info));
+              // The engine copies the names and types.
               for (const Column &column : table->columns())
                   duckdb_bind_add_result_column(info, column.name.c_str(),
                                                 make_logical_type(column.type).get());
@@ -48,6 +49,7 @@ void init(duckdb_init_info info) {
           [&] {
               std::vector<std::size_t> projection(duckdb_init_get_column_count(info));
               for (std::size_t i = 0; i < projection.size(); ++i)
+                  // In the order of the query, which is that of the vectors to fill.
                   projection[i] = duckdb_init_get_column_index(info, i);
               const auto *table = static_cast<const Table *>(duckdb_init_get_bind_data(info));
               auto scan = table->scan(std::move(projection));
@@ -74,6 +76,7 @@ void fill(duckdb_function_info info, duckdb_data_chunk chunk) {
     guard([&](const char *error) { duckdb_function_set_error(info, error); },
           [&] {
               auto *slot = static_cast<ThreadSlot *>(duckdb_function_get_local_init_data(info));
+              // Each thread has a slot of its own, so making it needs no lock.
               if (!slot->thread)
                   slot->thread =
                       static_cast<TableScan *>(duckdb_function_get_init_data(info))->make_thread();
@@ -108,6 +111,7 @@ RecordFilter BindArguments::filter() const {
         const Value value(duckdb_bind_get_named_parameter(info_, name));
         if (!value.is_set()) return;
         const std::int64_t micros = duckdb_get_timestamp(value.get()).micros;
+        // Records have no times before the epoch.
         *time = static_cast<std::uint64_t>(std::max<std::int64_t>(micros, 0));
     };
     set_time("since", &filter.since);
@@ -118,6 +122,7 @@ RecordFilter BindArguments::filter() const {
 bool register_table_function(duckdb_connection connection, const TableFunction &function) {
     duckdb_table_function made = duckdb_create_table_function();
     duckdb_table_function_set_name(made, function.name);
+    // Any type, instead of two functions: a path and a list of paths bind alike.
     duckdb_table_function_add_parameter(made, LogicalType(DUCKDB_TYPE_ANY).get());
     const LogicalType text(DUCKDB_TYPE_VARCHAR);
     for (const char *name : function.texts)
@@ -126,11 +131,13 @@ bool register_table_function(duckdb_connection connection, const TableFunction &
         for (const char *name : {"since", "until"})
             duckdb_table_function_add_named_parameter(made, name,
                                                       LogicalType(DUCKDB_TYPE_TIMESTAMP).get());
+    // Only read; without a destructor, since it is borrowed.
     duckdb_table_function_set_extra_info(made, const_cast<TableFunction *>(&function), nullptr);
     duckdb_table_function_set_bind(made, bind);
     duckdb_table_function_set_init(made, init);
     duckdb_table_function_set_local_init(made, init_thread);
     duckdb_table_function_set_function(made, fill);
+    // Without it each scan would fill all columns, which may be thousands.
     duckdb_table_function_supports_projection_pushdown(made, true);
     const bool done = duckdb_register_table_function(connection, made) == DuckDBSuccess;
     duckdb_destroy_table_function(&made);

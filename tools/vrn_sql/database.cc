@@ -12,6 +12,7 @@ namespace vrn::sqltool {
 namespace {
 
 constexpr char extension_name[] = "vrn.duckdb_extension";
+// Beside the program as it is built, in the folder below as it is installed.
 std::string extension_path() {
     std::string beside = beside_program(extension_name);
     if (access(beside.c_str(), R_OK) == 0) return beside;
@@ -20,10 +21,12 @@ std::string extension_path() {
 
 // What the engine has loaded already.
 vrn_sql_session_t *session_of(const std::string &extension) {
+    // Never closed: the session lives in it. Not loaded anew, which could give a second session.
     void *library = dlopen(extension.c_str(), RTLD_NOW | RTLD_NOLOAD);
     void *function = library ? dlsym(library, sql::session_function) : nullptr;
     if (!function) throw std::runtime_error(extension + " is of another version");
     decltype(&vrn_sql_session) session = nullptr;
+    // The language has no cast from an object's address to a function's.
     std::memcpy(&session, &function, sizeof function);
     return session();
 }
@@ -33,6 +36,7 @@ class Result {
     Result(duckdb_connection connection, const std::string &statement) {
         if (duckdb_query(connection, statement.c_str(), &result_) == DuckDBSuccess) return;
         const char *text = duckdb_result_error(&result_);
+        // Copied before the result goes, which owns the text.
         const EngineError error(text ? text : "the engine tells no reason");
         duckdb_destroy_result(&result_);
         throw error;
@@ -66,6 +70,7 @@ class TextColumn {
     const std::uint64_t *validity_;
 };
 
+// As texts at first, because UNPIVOT wants one type; a counter of texts has no `value`.
 constexpr char long_counters[] =
     "CREATE VIEW counters_long AS SELECT time, counter, TRY_CAST(exact AS DOUBLE) AS value, exact, "
     "source, tag, file FROM (UNPIVOT (SELECT time, source, tag, file, "
@@ -78,6 +83,8 @@ Database::Database(bool is_ordered) {
     open_engine_library();
     duckdb_config config = nullptr;
     duckdb_create_config(&config);
+    // Our extension isn't signed by the engine's makers. None is fetched: a query never uses the
+    // network.
     constexpr std::array<const char *[2], 3> settings {
         {
             {"allow_unsigned_extensions", "true"}, {"autoinstall_known_extensions", "false"}, {
@@ -137,6 +144,7 @@ duckdb_statement_type Database::type_of(const std::string &statement) {
     const bool done = duckdb_prepare(connection_, statement.c_str(), &prepared) == DuckDBSuccess;
     const auto type =
         done ? duckdb_prepared_statement_type(prepared) : DUCKDB_STATEMENT_TYPE_INVALID;
+    // Copied before the statement goes, which owns the text.
     const char *text = done ? nullptr : duckdb_prepare_error(prepared);
     const std::string error = text ? text : "the engine tells no reason";
     duckdb_destroy_prepare(&prepared);
@@ -145,6 +153,7 @@ duckdb_statement_type Database::type_of(const std::string &statement) {
 }
 
 void Database::cancel() {
+    // Both: the engine looks between fills only, our scans in the midst of them.
     session_->is_cancelled = true;
     duckdb_interrupt(connection_);
 }
@@ -154,6 +163,7 @@ std::vector<std::string> Database::make_views(const std::vector<std::string> &pa
     if (paths.empty()) return {};
     std::string list;
     for (const std::string &path : paths) list += (list.empty() ? "" : ", ") + quoted_text(path);
+    // A list of thousands of files is stored once, not in each view.
     run("SET VARIABLE vrn_files = [" + list + "]");
     const std::string schema =
         schema_folder.empty() ? "" : ", schema := " + quoted_text(schema_folder);
@@ -165,6 +175,7 @@ std::vector<std::string> Database::make_views(const std::vector<std::string> &pa
     fetch(
         "FROM " + call("vrn_tables", ""), [](const std::vector<std::string> &) {},
         [&](const Row &row) {
+            // Names of types come from files: they are quoted wherever they go.
             const std::string name(row[0]);
             if (row[1] == "events")
                 types.push_back("CREATE VIEW " + quoted_name(name) + " AS FROM " +
@@ -180,6 +191,7 @@ std::vector<std::string> Database::make_views(const std::vector<std::string> &pa
         try {
             run(statement);
         } catch (const EngineError &error) {
+            // One type that makes no table leaves the others their views.
             failures.emplace_back(error.what());
         }
     }

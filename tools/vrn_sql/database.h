@@ -49,6 +49,7 @@ class Database {
   private:
     duckdb_database database_ = nullptr;
     duckdb_connection connection_ = nullptr;
+    // Of the extension; lives as long as the process.
     vrn_sql_session_t *session_ = nullptr;
 };
 

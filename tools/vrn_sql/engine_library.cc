@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+// Of the tool alone. The extension has a table of its own, which the engine fills.
 duckdb_ext_api_v1 duckdb_ext_api{};
 
 namespace vrn::sqltool {
@@ -16,6 +17,7 @@ namespace {
 constexpr char library_name[] = "libduckdb.so";
 
 void *open_library() {
+    // A library that is named and doesn't open is an error: another in its place would surprise.
     if (const char *named = std::getenv("VRN_DUCKDB_LIBRARY")) {
         if (void *library = dlopen(named, RTLD_NOW | RTLD_LOCAL)) return library;
         throw std::runtime_error(std::string("VRN_DUCKDB_LIBRARY: ") + dlerror());
@@ -30,6 +32,7 @@ void *open_library() {
 
 template <typename Function>
 void resolve(void *library, const char *name, Function *function) {
+    // All at the start, so that a library too old fails before a query, not in it.
     void *found = dlsym(library, name);
     if (!found) throw std::runtime_error(std::string("libduckdb.so lacks ") + name);
     std::memcpy(function, &found, sizeof found);
@@ -39,10 +42,12 @@ void resolve(void *library, const char *name, Function *function) {
 
 std::string beside_program(const std::string &name) {
     std::error_code error;
+    // Not by argv[0], which a caller chooses. An absolute `name` stays as it is.
     return std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / name;
 }
 
 void open_engine_library() {
+    // Never closed: the engine's threads may run until the process ends.
     void *library = open_library();
 // Each name of a function is a macro for its place in the table.
 #define VRN_RESOLVE(name) resolve(library, #name, &(name))

@@ -79,10 +79,11 @@ bool exists(const std::string &path) {
     return stat(path.c_str(), &status) == 0;
 }
 
-// True when writing to `path` would end one of `files`.
+// Throws UsageError when writing to `path` would end one of `files`.
 void check_output(const std::string &path, const std::vector<tool::InputFile> &files) {
     struct stat status {};
     if (path.empty() || stat(path.c_str(), &status) != 0) return;
+    // The file is replaced as a whole, which would remove a device or a pipe.
     if (!S_ISREG(status.st_mode)) throw tool::UsageError(path + " is no regular file");
     if (std::ranges::find(files, tool::FileId(status), &tool::InputFile::id) != files.end())
         throw tool::UsageError(path + " is one of the files to read");
@@ -115,6 +116,7 @@ int run(const Settings &settings, std::vector<std::string> operands) {
     if (operands.empty()) throw tool::UsageError("no query, file or folder is given");
     tool::start_log(settings.log_level);
     std::string query;
+    // The query has no option of its own: an operand that is there as a file can't be one.
     const bool has_query = !settings.shows_tables && !exists(operands[0]);
     if (has_query) {
         query = operands[0];
@@ -124,14 +126,17 @@ int run(const Settings &settings, std::vector<std::string> operands) {
     }
     std::vector<tool::InputFile> files;
     bool good = tool::find_input_files(operands, &files);
+    // Before the engine starts: nothing may be read for an output that can't be.
     check_output(settings.output, files);
     std::vector<std::string> paths;
     paths.reserve(files.size());
     for (const tool::InputFile &file : files) paths.push_back(file.path);
 
+    // Before the engine starts its threads, which inherit what is held.
     hold_signals();
     Database database(settings.is_ordered);
     database.session()->is_strict = settings.is_strict;
+    // Told, but no failure of the run: the query may not need that view.
     for (const std::string &failure : database.make_views(paths, settings.schema_folder))
         print_engine_error(failure);
     QueryRunner runner(&database, settings.form);
@@ -142,6 +147,7 @@ int run(const Settings &settings, std::vector<std::string> operands) {
         good &= runner.run_all(query);
     else
         good &= runner.store(query, settings.output);
+    // At the prompt Ctrl-C ends a query, not the run.
     if (runner.signal() != 0 && !query.empty()) return signal_status + runner.signal();
     return good ? EXIT_SUCCESS : EXIT_FAILURE;
 }

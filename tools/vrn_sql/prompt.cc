@@ -75,6 +75,7 @@ class Prompt {
     // None at the end; an empty line after Ctrl-C, which drops what was typed.
     std::optional<std::string> read_line() {
         const InterruptibleRead interruptible;
+        // Null is both the end of input and a read that Ctrl-C ended: only errno tells which.
         errno = 0;
         const CString line(readline(pending_.empty() ? "vrn> " : "...> "));
         if (line) return line.get();
@@ -96,6 +97,7 @@ class Prompt {
             if (rest.empty()) pending_.clear();
             return;
         }
+        // Before it runs, so that a query which ends the program is in the history, too.
         remember(pending_);
         pending_ = rest;
         for (const std::string &statement : statements) runner_.run_all(statement);
@@ -104,6 +106,7 @@ class Prompt {
 
     void remember(const std::string &text) {
         add_history(text.c_str());
+        // After each statement: a kill loses none.
         if (!history_.empty()) write_history(history_.c_str());
     }
 

@@ -40,8 +40,11 @@ constexpr std::array file_formats{
     FileFormat{".jsonl", "FORMAT json, ARRAY false"},
 };
 
+// Less the umask, as for any file a user makes.
 constexpr mode_t new_file_mode = 0666;
 
+// The line break ends a comment at the query's end, which would take the bracket with it. The
+// engine's own temporary file would lie beside the descriptor's path, where none can be.
 std::string copy_statement(const std::string &query, int descriptor, const std::string &options) {
     return "COPY (" + query + "\n) TO " +
            quoted_text("/proc/self/fd/" + std::to_string(descriptor)) + " (" + options +
@@ -61,6 +64,7 @@ class OutputPipe {
         if (pipe2(ends, O_CLOEXEC) != 0) fail_output("a pipe", errno);
         out_ = Descriptor(ends[0]);
         in_ = Descriptor(ends[1]);
+        // Last: it uses the ends of the pipe.
         thread_ = std::thread([this] { pass_on(); });
     }
     ~OutputPipe() { close(); }
@@ -92,6 +96,7 @@ class OutputPipe {
             }
             if (!write_all(to_, piece)) {
                 error_ = errno;
+                // No one reads the rest, so the query needn't make it.
                 database_->cancel();
             }
         }
@@ -121,11 +126,13 @@ void pipe_query(Database *database, const std::string &query, const std::string 
     } catch (const EngineError &) {
         failure = std::current_exception();
     }
+    // First, because a failed write cancels the query: the cancel would hide the reason.
     if (const int error = pipe.close()) fail_output(where, error);
     if (failure) std::rethrow_exception(failure);
 }
 
 void print_copy(Database *database, const std::string &query, const char *options) {
+    // What was printed before goes out before the pipe's bytes, which pass stdio by.
     std::fflush(stdout);
     pipe_query(database, query, options, STDOUT_FILENO, "standard output");
 }
@@ -138,6 +145,7 @@ void print_table(Database *database, const std::string &statement, TableStyle st
         [&](const Row &row) {
             table.add(row);
             has_rows = true;
+            // At once: a full disk would otherwise be told after the last of many rows.
             if (std::ferror(stdout) != 0) fail_output("standard output", errno);
         });
     table.end();
@@ -165,6 +173,7 @@ bool form_of_name(const std::string &name, Form *form) {
 }
 
 void print_query(Database *database, const std::string &statement, Form form) {
+    // Only a SELECT can stand in brackets, within a COPY or another SELECT.
     if (database->type_of(statement) != DUCKDB_STATEMENT_TYPE_SELECT)
         return print_text(database, statement);
     const std::string texts = "SELECT COLUMNS(*)::VARCHAR FROM (" + statement + "\n)";
@@ -190,15 +199,18 @@ void store_query(Database *database, const std::string &statement, const std::st
     // A link stays one: the file it leads to is replaced.
     std::error_code error;
     const std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
+    // Not all file systems have files without a name.
     NewFile nameless = NewFile::nameless(target, new_file_mode);
     NewFile file = nameless.is_open() ? std::move(nameless) : NewFile::named(target, new_file_mode);
     if (error || !file.is_open()) fail_output(path, errno);
     const std::string format = format_of_path(path);
     const int descriptor = file.descriptor().get();
+    // Only JSON has words to replace; the engine writes the other formats straight to the file.
     if (is_json(format))
         pipe_query(database, statement, format, descriptor, path);
     else
         database->run(copy_statement(statement, descriptor, format));
+    // Only now: a query that fails leaves the old file as it was.
     if (!file.take_name()) fail_output(path, errno);
 }
 

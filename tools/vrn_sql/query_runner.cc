@@ -45,10 +45,12 @@ bool QueryRunner::watch(Work work) {
     bool done = true;
     std::string error;
     {
+        // Ends before anything is printed: the bar is cleared then.
         QueryWatch watch(database_);
         try {
             work();
         } catch (const std::exception &failure) {
+            // Also of std::bad_alloc: at the prompt the next query may be smaller.
             done = false;
             error = failure.what();
         }
@@ -60,6 +62,7 @@ bool QueryRunner::watch(Work work) {
         tool::print_error(program, "the query was cancelled");
     else if (!done)
         print_engine_error(error);
+    // After a failure, too: the faults may be what led to it.
     const bool has_no_faults = tell_faults(database_);
     return done && has_no_faults;
 }
@@ -75,6 +78,8 @@ bool QueryRunner::run_all(std::string_view text) {
             print_query(database_, statement, form_);
             has_run = true;
         });
+        // Later statements may need what this one failed to make. Faults of files are no reason to
+        // stop.
         if (!has_run) break;
     }
     return good;

@@ -30,12 +30,14 @@ void hold_signals() {
 
 QueryWatch::QueryWatch(Database *database) : database_(database) {
     vrn_sql_session_t *session = database->session();
+    // Before the thread starts: the cancel of the last query may still be set.
     session->is_cancelled = false;
     session->bytes_read = 0;
     thread_ = std::thread([this] { watch(); });
 }
 
 QueryWatch::~QueryWatch() {
+    // Before the signal, or the thread could take it for one of the user's.
     has_ended_ = true;
     // Wakes it; no other thread takes the signal.
     pthread_kill(thread_.native_handle(), SIGHUP);
@@ -60,6 +62,8 @@ void QueryWatch::watch() {
 
 void QueryWatch::show_progress() {
     const vrn_sql_session_t *session = database_->session();
+    // The two are read one after the other, so the bar may be off by a run, but never beyond its
+    // end.
     const std::uint64_t read = session->bytes_read;
     const std::uint64_t all = read + session->bytes_ahead;
     if (all == 0 || isatty(STDERR_FILENO) == 0) return;
@@ -71,6 +75,7 @@ void QueryWatch::show_progress() {
 }
 
 void QueryWatch::clear_progress() {
+    // Only after the thread has ended, which is why no lock is needed.
     if (!is_shown_) return;
     std::fputs(clear_line, stderr);
     std::fflush(stderr);

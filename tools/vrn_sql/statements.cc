@@ -15,6 +15,7 @@ std::size_t after(std::string_view text, std::string_view end, std::size_t from)
 // The place after the quoted text, name or comment that begins at `at`; `at` when none does.
 std::size_t skip_quoted(std::string_view text, std::size_t at) {
     const std::string_view rest = text.substr(at);
+    // A doubled quote ends one text and begins the next, which comes to the same end.
     if (rest.starts_with('\'') || rest.starts_with('"'))
         return after(text, rest.substr(0, 1), at + 1);
     if (rest.starts_with("--")) return after(text, "\n", at);
@@ -59,6 +60,7 @@ std::vector<std::string> split_statements(std::string_view text, std::string *re
             start = at;
         }
     }
+    // A quote that isn't closed takes all that follows, so that the prompt waits for its end.
     *rest = has_words(text.substr(start)) ? text.substr(start) : "";
     return statements;
 }

@@ -17,6 +17,7 @@ std::size_t width_of(const std::string &text) {
         std::ranges::count_if(text, [](char byte) { return (byte & 0xC0) != 0x80; }));
 }
 
+// Only for the side that a column is aligned to: the letters are those of 1e9, inf and nan.
 bool looks_like_number(const std::string &text) {
     return text.find_first_not_of("0123456789+-.eEinfa") == text.npos;
 }
@@ -30,6 +31,7 @@ std::string TextTable::cell_of(std::string_view text) const {
     if (style_ == TableStyle::terminal) return shown;
     std::string escaped;
     for (const char letter : shown) {
+        // A bar would end the cell.
         if (letter == '|') escaped += '\\';
         escaped += letter;
     }
@@ -82,6 +84,7 @@ void TextTable::print(const Cells &cells) const {
     if (style_ == TableStyle::markdown)
         line += " |";
     else
+        // Of blanks alone nothing is found, and npos + 1 is 0: the line becomes empty.
         line.erase(line.find_last_not_of(' ') + 1);
     std::printf("%s\n", line.c_str());
 }
