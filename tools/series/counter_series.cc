@@ -39,6 +39,7 @@ metrics::ValueType value_type_of(const vrn_counter_info_t &counter) {
 
 // No series holds 128 bits, and a curve doesn't miss the last ones.
 double wide_value(const WideBytes &bytes, bool is_signed) {
+    // Low half first, as on disk.
     std::uint64_t halves[2];
     std::memcpy(halves, bytes.data(), sizeof halves);
     const double high = is_signed ? static_cast<double>(std::bit_cast<std::int64_t>(halves[1]))
@@ -48,6 +49,7 @@ double wide_value(const WideBytes &bytes, bool is_signed) {
 
 std::uint64_t counter_bits(const vrn_counter_info_t &counter, const CounterRow &row) {
     const Overloaded bits = {
+        // Strings have no column, but the visit needs the case.
         [](StringCounter) { return std::uint64_t{0}; },
         [](UntypedCounter value) { return std::bit_cast<std::uint64_t>(value.number); },
         [&](const WideBytes &value) {
@@ -76,6 +78,7 @@ CounterSeries::CounterSeries(const vrn_counters_schema_t &schema, const vrn_meta
                 for (const auto &label : std::span(entry->second->labels, count))
                     column.labels.try_emplace(label.key, label.value);
             }
+            // By the final name, which the metadata may have changed.
             if (store->takes_name(column.name)) columns_.push_back(std::move(column));
         }
     }
@@ -85,6 +88,7 @@ void CounterSeries::store(const scan::CountersBlock &block, const std::string &s
     const CounterRow row(block.row);
     const RowSeries &series = series_of(source);
     for (std::size_t i = 0; i < series.size(); ++i)
+        // None where the store holds another type under that name, which has been noted.
         if (series[i])
             push_value(*series[i], block.header.timestamp, counter_bits(*columns_[i].counter, row),
                        store_);
@@ -96,6 +100,7 @@ const CounterSeries::RowSeries &CounterSeries::series_of(const std::string &sour
     RowSeries series;
     for (const Column &column : columns_) {
         metrics::LabelMap labels = column.labels;
+        // Where the data came from wins over a label of the metadata.
         if (!source.empty()) labels["source"] = source;
         series.push_back(open_series(column.name, value_type_of(*column.counter),
                                      column.counter->counting_type == VRN_COUNTING_RUNNING_SUM,

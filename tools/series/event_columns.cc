@@ -23,6 +23,7 @@ struct BitsSink {
     bool number(std::int64_t value) { return set(static_cast<std::uint64_t>(value)); }
     bool number(double value) { return set(std::bit_cast<std::uint64_t>(value)); }
     bool hex(std::uint64_t value) { return set(value); }
+    // The row may be the last of its bytes: nothing past a value is read.
     static std::uint64_t load_word(const void *data, unsigned spare_bits) {
         return load_word_exactly(data, spare_bits);
     }
@@ -64,6 +65,7 @@ class ColumnSearch {
         : type_name_(type.name), label_fields_(label_fields), takes_(takes) {}
 
     EventColumns run(const vrn_type_definition_t &type) {
+        // Of the row itself; a time within a record tells of the record.
         for (const auto *field : fields_of(type)) {
             if (found_.time_offset || !field->type || field->array_length != 1) continue;
             if (field->type->builtin_id == VRN_BUILTIN_TIMESTAMP)
@@ -105,6 +107,7 @@ class ColumnSearch {
         if (is_label(path)) return found_.labels.push_back({path, place, 0});
         const std::string name = type_name_ + "." + path;
         if (!takes_(name)) return;
+        // Schemas come from files: one that describes millions of numbers ends here.
         found_.is_whole = found_.columns.size() < EventColumns::max_columns;
         if (found_.is_whole)
             found_.columns.push_back(
@@ -147,6 +150,7 @@ metrics::ValueType EventColumn::value_type() const {
 std::string EventLabel::text(const std::uint8_t *row) const {
     if (text_size == 0) return text_of_number(place, number_bits(place, row));
     const auto *first = reinterpret_cast<const char *>(row + place.offset);
+    // A text that fills its field has no terminator.
     return {first, strnlen(first, text_size)};
 }
 

@@ -27,6 +27,7 @@ void EventSeries::store(const scan::EventBatch &batch, const std::string &source
         const std::uint8_t *row = batch.row(i);
         std::uint64_t time = 0;
         if (columns_.time_offset) time = load_le<std::uint64_t>(row + *columns_.time_offset);
+        // A row without a time of its own has that of its block.
         if (time == 0) time = batch.header.timestamp;
         const RowSeries &series = series_of(source, row);
         for (std::size_t column = 0; column < series.size(); ++column)
@@ -54,6 +55,7 @@ EventSeries::RowSeries EventSeries::open_row_series(const std::string &source,
                                                     const std::vector<std::string> &texts) {
     metrics::LabelMap labels;
     if (!source.empty()) labels["source"] = source;
+    // After the source: a label field of that name is what the user asked for.
     for (std::size_t i = 0; i < texts.size(); ++i) labels[columns_.labels[i].name] = texts[i];
     const std::uint64_t label_set = store_->intern_labels(labels);
     RowSeries series;

@@ -70,6 +70,7 @@ FileSeries::FileSeries(const SeriesOptions &options, const vrn_metadata_t *metad
 
 void FileSeries::use_store(metrics::MetricsHistory *store) {
     store_ = store;
+    // They hold ids of the old store, which mean nothing in another.
     plans_by_schemas_.clear();
 }
 
@@ -146,6 +147,7 @@ Next FileSeries::fault(const scan::Fault &fault) {
     // The end of such a stream cuts what stands there.
     const bool is_end = is_cut_short_ && fault.kind == FaultKind::page_cut;
     if (!is_end) note_loss(loss);
+    // After these no block can be found; other faults leave the pages that follow.
     const bool ends = fault.kind == FaultKind::header_cut || fault.kind == FaultKind::header_bad ||
                       fault.kind == FaultKind::block_size_bad ||
                       fault.kind == FaultKind::read_failed;
@@ -169,6 +171,7 @@ bool store_file(const std::string &path, const SeriesOptions &options, SchemaFol
     if (source->state() == ByteSource::State::cut_short)
         VRN_LOG(VRN_LOG_WARNING, "Data file %s is cut short: its gzip stream has no end",
                 path.c_str());
+    // The cause says more than the missing header that it led to.
     const std::string unread = head_loss(*source);
     const std::string loss = unread.empty() ? series.take_loss() : unread;
     return loss.empty() || fail(path, loss);

@@ -47,6 +47,7 @@ class FileSeries final : public scan::Visitor {
   private:
     // What is prepared for the records of some schemas.
     struct Plans {
+        // By address: the schemas that key `PlansBySchemas` keep what is pointed to alive.
         std::map<const vrn_type_definition_t *, EventSeries> events;
         std::map<const vrn_counters_schema_t *, CounterSeries> counters;
     };

@@ -48,6 +48,7 @@ void prepare_store(const SeriesOptions &options, metrics::MetricsHistory *store)
     store->set_label_form(metrics::script_text);
     const NameSelection selection(options.select);
     if (selection.takes_all()) return;
+    // A copy of the selection: the store keeps its filter for longer than this call.
     store->set_name_filter([selection](const std::string &name) { return selection.takes(name); });
 }
 

@@ -33,9 +33,11 @@ std::optional<StoredSeries> open_series(const std::string &name, metrics::ValueT
     const StoredSeries series = {{store->intern(name), label_set}, type};
     try {
         visit_series(series, store, [&](auto &made) {
+            // The store's mark of a counter.
             if (is_running_sum) made.metric_type = 'C';
         });
     } catch (const std::runtime_error &) {
+        // The name has another type. StoreFull is no runtime_error and passes.
         return std::nullopt;
     }
     return series;

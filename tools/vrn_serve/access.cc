@@ -19,6 +19,7 @@ namespace {
 
 constexpr char cookie_name[] = "vrn_session";
 constexpr std::size_t session_bytes = 32;
+// Shorter ones could be found by trying.
 constexpr std::size_t least_token_size = 16;
 
 using Digest = std::array<unsigned char, SHA256_DIGEST_LENGTH>;
@@ -48,10 +49,12 @@ std::string random_text() {
 
 // The host of "host:port" or "[address]:port".
 std::string_view without_port(std::string_view host) {
+    // In brackets, as an IPv6 address has colons of its own.
     if (host.starts_with('[')) return host.substr(1, host.find(']') - 1);
     return host.substr(0, host.rfind(':'));
 }
 
+// Only a name can be pointed at us by somebody else after his page was loaded; an address can't.
 bool is_address(const std::string &host) {
     unsigned char address[sizeof(in6_addr)];
     return inet_pton(AF_INET, host.c_str(), address) == 1 ||
@@ -79,8 +82,10 @@ bool wants_page(const Request &request) {
 // The value of "token" in the body of a form.
 std::string token_of_form(std::string_view body) {
     constexpr std::string_view name = "token=";
+    // The form has this one field, so it stands first.
     if (!body.starts_with(name)) return {};
     std::string value(body.substr(name.size(), body.find('&') - name.size()));
+    // Forms write blanks so. Before the percent signs, so that an encoded plus stays one.
     std::ranges::replace(value, '+', ' ');
     return percent_decoded(value).value_or("");
 }
@@ -96,6 +101,7 @@ constexpr char form_end[] =
     "<button type=\"submit\">Show the metrics</button>\n"
     "</form>\n</body>\n</html>\n";
 
+// No script, no frame, no target but us: nobody gets the token out of this page.
 Answer form_answer(unsigned status, const std::string &words) {
     return {.status = status,
             .fields = {{"Content-Type", "text/html; charset=utf-8"},
@@ -108,6 +114,7 @@ Answer form_answer(unsigned status, const std::string &words) {
 
 }  // namespace
 
+// Made for each run: a cookie of an earlier one is worth nothing.
 Access::Access(AccessRules rules) : rules_(std::move(rules)), session_(random_text()) {}
 
 std::optional<Answer> Access::refuse_stranger(const Request &request) const {
@@ -131,6 +138,7 @@ std::optional<Answer> Access::refuse_without_token(const Request &request,
     if (rules_.token.empty() || has_token(request)) return std::nullopt;
     Answer answer = text_answer(401, "A token is needed: log in, or send it as 'Bearer TOKEN'.");
     answer.fields.emplace_back("WWW-Authenticate", "Bearer");
+    // Programs get the plain refusal: only a browser can use a form.
     if (!wants_page(request)) return answer;
     answer.status = 303;
     answer.fields.emplace_back("Location", login_path);
@@ -160,11 +168,14 @@ Answer Access::login(const Request &request) const {
     if (!rules_.token.empty() && !are_equal(token_of_form(request.body), rules_.token))
         return form_answer(403, "<p role=\"alert\">That is not the token.</p>\n");
     const std::string *origin = request.field("origin");
+    // With a TLS proxy before us only the origin tells of it. Over plain HTTP a browser would
+    // refuse the cookie if it were marked so.
     const bool is_secure = origin && origin->starts_with("https://");
     Answer answer = text_answer(303, "Welcome.");
     answer.fields.emplace_back("Set-Cookie", std::string(cookie_name) + "=" + session_ +
                                                  "; Path=/; HttpOnly; SameSite=Strict" +
                                                  (is_secure ? "; Secure" : ""));
+    // Relative: a proxy may have put a prefix before our paths.
     answer.fields.emplace_back("Location", "rta/metrics/dump");
     return answer;
 }
@@ -183,6 +194,7 @@ std::string read_token(const std::string &path) {
     std::string token;
     if (!file || !std::getline(file, token))
         throw std::runtime_error("can't read a token from " + path + ": " + std::strerror(errno));
+    // Editors leave these at the end of a line, and no client would send them.
     while (!token.empty() && (token.back() == '\r' || token.back() == ' ')) token.pop_back();
     if (token.size() < least_token_size)
         throw std::runtime_error("the token in " + path + " is shorter than " +

@@ -11,6 +11,7 @@
 namespace vrn::serve {
 namespace {
 
+// RFC 4180 ends rows so on all systems.
 constexpr char row_end[] = "\r\n";
 
 std::string field_of(const std::string &text) {
@@ -35,6 +36,7 @@ std::string labels_text(const NamedSeries &series) {
 void append_rows(const NamedSeries &series, const metrics::Samples &samples, std::string *out) {
     const std::string middle =
         "," + field_of(series.name) + "," + field_of(labels_text(series)) + ",";
+    // A live store holds numbers only; other types of the variant have no rows.
     const auto append = [&]<typename T>(const std::vector<T> &values) {
         if constexpr (std::is_arithmetic_v<T>)
             for (std::size_t i = 0; i < values.size(); ++i)
@@ -55,6 +57,7 @@ struct Table {
         piece->clear();
         if (!std::exchange(has_begun, true))
             piece->append("time,metric,labels,value").append(row_end);
+        // An empty piece would count as the end: series without samples are passed over.
         for (; piece->empty() && next < series.size(); ++next) {
             metrics::Samples samples;  // stay empty for a series that is gone
             store->read([&](const metrics::MetricsHistory &history) {
@@ -70,6 +73,7 @@ struct Table {
 
 Answer::NextPiece make_csv(const LiveStore *store,
                            const std::function<bool(const std::string &name)> &takes) {
+    // std::function copies its target, and all copies must go on with the same table.
     const auto table = std::make_shared<Table>(Table{.store = store, .series = {}});
     store->read(
         [&](const metrics::MetricsHistory &history) { table->series = list_series(history); });

@@ -40,6 +40,8 @@ bool is_same_file(vrn_data_file_header_t a, vrn_data_file_header_t b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
+// The size divides offsets and decides how much is read at a time: 0 or gigabytes from a hostile
+// header must not pass.
 bool has_chunks(const vrn_data_file_header_t &head) {
     return vrn_data_file_header_is_valid(&head) && head.block_size >= scan::min_chunk_size &&
            head.block_size < scan::chunk_size_limit;
@@ -65,6 +67,7 @@ class FileTail::Stretch {
         try {
             return walk_run(run);
         } catch (const metrics::StoreFull &) {
+            // With an empty intake the run may fit.
             hand_over();
         }
         try {
@@ -110,6 +113,7 @@ struct FileTail::Compressed {
     Compressed(std::unique_ptr<ByteSource> from, scan::SchemaCache *cache)
         : source(std::move(from)), feed(source.get(), cache) {}
 
+    // The feed borrows the source, so it is declared after it.
     std::unique_ptr<ByteSource> source;
     scan::ChunkFeed feed;
     std::shared_ptr<const scan::LoadedSchemas> schemas;  // in use after the last run
@@ -128,6 +132,7 @@ Descriptor FileTail::open_file(const std::string &path) {
     is_compressed_ =
         got >= sizeof gzip_magic && std::memcmp(&head, gzip_magic, sizeof gzip_magic) == 0;
     is_data_file_ = got == sizeof head && has_chunks(head);
+    // Written anew, or cut: what is known of it holds for other content.
     if (offset_ == 0 || !is_same_file(head, head_) || (is_data_file_ && size_ < offset_)) {
         offset_ = sizeof head;
         rest_size_ = 0;
@@ -141,10 +146,13 @@ Descriptor FileTail::open_file(const std::string &path) {
 FileTail::Step FileTail::take(const std::string &path, TailTools *tools) {
     const Descriptor file = open_file(path);
     if (!file.is_open()) return Step::done;
+    // A stream is read once for each size that it has had.
     if (is_compressed_) return size_ == rest_size_ ? Step::done : Step::waits;
     if (!is_data_file_ || size_ <= offset_) return Step::done;
     const std::size_t chunk_size = head_.block_size;
+    // What goes beyond the last whole chunk is still being written.
     const std::uint64_t whole_end = size_ - (size_ - offset_) % chunk_size;
+    // A whole chunk at least, or a file with larger ones would never get on.
     const std::uint64_t step_end =
         std::min(whole_end, offset_ + std::max(bytes_per_step, chunk_size));
     const std::size_t run_size =
@@ -159,6 +167,7 @@ FileTail::Step FileTail::take(const std::string &path, TailTools *tools) {
         offset_ += taken;
     }
     stretch.finish();
+    // It failed us on the way; the next change of the file brings us back.
     if (offset_ < step_end) return Step::done;
     if (offset_ < whole_end) return Step::more;
     return size_ > whole_end && size_ != rest_size_ ? Step::waits : Step::done;
@@ -169,6 +178,7 @@ FileTail::Step FileTail::take_rest(const std::string &path, TailTools *tools) {
     const Descriptor file = open_file(path);
     if (!file.is_open() || size_ == rest_size_) return Step::done;
     if (is_compressed_) return take_compressed(path, tools);
+    // Chunks that became whole meanwhile are for take(), which their change calls for.
     if (!is_data_file_ || size_ <= offset_ || size_ - offset_ >= head_.block_size)
         return Step::done;
     rest_size_ = size_;
@@ -187,6 +197,7 @@ FileTail::Step FileTail::take_rest(const std::string &path, TailTools *tools) {
 std::size_t FileTail::take_run(int file, std::size_t size, Stretch *stretch, TailTools *tools) {
     scan::ChunkRun *run = &tools->run;
     if (!run->reserve(size) || read_at(file, run->room(), size, offset_) != size) return 0;
+    // Decoders look a little past the end, where bytes of an earlier run may stand.
     std::memset(run->room() + size, 0, scan::slack_size);
     run->bytes = {run->room(), size};
     run->offset = offset_;
@@ -201,6 +212,7 @@ std::size_t FileTail::take_run(int file, std::size_t size, Stretch *stretch, Tai
 FileTail::Step FileTail::take_compressed(const std::string &path, TailTools *tools) {
     Stretch stretch(path, tools);
     if (!compressed_) {
+        // Noted before it can fail: what can't be read isn't tried again until its size changes.
         rest_size_ = size_;
         auto source = ByteSource::open_path(path.c_str());
         if (!source) return Step::done;

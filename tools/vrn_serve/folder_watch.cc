@@ -16,8 +16,10 @@
 namespace vrn::serve {
 namespace {
 
+// IN_ONLYDIR: a file that took the place of a folder isn't watched instead.
 constexpr std::uint32_t watched_events = IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_TO |
                                          IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+// Any event fits in: a name has 255 bytes at most.
 constexpr std::size_t event_room = 64 << 10;
 
 SeenFile seen_file(const std::string &path, const struct stat &status) {
@@ -48,12 +50,14 @@ std::vector<SeenFile> FolderWatch::look() {
 }
 
 std::vector<SeenFile> FolderWatch::news(bool *has_lost) {
+    // A burst of writes to a file is one visit.
     std::set<std::string> paths;
     alignas(inotify_event) char buffer[event_room];
     for (;;) {
         const ssize_t size = events_.is_open() ? ::read(events_.get(), buffer, sizeof buffer) : -1;
         if (size <= 0) break;
         Bytes rest(reinterpret_cast<const std::uint8_t *>(buffer), static_cast<std::size_t>(size));
+        // The kernel hands over whole records only.
         while (rest.size() >= sizeof(inotify_event)) {
             const auto event = load_le<inotify_event>(rest.data());
             const char *name = reinterpret_cast<const char *>(rest.data()) + sizeof event;
@@ -73,6 +77,7 @@ void FolderWatch::take_event(int watch, std::uint32_t mask, const std::string &n
     // A folder that went may come back under its name; only a look finds out.
     if ((mask & (IN_Q_OVERFLOW | IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
         *has_lost = true;
+        // The watch goes with the folder to its new place, which is none of ours.
         if ((mask & IN_MOVE_SELF) != 0) inotify_rm_watch(events_.get(), watch);
         if ((mask & IN_IGNORED) != 0) folders_.erase(watch);
         return;
@@ -83,6 +88,7 @@ void FolderWatch::take_event(int watch, std::uint32_t mask, const std::string &n
     if (whole_folders_.contains(folder->second) || is_wanted(path)) paths->insert(path);
 }
 
+// An operand may be spelled otherwise than folder and name together ("./a" and "a").
 bool FolderWatch::is_wanted(const std::string &path) const {
     std::error_code error;
     return std::ranges::any_of(paths_, [&](const std::string &wanted) {
@@ -116,6 +122,7 @@ void FolderWatch::watch(const std::string &folder) {
         folders_[watch] = folder;
         return;
     }
+    // Other failures are of this folder alone, which is gone or closed to us; the limit hits all.
     if (errno != ENOSPC || std::exchange(told_of_failure_, true)) return;
     VRN_LOG(VRN_LOG_WARNING,
             "Too many folders to watch (fs.inotify.max_user_watches): others are looked at from "

@@ -19,6 +19,7 @@ constexpr auto least_look_interval = 2s;
 // Of its time the thread spends at most one part in so many on looking.
 constexpr int look_share = 20;
 constexpr auto expiry_interval = 1s;
+// Bounds how late expiry and settled files are seen to, too.
 constexpr int wait_ms = 500;
 
 bool has_settled(const SeenFile &file) {
@@ -49,6 +50,7 @@ FollowState Follower::state() const {
 
 void Follower::run() {
     eventfd_t stopped = 0;
+    // Fails until somebody asks us to stop.
     while (eventfd_read(stop_.get(), &stopped) != 0) {
         try {
             run_once();
@@ -77,6 +79,7 @@ void Follower::look() {
     std::set<tool::FileId> found;
     for (const SeenFile &seen : watch_.look()) {
         found.insert(seen.id);
+        // What was there at the start waits for what is written now.
         note(seen, is_first_look_ ? Queue::backlog : Queue::live);
     }
     for (auto entry = entries_.begin(); entry != entries_.end();) {
@@ -84,6 +87,7 @@ void Follower::look() {
             ++entry;
             continue;
         }
+        // Out of its queue first: a queue must not name an entry that is gone.
         put(&entry->second, Queue::none);
         entry = entries_.erase(entry);
     }
@@ -101,6 +105,7 @@ void Follower::note(const SeenFile &seen, Queue queue) {
     const bool has_changed =
         is_new || entry->seen.size != seen.size || entry->seen.modified_ns != seen.modified_ns;
     const Queue before = entry->queue;
+    // Before `seen` changes: the backlog has the entry under its old time.
     put(entry, Queue::none);
     entry->seen = seen;
     if (has_changed) entry->takes_rest = false;
@@ -112,6 +117,7 @@ void Follower::put(Entry *entry, Queue queue) {
     if (entry->queue == Queue::backlog) backlog_.erase({entry->seen.modified_ns, id});
     if (entry->queue == Queue::rest) rest_.erase(id);
     entry->queue = queue;
+    // Not searched when an entry leaves: take_next() passes over those that did.
     if (queue == Queue::live) live_.push_back(id);
     if (queue == Queue::backlog) backlog_.insert({entry->seen.modified_ns, id});
     if (queue == Queue::rest) rest_.insert(id);
@@ -136,6 +142,7 @@ void Follower::take_from(Entry *entry) {
     const std::string &path = entry->seen.path;
     const FileTail::Step step =
         entry->takes_rest ? entry->tail.take_rest(path, &tools_) : entry->tail.take(path, &tools_);
+    // A live one goes to the end: a large file doesn't hold up the others.
     if (step == FileTail::Step::more) put(entry, queue);
     if (step != FileTail::Step::waits) return;
     entry->takes_rest = true;
@@ -143,6 +150,7 @@ void Follower::take_from(Entry *entry) {
 }
 
 void Follower::queue_settled() {
+    // Collected first, as put() changes `rest_`.
     std::vector<tool::FileId> settled;
     std::ranges::copy_if(rest_, std::back_inserter(settled), [this](const tool::FileId &id) {
         return has_settled(entries_.at(id).seen);
@@ -161,6 +169,7 @@ void Follower::publish() {
     state_.files = entries_.size();
     state_.waiting = live_.size() + backlog_.size() + rest_.size();
     state_.losses = tools_.losses;
+    // Never falls back: files that come later are no backlog.
     state_.has_caught_up |= !is_first_look_ && backlog_.empty();
 }
 

@@ -77,6 +77,7 @@ class Follower {
     Descriptor stop_;  // readable once the thread is to end
     mutable std::mutex mutex_;
     FollowState state_;  // guarded by `mutex_`
+    // Last, as the thread uses all of the above from its start.
     std::thread thread_;
 };
 

@@ -27,6 +27,7 @@ std::optional<std::string> percent_decoded(std::string_view text) {
         unsigned value = 0;
         const std::string_view digits = text.substr(1, 2);
         const auto [end, error] = std::from_chars(digits.begin(), digits.end(), value, 16);
+        // One digit would be a number as well.
         if (digits.size() != 2 || error != std::errc() || end != digits.end()) return std::nullopt;
         decoded += static_cast<char>(value);
         text.remove_prefix(3);

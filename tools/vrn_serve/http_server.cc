@@ -21,6 +21,7 @@ namespace vrn::serve {
 namespace {
 
 constexpr std::size_t read_block = 32 << 10;
+// 15 is the largest window; 16 more ask for gzip's frame instead of zlib's.
 constexpr int gzip_window_bits = 15 + 16;
 constexpr int gzip_memory_level = 8;
 constexpr std::chrono::milliseconds accept_pause{50};
@@ -55,6 +56,7 @@ class PlainStream final : public BodyStream {
 class GzipStream final : public BodyStream {
   public:
     explicit GzipStream(Answer answer) : plain_(std::move(answer)), input_(read_block) {
+        // Answers are read once: time counts for more than size.
         if (deflateInit2(&stream_, Z_BEST_SPEED, Z_DEFLATED, gzip_window_bits, gzip_memory_level,
                          Z_DEFAULT_STRATEGY) != Z_OK)
             throw std::bad_alloc();
@@ -67,6 +69,7 @@ class GzipStream final : public BodyStream {
         stream_.next_out = reinterpret_cast<Bytef *>(to);
         stream_.avail_out = static_cast<uInt>(std::min<std::size_t>(size, read_block));
         const uInt room = stream_.avail_out;
+        // 0 bytes would be the end, so go on until there is one.
         while (stream_.avail_out == room && !has_ended_) {
             if (stream_.avail_in == 0 && !input_ended_) {
                 stream_.next_in = reinterpret_cast<Bytef *>(input_.data());
@@ -174,6 +177,7 @@ class HttpServer::Glue {
                              const char *method, const char * /*version*/, const char *upload,
                              std::size_t *upload_size, void **context) {
         auto *self = static_cast<HttpServer *>(server);
+        // The library is C: no exception may pass through it.
         try {
             return answer(self, connection, {url, method}, {upload, *upload_size}, upload_size,
                           context);
@@ -223,11 +227,14 @@ class HttpServer::Glue {
             return MHD_YES;
         }
         if (*upload_size > 0) {
+            // One byte over the limit is kept, which tells that the body is too long; the rest is
+            // dropped.
             const std::size_t room = self->limits_.body_bytes + 1 - request->body.size();
             request->body += upload.substr(0, room);
             *upload_size = 0;
             return MHD_YES;
         }
+        // Before the handler, whose time counts as that of the answer.
         begin_answer(self, socket_of(connection));
         Answer answer = request->body.size() > self->limits_.body_bytes
                             ? text_answer(413, "The request is too long.")
@@ -236,6 +243,7 @@ class HttpServer::Glue {
         MHD_Response *response = make_response(*request, std::move(answer));
         if (!response) return MHD_NO;
         const MHD_Result queued = MHD_queue_response(connection, status, response);
+        // Gives up our share only; the queue has its own.
         MHD_destroy_response(response);
         return queued;
     }
@@ -243,6 +251,7 @@ class HttpServer::Glue {
     static void begin_answer(HttpServer *self, int socket) {
         const std::lock_guard guard(self->mutex_);
         const auto connection = self->connections_.find(socket);
+        // The watchdog may have dropped it already.
         if (connection == self->connections_.end()) return;
         connection->second = {.deadline = Clock::now() + self->limits_.answer, .is_answered = true};
         self->changed_.notify_all();
@@ -254,6 +263,7 @@ HttpServer::HttpServer(Descriptor listening, const HttpLimits &limits, Handler h
       handler_(std::move(handler)),
       listening_(std::move(listening)),
       stop_(eventfd(0, EFD_CLOEXEC)) {
+    // With a thread for each connection a slow client holds up itself only.
     daemon_ = MHD_start_daemon(
         MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_THREAD_PER_CONNECTION | MHD_USE_POLL |
             MHD_USE_NO_LISTEN_SOCKET | MHD_USE_ITC | MHD_USE_ERROR_LOG,
@@ -269,6 +279,7 @@ HttpServer::HttpServer(Descriptor listening, const HttpLimits &limits, Handler h
 
 HttpServer::~HttpServer() {
     eventfd_write(stop_.get(), 1);
+    // Answers under way get a little time; nobody waits for idle clients.
     {
         std::unique_lock lock(mutex_);
         is_stopping_ = true;
@@ -278,6 +289,7 @@ HttpServer::~HttpServer() {
                                         [](const auto &entry) { return entry.second.is_answered; });
         });
     }
+    // The daemon last: until it has ended, the acceptor may still hand over a connection.
     acceptor_.join();
     watchdog_.join();
     MHD_stop_daemon(daemon_);
@@ -307,7 +319,9 @@ void HttpServer::add(Descriptor socket) {
     const int descriptor = socket.get();
     sockaddr_storage address{};
     socklen_t size = sizeof address;
+    // Fails when the client has gone already.
     if (getpeername(descriptor, reinterpret_cast<sockaddr *>(&address), &size) != 0) return;
+    // Before the library has it, which may tell of its end before it returns.
     {
         const std::lock_guard guard(mutex_);
         connections_[descriptor] = {.deadline = Clock::now() + limits_.request};
@@ -337,6 +351,7 @@ void HttpServer::watch_deadlines() {
             } else if (!std::exchange(connection.is_ended, true)) {
                 // The library closes it, and tells, when it finds it ended.
                 shutdown(entry->first, SHUT_RDWR);
+                // If the library hasn't told by then, it never will.
                 connection.deadline = next;
                 ++entry;
             } else {

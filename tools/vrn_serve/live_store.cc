@@ -21,6 +21,7 @@ constexpr std::uint64_t second_us = 1'000'000;
 // A series counts as ended when it was silent for this long and for this many of its intervals.
 constexpr std::uint64_t silence_us = 60 * second_us;
 constexpr std::uint64_t silent_intervals = 10;
+// With fewer a curve tells nothing: new series are refused instead.
 constexpr std::uint64_t least_samples = 16;
 // Ages are looked at in steps of this part of --keep, so that trimming stays cheap.
 constexpr std::uint64_t keep_steps = 64;
@@ -33,6 +34,7 @@ using Series = MetricsHistory::Series<T>;
 // A sample of any type of number, ordered by time.
 struct Point {
     std::uint64_t time_us;
+    // As bits, values of all types compare, and a NaN equals itself.
     std::uint64_t bits;
     auto operator<=>(const Point &) const = default;
 };
@@ -69,6 +71,7 @@ Point newest_of(const Series<T> &series) {
 // The samples of an intake in their order, each once, without those before `floor_us`.
 template <typename T>
 std::vector<Point> ordered_points(const Series<T> &series, std::uint64_t floor_us) {
+    // Files are written in the order of time, mostly.
     std::vector<Point> points = points_of(series);
     if (!std::ranges::is_sorted(points)) std::ranges::sort(points);
     points.erase(std::unique(points.begin(), points.end()), points.end());
@@ -82,6 +85,7 @@ template <typename T>
 std::size_t merge_points(std::span<const Point> points, Series<T> *series) {
     const std::uint64_t held = series->values.size();
     const std::uint64_t capacity = series->values.capacity();
+    // The usual case, a file that grows: nothing has to be compared.
     if (held == 0 || newest_of(*series) < points.front()) {
         for (const Point &point : points) push(point, series);
         return points.size();
@@ -91,6 +95,7 @@ std::size_t merge_points(std::span<const Point> points, Series<T> *series) {
     if (held == capacity) points = {std::ranges::lower_bound(points, old.front()), points.end()};
     std::vector<Point> all;
     all.reserve(old.size() + points.size());
+    // Both are sorted and hold no sample twice, and so does their union.
     std::ranges::set_union(old, points, std::back_inserter(all));
     if (all.size() > old.size()) assign(all, capacity, series);
     return all.size() - old.size();
@@ -110,6 +115,7 @@ LabelMap label_texts(const MetricsHistory &store, std::uint64_t label_set) {
 template <typename Visit>
 void visit_numbers(const MetricsHistory &store, Visit visit) {
     const auto visit_table =
+        // Histograms came in as the plain series derived from them.
         [&]<typename T>(const metrics::TypedTable<T, vrn::data::CircularBuffer> &table) {
             if constexpr (std::is_arithmetic_v<StoredValue<T>>)
                 for (const auto &[metric_id, entries] : table.series_in_order)
@@ -133,6 +139,7 @@ std::uint64_t now_us() {
                                           .count());
 }
 
+// Times come from files: one that lies ahead must not wrap around.
 std::uint64_t difference(std::uint64_t a, std::uint64_t b) {
     return a - std::min(a, b);
 }
@@ -140,6 +147,7 @@ std::uint64_t difference(std::uint64_t a, std::uint64_t b) {
 bool has_ended(std::uint64_t oldest_us, std::uint64_t newest_us, std::uint64_t samples,
                std::uint64_t reference_us) {
     const std::uint64_t interval_us = (newest_us - oldest_us) / std::max<std::uint64_t>(samples, 1);
+    // Divided rather than multiplied: times from files would overflow.
     return difference(reference_us, newest_us) / silent_intervals > interval_us &&
            difference(reference_us, newest_us) > silence_us;
 }
@@ -153,6 +161,7 @@ struct LiveStore::Merge {
         if (in_turn++ % series_per_turn == 0) {
             lock.unlock();
             lock.lock();
+            // Others had the lock meanwhile.
             floor_us = live.floor_us();
         }
         const std::vector<Point> points = ordered_points(series, floor_us);
@@ -165,6 +174,7 @@ struct LiveStore::Merge {
         }
         into->metric_type = series.metric_type;
         const std::size_t taken = merge_points(points, into);
+        // Pages made of this content stay good when nothing came.
         if (taken > 0) ++live.version_;
         live.state_.taken_samples += taken;
         live.state_.newest_us = std::max(live.state_.newest_us, points.back().time_us);
@@ -175,6 +185,7 @@ struct LiveStore::Merge {
     Series<T> *find_or_add(const std::string &name, const LabelMap &labels) {
         for (;;) {
             try {
+                // Looked up each time round: make_room() replaces the store.
                 MetricsHistory &store = *live.store_;
                 return &store.get_series<T>(store.intern(name), store.intern_labels(labels));
             } catch (const StoreFull &) {
@@ -199,6 +210,7 @@ LiveStore::LiveStore(const StoreLimits &limits, const series::SeriesOptions *opt
 
 std::unique_ptr<MetricsHistory> LiveStore::make_intake() const {
     auto intake = make_history(limits_.samples);
+    // Half, as intake and store take memory at the same time.
     intake->set_max_bytes(limits_.max_bytes / 2);
     series::prepare_store(*options_, intake.get());
     return intake;
@@ -221,11 +233,13 @@ void LiveStore::expire() {
         assign(ordered_points(series, floor), series.values.capacity(), &series);
         ++version_;
     });
+    // Series whose samples are all gone still hold names, which only a rebuild gives back.
     if (any_ended) rebuild([&](auto, std::uint64_t newest_us, auto) { return newest_us >= floor; });
 }
 
 void LiveStore::clear() {
     const std::lock_guard guard(mutex_);
+    // What counts since the start stays; the bounds begin anew.
     state_.samples_limit = limits_.samples;
     state_.is_short_of_memory = false;
     store_ = make_history(limits_.samples);
@@ -272,6 +286,7 @@ bool LiveStore::make_room() {
     std::vector<std::uint64_t> ended;
     visit_numbers(*store_, [&](const SeriesKey &, const auto &series) {
         const std::uint64_t samples = series.values.size();
+        // An empty one goes before all others.
         if (samples == 0) return ended.push_back(0);
         const std::uint64_t newest_us = series.timestamps[samples - 1];
         if (has_ended(series.timestamps[0], newest_us, samples, reference))
@@ -307,6 +322,7 @@ void LiveStore::rebuild(const KeepSeries &keep) {
             store_->get_series<T>(store_->intern(old->symbols().lookup(key.metric_id)),
                                   store_->intern_labels(label_texts(*old, key.label_set)));
         moved.metric_type = series.metric_type;
+        // A copy would need memory just when it is short.
         if (series.values.capacity() == moved.values.capacity()) {
             moved.timestamps = std::move(series.timestamps);
             moved.values = std::move(series.values);

@@ -57,17 +57,22 @@ bool run(const ServeOptions &options, const std::vector<std::string> &operands) 
         site_options.shows_first = [names = series::NameSelection(options.shown_first)](
                                        const std::string &name) { return names.takes(name); };
     Listening listening = listen_to(options.listen);
+    // Before any data is read: nobody is to serve it to a network by oversight.
     if (!listening.is_loopback && site_options.access.token.empty() && !options.is_open)
         throw tool::UsageError("others can reach " + listening.address +
                                ": --token-file or, for everyone, --open is needed");
     tool::start_log(options.log_level);
+    // A client that goes away ends its answer, not the process.
     std::signal(SIGPIPE, SIG_IGN);
+    // Before the first thread starts, as threads inherit the mask.
     const sigset_t stop_signals = hold_stop_signals();
+    // Each uses those before it, and they end in reverse order.
     LiveStore store(options.limits, &options.series);
     Follower follower(operands, &options.series, &store);
     Site site(std::move(site_options), &store, [&follower] { return follower.state(); });
     const HttpServer server(std::move(listening.socket), {},
                             [&site](const Request &request) { return site.answer(request); });
+    // Printed once connections are taken: whoever started us may wait for this line.
     std::printf("http://%s/rta/metrics/dump\n", listening.address.c_str());
     std::fflush(stdout);
     wait_for_stop(stop_signals);

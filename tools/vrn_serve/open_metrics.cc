@@ -44,6 +44,7 @@ std::string escaped(std::string_view text) {
     while (!text.empty()) {
         const Utf8Character character = first_utf8_character(text);
         text.remove_prefix(character.bytes.size());
+        // A byte that is no UTF-8 would make the reader refuse everything.
         if (character.is_bad_byte())
             out += "\xef\xbf\xbd";
         else if (character.code == '\n')
@@ -57,6 +58,7 @@ std::string escaped(std::string_view text) {
 }
 
 std::string value_text(double value) {
+    // The format has words of its own for these.
     if (std::isnan(value)) return "NaN";
     if (std::isinf(value)) return value > 0 ? "+Inf" : "-Inf";
     return number_text(value);
@@ -69,7 +71,9 @@ std::string value_text(long value) {
 }
 
 std::string time_text(std::uint64_t time_us, MetricsForm form) {
+    // In milliseconds; the newer form wants seconds.
     if (form == MetricsForm::plain) return std::to_string(time_us / 1000);
+    // A leading 1, which is cut off, keeps the zeros of the fraction.
     const std::string fraction = std::to_string(second_us + time_us % second_us).substr(1);
     return std::to_string(time_us / second_us) + "." + fraction;
 }
@@ -93,6 +97,7 @@ std::string labels_text(const NamedSeries &series) {
     std::string text;
     for (const auto &[name, value] : series.labels) {
         std::string safe = safe_name(name);
+        // Two names may come out alike, and a label given twice is an error.
         while (!used.insert(safe).second) safe += '_';
         if (!text.empty()) text += ',';
         text += safe + "=\"" + escaped(value) + '"';
@@ -110,6 +115,7 @@ class Exposition {
         const std::string name = is_counter ? family + "_total" : family;
         // The older form calls a counter by the whole name.
         const std::string &head = form_ == MetricsForm::plain ? name : family;
+        // Both are taken now: a series of that name in a file gets another.
         names_.insert({family, name});
         text_ += "# HELP " + head + " " + metric.help + "\n# TYPE " + head + " " + metric.type +
                  "\n" + name + " " + std::to_string(metric.value) + "\n";
@@ -120,6 +126,7 @@ class Exposition {
         if (newest.empty()) return;
         if (series.name != raw_name_ || name_.empty()) begin_family(series.name);
         std::string labels = labels_text(series);
+        // The same name and labels twice would be one series with two values.
         if (!label_texts_.insert(labels).second) {
             labels += (labels.empty() ? "" : ",") + std::string("series=\"") +
                       std::to_string(label_texts_.size()) + '"';
@@ -129,6 +136,7 @@ class Exposition {
     }
 
     std::string finish() {
+        // Its end mark tells a whole text from one that was cut.
         return std::move(text_) + (form_ == MetricsForm::plain ? "" : "# EOF\n");
     }
 
@@ -138,6 +146,7 @@ class Exposition {
         name_ = safe_name(raw_name);
         while (!names_.insert(name_).second) name_ += '_';
         label_texts_.clear();
+        // The name as the file has it, for those who search for it.
         text_ += "# HELP " + name_ + " " + escaped(raw_name) + "\n";
     }
 
@@ -170,7 +179,9 @@ std::string metrics_text(const LiveStore &store, const FollowState &files, Metri
         {"samples_limit", "gauge", "Samples kept of a series.", state.samples_limit},
     };
     Exposition exposition(form);
+    // Ours first: whatever files hold, it can't change these names.
     for (const OwnMetric &metric : own) exposition.add_own(metric);
+    // Under one lock: no series of the list is gone when its turn comes.
     store.read([&](const metrics::MetricsHistory &history) {
         for (const NamedSeries &series : list_series(history))
             exposition.add(series, newest_text(history, series.key, form));

@@ -11,6 +11,7 @@ namespace {
 
 template <typename T>
 std::string shortest(T value) {
+    // The longest number, a double, takes 24 characters.
     char digits[32];
     return {digits, std::to_chars(digits, digits + sizeof digits, value).ptr};
 }
@@ -26,6 +27,7 @@ std::vector<NamedSeries> list_series(const metrics::MetricsHistory &store) {
         for (const auto &[name, value] : labels)
             series.labels.emplace_back(metrics::script_text_value(store.symbols().lookup(name)),
                                        metrics::script_text_value(store.symbols().lookup(value)));
+        // A set of labels has no order of its own; output must not depend on it.
         std::ranges::sort(series.labels);
         list.push_back(std::move(series));
     }

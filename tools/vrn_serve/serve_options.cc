@@ -19,6 +19,7 @@ namespace {
 constexpr std::uint64_t second_us = 1'000'000;
 constexpr std::uint64_t least_memory = std::uint64_t{16} << 20;
 constexpr std::uint64_t max_samples = 10'000'000;
+// Clients that the kernel holds while all our places are taken.
 constexpr int backlog = 512;
 constexpr int max_port = 65535;
 
@@ -57,8 +58,10 @@ std::string path_value(const char *text) {
 }
 
 bool is_loopback(const sockaddr_storage &address) {
+    // All of 127.0.0.0/8 is this machine.
     if (address.ss_family == AF_INET)
         return (ntohl(reinterpret_cast<const sockaddr_in &>(address).sin_addr.s_addr) >> 24) == 127;
+    // An IPv4 address within IPv6 counts as open to others: better to ask for a token too often.
     return IN6_IS_ADDR_LOOPBACK(&reinterpret_cast<const sockaddr_in6 &>(address).sin6_addr);
 }
 
@@ -114,6 +117,7 @@ tool::CommandLine make_command_line(ServeOptions *options) {
                  static_cast<std::uint32_t>(tool::number_value(value, 0, VRN_LOG_DEBUG));
          }}};
     const std::vector<tool::Option> more = series::series_option_rows(&options->series);
+    // --verbose stays last.
     rows.insert(rows.end() - 1, more.begin(), more.end());
     return {"vrn_serve", "file|folder ...",
             "Serves a page with charts of the numbers in data files, which it follows as they "
@@ -131,6 +135,7 @@ Listening listen_to(const std::string &address) {
     const std::string port = address.substr(std::min(colon + 1, address.size()));
     std::string host = address.substr(0, colon);
     if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+    // Numbers only: no name server decides where we listen.
     addrinfo hints{};
     hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV | AI_PASSIVE;
     hints.ai_socktype = SOCK_STREAM;
@@ -145,6 +150,7 @@ Listening listen_to(const std::string &address) {
     listening.socket =
         Descriptor(socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int socket = listening.socket.get();
+    // Otherwise a restart may find the port held by connections that have ended.
     const int yes = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     if (bind(socket, found->ai_addr, found->ai_addrlen) != 0 || listen(socket, backlog) != 0)
@@ -153,6 +159,7 @@ Listening listen_to(const std::string &address) {
     socklen_t size = sizeof bound;
     if (getsockname(socket, reinterpret_cast<sockaddr *>(&bound), &size) != 0) fail(address);
     listening.address = address_text(bound, size);
+    // Judged by what was bound, not by what was asked for.
     listening.is_loopback = is_loopback(bound);
     return listening;
 }

@@ -22,6 +22,7 @@
 namespace vrn::serve {
 namespace {
 
+// Of a path in the log: the client chooses how long it is.
 constexpr std::size_t shown_path_size = 200;
 // Pages with more load the points of the metrics that are chosen. Building one holds up the store,
 // which these take some 20 ms of.
@@ -63,6 +64,7 @@ std::set<std::string> decoded_list(std::string_view list) {
     std::set<std::string> names;
     for (;;) {
         const std::size_t comma = list.find(',');
+        // A name that isn't well encoded is none of ours.
         if (const auto name = percent_decoded(list.substr(0, comma))) names.insert(*name);
         if (comma == std::string_view::npos) return names;
         list.remove_prefix(comma + 1);
@@ -107,6 +109,7 @@ class PointsText {
         store_->read([&](const metrics::MetricsHistory &store) {
             metrics::write_chart_points(out, store, std::span(&id, 1));
         });
+        // A stream in memory fails for want of memory only.
         if (!out) throw std::bad_alloc();
         const std::string text = std::move(out).str();
         const std::size_t begin = text.find('"');
@@ -122,6 +125,7 @@ class PointsText {
 
 // `methods` are names with ", " between them.
 bool allows(std::string_view methods, const std::string &method) {
+    // With its borders, so that no part of a method's name will do.
     return (", " + std::string(methods) + ",").find(" " + method + ",") != std::string::npos;
 }
 
@@ -144,10 +148,12 @@ Site::Site(SiteOptions options, LiveStore *store, std::function<FollowState()> f
       file_state_(std::move(file_state)) {}
 
 const Site::Route *Site::find_route(const std::string &path) {
+    // The first that fits counts, so "/", with which any path may end, stands last.
     static constexpr Route routes[] = {
         {"/rta/metrics/dump", "GET, HEAD, POST", Route::token, "../../login", &Site::dump},
         {"/rta/metrics/dump/csv", "GET, HEAD", Route::token, "../../../login", &Site::csv},
         {"/rta/metrics/data", "GET, HEAD", Route::token, "../../login", &Site::points},
+        // Not HEAD, which clients take for harmless.
         {"/rta/metrics/clear", "GET", Route::token, "../../login", &Site::clear},
         {"/metrics", "GET, HEAD", Route::token, "login", &Site::newest_values},
         {"/healthz", "GET, HEAD", Route::nothing, "", &Site::health},
@@ -164,6 +170,7 @@ Answer Site::answer(const Request &request) {
     Answer answer = answer_by_route(request);
     VRN_LOG(VRN_LOG_DEBUG, "%s %s: %u", request.method.c_str(),
             tool::shown_text(request.path.substr(0, shown_path_size)).c_str(), answer.status);
+    // With every answer: what a token guards stays out of caches and of other sites' pages.
     answer.fields.insert(answer.fields.end(), {{"Cache-Control", "no-store"},
                                                {"X-Content-Type-Options", "nosniff"},
                                                {"Referrer-Policy", "same-origin"},
@@ -173,6 +180,7 @@ Answer Site::answer(const Request &request) {
 }
 
 Answer Site::answer_by_route(const Request &request) {
+    // Strangers learn nothing, not even which paths there are.
     if (std::optional<Answer> refusal = access_.refuse_stranger(request)) return *refusal;
     const Route *route = find_route(request.path);
     if (!route) return text_answer(404, "There is nothing here; the page is at /.");
@@ -196,6 +204,7 @@ Answer Site::dump(const Request &request) {
     return {.status = 200,
             .fields = {{"Content-Type", "text/html; charset=utf-8"},
                        {"Content-Security-Policy", current->policy}},
+            // Shares the page: it lives until the last byte was sent.
             .body = std::shared_ptr<const std::string>(current, &current->html),
             .next_piece = {}};
 }
@@ -204,6 +213,7 @@ Answer Site::dump(const Request &request) {
 std::shared_ptr<const Site::Page> Site::page() {
     const auto asked = Clock::now();
     const std::lock_guard guard(page_mutex_);
+    // Taken before the page is made: by what comes meanwhile the page counts as old.
     const std::uint64_t version = store_->version();
     if (newest_page_ && (newest_page_->version == version || newest_page_->begun >= asked))
         return newest_page_;
@@ -256,6 +266,7 @@ Answer Site::points(const Request &request) {
 }
 
 Answer Site::clear(const Request &request) {
+    // Where no token is needed, a link on any site could otherwise have a browser empty the store.
     if (std::optional<Answer> refusal = access_.refuse_without_origin(request)) return *refusal;
     store_->clear();
     return text_answer(200, "The store is empty.");
@@ -287,6 +298,7 @@ Answer Site::root(const Request & /*request*/) {
     return answer;
 }
 
+// Browsers ask for it without being told to: no error in their consoles.
 Answer Site::icon(const Request & /*request*/) {
     return {.status = 204, .fields = {}, .body = {}, .next_piece = {}};
 }
