@@ -10,6 +10,7 @@
 namespace vrn::tool {
 namespace {
 
+// Columns that any terminal shows.
 constexpr std::size_t help_width = 80;
 
 // getopt's codes of rows start above those of letters.

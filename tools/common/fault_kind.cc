@@ -5,6 +5,8 @@ namespace vrn::tool {
 using scan::FaultKind;
 
 std::string_view fault_kind_name(FaultKind kind) {
+    // Programs read these names, so they never change. No default: the compiler tells of a kind
+    // that lacks one.
     switch (kind) {
         case FaultKind::header_cut:
             return "header_cut";

@@ -99,6 +99,7 @@ class InputSearch {
             // Links may lead back up: each folder is entered once.
             if (folders_.insert(FileId(status)).second) folders->push_back(std::move(path));
         } else if (S_ISREG(status.st_mode)) {
+            // Of pipes and devices nothing is taken: they may have no end.
             found->push_back({std::move(path), FileId(status), size_of(status)});
         }
         return true;

@@ -39,6 +39,7 @@ int run_work(const CommandLine &line, int argc, char **argv,
     return EXIT_SUCCESS;
 }
 
+// Log lines quote names from files, which must not reach the terminal as they are.
 __attribute__((format(printf, 2, 3))) void log_shown(std::int32_t level, const char *format, ...) {
     std::va_list arguments;
     va_start(arguments, format);

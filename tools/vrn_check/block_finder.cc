@@ -41,6 +41,7 @@ bool begins_metrics(Bytes block) {
 std::size_t whole_metrics_size(Bytes rest) {
     if (rest.size() < metrics_head_size + metrics::TRAILER.size()) return 0;
     const std::size_t size = load_le<std::uint32_t>(rest.data() + metrics_mark.size());
+    // Counts from the mark on, with head and trailer.
     if (size < metrics_head_size + metrics::TRAILER.size() || size > rest.size()) return 0;
     return metrics::is_closed_by(rest.first(size), metrics::TRAILER) ? size : 0;
 }
@@ -68,6 +69,7 @@ std::optional<vrn_block_type_t> BlockFinder::kind_at(std::size_t offset) const {
     return holds ? std::optional(kind) : std::nullopt;
 }
 
+// The type is all that can be judged: any number may be a time.
 bool BlockFinder::begins_events(Bytes block) const {
     if (block.size() < sizeof(vrn_event_header_t) || !schemas_->has_events()) return false;
     const auto header = load_le<vrn_event_header_t>(block.data());
@@ -111,6 +113,7 @@ std::size_t BlockFinder::find(std::size_t from, std::size_t limit) {
 
 std::size_t BlockFinder::end_of_cut_page(std::size_t offset) {
     const std::size_t end = find_mark("vrnp", offset, &page_end_);
+    // With no start of a page before it, the end is that of a page that lost its start.
     return end < find_page(offset) ? end + VRN_MAGIC_SIZE : 0;
 }
 
@@ -119,11 +122,14 @@ std::size_t BlockFinder::find_page(std::size_t from) {
 }
 
 bool BlockFinder::has_padding(std::size_t from, std::size_t to) const {
+    // Streams hardly hold so many zeros in a row.
     constexpr char zeros[8] = {};
     return memmem(bytes_.data() + from, to - from, zeros, sizeof zeros) != nullptr;
 }
 
 std::size_t BlockFinder::find_mark(std::string_view mark, std::size_t from, Found *found) const {
+    // What was found last holds for all places up to it: to search from each again would take
+    // quadratic time.
     if (from < found->from || from > found->at) {
         const void *place =
             memmem(bytes_.data() + from, bytes_.size() - from, mark.data(), mark.size());
@@ -145,6 +151,7 @@ std::size_t BlockFinder::skip_zeros(std::size_t from) const {
 bool BlockFinder::is_end(std::size_t offset) const {
     // So many bytes after a run are no block to its walk.
     if (bytes_.size() - offset <= VRN_MAGIC_SIZE) return true;
+    // What follows a block is padding or another block.
     return load_le<std::uint32_t>(&bytes_[offset]) == 0 || is_start(offset);
 }
 

@@ -40,6 +40,8 @@ void BlockStream::walk(Bytes bytes, std::size_t begin, const Grid &grid) {
     grid_ = grid;
     finder_.emplace(bytes, schemas_, known_);
     kept_end_ = begin;
+    // At least a byte further each time, whatever a handler makes of the bytes: no input holds us
+    // up.
     for (std::size_t at = next_start(begin); at < bytes.size();
          at = next_start(std::max(resume_, at + 1)))
         step(at);
@@ -100,6 +102,7 @@ std::size_t BlockStream::next_chunk(std::size_t from) const {
 }
 
 void BlockStream::step(std::size_t offset) {
+    // Whoever keeps something moves it on.
     resume_ = offset;
     const Bytes rest = bytes_.subspan(offset);
     if (vrn_block_type_of(rest.data()) == VRN_SCHEMAS_BLOCK) {
@@ -122,6 +125,7 @@ void BlockStream::take_schemas(std::size_t offset) {
         const vrn_schema_id_t id = known_->events.mended(block.ids[i]);
         // What lies after the ids may be another block.
         block.ids[i] = i < num_claimed || known_->events.has(id) ? id : vrn_schema_id_t{};
+        // The count may be damaged, too: a known id counts even beyond it.
         if (known_->events.has(id)) count = std::max(count, i + 1);
     }
     schemas_->use(block.ids, count);
@@ -140,6 +144,7 @@ void BlockStream::take_schemas(std::size_t offset) {
     keep({.kind = ChunkKind::events,
           .bytes = bytes_of(text),
           .offset = offset,
+          // A reader wants so many bytes even of a shorter one.
           .room = std::max(text.size(), VRN_SCHEMAS_BLOCK_MIN_BYTES),
           .is_as_found = std::memcmp(text.data(), &bytes_[offset], size) == 0},
          size);
@@ -161,8 +166,10 @@ Next BlockStream::events(const scan::EventBatch &batch) {
     if (inside < end) {
         count = (inside - rows) / batch.type->size;
         const bool has_gap = rows + count * batch.type->size < inside;
+        // Where rows don't end at the next block, zeros before it are padding rather than rows.
         while (has_gap && count > 0 && is_all_zero_row(batch, count - 1)) --count;
     }
+    // If no row is kept, blocks are looked for right after the header.
     resume_ = rows;
     if (count > 0 || batch.header.num_events == 0) keep_events(batch, offset, count);
     if (count < batch.header.num_events)
@@ -287,10 +294,12 @@ Next BlockStream::payload(const scan::CompressedPage &page, Bytes bytes) {
                                      fault.offset = offset;
                                      faults.push_back(std::move(fault));
                                  }};
+    // No page buffer: pages hold no pages.
     BlockStream blocks(schemas_, known_, nullptr, &look);
     blocks.walk(bytes, 0, {});
     times_.add(blocks.times());
     const bool is_whole = faults.empty() && page.decoded_size() == bytes.size();
+    // A reader must find the same blocks, or it would trip over what we passed over.
     if (is_whole && rebuild.is_as_found() && reads_as(page.block, num_blocks, schemas_, page_)) {
         keep({.kind = ChunkKind::pages,
               .bytes = page.block,
@@ -329,9 +338,11 @@ Next BlockStream::fault(const scan::Fault &fault) {
 void BlockStream::mend_page(const scan::Fault &fault) {
     const auto length = mended_length(fault.block);
     if (!length) return;
+    // A copy: the input stays as it is, and decoding needs slack after it.
     std::vector<std::uint8_t> block(fault.block.begin(), fault.block.end());
     block.resize(block.size() + scan::slack_size);
     const Bytes bytes = Bytes(block).first(fault.block.size());
+    // The length ends the gzip stream, right before the closing magic.
     std::memcpy(&block[bytes.size() - VRN_MAGIC_SIZE - sizeof *length], &*length, sizeof *length);
     const std::uint8_t *header = bytes.data() + VRN_MAGIC_SIZE;
     const scan::CompressedPage page = {header, vrn_compressed_page_header_load(header), bytes,
@@ -353,6 +364,7 @@ void BlockStream::keep(ChunkKind kind, std::size_t offset, std::size_t size) {
 // `size` bytes of the input have gone into the block.
 void BlockStream::keep(const KeptBlock &block, std::size_t size) {
     KeptBlock kept = block;
+    // Before close_gap(), which moves the end.
     kept.follows_directly = block.offset == kept_end_;
     close_gap(block.offset);
     kept_.take(kept);
@@ -366,6 +378,7 @@ void BlockStream::close_gap(std::size_t offset) {
     kept_end_ = std::max(kept_end_, offset);
     if (begin >= offset) return;
     Bytes gap = bytes_.subspan(begin, offset - begin);
+    // Padding around it isn't lost.
     while (gap.back() == 0) gap = gap.first(gap.size() - 1);
     kept_.leave_out({.offset = begin,
                      .lost = gap.size(),

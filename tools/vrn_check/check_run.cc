@@ -34,6 +34,7 @@ class CheckRun {
     }
 
     Totals run() {
+        // The block joins the threads: error and totals are final after it.
         {
             std::vector<std::jthread> threads;
             for (unsigned i = 1; i < options_.threads; ++i)
@@ -46,7 +47,9 @@ class CheckRun {
 
   private:
     void work() {
+        // One for each thread, used for file after file.
         scan::PageBuffer page;
+        // What leaves a thread would end the process; run() throws it on.
         try {
             for (std::size_t i = next_++; i < files_.size() && output_.begin(i); i = next_++)
                 check(i, &page);
@@ -79,6 +82,7 @@ class CheckRun {
     }
 
     void fail(const std::exception_ptr &error) {
+        // First, so that nobody waits for a turn that won't come.
         output_.abandon();
         const std::lock_guard lock(mutex_);
         error_ = error;

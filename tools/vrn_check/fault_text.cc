@@ -18,6 +18,7 @@ std::string json_fault(std::string_view path, const FileFault &fault) {
 std::string text_fault(std::string_view path, const FileFault &fault) {
     std::string line = tool::shown_text(path) + ": offset " + std::to_string(fault.offset);
     if (fault.in_page) line += ", byte " + std::to_string(*fault.in_page) + " of its page";
+    // Reasons may quote names out of the file.
     return line + ", lost " + std::to_string(fault.lost) + ": " + std::string(fault.kind) + ": " +
            tool::shown_text(fault.reason) + "\n";
 }

@@ -19,6 +19,7 @@ void write_at(const Descriptor &file, Bytes bytes, std::uint64_t offset) {
         const ssize_t count =
             ::pwrite(file.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR) continue;
+        // 0 bytes without a cause: to try again might never end.
         if (count <= 0) fail(count < 0 ? errno : ENOSPC);
         offset += static_cast<std::uint64_t>(count);
         bytes = bytes.subspan(static_cast<std::size_t>(count));

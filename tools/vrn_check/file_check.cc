@@ -63,6 +63,7 @@ Totals FileCheck::run() {
 }
 
 Totals FileCheck::run(std::unique_ptr<ByteSource> source, std::uint64_t size) {
+    // That of opening the file, before anything changes it.
     const int cause = errno;
     source_ = std::move(source);
     size_ = size;
@@ -102,6 +103,7 @@ void FileCheck::check_size() {
 
 void FileCheck::header(const vrn_data_file_header_t &header) {
     header_ = header;
+    // What is no data file is told as such; its other fields mean nothing.
     if (!vrn_magic_matches(header.magic, VRN_MAGIC_FILE)) return;
     has_header_ = true;
     times_.begin(header);
@@ -276,6 +278,7 @@ Next FileCheck::refuse_header(const scan::Fault &fault) {
         report(at(0), size_, "no_data_file", "The file doesn't begin as data files do");
         return Next::nothing;
     }
+    // A size that is too small is a fault, but the data can be read all the same.
     const bool is_size = header_.file_size < sizeof header_;
     report(at(is_size ? offsetof(vrn_data_file_header_t, file_size)
                       : offsetof(vrn_data_file_header_t, version)),
@@ -343,6 +346,7 @@ void FileCheck::report(const Place &place, std::uint64_t lost, std::string_view 
 }
 
 void FileCheck::add(FileFault fault) {
+    // Each is held back until the next: a page found later may shorten what it lost.
     give_last();
     ++totals_.faults;
     last_ = std::make_unique<FileFault>(std::move(fault));

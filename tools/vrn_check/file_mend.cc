@@ -44,6 +44,7 @@ bool FileMend::run(Bytes bytes, const Descriptor &output) {
         texts_->known(), [this](const FoundHeader &guess) { return misfit(guess); }, &header);
     ChunkSurvey survey;
     bool has_blocks = false;
+    // Looked through first: the size of chunks must be known before one is written.
     const auto look = [&](const KeptBlock &block) {
         survey.add(block);
         if (!header.is_there && !has_blocks) take_names(block, &header.fields);

@@ -21,12 +21,14 @@ FileSalvage::FileSalvage(std::string path, const OutputFolder *output, std::stri
       take_(std::move(take)) {}
 
 Totals FileSalvage::run() {
+    // Before reading, which changes the time of access.
     const bool is_there = stat(path_.c_str(), &status_) == 0;
     const auto source = ByteSource::open_path(path_.c_str());
     if (!is_there || !source) {
         // The check tells why there is nothing.
         return FileCheck(path_, texts_, page_, take_own()).run();
     }
+    // Failing to write ends the run: the files that follow would fail alike.
     try {
         salvage(source.get());
     } catch (const std::system_error &error) {
@@ -37,11 +39,13 @@ Totals FileSalvage::run() {
 
 void FileSalvage::salvage(ByteSource *source) {
     Spool spool(output_->open(name_), source);
+    // An empty output would pass for what is left of a file that nobody could read.
     if (spool.bytes().empty() && source->state() == ByteSource::State::failed) {
         totals_ = FileCheck(path_, texts_, page_, take_own()).run();
         return;
     }
     totals_ = check(spool, *source);
+    // The spool is the copy of a sound file.
     if (totals_.faults == 0) return finish(spool.take());
     NewFile output = output_->open(name_);
     FileMend mend(texts_, page_, [this](const FileFault &fault) {
@@ -70,6 +74,7 @@ Totals FileSalvage::check(const Spool &spool, const ByteSource &source) {
 }
 
 void FileSalvage::finish(NewFile output) {
+    // Before the name: whoever sees the file finds it finished.
     const timespec times[] = {status_.st_atim, status_.st_mtim};
     if (futimens(output.descriptor().get(), times) != 0 || !output.take_name())
         throw std::system_error(errno, std::generic_category());

@@ -35,7 +35,9 @@ void mend(vrn_data_file_header_t *header, const KnownSchemas &known) {
     const vrn_data_file_header_t sound = new_header();
     std::memcpy(header->magic, sound.magic, sizeof sound.magic);
     std::memcpy(header->magic_end, sound.magic_end, sizeof sound.magic_end);
+    // To pass as valid; the writer sets the real one at its end.
     header->file_size = sound.file_size;
+    // A version that readers take stays as it is.
     if (!vrn_data_file_header_is_valid(header)) header->version = sound.version;
     header->counters_schema_id = known.counters.mended(header->counters_schema_id);
     for (vrn_schema_id_t &id : header->event_schema_ids) id = known.events.mended(id);
@@ -52,6 +54,7 @@ FoundHeader find_header(Bytes bytes, const KnownSchemas &known) {
     if (!found.is_there) return found;
     // Without its end, bytes may be missing in it.
     found.end = has_end(fields) ? sizeof fields : VRN_MAGIC_SIZE;
+    // What is cut off has the values of a new header.
     if (bytes.size() < sizeof fields)
         std::memcpy(&found.fields, bytes.data(), bytes.size());
     else
@@ -73,6 +76,7 @@ void drop_unknown_ids(const KnownSchemas &known, vrn_data_file_header_t *header)
 void ChunkSurvey::add(const KeptBlock &block) {
     largest_ = std::max<std::uint64_t>(largest_, block.room);
     const bool is_single = block.kind == ChunkKind::counters || block.kind == ChunkKind::blob;
+    // What follows another block directly needn't begin a chunk.
     if (block.follows_directly && !is_single) return;
     const std::uint64_t distance = block.offset - std::min(block.offset, start_);
     start_ = block.offset;
@@ -87,11 +91,13 @@ bool ChunkSurvey::holds(std::uint64_t size) const {
 
 std::uint32_t ChunkSurvey::chunk_size(std::uint32_t claimed) const {
     if (holds(claimed)) {
+        // Damage moves starts off the grid: the header's size holds if half of them are on it.
         const auto fitting = std::ranges::count_if(
             distances_, [&](std::uint64_t distance) { return distance % claimed == 0; });
         if (2 * static_cast<std::size_t>(fitting) >= distances_.size()) return claimed;
     }
     if (holds(common_)) return static_cast<std::uint32_t>(common_);
+    // No grid to be seen: any size will do that holds all blocks.
     const std::uint64_t size = std::max<std::uint64_t>(std::bit_ceil(largest_), usual_chunk_size);
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(size, scan::chunk_size_limit - 1));
 }

@@ -28,6 +28,7 @@ bool is_close(const vrn_schema_id_t &id, const vrn_schema_id_t &damaged) {
     int bits = 0, equal_bytes = 0;
     for (std::size_t i = 0; i < sizeof id.bytes; ++i) {
         bits += std::popcount(static_cast<std::uint8_t>(id.bytes[i] ^ damaged.bytes[i]));
+        // Zeros in a damaged id may be bytes that were erased: they prove nothing.
         equal_bytes += id.bytes[i] != 0 && id.bytes[i] == damaged.bytes[i];
     }
     return bits <= max_damaged_bits || equal_bytes >= enough_bytes;
@@ -60,6 +61,7 @@ vrn_schema_id_t SchemaIdList::mended(const vrn_schema_id_t &id) const {
     if (has(id) || vrn_schema_id_is_zero(&id)) return id;
     const auto is_meant = [&](const vrn_schema_id_t &other) { return is_close(other, id); };
     if (const auto found = std::ranges::find_if(ids_, is_meant); found != ids_.end()) return *found;
+    // Flipped bits may have made an id where there was none.
     const vrn_schema_id_t none{};
     return is_meant(none) ? none : id;
 }
@@ -75,6 +77,7 @@ KnownSchemas::KnownSchemas(const std::string &folder) {
         (is_of_counters(entry->path()) ? counters : events).add(id);
         ++count;
     }
+    // Files of blobs name this one, which has no schema file.
     vrn_schema_id_t blob{};
     vrn_schema_id_set_blob(&blob);
     counters.add(blob);

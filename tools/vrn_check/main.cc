@@ -13,6 +13,7 @@
 namespace vrn::check {
 namespace {
 
+// Each takes a stack and a page buffer.
 constexpr unsigned max_threads = 1024;
 constexpr int faults_status = 1;
 constexpr int failed_status = 2;
@@ -58,9 +59,11 @@ int run(const Settings &settings, const std::vector<std::string> &operands) {
     tool::start_log(settings.log_level);
     std::vector<tool::InputFile> files;
     const bool found_all = tool::find_input_files(operands, &files);
+    // Before anything is written: a run must not read its own output, nor write over its input.
     if (!settings.check.salvage_dir.empty())
         refuse_overlap(settings.check.salvage_dir, operands, files);
     const Totals totals = check_files(files, settings.check);
+    // 1 would say that everything was read.
     if (!found_all) return failed_status;
     return totals.faults > 0 ? faults_status : EXIT_SUCCESS;
 }

@@ -46,6 +46,7 @@ void MetricsCheck::check(Bytes bytes) {
             findings_.fault(offset_of(mark.data()), mark.size(), "block_cut",
                             "A metrics block claims " + std::to_string(size) + " bytes of " +
                                 std::to_string(mark.size()));
+        // Without its size nothing tells where the next one begins.
         if (!is_whole) return;
         rest = mark.subspan(size);
     }
@@ -62,6 +63,7 @@ void MetricsCheck::check_block(Bytes block) {
 }
 
 void MetricsCheck::check_records(Bytes block) {
+    // Where the record begins: the scan hands over its parts only.
     const std::uint8_t *place = view_.records.base.data() + sizeof view_.records.blocksize;
     try {
         metrics::scan_records(view_.records, [&](const RecordView &record) {
@@ -71,6 +73,7 @@ void MetricsCheck::check_records(Bytes block) {
             std::string fault = names_beyond_tables(record);
             if (fault.empty()) fault = std::move(labels.fault);
             const std::uint8_t *end = record.label_values.data() + size;
+            // Labels go by lengths of their own, which may lead out of the section.
             if (end > view_.records.base.data() + view_.records.end_offset)
                 throw std::runtime_error("A record goes on after the end of the records");
             if (!fault.empty())

@@ -35,6 +35,7 @@ bool find_bad_records(const std::string &block, std::vector<Extent> *bad, TimeSp
         {.fault =
              [&](std::size_t offset, std::size_t lost, std::string_view kind, const std::string &) {
                  is_of_records &= kind == "metrics_names" || kind == "metrics_record";
+                 // A record that is cut out must not take the trailer with it.
                  bad->push_back({offset, std::min(lost, end - std::min(offset, end))});
              },
          .time = [&](std::size_t, std::uint64_t time) { times->add(time); }});
@@ -69,11 +70,13 @@ RepairedMetrics repair_metrics(Bytes bytes) {
     if (!find_bad_records(block, &bad, &repaired.times)) return repaired;
     repaired.is_as_found = bad.empty() && whole_metrics_size(bytes) != 0;
     if (!bad.empty()) {
+        // From the last one back, so that the offsets of the others hold.
         for (auto extent = bad.rbegin(); extent != bad.rend(); ++extent)
             block.erase(extent->begin, extent->size);
         set_size(&block);
         bad.clear();
         repaired.times = {};
+        // Not tried again: what doesn't hold now isn't kept.
         if (!find_bad_records(block, &bad, &repaired.times) || !bad.empty()) return repaired;
     }
     if (repaired.is_as_found || has_records(block)) repaired.block = std::move(block);

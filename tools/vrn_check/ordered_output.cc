@@ -12,6 +12,7 @@ bool OrderedOutput::begin(std::size_t piece) {
 
 void OrderedOutput::append(std::size_t piece, const std::string &text) {
     std::unique_lock lock(mutex_);
+    // The turn comes: pieces are begun in order, and none before this one waits for it.
     turn_.wait(lock, [&] { return has_ended_ || piece == front_; });
     write(text);
 }

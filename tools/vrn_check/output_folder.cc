@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
 fs::path inner_path(const std::string &path) {
+    // Parts that lead up would lead out of the output folder.
     fs::path inner;
     for (const fs::path &part : fs::path(path).relative_path())
         if (part != ".." && part != "." && !part.empty()) inner /= part;
@@ -28,6 +29,7 @@ fs::path inner_path(const std::string &path) {
 // Names that were given away, and the folders that they need.
 class TakenNames {
   public:
+    // No file may have the name of a folder that another needs, nor lie below a file.
     bool take(const fs::path &name) {
         if (files_.contains(name) || folders_.contains(name)) return false;
         for (fs::path folder = name.parent_path(); !folder.empty(); folder = folder.parent_path())
@@ -91,6 +93,7 @@ void refuse_overlap(const std::string &folder, const std::vector<std::string> &o
 }
 
 OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
+    // Whether that failed shows in the next call, with the better cause.
     std::error_code error;
     fs::create_directories(path_, error);
     folder_ = Descriptor(::open(path_.c_str(), folder_flags));
@@ -99,6 +102,7 @@ OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
 
 NewFile OutputFolder::open(const std::string &name) const {
     const fs::path path = name;
+    // Step by step and without following links: one that was put there must not lead out.
     Descriptor folder(::openat(folder_.get(), ".", folder_flags));
     for (const fs::path &part : path.parent_path()) {
         if (::mkdirat(folder.get(), part.c_str(), 0777) != 0 && errno != EEXIST) fail(name);

@@ -51,6 +51,7 @@ std::string encode(const scan::CompressedPage &page, const std::vector<OwnedBloc
     std::string payload;
     for (const OwnedBlock &block : blocks) {
         payload += block.bytes;
+        // Schemas blocks need more room than they have bytes.
         payload.resize(payload.size() + block.block.room - block.bytes.size());
     }
     const vrn_page_info_t info = {page.source(), page.fields.first_timestamp,
@@ -86,6 +87,7 @@ std::vector<OwnedBlock> PageRebuild::blocks(const scan::CompressedPage &page,
     std::vector<OwnedBlock> blocks;
     for (Part &part : parts_) {
         const std::string whole = encode(page, part.blocks);
+        // Decoders may look that far past the end.
         const std::string with_slack = whole + std::string(scan::slack_size, '\0');
         if (reads_as(bytes_of(with_slack).first(whole.size()), part.blocks.size(), schemas, buffer))
             blocks.push_back({{.kind = ChunkKind::pages,
@@ -95,6 +97,7 @@ std::vector<OwnedBlock> PageRebuild::blocks(const scan::CompressedPage &page,
                                .is_as_found = false},
                               whole});
         else
+            // What doesn't read back as a page goes into chunks as it is.
             std::ranges::move(part.blocks, std::back_inserter(blocks));
     }
     return blocks;

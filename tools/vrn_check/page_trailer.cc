@@ -19,16 +19,19 @@ enum class StreamEnd : std::uint8_t { sound, wrong_length, wrong_checksum, withi
 StreamEnd decode(Bytes stream, std::uint64_t *decoded_size) {
     z_stream state{};
     if (inflateInit2(&state, gzip_window_bits) != Z_OK) return StreamEnd::within;
+    // zlib only reads from it, though the type doesn't say so.
     state.next_in = const_cast<Bytef *>(stream.data());
     state.avail_in = static_cast<uInt>(stream.size());
     std::array<Bytef, 32768> room;
     int result = Z_OK;
+    // A stream that is cut ends with Z_BUF_ERROR.
     while (result == Z_OK) {
         state.next_out = room.data();
         state.avail_out = room.size();
         result = inflate(&state, Z_NO_FLUSH);
     }
     *decoded_size = state.total_out;
+    // Only the text tells these apart. It is a constant of zlib's and outlives the state.
     const std::string_view cause = state.msg ? state.msg : "";
     inflateEnd(&state);
     if (result == Z_STREAM_END) return StreamEnd::sound;

@@ -10,6 +10,7 @@ namespace {
 constexpr std::size_t pending_size = std::size_t{1} << 20;
 // Of the output for each byte of the input: a damaged size of chunks must not fill the disk.
 constexpr std::uint64_t max_growth = 4;
+// The one chunk of a small file may be larger than all of its input.
 constexpr std::uint64_t max_extra = std::uint64_t{64} << 20;
 
 }  // namespace
@@ -23,6 +24,7 @@ bool SalvageWriter::add(const KeptBlock &block) {
 
 bool SalvageWriter::joins(const KeptBlock &block) const {
     if (chunk_begin_ == 0 || block.kind != kind_) return false;
+    // These have a chunk to themselves, whatever room it leaves.
     if (block.kind == ChunkKind::counters || block.kind == ChunkKind::blob) return false;
     if (block.kind == ChunkKind::metrics && !block.follows_directly) return false;
     return end_ + block.room <= chunk_begin_ + chunk_size_;
@@ -51,9 +53,11 @@ void SalvageWriter::flush() {
 
 void SalvageWriter::end(vrn_data_file_header_t header) {
     flush();
+    // Readers want the whole room of the last block; zeros fill it.
     header.file_size = std::max(end_, room_end_);
     header.block_size = chunk_size_;
     set_size(file_, header.file_size);
+    // Last: a file that was left unfinished is no data file.
     write_at(file_, {reinterpret_cast<const std::uint8_t *>(&header), sizeof header}, 0);
 }
 

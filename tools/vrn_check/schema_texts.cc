@@ -26,17 +26,20 @@ SchemaTexts::SchemaTexts(const std::string &folder)
     : folder_(folder), cache_({.folder = folder, .take_what_loads = true}) {}
 
 const KnownSchemas &SchemaTexts::known() {
+    // Only damaged files need it, and it reads every schema of the folder.
     const std::lock_guard lock(mutex_);
     if (!known_) known_ = std::make_unique<const KnownSchemas>(folder_);
     return *known_;
 }
 
 SchemaTexts::Finding SchemaTexts::look_up(const vrn_schema_id_t &id) {
+    // Neither stands for a file.
     if (vrn_schema_id_is_zero(&id) || vrn_schema_id_is_blob(&id)) return {};
     const std::string hex = hex_of(id);
     const std::lock_guard lock(mutex_);
     if (const auto found = findings_.find(hex); found != findings_.end()) return found->second;
     if (findings_.size() == max_findings) findings_.clear();
+    // Under the lock, so that threads that ask for the same schema read it once.
     return findings_[hex] = inspect(id);
 }
 

@@ -23,6 +23,7 @@ Spool::~Spool() {
 void Spool::fill(ByteSource *source) {
     std::array<std::uint8_t, 65536> buffer;
     std::size_t count = 0;
+    // A short read is the end, or a failure that the source knows of.
     do {
         count = source->read(buffer.data(), buffer.size());
         write_at(file_.descriptor(), Bytes(buffer).first(count), size_);
@@ -36,6 +37,7 @@ void Spool::map() {
     static constexpr std::array<std::uint8_t, scan::slack_size> slack = {};
     write_at(file_.descriptor(), slack, size_);
     const std::size_t size = size_ + scan::slack_size;
+    // The file is ours alone: nobody cuts it short under the mapping, which would kill us.
     void *data = mmap(nullptr, size, PROT_READ, MAP_SHARED, file_.descriptor().get(), 0);
     if (data == MAP_FAILED) throw std::system_error(errno, std::generic_category());
     data_ = static_cast<const std::uint8_t *>(data);
@@ -47,6 +49,7 @@ void Spool::unmap() {
 }
 
 NewFile Spool::take() {
+    // Before the file is cut, as the mapping must not reach past its end.
     unmap();
     set_size(file_.descriptor(), size_);
     return std::move(file_);
