@@ -79,15 +79,14 @@ class FileProbe final : public scan::Visitor {
         const auto end = static_cast<std::uint64_t>(info_.status.st_size);
         for (std::uint64_t start = sizeof info_.header; start < end; start += chunk_size) {
             const std::size_t held = std::min(chunk_size, end - start);
-            visit_chunk([&](std::size_t offset, std::size_t size) -> Bytes {
+            const auto kind = visit_chunk([&](std::size_t offset, std::size_t size) -> Bytes {
                 if (offset >= held) return {};
                 // A failed read shows as an empty block: who reads the records tells of it.
                 const ssize_t got = pread(descriptor, head, std::min(size, held - offset),
                                           static_cast<off_t>(start + offset));
                 return {head, static_cast<std::size_t>(std::max<ssize_t>(got, 0))};
             });
-            if (kind_of({head, held}) == VRN_SCHEMAS_BLOCK &&
-                info_.changes.back().schemas != schemas_.current())
+            if (kind == VRN_SCHEMAS_BLOCK && info_.changes.back().schemas != schemas_.current())
                 info_.changes.push_back({start, schemas_.current()});
         }
     }
@@ -101,11 +100,13 @@ class FileProbe final : public scan::Visitor {
             });
     }
 
-    void visit_chunk(const ChunkBytes &chunk) {
+    // Returns the kind of its first block.
+    vrn_block_type_t visit_chunk(const ChunkBytes &chunk) {
         // The engine can't interrupt a bind, and a large file has many chunks.
         check_cancelled();
         Bytes head = chunk(0, head_size);
-        if (kind_of(head) != VRN_PAGE_BLOCK) return visit_block(head);
+        const vrn_block_type_t kind = kind_of(head);
+        if (kind != VRN_PAGE_BLOCK) visit_block(head);
         for (std::size_t offset = 0; kind_of(head) == VRN_PAGE_BLOCK;) {
             std::uint8_t header[head_size] = {};  // zeros after what there is
             std::ranges::copy(head.subspan(VRN_MAGIC_SIZE), header);
@@ -119,6 +120,7 @@ class FileProbe final : public scan::Visitor {
             offset = stream + fields.data_size + VRN_MAGIC_SIZE;
             head = chunk(offset, head_size);
         }
+        return kind;
     }
 
     static vrn_block_type_t kind_of(Bytes block) {

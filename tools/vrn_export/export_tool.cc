@@ -163,7 +163,8 @@ class ExportJob {
                  [&](const FileReport &file) {
                      report->add(file);
                      progress.note_file();
-                     if (file.num_faults > 0) tell_of(file, &progress);
+                     if (file.num_faults > 0 && report->totals().damaged <= max_told)
+                         tell_of(file, &progress);
                  },
              .note_bytes = [&](std::uint64_t count) { progress.note_bytes(count); }});
         // Before the threads of the run, which inherit its mask.

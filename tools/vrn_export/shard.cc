@@ -10,7 +10,6 @@
 namespace vrn::exporter {
 namespace {
 
-constexpr std::uint64_t max_shards = 1'000'000;
 // What a file costs beside its bytes, so that small ones are shared out, too.
 constexpr std::uint64_t file_weight = 8192;
 

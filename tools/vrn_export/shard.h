@@ -9,6 +9,8 @@
 
 namespace vrn::exporter {
 
+inline constexpr std::uint64_t max_shards = 1'000'000;
+
 struct Shard {
     std::uint64_t number = 1;  // from 1 to `count`
     std::uint64_t count = 1;

@@ -66,7 +66,8 @@ class ShardMerge {
                 journal_name({number, count}) == std::string(shard_folder_name) + "/" + name)
                 counts.insert(count);
         }
-        if (counts.size() == 1 && *counts.begin() > 0) return *counts.begin();
+        if (counts.size() == 1 && *counts.begin() > 0 && *counts.begin() <= max_shards)
+            return *counts.begin();
         throw std::runtime_error(tool::shown_text(folder.string()) +
                                  (counts.empty() ? " holds no shards"
                                                  : " holds shards of several exports; keep the "

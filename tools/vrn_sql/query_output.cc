@@ -139,12 +139,10 @@ void print_copy(Database *database, const std::string &query, const char *option
 
 void print_table(Database *database, const std::string &statement, TableStyle style) {
     TextTable table(style);
-    bool has_rows = false;
     database->fetch(
         statement, [&](const std::vector<std::string> &names) { table.begin(names); },
         [&](const Row &row) {
             table.add(row);
-            has_rows = true;
             // At once: a full disk would otherwise be told after the last of many rows.
             if (std::ferror(stdout) != 0) fail_output("standard output", errno);
         });
