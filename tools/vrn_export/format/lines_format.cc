@@ -18,6 +18,7 @@
 #include "vrn_export/format/name_map.h"
 #include "vrn_export/format/record_encoder.h"
 #include "vrn_export/format/record_selection.h"
+#include "vrn_export/format/row_writers.h"
 #include "vrn_export/format/tag_text.h"
 #include "vrn_export/format/unique_names.h"
 
@@ -328,36 +329,8 @@ class LineRows {
     std::size_t longest_key_ = 0;
 };
 
-class LineEvents final : public EventWriter {
-  public:
-    LineEvents(const EventPlan &plan, LineRows rows)
-        : EventWriter(""), plan_(plan), rows_(std::move(rows)) {}
-
-    void write(const EventRows &rows, const Origin &origin, const Output &out) override {
-        for (std::size_t i = 0; i < rows.count; ++i) {
-            const std::uint8_t *row = rows.row(i);
-            rows_.write(plan_.time_of(row, rows.block_time), row, origin, out);
-        }
-    }
-    std::size_t row_text_size() const override { return rows_.text_size(); }
-
-  private:
-    const EventPlan &plan_;
-    LineRows rows_;
-};
-
-class LineGroup final : public GroupWriter {
-  public:
-    explicit LineGroup(LineRows rows) : GroupWriter(""), rows_(std::move(rows)) {}
-
-    void write(std::uint64_t time, const std::uint8_t *row, const Origin &origin,
-               const Output &out) override {
-        rows_.write(time, row, origin, out);
-    }
-
-  private:
-    LineRows rows_;
-};
+using LineEvents = RowEvents<LineRows>;
+using LineGroup = RowGroup<LineRows>;
 
 // Source, tag and labels, as all lines of a record have them after their measurement.
 class RecordTags {

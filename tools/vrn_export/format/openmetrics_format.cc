@@ -16,6 +16,7 @@
 #include "vrn_export/format/openmetrics_text.h"
 #include "vrn_export/format/record_encoder.h"
 #include "vrn_export/format/record_selection.h"
+#include "vrn_export/format/row_writers.h"
 #include "vrn_export/format/tag_text.h"
 #include "vrn_export/format/unique_names.h"
 
@@ -208,36 +209,8 @@ SampleRows rows_of(const GroupPlan &plan, const std::vector<std::string> &tag_fi
     return rows.take();
 }
 
-class SampleEvents final : public EventWriter {
-  public:
-    SampleEvents(const EventPlan &plan, SampleRows rows)
-        : EventWriter(""), plan_(plan), rows_(std::move(rows)) {}
-
-    void write(const EventRows &rows, const Origin &origin, const Output &out) override {
-        for (std::size_t i = 0; i < rows.count; ++i) {
-            const std::uint8_t *row = rows.row(i);
-            rows_.write(plan_.time_of(row, rows.block_time), row, origin, out);
-        }
-    }
-    std::size_t row_text_size() const override { return rows_.text_size(); }
-
-  private:
-    const EventPlan &plan_;
-    SampleRows rows_;
-};
-
-class SampleGroup final : public GroupWriter {
-  public:
-    explicit SampleGroup(SampleRows rows) : GroupWriter(""), rows_(std::move(rows)) {}
-
-    void write(std::uint64_t time, const std::uint8_t *row, const Origin &origin,
-               const Output &out) override {
-        rows_.write(time, row, origin, out);
-    }
-
-  private:
-    SampleRows rows_;
-};
+using SampleEvents = RowEvents<SampleRows>;
+using SampleGroup = RowGroup<SampleRows>;
 
 // The series of metrics by their names in the data files.
 class MetricSeries {
