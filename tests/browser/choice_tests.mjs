@@ -127,8 +127,10 @@ export const choiceTests = {
         for (const size of SIZES) {
             await page.setViewportSize(size);
             await page.clock.runFor(300);
-            const { y, height } = await page.locator('.chart-container').boundingBox();
-            assert.ok(y > 0 && y + height <= size.height && height >= 360, `${y} ${height}`);
+            await page.waitForFunction((viewport) => {
+                const box = document.querySelector('.chart-container').getBoundingClientRect();
+                return box.top > 0 && box.bottom <= viewport.height && box.height >= 360;
+            }, size);
             const [zoom, csv] = await Promise.all(
                 ['#zoomInfo', '#csvButton'].map((selector) => page.locator(selector).boundingBox()),
             );
