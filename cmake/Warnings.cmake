@@ -6,5 +6,3 @@ target_compile_options(vrn_warnings INTERFACE
     # g++ 12 sees overlaps and unset values inside std::string and std::regex where there are none.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict -Wno-maybe-uninitialized>
     $<$<BOOL:${VRN_WERROR}>:-Werror>)
-# MD5 is the digest that names schemas; the deprecated calls are deliberate.
-target_compile_definitions(vrn_warnings INTERFACE OPENSSL_SUPPRESS_DEPRECATED)

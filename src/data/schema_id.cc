@@ -1,6 +1,6 @@
 #include "data/schema_id.h"
 
-#include <openssl/md5.h>
+#include <md5.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -68,8 +68,10 @@ bool vrn_md5_of_string(const char *text, vrn_schema_id_t *digest) {
     if (!text) return false;
     // An id, not a protection: MD5 is what the format has.
     MD5_CTX context;
-    return MD5_Init(&context) == 1 && MD5_Update(&context, text, std::strlen(text)) == 1 &&
-           MD5_Final(digest->bytes, &context) == 1;
+    MD5Init(&context);
+    MD5Update(&context, reinterpret_cast<const std::uint8_t *>(text), std::strlen(text));
+    MD5Final(digest->bytes, &context);
+    return true;
 }
 
 bool vrn_md5_of_json(vrn_schema_id_t *digest, const JSON_Value *value) {

@@ -1,6 +1,6 @@
 #include "utils/hca_info.h"
 
-#include <openssl/md5.h>
+#include <md5.h>
 #include <parson.h>
 
 #include <algorithm>
@@ -107,8 +107,9 @@ void vrn_hca_info_free_json(char *text) {
 
 void vrn_hca_info_digest(const vrn_hca_info_t *array, int count, std::uint8_t *digest) {
     MD5_CTX context;
-    MD5_Init(&context);
+    MD5Init(&context);
     // Entries after the first empty one may hold stale bytes and play no part.
-    MD5_Update(&context, array, leading_entries(array, count) * sizeof *array);
-    MD5_Final(digest, &context);
+    MD5Update(&context, reinterpret_cast<const std::uint8_t *>(array),
+              leading_entries(array, count) * sizeof *array);
+    MD5Final(digest, &context);
 }
