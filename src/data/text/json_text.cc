@@ -1,19 +1,12 @@
 #include "data/text/json_text.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <string>
 
 #include "data/text/json_value.h"
 
 namespace vrn {
-namespace {
-
-// From here on doubles are printed with an exponent.
-constexpr double exponent_limit = 1e17;
-}  // namespace
 
 JsonText::JsonText(JsonLayout layout)
     : pretty_(layout == JsonLayout::pretty), colon_gap_(pretty_ ? 1 : 0) {
@@ -61,22 +54,8 @@ void JsonText::key(std::string_view name) {
 bool JsonText::number(double value) {
     // JSON has no form for them.
     if (!std::isfinite(value)) return false;
-    advance_to(write_number(reserve(max_number_size), value));
+    advance_to(write_double(reserve(max_number_size), value));
     return true;
-}
-
-// parson prints "%1.17g": whole numbers below the limit have neither point nor exponent there.
-// A negative zero keeps its sign.
-char *JsonText::write_number(char *out, double value) {
-    if (std::abs(value) < exponent_limit && !(value == 0 && std::signbit(value))) {
-        const auto whole = static_cast<std::int64_t>(value);
-        if (static_cast<double>(whole) == value) {
-            if (whole < 0) *out++ = '-';
-            return write_digits(out, static_cast<std::uint64_t>(std::abs(whole)));
-        }
-    }
-    // The digits of printf without its locale, whose point may be a comma.
-    return std::to_chars(out, out + max_number_size, value, std::chars_format::general, 17).ptr;
 }
 
 void JsonText::hex(std::uint64_t value) {

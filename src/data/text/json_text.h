@@ -12,6 +12,7 @@
 #include <type_traits>
 
 #include "data/text/digits.h"
+#include "data/text/double_text.h"
 #include "data/text/json_name.h"
 #include "data/text/json_string.h"
 #include "data/text/text_buffer.h"
@@ -86,7 +87,7 @@ class JsonText : public TextBuffer {
                                                  std::uint64_t value) {
         char *out = write_prepared(reserve(size + max_number_size), piece, size);
         advance_to(value <= exact_limit ? write_digits(out, value)
-                                        : write_number(out, static_cast<double>(value)));
+                                        : write_double(out, static_cast<double>(value)));
     }
     void prepared_integer(const char *piece, std::size_t size, std::int64_t value) {
         if (value >= 0) return prepared_integer(piece, size, static_cast<std::uint64_t>(value));
@@ -121,8 +122,8 @@ class JsonText : public TextBuffer {
     // Copies are made in whole steps; what is copied must be readable so far after its end.
     static constexpr std::size_t step = VRN_JSON_KEY_STEP;
     static_assert(step <= slack);
-    // Sign, 17 digits, point, exponent of a number: 24 bytes at most.
-    static constexpr std::size_t max_number_size = 32;
+    // Room for any number, whose digits are those of parson's "%1.17g".
+    static constexpr std::size_t max_number_size = DOUBLE_TEXT_ROOM;
     // Up to here all integers are doubles.
     static constexpr std::uint64_t exact_limit = std::uint64_t{1} << 53;
 
@@ -143,8 +144,6 @@ class JsonText : public TextBuffer {
         is_empty_ = 0;
         return out;
     }
-    // A finite number; max_number_size bytes at most.
-    static char *write_number(char *out, double value);
     void set_level(std::size_t level);
     void open(char bracket);
     void close(char bracket);

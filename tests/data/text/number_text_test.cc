@@ -6,6 +6,7 @@
 
 #include "data/text/string_format.h"
 #include "data/text/value_text.h"
+#include "support/printf_difference.h"
 #include "support/test.h"
 #include "utils/string_template.h"
 
@@ -41,7 +42,8 @@ TEST(NumberText, ShowsDoublesAsPrintfDoes) {
                                  std::bit_cast<double>(usual & UINT64_MAX << (35 + bits % 18)),
                                  static_cast<double>(bits % 100'000'000) / 1000};
         for (const double value : values) {
-            EXPECT_EQ(written(write_fixed, value), taken(vrn_format_string("%f", value)));
+            EXPECT_EQ(fixed_difference(value), "");
+            EXPECT_EQ(double_difference(value), "");
             // Cut in its buffer of 32 bytes.
             EXPECT_EQ(taken(vrn_format_double_string(VRN_STRING_DECIMAL, value)),
                       taken(vrn_format_string("%.6f", value)).substr(0, 31));
@@ -49,7 +51,31 @@ TEST(NumberText, ShowsDoublesAsPrintfDoes) {
     }
     for (const double value : {0.0, -0.0, 0.0000005, -0.0000005, 0x1p43, 0x1p-74, 5e-324, 1e308,
                                static_cast<double>(INFINITY), -static_cast<double>(NAN)})
-        EXPECT_EQ(written(write_fixed, value), taken(vrn_format_string("%f", value)));
+        EXPECT_EQ(fixed_difference(value), "");
+}
+
+// What 17 digits are nearest to changes at powers; halves of the last digit go to the even one.
+TEST(NumberText, ShowsSeventeenDigitsAsPrintfDoesWhereTheyChange) {
+    std::vector<double> values{0.0, -0.0, INFINITY, -INFINITY, NAN, -NAN};
+    const auto add_with_neighbours = [&](double value) {
+        for (const double other :
+             {std::nextafter(value, 0.0), value, std::nextafter(value, 2 * value)})
+            values.insert(values.end(), {other, -other});
+    };
+    for (int power = -1074; power <= 1023; ++power) add_with_neighbours(std::ldexp(1.0, power));
+    for (int power = -323; power <= 308; ++power)
+        add_with_neighbours(std::strtod(("1e" + std::to_string(power)).c_str(), nullptr));
+    // Eighteen digits, the last one a 5: fewer before the point the more stand after it.
+    std::mt19937_64 random(13);
+    for (int places = 3; places <= 17; ++places)
+        for (int round = 0; round < 200; ++round) {
+            const double first = std::pow(10.0, 17 - places);
+            const double whole =
+                std::floor(first * (1 + static_cast<double>(random() % 9000) / 1000));
+            const std::uint64_t odd = (random() | 1) % (1U << places);
+            values.push_back(whole + std::ldexp(static_cast<double>(odd), -places));
+        }
+    for (const double value : values) EXPECT_EQ(double_difference(value), "");
 }
 
 TEST(NumberText, ShowsIntegersAsPrintfDoes) {
