@@ -3,13 +3,8 @@
 # programs in FOLDER, makes of random archives, and compares all values that they then hold. A
 # server that isn't there is told; status 77 when none is.
 set -euo pipefail
-bin=${1:-build/bin}
-seeds=("${@:2}")
-[ ${#seeds[@]} -gt 0 ] || seeds=(1 2 3 4)
-here=$(dirname "$0")
-
-# shellcheck source=tests/integration/servers.sh
-. "$here/servers.sh"
+# shellcheck source=tests/integration/archives.sh
+. "$(dirname "$0")/archives.sh"
 need node curl jq
 if has influxd; then start_influxdb; fi
 if has victoria-metrics; then start_victoria_metrics; fi
@@ -17,9 +12,7 @@ if has victoria-metrics; then start_victoria_metrics; fi
 
 # make_lines SEED [odd-values] [odd-times]
 make_lines() {
-    rm -rf "$work/archive"
-    mkdir -p "$work/archive/data" "$work/archive/schema"
-    "$bin/random_archive" "$work/archive" "$1" 8 "${@:2}"
+    make_archive "$@"
     "$bin/vrn_export" -f lines --tag-fields 'a,b,9,a_' "$work/archive/data" >"$work/lines"
 }
 

@@ -3,13 +3,8 @@
 # FOLDER, makes of random archives, and VictoriaMetrics load it, and compares all samples that they
 # then hold. What isn't there is told; status 77 when neither is.
 set -euo pipefail
-bin=${1:-build/bin}
-seeds=("${@:2}")
-[ ${#seeds[@]} -gt 0 ] || seeds=(1 2 3 4)
-here=$(dirname "$0")
-
-# shellcheck source=tests/integration/servers.sh
-. "$here/servers.sh"
+# shellcheck source=tests/integration/archives.sh
+. "$(dirname "$0")/archives.sh"
 need node curl
 promtool=
 if has promtool; then promtool=promtool; fi
@@ -18,9 +13,7 @@ if has victoria-metrics; then start_victoria_metrics; fi
 
 # make_samples SEED [odd-values]
 make_samples() {
-    rm -rf "$work/archive"
-    mkdir -p "$work/archive/data" "$work/archive/schema"
-    "$bin/random_archive" "$work/archive" "$1" 8 "${@:2}"
+    make_archive "$@"
     "$bin/vrn_export" -f openmetrics --tag-fields 'a,b,9,a_' "$work/archive/data" >"$work/samples"
 }
 

@@ -3,22 +3,9 @@
 # programs in FOLDER, makes of random archives, and compares all values that they then have, and
 # the numbers of records with those of vrn_read. A consumer that isn't there is told.
 set -euo pipefail
-bin=${1:-build/bin}
-seeds=("${@:2}")
-[ ${#seeds[@]} -gt 0 ] || seeds=(1 2 3 4)
-here=$(dirname "$0")
-for tool in node jq; do
-    command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }
-done
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-make_archive() {
-    rm -rf "${work:?}"/*
-    mkdir -p "$work/archive/data" "$work/archive/schema"
-    "$bin/random_archive" "$work/archive" "$1" 8 "${@:2}"
-}
+# shellcheck source=tests/integration/archives.sh
+. "$(dirname "$0")/archives.sh"
+need node jq
 
 # As "events groups", where a group is one of a row of counters. Fails as vrn_read does: what is no
 # number or no UTF-8 ends a file for it.
@@ -38,6 +25,7 @@ count_of_vrn_export() {
 compared=0
 for seed in "${seeds[@]}"; do
     make_archive "$seed" odd-values odd-times
+    rm -rf "$work/csv" "$work/types"
     "$bin/vrn_export" -f ndjson "$work/archive/data" >"$work/all.ndjson"
     "$bin/vrn_export" -f csv -o "$work/csv" "$work/archive/data"
     node "$here/export_tables.mjs" "$work/all.ndjson" "$work/csv" "$work/types"
