@@ -2,6 +2,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "data/schema_id.h"
 
 namespace vrn::scan {
 
@@ -11,6 +14,12 @@ inline constexpr int schema_search_levels = 5;
 // `given` unless it is empty; otherwise where vrn_read would find the schemas of the file at
 // `path`.
 std::string schema_folder_of(const std::string &path, const std::string &given);
+
+// schema_<id>.json
+std::string schema_file_name(const vrn_schema_id_t &id);
+// Of the schema files in `folder`, sorted; a folder that can't be read has none. Of more than
+// 100,000 some are left out: folders of others may hold any number.
+std::vector<vrn_schema_id_t> schema_ids_in(const std::string &folder);
 
 }  // namespace vrn::scan
 

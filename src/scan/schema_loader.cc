@@ -7,6 +7,7 @@
 #include "data/schema/type_system_load.h"
 #include "data/selection/provider_counter_set.h"
 #include "data/selection/provider_field_set.h"
+#include "scan/schema_folder.h"
 #include "utils/log.h"
 
 namespace vrn::scan {
@@ -131,9 +132,7 @@ bool SchemaLoader::load_counters_schema(vrn_type_system_t *system, const vrn_sch
 }
 
 std::string SchemaLoader::path_of(const vrn_schema_id_t &id) const {
-    char hex[VRN_SCHEMA_ID_HEX_SIZE];
-    vrn_schema_id_format(&id, hex);
-    return options_.folder + "/schema_" + hex + ".json";
+    return options_.folder + "/" + schema_file_name(id);
 }
 
 }  // namespace vrn::scan

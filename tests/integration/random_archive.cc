@@ -189,6 +189,30 @@ class Archive {
         return block.done();
     }
 
+    // Two blocks, the second perhaps by the other schema, which then holds on.
+    std::string events_by_both(std::size_t *schema) {
+        std::string blocks = events(*schema, below(3));
+        if (one_in(2)) {
+            *schema = 1 - *schema;
+            const vrn_schema_id_t id = event_schema_id(*schema);
+            blocks += ByteBuilder()
+                          .text("VRNS")
+                          .u16(256)
+                          .u16(1)
+                          .zeros(8)
+                          .raw(&id, sizeof id)
+                          .pad_to(256)
+                          .done();
+        }
+        return blocks + events(*schema, below(3));
+    }
+
+    vrn_schema_id_t event_schema_id(std::size_t index) {
+        vrn_schema_id_t id{};
+        static_cast<void>(vrn_schema_id_from_hex(schema_id('e', index).c_str(), &id));
+        return id;
+    }
+
     std::string counters(std::size_t schema) {
         ByteBuilder block;
         block.text("VRND").u32(0).u64(next_time());
@@ -247,21 +271,21 @@ class Archive {
     }
 
     std::string data_file() {
-        const std::size_t schema = below(2);
+        // No header names the other schema of events.
+        std::size_t schema = 0;
+        const std::size_t counters_schema = below(2);
         const vrn_data_file_header_ptr header(vrn_data_file_header_create());
         text(true).copy(header->source_id, sizeof header->source_id);
         text(true).copy(header->source_tag, sizeof header->source_tag);
         header->block_size = chunk_size;
-        static_cast<void>(
-            vrn_schema_id_from_hex(schema_id('e', schema).c_str(), &header->event_schema_ids[0]));
-        static_cast<void>(
-            vrn_schema_id_from_hex(schema_id('c', schema).c_str(), &header->counters_schema_id));
+        header->event_schema_ids[0] = event_schema_id(schema);
+        static_cast<void>(vrn_schema_id_from_hex(schema_id('c', counters_schema).c_str(),
+                                                 &header->counters_schema_id));
         ByteBuilder file;
         file.raw(header.get(), sizeof *header);
         for (std::size_t chunk = 0; chunk < 6; ++chunk) {
-            const std::string blocks = chunk % 3 == 0
-                                           ? events(schema, below(3)) + events(schema, below(3))
-                                       : chunk % 3 == 1 ? counters(schema)
+            const std::string blocks = chunk % 3 == 0   ? events_by_both(&schema)
+                                       : chunk % 3 == 1 ? counters(counters_schema)
                                                         : metrics();
             file.text(chunk % 3 == 0 && one_in(2) ? encode_page(VRN_ENCODING_GZIP, blocks)
                                                   : blocks);

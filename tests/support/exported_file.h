@@ -7,6 +7,7 @@
 #include "scan/chunk_feed.h"
 #include "support/test.h"
 #include "vrn_export/format/encoder.h"
+#include "vrn_export/format/schema_learning.h"
 
 namespace vrn::test {
 
@@ -60,7 +61,9 @@ inline ExportedFile export_file(const std::string &bytes, const TempDir &dir,
 
 inline ExportedFile export_file(const std::string &bytes, const TempDir &dir,
                                 const exporter::FormatOptions &options) {
-    return export_file(bytes, dir, *exporter::make_format(options));
+    const auto format = exporter::make_format(options);
+    exporter::learn_schemas({dir.file("schema")}, format.get());
+    return export_file(bytes, dir, *format);
 }
 
 }  // namespace vrn::test

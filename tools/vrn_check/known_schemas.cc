@@ -3,21 +3,18 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <system_error>
+
+#include "scan/schema_folder.h"
 
 namespace vrn::check {
 namespace {
 
-constexpr std::string_view name_start = "schema_", name_end = ".json";
 // Two digests of 128 bits differ in 64 on average, and hardly ever in so few.
 constexpr int max_damaged_bits = 36;
 // So many bytes of two digests are the same in one pair of two millions.
 constexpr int enough_bytes = 4;
-// Folders of others may hold any number of files.
-constexpr std::size_t max_ids = 100000;
 
 bool is_before(const vrn_schema_id_t &a, const vrn_schema_id_t &b) {
     return vrn_schema_id_compare(&a, &b) < 0;
@@ -34,14 +31,8 @@ bool is_close(const vrn_schema_id_t &id, const vrn_schema_id_t &damaged) {
     return bits <= max_damaged_bits || equal_bytes >= enough_bytes;
 }
 
-bool read_id(std::string name, vrn_schema_id_t *id) {
-    if (!name.starts_with(name_start) || !name.ends_with(name_end)) return false;
-    name.resize(name.size() - name_end.size());
-    return vrn_schema_id_from_hex(name.c_str() + name_start.size(), id);
-}
-
 // Tells counters schemas from those of events by the one member that only they have.
-bool is_of_counters(const std::filesystem::path &path) {
+bool is_of_counters(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     return text.find("\"counter_groups\"") != text.npos;
@@ -67,16 +58,8 @@ vrn_schema_id_t SchemaIdList::mended(const vrn_schema_id_t &id) const {
 }
 
 KnownSchemas::KnownSchemas(const std::string &folder) {
-    std::error_code error;
-    std::size_t count = 0;
-    for (std::filesystem::directory_iterator entry(folder, error), end;
-         !error && entry != end && count < max_ids; entry.increment(error)) {
-        vrn_schema_id_t id{};
-        // A pipe or a device may have no end.
-        if (!read_id(entry->path().filename(), &id) || !entry->is_regular_file(error)) continue;
-        (is_of_counters(entry->path()) ? counters : events).add(id);
-        ++count;
-    }
+    for (const vrn_schema_id_t &id : scan::schema_ids_in(folder))
+        (is_of_counters(folder + "/" + scan::schema_file_name(id)) ? counters : events).add(id);
     // Files of blobs name this one, which has no schema file.
     vrn_schema_id_t blob{};
     vrn_schema_id_set_blob(&blob);

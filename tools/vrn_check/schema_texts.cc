@@ -44,7 +44,7 @@ SchemaTexts::Finding SchemaTexts::look_up(const vrn_schema_id_t &id) {
 }
 
 SchemaTexts::Finding SchemaTexts::inspect(const vrn_schema_id_t &id) const {
-    const std::string name = "schema_" + hex_of(id) + ".json";
+    const std::string name = scan::schema_file_name(id);
     const std::string path = folder_ + "/" + name;
     std::error_code error;
     // A pipe or a device may have no end.

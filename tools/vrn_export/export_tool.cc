@@ -7,23 +7,26 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 
 #include "common/input_files.h"
 #include "common/shown_text.h"
 #include "common/tool_main.h"
+#include "scan/schema_folder.h"
 #include "vrn_export/content_list.h"
 #include "vrn_export/export_run.h"
+#include "vrn_export/format/schema_learning.h"
 #include "vrn_export/input_list.h"
 #include "vrn_export/part_name.h"
 #include "vrn_export/part_output.h"
 #include "vrn_export/progress.h"
 #include "vrn_export/report_file.h"
 #include "vrn_export/run_report.h"
-#include "vrn_export/schema_learning.h"
 #include "vrn_export/shard_folder.h"
 #include "vrn_export/shard_merge.h"
 #include "vrn_export/signal_watch.h"
 #include "vrn_export/stream_output.h"
+#include "vrn_export/table_join.h"
 #include "vrn_export/table_output.h"
 #include "vrn_export/whole_file.h"
 
@@ -55,19 +58,18 @@ class ExportJob {
   public:
     ExportJob(const ExportOptions &options, const std::vector<std::string> &operands)
         : options_(options),
+          options_text_(options_line(options)),
           schemas_(
               {.folder = options.schema_path, .take_what_loads = true, .keep_noisy_loads = true}) {
         if (has_folder()) refuse_output_among_inputs(operands, options.output_folder);
         found_all_ = tool::find_input_files(operands, &files_);
         format_ = make_format(options.format);
         if (!has_folder() && options.task == Task::convert) refuse_stream_into_input(files_);
-        if (has_folder() && !has_parts() && (options.shard || options.resumes))
-            throw tool::UsageError(
-                "--shard and --resume go with formats that have a file for each input");
         // Before shards are cut: a list that one shard refuses is refused by all of them.
         if (has_parts()) give_each_a_part(suffix(), &files_);
-        // By all inputs, so that all shards have the same heads.
-        if (format_->wants_schemas()) learn_schemas(files_, &schemas_, format_.get());
+        // Of all inputs, so that all shards have the same heads.
+        if (format_->wants_schemas())
+            options_text_ += " " + learn_schemas(schema_folders(), format_.get());
         if (options.shard) take_shard();
     }
 
@@ -101,13 +103,24 @@ class ExportJob {
 
   private:
     bool has_folder() const { return !options_.output_folder.empty(); }
-    bool has_parts() const { return has_folder() && !format_->has_file_per_table(); }
+    bool has_tables() const { return has_folder() && format_->has_file_per_table(); }
+    // Tables of all inputs are joined from parts where a later run may need those.
+    bool has_parts() const {
+        return has_folder() && (!has_tables() || options_.shard || options_.resumes);
+    }
     Shard shard() const { return options_.shard.value_or(Shard()); }
     std::string suffix() const {
         return std::string(format_->suffix()) + suffix_of(options_.compression);
     }
     std::string path_below(const std::string &name) const {
         return options_.output_folder + "/" + name;
+    }
+
+    std::set<std::string> schema_folders() const {
+        std::set<std::string> folders;
+        for (const tool::InputFile &file : files_)
+            folders.insert(scan::schema_folder_of(file.path, options_.schema_path));
+        return folders;
     }
 
     void take_shard() {
@@ -128,7 +141,7 @@ class ExportJob {
         std::filesystem::remove(path_below(shard_report_name(shard())));
         shard_report_.emplace(path_below(shard_report_name(shard())));
         shard_report_->write(shard_head_line({shard(), options_.shard ? all_files_ : files_.size(),
-                                              inputs_, options_line(options_)}));
+                                              inputs_, options_text_, has_tables()}));
         return [this](const std::string &line) { shard_report_->write(line); };
     }
 
@@ -136,15 +149,15 @@ class ExportJob {
         const TextForm form = {*format_, options_.compression,
                                has_folder() ? options_.output_folder : temporary_folder(),
                                has_parts() ? part_spool_memory : stream_spool_memory};
-        if (!has_folder()) {
-            output_ = std::make_unique<StreamOutput>(form);
-        } else if (!has_parts()) {
-            output_ = std::make_unique<TableOutput>(options_.output_folder, suffix(), form);
-        } else {
+        if (has_parts()) {
             const std::string journal = path_below(journal_name(shard()));
-            journal_.emplace(journal, options_line(options_), options_.resumes);
+            journal_.emplace(journal, options_text_, options_.resumes);
             output_ = std::make_unique<PartOutput>(options_.output_folder, suffix(), files_, form,
                                                    &*journal_);
+        } else if (has_folder()) {
+            output_ = std::make_unique<TableOutput>(options_.output_folder, suffix(), form);
+        } else {
+            output_ = std::make_unique<StreamOutput>(form);
         }
     }
 
@@ -163,6 +176,7 @@ class ExportJob {
                  [&](const FileReport &file) {
                      report->add(file);
                      progress.note_file();
+                     if (has_tables() && !file.part.empty()) parts_.push_back(file.part);
                      if (file.num_faults > 0 && report->totals().damaged <= max_told)
                          tell_of(file, &progress);
                  },
@@ -170,7 +184,7 @@ class ExportJob {
         // Before the threads of the run, which inherit its mask.
         const SignalWatch watch([&] { run.stop(); });
         const bool is_whole = run.run();
-        if (is_whole) output_->finish();
+        if (is_whole) finish_output();
         progress.clear();
         if (report->totals().damaged > max_told)
             tool::print_error("vrn_export",
@@ -180,6 +194,15 @@ class ExportJob {
         if (watch.signal() != 0) return signal_status + watch.signal();
         if (!found_all_) return failed_status;
         return report->totals().faults > 0 ? damaged_status : EXIT_SUCCESS;
+    }
+
+    void finish_output() {
+        output_->finish();
+        // Of a shard, when it is merged with the others.
+        if (!has_tables() || !has_parts() || options_.shard) return;
+        TableJoin tables(options_.output_folder);
+        for (const std::string &part : parts_) tables.add(part);
+        tables.finish();
     }
 
     static void tell_of(const FileReport &file, Progress *progress) {
@@ -195,6 +218,7 @@ class ExportJob {
     }
 
     const ExportOptions &options_;
+    std::string options_text_;  // in one line, with the schemas that the text depends on
     SchemaCaches schemas_;
     std::vector<tool::InputFile> files_;
     bool found_all_ = false;
@@ -205,6 +229,7 @@ class ExportJob {
     std::optional<WholeFile> shard_report_;
     std::optional<PartJournal> journal_;
     std::unique_ptr<ExportOutput> output_;
+    std::vector<std::string> parts_;  // that are to be joined to tables, in order
 };
 
 }  // namespace

@@ -7,30 +7,27 @@
 #include "common/shown_text.h"
 #include "vrn_export/part_name.h"
 #include "vrn_export/report_text.h"
+#include "vrn_export/shard_folder.h"
+#include "vrn_export/table_piece.h"
 #include "vrn_export/whole_file.h"
 
 namespace vrn::exporter {
 namespace {
 
-class Part final : public FileOutput {
+class PartFile {
   public:
-    Part(const std::string &path, std::string name, const struct stat &input, const TextForm &form,
-         PartJournal *journal)
-        : file_(path),
-          name_(std::move(name)),
-          input_(input),
-          text_(form, "", [this](std::string_view bytes) { file_.write(bytes); }),
-          journal_(journal) {}
+    PartFile(const std::string &path, std::string name, const struct stat &input,
+             PartJournal *journal)
+        : file_(path), name_(std::move(name)), input_(input), journal_(journal) {}
 
-    void write(const Encoded &encoded) override {
-        // Formats with parts have one table, or none when a run gave no text.
-        for (const Encoded::Table &table : encoded.tables) text_.add(table.text.view());
+    void write(std::string_view bytes) {
+        file_.write(bytes);
+        bytes_ += bytes.size();
     }
 
-    void finish(FileReport *report) override {
-        text_.finish();
+    void finish(FileReport *report) {
         report->part = name_;
-        report->bytes_out = text_.bytes();
+        report->bytes_out = bytes_;
         // It changes while it is read, or has; whoever resumes looks at it again.
         file_.take_time(input_);
         // First: a part without a line would be made anew, a line without its part says nothing.
@@ -42,8 +39,57 @@ class Part final : public FileOutput {
     WholeFile file_;
     std::string name_;
     struct stat input_;
-    TextOutput text_;
     PartJournal *journal_;
+    std::uint64_t bytes_ = 0;
+};
+
+class TextPart final : public FileOutput {
+  public:
+    TextPart(PartFile file, const TextForm &form)
+        : file_(std::move(file)),
+          text_(form, "", [this](std::string_view bytes) { file_.write(bytes); }) {}
+
+    void write(const Encoded &encoded) override {
+        // Such formats have one table, or none when a run gave no text.
+        for (const Encoded::Table &table : encoded.tables) text_.add(table.text.view());
+    }
+    void finish(FileReport *report) override {
+        text_.finish();
+        file_.finish(report);
+    }
+
+  private:
+    PartFile file_;
+    TextOutput text_;
+};
+
+// Of a format with a file for each table: its rows, with the heads that a join needs.
+class RowsPart final : public FileOutput {
+  public:
+    RowsPart(PartFile file, std::string suffix, const TextForm &form)
+        : file_(std::move(file)),
+          suffix_(std::move(suffix)),
+          format_(form.format),
+          compressor_(form.compression) {}
+
+    void write(const Encoded &encoded) override {
+        for (const Encoded::Table &table : encoded.tables) {
+            if (table.text.size() == 0) continue;
+            compressor_.pack(format_.head(table.name), &head_);
+            file_.write(piece_line(
+                {table_file_name(table.name, suffix_), head_.size(), table.text.size()}));
+            file_.write(head_.view());
+            file_.write(table.text.view());
+        }
+    }
+    void finish(FileReport *report) override { file_.finish(report); }
+
+  private:
+    PartFile file_;
+    std::string suffix_;
+    const Format &format_;
+    Compressor compressor_;
+    TextBuffer head_;
 };
 
 bool is_before(const timespec &left, const timespec &right) {
@@ -67,7 +113,7 @@ PartOutput::PartOutput(std::string folder, std::string suffix,
 bool PartOutput::has_file(std::size_t index, FileReport *report) {
     if (!journal_->has_resumed()) return false;
     const std::string &path = files_[index].path;
-    const std::string name = part_name(path, suffix_);
+    const std::string name = name_of(index);
     struct stat input {};
     struct stat part {};
     if (stat(path.c_str(), &input) != 0 || stat((folder_ + "/" + name).c_str(), &part) != 0)
@@ -87,14 +133,22 @@ bool PartOutput::has_file(std::size_t index, FileReport *report) {
 }
 
 std::unique_ptr<FileOutput> PartOutput::begin_file(std::size_t index, const InputFeed &feed) {
-    std::string name = part_name(files_[index].path, suffix_);
+    std::string name = name_of(index);
     const std::string path = folder_ + "/" + name;
     // By identity, so that links to an input are found as well.
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 &&
         std::ranges::binary_search(inputs_, tool::FileId(status)))
         throw std::runtime_error(tool::shown_text(path) + " is an input, and would be replaced");
-    return std::make_unique<Part>(path, std::move(name), feed.status(), form_, journal_);
+    PartFile file(path, std::move(name), feed.status(), journal_);
+    if (form_.format.has_file_per_table())
+        return std::make_unique<RowsPart>(std::move(file), suffix_, form_);
+    return std::make_unique<TextPart>(std::move(file), form_);
+}
+
+std::string PartOutput::name_of(std::size_t index) const {
+    const std::string name = part_name(files_[index].path, suffix_);
+    return form_.format.has_file_per_table() ? rows_folder_name + ("/" + name) : name;
 }
 
 void PartOutput::pass_over(const FileReport &report) {

@@ -1,4 +1,4 @@
-// A file of its own for each input.
+// A file of its own for each input: the output, or rows that are still to be joined to tables.
 #pragma once
 
 #include <memory>
@@ -25,6 +25,8 @@ class PartOutput final : public ExportOutput {
     void pass_over(const FileReport &report) override;
 
   private:
+    std::string name_of(std::size_t index) const;  // below the folder
+
     std::string folder_;
     std::string suffix_;
     const std::vector<tool::InputFile> &files_;

@@ -1,16 +1,12 @@
 #include "vrn_export/report_text.h"
 
-#include <parson.h>
-
 #include <cstdio>
 
 #include "common/json_string.h"
-#include "utils/c_ptr.h"
+#include "vrn_export/json_line.h"
 
 namespace vrn::exporter {
 namespace {
-
-using JsonValue = CPtr<JSON_Value, json_value_free>;
 
 std::string seconds_text(double seconds) {
     char text[32];
@@ -39,16 +35,6 @@ std::string faults_text(const FileReport &report) {
         separator = ",";
     }
     return text + "]";
-}
-
-// JSON numbers are held as doubles: exact up to 2^53, far above any file's size.
-std::uint64_t number_of(const JSON_Object *object, const char *name) {
-    return static_cast<std::uint64_t>(json_object_dotget_number(object, name));
-}
-
-const char *text_of(const JSON_Object *object, const char *name) {
-    const char *text = json_object_get_string(object, name);
-    return text ? text : "";
 }
 
 }  // namespace
@@ -87,26 +73,29 @@ std::string totals_line(const RunTotals &totals, double seconds, int status) {
 }
 
 bool parse_report_line(const std::string &line, FileReport *report) {
-    const JsonValue value(json_parse_string(line.c_str()));
-    const JSON_Object *object = value ? json_value_get_object(value.get()) : nullptr;
-    if (!object || !json_object_get_string(object, "file")) return false;
+    const JsonLine json(line);
+    if (!json.has_text("file")) return false;
     *report = {};
-    report->path = text_of(object, "file");
-    report->part = text_of(object, "part");
-    // The member is there only when it is false; where it is missing this is -1.
-    report->is_selected = json_object_get_boolean(object, "selected") != 0;
-    report->bytes_in = number_of(object, "bytes_in");
-    report->bytes_out = number_of(object, "bytes_out");
-    report->seconds = json_object_get_number(object, "seconds");
-    report->counts = {.events = number_of(object, "records.events"),
-                      .counters = number_of(object, "records.counters"),
-                      .samples = number_of(object, "records.samples"),
-                      .histograms = number_of(object, "records.histograms"),
-                      .dropped_values = number_of(object, "dropped_values"),
-                      .changed_values = number_of(object, "changed_values")};
+    report->path = json.text("file");
+    report->part = json.text("part");
+    report->is_selected = json.flag("selected", true);
+    report->bytes_in = json.integer("bytes_in");
+    report->bytes_out = json.integer("bytes_out");
+    report->seconds = json.number("seconds");
+    report->counts = {.events = json.integer("records.events"),
+                      .counters = json.integer("records.counters"),
+                      .samples = json.integer("records.samples"),
+                      .histograms = json.integer("records.histograms"),
+                      .dropped_values = json.integer("dropped_values"),
+                      .changed_values = json.integer("changed_values")};
     // The faults themselves aren't needed: lines of kept parts are handed on as they stand.
-    report->num_faults = number_of(object, "num_faults");
+    report->num_faults = json.integer("num_faults");
     return true;
+}
+
+bool is_totals_line(const std::string &line) {
+    const JsonLine json(line);
+    return json.has_number("files") && json.has_number("status");
 }
 
 }  // namespace vrn::exporter

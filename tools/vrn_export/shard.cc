@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "common/command_line.h"
-#include "data/schema_id.h"
+#include "vrn_export/format/hex_digest.h"
 
 namespace vrn::exporter {
 namespace {
@@ -49,12 +49,7 @@ std::string digest_of(const std::vector<tool::InputFile> &files) {
     std::string digest;
     for (const tool::InputFile &file : files) {
         // No path holds a NUL, so that no two lists make one text; hex keeps NULs out of the texts.
-        const std::string text = digest + "\n" + std::to_string(file.size) + "\n" + file.path;
-        vrn_schema_id_t id{};
-        char hex[VRN_SCHEMA_ID_HEX_SIZE];
-        static_cast<void>(vrn_md5_of_string(text.c_str(), &id));  // fails for null alone
-        vrn_schema_id_format(&id, hex);
-        digest = hex;
+        digest = hex_digest(digest + "\n" + std::to_string(file.size) + "\n" + file.path);
     }
     return digest;
 }

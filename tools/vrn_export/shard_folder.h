@@ -8,6 +8,8 @@
 namespace vrn::exporter {
 
 inline constexpr char shard_folder_name[] = ".vrn_export";
+// Below the output folder: parts of formats with a file for each table.
+inline constexpr char rows_folder_name[] = ".vrn_export/rows";
 
 // Names of files in an output folder: of the journal, which is there from the start of a shard, and
 // of the report, which is there when all of it is done.
@@ -21,6 +23,7 @@ struct ShardHead {
     std::uint64_t all_files = 0;  // of all shards
     std::string inputs;           // digest of all inputs
     std::string options;
+    bool has_rows = false;  // its parts are to be joined to tables
 };
 std::string shard_head_line(const ShardHead &head);
 // False when the line is none.

@@ -18,6 +18,7 @@
 #include "vrn_export/report_text.h"
 #include "vrn_export/run_report.h"
 #include "vrn_export/shard_folder.h"
+#include "vrn_export/table_join.h"
 
 namespace vrn::exporter {
 namespace {
@@ -38,7 +39,10 @@ class ShardMerge {
             throw std::runtime_error("the shards hold " + std::to_string(totals_.files) + " of " +
                                      std::to_string(first_.all_files) + " inputs");
         const int status = totals_.faults > 0 ? damaged_status : EXIT_SUCCESS;
+        if (first_.has_rows) tables_.emplace(folder_);
         for (std::uint64_t i = 1; i <= count_; ++i) give({i, count_});
+        if (tables_)
+            for (const std::string &table : tables_->finish()) std::puts(table.c_str());
         if (!report_file_) return status;
         report_file_->write(totals_line(totals_, seconds_, status));
         report_file_->finish();
@@ -95,17 +99,14 @@ class ShardMerge {
             fail(shard, "it was made of other inputs than shard 1");
         if (head.options != first_.options)
             fail(shard, "it was made by other options than shard 1");
-        bool is_whole = false;
-        while (std::getline(file, line)) {
-            FileReport report;
-            // The line of totals names no file: it ends a report that was finished.
-            is_whole = !parse_report_line(line, &report);
-            if (is_whole) break;
-            if (!is_there(report)) fail(shard, "the part " + report.part + " is not what it wrote");
+        for (FileReport report; std::getline(file, line) && parse_report_line(line, &report);) {
+            if (!is_there(report))
+                fail(shard, "the part " + tool::shown_text(report.part) + " is not what it wrote");
             totals_.add(report);
             seconds_ += report.seconds;
         }
-        if (!is_whole) fail(shard, "its report has no end");
+        if (!file) fail(shard, "its report has no end");
+        if (!is_totals_line(line)) fail(shard, "its report has a line that is none of a report");
     }
 
     bool is_there(const FileReport &report) const {
@@ -126,9 +127,16 @@ class ShardMerge {
         std::string line;
         std::getline(file, line);
         for (FileReport report; std::getline(file, line) && parse_report_line(line, &report);) {
-            if (!report.part.empty()) std::puts(report.part.c_str());
+            if (!report.part.empty()) give_part(report.part);
             if (report_file_) report_file_->write(line + "\n");
         }
+    }
+
+    void give_part(const std::string &part) {
+        if (tables_)
+            tables_->add(part);
+        else
+            std::puts(part.c_str());
     }
 
     const std::string &folder_;
@@ -137,6 +145,7 @@ class ShardMerge {
     RunTotals totals_;
     double seconds_ = 0;
     std::optional<ReportFile> report_file_;
+    std::optional<TableJoin> tables_;  // of formats that have them
 };
 
 }  // namespace

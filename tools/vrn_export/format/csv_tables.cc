@@ -5,7 +5,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "data/schema_id.h"
+#include "vrn_export/format/hex_digest.h"
 
 namespace vrn::exporter {
 namespace {
@@ -30,11 +30,7 @@ std::string digest_of(const Columns &columns) {
     std::string text;
     // Sizes keep lists apart whose names hold what would separate them.
     for (const std::string &column : columns) text += std::to_string(column.size()) + ":" + column;
-    vrn_schema_id_t digest{};
-    static_cast<void>(vrn_md5_of_string(text.c_str(), &digest));
-    char hex[VRN_SCHEMA_ID_HEX_SIZE];
-    vrn_schema_id_format(&digest, hex);
-    return std::string(hex).substr(0, digest_size);
+    return hex_digest(text).substr(0, digest_size);
 }
 
 Columns join(const std::set<Columns> &lists) {

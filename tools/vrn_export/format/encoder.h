@@ -86,8 +86,8 @@ class Format {
     virtual const char *suffix() const = 0;  // of its files: ".ndjson"
     // True when each table goes to a file of its own.
     virtual bool has_file_per_table() const { return false; }
-    // A list of schemas that some file names. Of formats whose heads depend on them; all are
-    // learned before an encoder is made.
+    // Schemas that files may name. Of formats whose text depends on all of them; they are learned
+    // before an encoder is made.
     virtual void learn(const scan::LoadedSchemas & /*schemas*/) {}
     virtual bool wants_schemas() const { return false; }
     // What each output (of a table) begins and ends with.

@@ -280,10 +280,8 @@ std::vector<NamedValue> values_of(const GroupPlan &plan) {
 // Rows of one shape.
 class LineRows {
   public:
-    LineRows(const std::string &measurement, const RowShape &shape, LinesFields names)
+    LineRows(const std::string &measurement, const RowShape &shape, const LinesFields &names)
         : head_(measurement) {
-        // Rows whose schema was not learned still have names for all of their fields.
-        add_fields(shape, &names);
         for (const auto &[name, value] : shape.tags) tags_.push_back({value, name + "=", {}});
         for (const auto &[name, value] : shape.fields) {
             fields_.push_back({value, names.name_of(name, type_of(value.form)) + "=", {}});
@@ -532,7 +530,7 @@ class LinesFormat final : public Format {
             add_fields(shape, &shared_.known[lines_name(name)]);
     }
 
-    // What few bytes of schemas could claim: fields beyond it keep their names.
+    // What few bytes of schemas could claim.
     static constexpr std::size_t max_learned_bytes = 64 << 20;
 
     std::size_t learned_bytes_ = 0;

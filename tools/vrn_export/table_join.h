@@ -1,0 +1,40 @@
+// Tables put together from the parts of inputs.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "vrn_export/whole_file.h"
+
+namespace vrn::exporter {
+
+// Functions throw std::runtime_error when a part can't be read or holds something else, and
+// std::system_error when a table can't be written.
+class TableJoin {
+  public:
+    // The tables appear in `folder`, in which the parts lie.
+    explicit TableJoin(std::string folder) : folder_(std::move(folder)) {}
+
+    // Parts in the order of their rows.
+    void add(const std::string &part);
+    // All parts are added. Returns the names of the tables' files.
+    std::vector<std::string> finish();
+
+  private:
+    struct Table {
+        std::string name;
+        WholeFile file;
+    };
+
+    Table &table_of(const std::string &file, const std::string &head);
+
+    std::string folder_;
+    std::map<std::pair<std::string, std::string>, Table> tables_;  // by file and head
+    std::set<std::string> names_;
+};
+
+}  // namespace vrn::exporter
