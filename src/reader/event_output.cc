@@ -1,9 +1,6 @@
 #include "reader/event_output.h"
 
-#include <cstring>
-
 #include "data/selection/name_filter.h"
-#include "data/serial/event_json_writer.h"
 #include "data/serial/influx_event.h"
 #include "utils/log.h"
 
@@ -14,13 +11,6 @@ namespace {
 bool is_chosen(const vrn_reader_options_t &options, const vrn_type_definition_t *type) {
     return vrn_string_array_match(type->name, options.include_counters, VRN_MATCH_WILDCARD) &&
            !vrn_string_array_match(type->name, options.exclude_counters, VRN_MATCH_WILDCARD);
-}
-
-bool print_json(const vrn_type_definition_t *type, const void *row, FileOutput *output) {
-    const auto write = [&](JsonText *text) { return vrn_event_write_json(type, row, text); };
-    if (output->add_record(write)) return true;
-    output->fail("Failed to JSONify event values");
-    return false;
 }
 
 bool print_influx(const vrn_type_definition_t *type, const void *row, const FileOutput *output) {
@@ -34,11 +24,23 @@ bool print_influx(const vrn_type_definition_t *type, const void *row, const File
     return false;
 }
 
-bool print(const vrn_type_definition_t *type, const void *row, FileOutput *output) {
+bool print_json(const vrn_type_definition_t &type, const void *row,
+                std::optional<EventJsonWriter> *json, FileOutput *output) {
+    const auto write = [&](JsonText *text) {
+        if (!*json) json->emplace(type, *text);
+        return (*json)->write(row);
+    };
+    if (output->add_record(write)) return true;
+    output->fail("Failed to JSONify event values");
+    return false;
+}
+
+bool print_row(const vrn_type_definition_t *type, const void *row,
+               std::optional<EventJsonWriter> *json, FileOutput *output) {
     switch (output->options.format) {
         case VRN_FORMAT_JSON:
         case VRN_FORMAT_NDJSON:
-            return print_json(type, row, output);
+            return print_json(*type, row, json, output);
         case VRN_FORMAT_CSV:
             output->fail("CSV output is not supported yet");
             return true;
@@ -61,19 +63,19 @@ bool print(const vrn_type_definition_t *type, const void *row, FileOutput *outpu
 void EventOutput::use(const std::shared_ptr<const scan::LoadedSchemas> &schemas) {
     if (schemas_.lock() == schemas) return;
     schemas_ = schemas;
-    // With other schemas the same indexes mean other types.
-    std::memset(choices_, 0, sizeof choices_);
+    types_.clear();
 }
 
 bool EventOutput::show(const scan::EventBatch &batch, FileOutput *output) {
-    // Its low byte, by which the type was found, too.
-    const auto type_index = static_cast<std::uint8_t>(batch.header.type_index);
-    Choice *choice = &choices_[batch.header.schema_index][type_index];
-    if (*choice == Choice::unknown)
-        *choice = is_chosen(output->options, batch.type) ? Choice::taken : Choice::left_out;
-    if (*choice == Choice::left_out) return true;
+    auto found = types_.find(batch.type);
+    if (found == types_.end())
+        found = types_.emplace(batch.type, Type{is_chosen(output->options, batch.type)}).first;
+    return !found->second.is_chosen || print(batch, &found->second, output);
+}
+
+bool EventOutput::print(const scan::EventBatch &batch, Type *type, FileOutput *output) {
     for (std::size_t i = 0; i < batch.count; ++i) {
-        if (!print(batch.type, batch.row(i), output)) {
+        if (!print_row(batch.type, batch.row(i), &type->json, output)) {
             VRN_LOG(VRN_LOG_ERROR, "Failed to print");
             return false;
         }

@@ -1,16 +1,19 @@
 // Output of events.
 #pragma once
 
-#include <cstdint>
 #include <memory>
+#include <optional>
+#include <unordered_map>
 
+#include "data/serial/event_json_writer.h"
 #include "reader/file_output.h"
 #include "scan/loaded_schemas.h"
 #include "scan/visitor.h"
 
 namespace vrn::reader {
 
-// Lasts over a run: the name patterns are matched once for all blocks of a type.
+// Lasts over a run: the name patterns are matched and what records have in common is prepared once
+// for all blocks of a type.
 class EventOutput {
   public:
     // The schemas of the batches that follow.
@@ -20,10 +23,15 @@ class EventOutput {
     bool show(const scan::EventBatch &batch, FileOutput *output);
 
   private:
-    enum class Choice : std::uint8_t { unknown, taken, left_out };
+    struct Type {
+        bool is_chosen;
+        std::optional<EventJsonWriter> json = {};  // made at its first row
+    };
+
+    [[nodiscard]] bool print(const scan::EventBatch &batch, Type *type, FileOutput *output);
 
     std::weak_ptr<const scan::LoadedSchemas> schemas_;
-    Choice choices_[VRN_SCHEMAS_BLOCK_MAX_IDS][VRN_MAX_TYPES]{};  // by schema and type index
+    std::unordered_map<const vrn_type_definition_t *, Type> types_;
 };
 
 }  // namespace vrn::reader

@@ -91,7 +91,8 @@ std::string event_difference(std::string_view bytes) {
     const std::string record = random_record(source, type->size);
     const JsonLayout layout = random_layout(source);
     JsonText text(layout);
-    const auto write = [&] { return vrn_event_write_json(type, record.data(), &text); };
+    EventJsonWriter records(*type, text);
+    const auto write = [&] { return records.write(record.data()); };
     return difference(printed_tree(vrn_event_to_json(type, record.data()), layout),
                       written(text, write));
 }

@@ -8,7 +8,7 @@
 
 #include "data/schema/builtin_types.h"
 #include "data/selection/name_tables.h"
-#include "data/serial/event_walk.h"
+#include "data/serial/event_value.h"
 #include "data/text/value_text.h"
 #include "utils/byte_reader.h"
 
@@ -23,10 +23,6 @@ struct BitsSink {
     bool number(std::int64_t value) { return set(static_cast<std::uint64_t>(value)); }
     bool number(double value) { return set(std::bit_cast<std::uint64_t>(value)); }
     bool hex(std::uint64_t value) { return set(value); }
-    // The row may be the last of its bytes: nothing past a value is read.
-    static std::uint64_t load_word(const void *data, unsigned spare_bits) {
-        return load_word_exactly(data, spare_bits);
-    }
 
   private:
     bool set(std::uint64_t value) {

@@ -4,12 +4,15 @@
 #include <utility>
 #include <vector>
 
-#include "data/serial/event_walk.h"
+#include "data/serial/event_value.h"
 #include "data/text/guid_name.h"
 #include "data/text/guid_switch.h"
 #include "data/text/json_value.h"
+#include "data/text/printable.h"
 #include "data/text/value_text.h"
+#include "utils/byte_reader.h"
 #include "utils/catch_all.h"
+#include "utils/log.h"
 
 namespace {
 
@@ -21,19 +24,20 @@ vrn_json_value_ptr hex_value(std::uint64_t number) {
     return vrn_json_value_ptr(text ? json_value_init_string(text.get()) : nullptr);
 }
 
-// See event_walk.h.
+// Puts values together.
 class TreeSink {
   public:
     // The value that was walked, once all is closed.
     JSON_Value *release() { return result_.release(); }
 
-    bool begin_object(const vrn_type_definition_t &) {
-        return open(vrn_json_value_ptr(json_value_init_object()));
+    bool begin_object() { return open(vrn_json_value_ptr(json_value_init_object())); }
+    bool begin_array() { return open(vrn_json_value_ptr(json_value_init_array())); }
+    // Ends the innermost of these.
+    bool close() {
+        vrn_json_value_ptr value = std::move(open_.back().value);
+        open_.pop_back();
+        return take(std::move(value));
     }
-    bool end_object() { return close(); }
-    void begin_array() { open(vrn_json_value_ptr(json_value_init_array())); }
-    bool end_array() { return close(); }
-    void element() {}
     void key(const vrn_type_field_definition_t &field) { open_.back().key = field.field_name; }
 
     template <typename T>
@@ -62,11 +66,6 @@ class TreeSink {
         return take(std::move(json));
     }
 
-    // Whoever calls for a tree gives no slack after the record.
-    static std::uint64_t load_word(const void *data, unsigned spare_bits) {
-        return vrn::load_word_exactly(data, spare_bits);
-    }
-
   private:
     // An object or array that is being filled, and the key of the next member.
     struct Open {
@@ -77,12 +76,6 @@ class TreeSink {
     bool open(vrn_json_value_ptr value) {
         open_.push_back({std::move(value)});
         return open_.back().value != nullptr;
-    }
-
-    bool close() {
-        vrn_json_value_ptr value = std::move(open_.back().value);
-        open_.pop_back();
-        return take(std::move(value));
     }
 
     bool take(vrn_json_value_ptr value) {
@@ -101,6 +94,72 @@ class TreeSink {
     vrn_json_value_ptr result_;
 };
 
+// The walk over one record.
+class EventWalk {
+  public:
+    explicit EventWalk(TreeSink &sink) : sink_(sink) {}
+
+    [[nodiscard]] bool record(const vrn_type_definition_t &type, const void *record) {
+        if (!sink_.begin_object()) return false;
+        for (std::uint16_t i = 0; i < type.num_fields; ++i) {
+            const vrn_type_field_definition_t &field = *type.fields[i];
+            if (!member(field, at(record, field.offset))) return false;
+        }
+        return sink_.close();
+    }
+
+    bool value(const vrn_type_field_definition_t &field, const void *data) {
+        if (field.array_length == 1) return element(field, data);
+        if (is_text(*field.type)) return text(field, data);
+        return array(field, data);
+    }
+
+    [[nodiscard]] bool element(const vrn_type_field_definition_t &field, const void *data) {
+        if (field.form == VRN_VALUE_RECORD) return record(*field.type, data);
+        return vrn::walk_value(field.form, field.spare_bits, data, sink_);
+    }
+
+    [[nodiscard]] bool array(const vrn_type_field_definition_t &field, const void *data) {
+        if (!sink_.begin_array()) return false;
+        for (std::uint64_t i = 0; i < field.array_length; ++i) {
+            if (!element(field, at(data, i * field.type_size))) return false;
+        }
+        return sink_.close();
+    }
+
+  private:
+    static const std::uint8_t *at(const void *data, std::uint64_t offset) {
+        return static_cast<const std::uint8_t *>(data) + offset;
+    }
+
+    static bool is_text(const vrn_type_definition_t &type) {
+        return type.builtin_id == VRN_BUILTIN_CHAR || type.builtin_id == VRN_BUILTIN_UCHAR;
+    }
+
+    [[nodiscard]] bool member(const vrn_type_field_definition_t &field, const void *data) {
+        // Without a type nobody checked the offset.
+        if (!field.type || !field.json_name.key) return false;
+        sink_.key(field);
+        // Whatever the type: 8 bytes are read.
+        if (convert_guids_ && field.json_name.is_guid_word &&
+            sink_.guid_word(field, vrn::load_le<std::uint64_t>(data)))
+            return true;
+        return value(field, data);
+    }
+
+    // The printable characters before the first one that isn't; a NUL ends the text like any other.
+    [[nodiscard]] bool text(const vrn_type_field_definition_t &field, const void *data) {
+        const std::size_t length = vrn::printable_length(at(data, 0), field.array_length);
+        if (sink_.string({static_cast<const char *>(data), length})) return true;
+        VRN_LOG(VRN_LOG_ERROR, "Failed to serialize field %s of type %s[%u] as string",
+                field.field_name, field.type_name, field.array_length);
+        return false;
+    }
+
+    TreeSink &sink_;
+    const bool convert_guids_ = vrn_event_converts_guids();
+};
+
 // What `make` makes in the sink that it is given; null when it fails or memory runs out.
 template <typename Make>
 JSON_Value *made_value(Make make) {
@@ -113,8 +172,7 @@ JSON_Value *made_value(Make make) {
 // What `walk`, given an EventWalk, makes.
 template <typename Walk>
 JSON_Value *walked_value(Walk walk) {
-    return made_value(
-        [&](TreeSink &sink) { return walk(vrn::EventWalk(sink, vrn_event_converts_guids())); });
+    return made_value([&](TreeSink &sink) { return walk(EventWalk(sink)); });
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "data/schema/builtin_types.h"
-#include "data/serial/event_walk.h"
+#include "data/serial/event_value.h"
 #include "data/serial/influx_text.h"
 #include "data/text/printable.h"
 
@@ -43,9 +43,6 @@ class FieldWriter {
     }
     // No walk without GUID names asks for it.
     bool hex(std::uint64_t value) { return number(value); }
-    static std::uint64_t load_word(const void *data, unsigned spare_bits) {
-        return load_word_exactly(data, spare_bits);
-    }
 
   private:
     void add_field(const vrn_type_field_definition_t &field, const std::uint8_t *data) {

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
+#include "data/text/printable.h"
 #include "data/text/utf8.h"
 
 namespace vrn {
@@ -77,6 +79,34 @@ char *write_escaped(char *out, std::string_view text) {
     return out;
 }
 
+// Bytes that the compiler compares at once, where the machine can.
+using Block = std::uint8_t __attribute__((vector_size(16)));
+
+// Index of the first byte of a block that isn't printable ASCII or takes an escape; the size of the
+// block when there is none.
+std::size_t first_unusual(const std::uint8_t *bytes) {
+    Block block;
+    std::memcpy(&block, bytes, sizeof block);
+    const auto found = (block - ' ' > '~' - ' ') | (block == '"') | (block == '\\');
+    std::uint64_t words[2];
+    static_assert(sizeof found == sizeof words);
+    std::memcpy(words, &found, sizeof words);
+    if (words[0] != 0) return static_cast<std::size_t>(std::countr_zero(words[0])) / 8;
+    return 8 + static_cast<std::size_t>(std::countr_zero(words[1])) / 8;
+}
+
+// Copies whole blocks up to the first unusual byte; returns how many bytes that are.
+std::size_t copy_usual(char *out, Bytes bytes) {
+    std::size_t done = 0;
+    while (bytes.size() - done >= sizeof(Block)) {
+        std::memcpy(out + done, &bytes[done], sizeof(Block));
+        const std::size_t usual = first_unusual(&bytes[done]);
+        done += usual;
+        if (usual < sizeof(Block)) break;
+    }
+    return done;
+}
+
 }  // namespace
 
 void append_json_string(std::string_view text, TextBuffer *to) {
@@ -97,6 +127,21 @@ bool append_checked_json_string(std::string_view text, TextBuffer *to) {
     *out++ = '"';
     to->advance_to(out);
     return true;
+}
+
+char *write_printable_json(char *out, Bytes bytes) {
+    *out++ = '"';
+    const std::size_t usual = copy_usual(out, bytes);
+    out += usual;
+    bytes = bytes.subspan(usual);
+    const std::string_view rest(reinterpret_cast<const char *>(bytes.data()),
+                                printable_length(bytes.data(), bytes.size()));
+    if (!rest.empty()) {
+        if (!is_ascii(rest) && !is_utf8(rest)) return nullptr;
+        out = write_escaped(out, rest);
+    }
+    *out++ = '"';
+    return out;
 }
 
 }  // namespace vrn

@@ -1,9 +1,11 @@
 // JSON strings, with the escapes that parson prints.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 #include "data/text/text_buffer.h"
+#include "utils/byte_reader.h"
 
 namespace vrn {
 
@@ -12,5 +14,14 @@ void append_json_string(std::string_view text, TextBuffer *to);
 
 // Appends text of others in quotes. False, with nothing appended, when it isn't UTF-8.
 [[nodiscard]] bool append_checked_json_string(std::string_view text, TextBuffer *to);
+
+// Room for what write_printable_json() makes of so many bytes.
+constexpr std::size_t printable_json_room(std::size_t size) {
+    constexpr std::size_t quotes = 2;
+    return 2 * size + quotes;  // with an escape for each
+}
+// Writes the printable characters before the first one that isn't, in quotes. Returns the end, null
+// when they aren't UTF-8. Copies go in steps, by up to TextBuffer::slack bytes beyond the room.
+[[nodiscard]] char *write_printable_json(char *out, Bytes bytes);
 
 }  // namespace vrn

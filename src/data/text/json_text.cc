@@ -51,21 +51,6 @@ void JsonText::key(std::string_view name) {
     append(pretty_ ? ": " : ":");
 }
 
-bool JsonText::number(double value) {
-    // JSON has no form for them.
-    if (!std::isfinite(value)) return false;
-    advance_to(write_double(reserve(max_number_size), value));
-    return true;
-}
-
-void JsonText::hex(std::uint64_t value) {
-    static constexpr std::string_view prefix = "\"0x";
-    char *out = std::ranges::copy(prefix, reserve(max_number_size)).out;
-    out = write_hex_digits(out, value);
-    *out++ = '"';
-    advance_to(out);
-}
-
 bool JsonText::tree(const JSON_Value *value) {
     const vrn_json_text_ptr text(pretty_ ? json_serialize_to_string_pretty(value)
                                          : json_serialize_to_string(value));

@@ -11,9 +11,8 @@
 #include <string_view>
 #include <type_traits>
 
-#include "data/text/digits.h"
-#include "data/text/double_text.h"
 #include "data/text/json_name.h"
+#include "data/text/json_scalar.h"
 #include "data/text/json_string.h"
 #include "data/text/text_buffer.h"
 
@@ -77,39 +76,38 @@ class JsonText : public TextBuffer {
         write(text);
         return std::string(text.view());
     }
+    // Up to `piece_slack` bytes after both ends are touched.
+    static char *copy_in_steps(char *out, const char *from, std::size_t size) {
+        std::memcpy(out, from, step);
+        for (std::size_t done = step; done < size; done += step)
+            std::memcpy(out + done, from + done, step);
+        return out + size;
+    }
     // A piece at the place it was made for; the comma of the first one is left out.
     void prepared(const char *piece, std::size_t size) {
         advance_to(write_prepared(reserve(size), piece, size));
     }
-    // A piece and the integer that follows it. What rows of counters are made of: a call would cost
+    // A piece and the number that follows it. What rows of counters are made of: a call would cost
     // a tenth.
-    [[gnu::always_inline]] void prepared_integer(const char *piece, std::size_t size,
-                                                 std::uint64_t value) {
-        char *out = write_prepared(reserve(size + max_number_size), piece, size);
-        advance_to(value <= exact_limit ? write_digits(out, value)
-                                        : write_double(out, static_cast<double>(value)));
-    }
-    void prepared_integer(const char *piece, std::size_t size, std::int64_t value) {
-        if (value >= 0) return prepared_integer(piece, size, static_cast<std::uint64_t>(value));
-        prepared(piece, size);
-        signed_integer(value);
+    template <typename T>
+    [[gnu::always_inline]] void prepared_integer(const char *piece, std::size_t size, T value) {
+        char *out = write_prepared(reserve(size + JSON_SCALAR_ROOM), piece, size);
+        advance_to(write_json_number(out, value));
     }
 
     // False, with nothing written, for a NaN or an infinity.
-    [[nodiscard]] bool number(double value);
-    [[nodiscard]] bool number(float value) { return number(static_cast<double>(value)); }
-    // Any integer, printed as the double nearest to it.
-    template <typename T>
-    requires std::is_integral_v<T>
-    bool number(T value) {
-        if constexpr (std::is_signed_v<T>) {
-            return signed_integer(value);
-        } else {
-            return integer(value);
-        }
+    [[nodiscard]] bool number(double value) {
+        char *end = write_json_number(reserve(JSON_SCALAR_ROOM), value);
+        if (end) advance_to(end);
+        return end != nullptr;
     }
-    // "0x" and 16 digits, in quotes.
-    void hex(std::uint64_t value);
+    // Any integer, printed as the double nearest to it.
+    template <std::integral T>
+    bool number(T value) {
+        using Wide = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
+        advance_to(write_json_number(reserve(JSON_SCALAR_ROOM), Wide{value}));
+        return true;
+    }
     // False, with nothing written, when `text` isn't UTF-8.
     [[nodiscard]] bool string(std::string_view text) {
         return append_checked_json_string(text, this);
@@ -122,17 +120,7 @@ class JsonText : public TextBuffer {
     // Copies are made in whole steps; what is copied must be readable so far after its end.
     static constexpr std::size_t step = VRN_JSON_KEY_STEP;
     static_assert(step <= slack);
-    // Room for any number, whose digits are those of parson's "%1.17g".
-    static constexpr std::size_t max_number_size = DOUBLE_TEXT_ROOM;
-    // Up to here all integers are doubles.
-    static constexpr std::uint64_t exact_limit = std::uint64_t{1} << 53;
 
-    static char *copy_in_steps(char *out, const char *from, std::size_t size) {
-        std::memcpy(out, from, step);
-        for (std::size_t done = step; done < size; done += step)
-            std::memcpy(out + done, from + done, step);
-        return out + size;
-    }
     // What stands before a member or element: a comma, except before the first, and a line break.
     char *write_separator(char *out) {
         out = copy_in_steps(out, &separator_[is_empty_], separator_size_ - is_empty_);
@@ -147,20 +135,6 @@ class JsonText : public TextBuffer {
     void set_level(std::size_t level);
     void open(char bracket);
     void close(char bracket);
-    bool integer(std::uint64_t value) {
-        if (value > exact_limit) return number(static_cast<double>(value));
-        advance_to(write_digits(reserve(max_number_size), value));
-        return true;
-    }
-    bool signed_integer(std::int64_t value) {
-        if (value >= 0) return integer(static_cast<std::uint64_t>(value));
-        const std::uint64_t magnitude = -static_cast<std::uint64_t>(value);
-        if (magnitude > exact_limit) return number(static_cast<double>(value));
-        char *out = reserve(max_number_size);
-        *out++ = '-';
-        advance_to(write_digits(out, magnitude));
-        return true;
-    }
 
     bool pretty_;
     std::size_t colon_gap_;     // blanks after a colon
