@@ -19,17 +19,22 @@ Lines parse(const char *operands, Lines arguments) {
           [&](const char *value) {
               seen.push_back("size " + std::to_string(number_value(value, 1, 1000)));
           }},
-         {"sort", 0, "KEY", "",
-          [&](const char *value) { seen.push_back("sort " + std::string(value)); }},
+         {"sort",
+          0,
+          "KEY",
+          "",
+          [&](const char *value) { seen.push_back("sort " + std::string(value)); },
+          {"-a", "name", "time"}},
          {"all", 'a', nullptr, "", [&](const char *) { seen.push_back("all"); }}}};
     arguments.insert(arguments.begin(), "tool");
     std::vector<char *> argv;
     for (std::string &argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     try {
-        const auto rest = parse_command_line(line, static_cast<int>(arguments.size()), argv.data());
-        if (!rest) return {"help"};
-        for (const std::string &operand : *rest) seen.push_back("operand " + operand);
+        const ParsedLine parsed =
+            parse_command_line(line, static_cast<int>(arguments.size()), argv.data());
+        if (!parsed.answer.empty()) return {parsed.answer.substr(0, parsed.answer.find(' '))};
+        for (const std::string &operand : parsed.operands) seen.push_back("operand " + operand);
     } catch (const UsageError &error) {
         return {error.what()};
     }
@@ -39,11 +44,12 @@ Lines parse(const char *operands, Lines arguments) {
 TEST(CommandLine, RowsTakeTheirValuesInOrder) {
     const std::pair<Lines, Lines> cases[] = {
         {{}, {}},
-        {{"-s", "1", "-as1000", "--sort=", "--sort", "-a", "--si", "0x10"},
-         {"size 1", "all", "size 1000", "sort ", "sort -a", "size 16"}},
+        {{"-s", "1", "-as1000", "--sort=name", "--sort", "-a", "--si", "0x10"},
+         {"size 1", "all", "size 1000", "sort name", "sort -a", "size 16"}},
         {{"b", "-a", "--", "-s"}, {"all", "operand b", "operand -s"}},
-        {{"-a", "-h", "--unknown"}, {"help"}},
-        {{"--help"}, {"help"}},
+        {{"-a", "-h", "--unknown"}, {"Usage:"}},
+        {{"--help"}, {"Usage:"}},
+        {{"--version", ""}, {"tool"}},
     };
     for (const auto &[arguments, seen] : cases) EXPECT_EQ(parse("[file]", arguments), seen);
 }
@@ -55,13 +61,16 @@ TEST(CommandLine, RefusesWhatNoRowTakes) {
         {{"--s", "1"}, "unknown option --s"},  // short for two rows
         {{"-s"}, "--size needs a value"},
         {{"--sort"}, "--sort needs a value"},
+        {{"--sort="}, "--sort needs a value"},
+        {{"--sort", "tim"}, "--sort takes -a, name or time, not 'tim'"},
         {{"--all=1"}, "--all takes no value"},
         {{"--help=1"}, "--help takes no value"},
         {{"extra"}, "'extra' is one argument too many"},
     };
     for (const auto &[arguments, error] : cases) EXPECT_EQ(parse(nullptr, arguments), Lines{error});
+    EXPECT_EQ(parse("file ...", {"a", ""}), Lines{"an argument is empty"});
     for (const std::string number :
-         {"0", "1001", "-1", "+1", " 1", "1 ", "", "1k", "x", "18446744073709551617"})
+         {"0", "1001", "-1", "+1", " 1", "1 ", "1k", "x", "18446744073709551617"})
         EXPECT_EQ(parse(nullptr, {"-s", number}),
                   Lines{"--size takes a number from 1 to 1000, not '" + number + "'"});
 }
@@ -83,6 +92,7 @@ TEST(CommandLine, HelpIsMadeOfTheRows) {
               "                    is as wide as a terminal mostly is.\n"
               "      --all         All.\n"
               "  -h, --help        Print this message.\n"
+              "  -V, --version     Print the version.\n"
               "Notes.\n");
 }
 

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "utils/parse_number.h"
+#include "vrn_version.h"
 
 namespace vrn::tool {
 namespace {
@@ -16,17 +17,8 @@ constexpr std::size_t help_width = 80;
 // getopt's codes of rows start above those of letters.
 constexpr int first_row_code = 256;
 
-const Option &help_row() {
-    static const Option row = {"help", 'h', nullptr, "Print this message.", {}};
-    return row;
-}
-
-std::vector<const Option *> list_rows(const CommandLine &line) {
-    std::vector<const Option *> rows;
-    for (const Option &row : line.options) rows.push_back(&row);
-    rows.push_back(&help_row());  // last in the help, as is usual
-    return rows;
-}
+const Option help_row = {"help", 'h', nullptr, "Print this message.", {}};
+const Option version_row = {"version", 'V', nullptr, "Print the version.", {}};
 
 std::string left_column(const Option &row) {
     std::string text = row.letter ? std::string("  -") + row.letter + ", --" : "      --";
@@ -93,8 +85,27 @@ const Option *row_of(const std::vector<const Option *> &rows, int code) {
     throw UsageError(std::string("unknown option ") + argv[optind - 1]);
 }
 
+std::string version_text(const CommandLine &line) {
+    const std::string commit = vrn_build_commit;
+    return std::string(line.program) + " " + vrn_version_string() +
+           (commit.empty() ? "" : " (commit " + commit + ")") + "\n";
+}
+
+// "a, b or c"
+std::string choice_of(const std::vector<std::string> &words) {
+    std::string text = words.front();
+    for (std::size_t i = 1; i < words.size(); ++i)
+        text += (i + 1 < words.size() ? ", " : " or ") + words[i];
+    return text;
+}
+
 void take_value(const Option &row) {
+    // An empty value is mostly a variable of a script that was never set.
+    if (row.argument && *optarg == '\0')
+        throw UsageError(std::string("--") + row.name + " needs a value");
     try {
+        if (!row.words.empty() && std::ranges::find(row.words, optarg) == row.words.end())
+            throw BadValue(choice_of(row.words));
         row.take(optarg);
     } catch (const BadValue &error) {
         throw UsageError(std::string("--") + row.name + " takes " + error.what() + ", not '" +
@@ -103,6 +114,14 @@ void take_value(const Option &row) {
 }
 
 }  // namespace
+
+std::vector<const Option *> list_rows(const CommandLine &line) {
+    std::vector<const Option *> rows;
+    for (const Option &row : line.options) rows.push_back(&row);
+    rows.push_back(&help_row);  // last in the help, as is usual
+    rows.push_back(&version_row);
+    return rows;
+}
 
 std::string help_text(const CommandLine &line) {
     const std::vector<const Option *> rows = list_rows(line);
@@ -115,8 +134,7 @@ std::string help_text(const CommandLine &line) {
     return text + line.notes;
 }
 
-std::optional<std::vector<std::string>> parse_command_line(const CommandLine &line, int argc,
-                                                           char **argv) {
+ParsedLine parse_command_line(const CommandLine &line, int argc, char **argv) {
     const std::vector<const Option *> rows = list_rows(line);
     const std::string letters = letters_of(rows);
     const std::vector<option> long_options = long_options_of(rows);
@@ -128,13 +146,15 @@ std::optional<std::vector<std::string>> parse_command_line(const CommandLine &li
         if (code == '?' || code == ':') refuse_option(rows, code, argv);
         const Option *row = row_of(rows, code);
         // At once: what follows may be wrong without harm.
-        if (row == &help_row()) return std::nullopt;
+        if (row == &help_row) return {help_text(line), {}};
+        if (row == &version_row) return {version_text(line), {}};
         take_value(*row);
     }
     std::vector<std::string> operands(argv + optind, argv + argc);
     if (!line.operands && !operands.empty())
         throw UsageError("'" + operands.front() + "' is one argument too many");
-    return operands;
+    if (std::ranges::find(operands, "") != operands.end()) throw UsageError("an argument is empty");
+    return {"", operands};
 }
 
 std::uint64_t number_value(const char *text, std::uint64_t min, std::uint64_t max) {

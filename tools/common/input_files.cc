@@ -1,5 +1,7 @@
 #include "common/input_files.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -7,6 +9,8 @@
 #include <set>
 #include <system_error>
 
+#include "common/command_line.h"
+#include "common/shown_text.h"
 #include "data/compressed_page.h"
 #include "data/data_file_header.h"
 #include "data/magic.h"
@@ -128,6 +132,19 @@ bool find_input_files(const std::vector<std::string> &operands, std::vector<Inpu
     // One that fails doesn't keep the others from being read.
     for (const std::string &path : operands) good &= search.take_operand(path);
     return good;
+}
+
+bool standard_output_is_file() {
+    struct stat status {};
+    return fstat(STDOUT_FILENO, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+void refuse_output_into_input(const std::vector<InputFile> &files) {
+    struct stat status {};
+    if (!standard_output_is_file() || fstat(STDOUT_FILENO, &status) != 0) return;
+    const auto found = std::ranges::find(files, FileId(status), &InputFile::id);
+    if (found != files.end())
+        throw UsageError("standard output is the input " + shown_text(found->path));
 }
 
 }  // namespace vrn::tool

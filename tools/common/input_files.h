@@ -34,4 +34,11 @@ struct InputFile {
 [[nodiscard]] bool find_input_files(const std::vector<std::string> &operands,
                                     std::vector<InputFile> *files);
 
+// False where standard output is a pipe or a terminal, which can be no input.
+bool standard_output_is_file();
+
+// Throws UsageError when standard output would add to one of `files`, which could moreover be read
+// while it grows.
+void refuse_output_into_input(const std::vector<InputFile> &files);
+
 }  // namespace vrn::tool

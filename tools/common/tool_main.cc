@@ -33,9 +33,9 @@ bool flush_output(const char *program) {
 
 int run_work(const CommandLine &line, int argc, char **argv,
              const std::function<int(const std::vector<std::string> &)> &work) {
-    const auto operands = parse_command_line(line, argc, argv);
-    if (operands) return work(*operands);
-    std::fputs(help_text(line).c_str(), stdout);
+    const ParsedLine parsed = parse_command_line(line, argc, argv);
+    if (parsed.answer.empty()) return work(parsed.operands);
+    std::fputs(parsed.answer.c_str(), stdout);
     return EXIT_SUCCESS;
 }
 

@@ -14,9 +14,9 @@ namespace vrn::tool {
 
 inline constexpr int usage_status = 64;  // wrong usage; nothing was done
 
-// Runs `work` with the operands of the command line, or prints the help. Returns the exit status:
-// 0, 1 when `work` returns false or throws or standard output can't take what was printed, and
-// usage_status after a UsageError, also of `work`. What is thrown is told in a line.
+// Runs `work` with the operands of the command line, or prints the help or the version. Returns the
+// exit status: 0, 1 when `work` returns false or throws or standard output can't take what was
+// printed, and usage_status after a UsageError, also of `work`. What is thrown is told in a line.
 int run_tool(const CommandLine &line, int argc, char **argv,
              const std::function<bool(const std::vector<std::string> &operands)> &work);
 

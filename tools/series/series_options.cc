@@ -8,13 +8,8 @@
 namespace vrn::series {
 namespace {
 
-std::string text_value(const char *text, const char *what) {
-    if (*text != '\0') return text;
-    throw tool::BadValue(what);
-}
-
 void append_names(const char *value, std::vector<std::string> *names) {
-    std::istringstream list(text_value(value, "names with commas between them"));
+    std::istringstream list(value);
     for (std::string name; std::getline(list, name, ',');)
         if (!name.empty()) names->push_back(name);
 }
@@ -26,9 +21,7 @@ std::vector<tool::Option> series_option_rows(SeriesOptions *options) {
         {"select", 0, "PATTERN",
          "Take only series whose name matches this shell pattern, such as 'cpu_sample.*' (may be "
          "given several times).",
-         [options](const char *value) {
-             options->select.push_back(text_value(value, "a pattern of names"));
-         }},
+         [options](const char *value) { options->select.emplace_back(value); }},
         {"label-fields", 0, "NAMES",
          "Fields of events that tell rows apart, such as cpu,name: they are labels.",
          [options](const char *value) { append_names(value, &options->label_fields); }},
@@ -37,9 +30,7 @@ std::vector<tool::Option> series_option_rows(SeriesOptions *options) {
          [options](const char *) { options->use_metadata = true; }},
         {"schema-path", 's', "DIR",
          "Folder of the schema files (./schema, or else the nearest folder 'schema' above a file).",
-         [options](const char *value) {
-             options->schema_folder = text_value(value, "the path of a folder");
-         }},
+         [options](const char *value) { options->schema_folder = value; }},
     };
 }
 

@@ -18,61 +18,14 @@
 #include "series/file_times.h"
 #include "series/name_selection.h"
 #include "series/series_options.h"
-#include "utils/log.h"
 #include "utils/replace_file.h"
+#include "vrn_chart/chart_options.h"
 
 namespace vrn::chart {
 namespace {
 
 constexpr char program[] = "vrn_chart";
-// A browser draws no more; the bound keeps a slip in the option from taking the memory.
-constexpr std::uint64_t max_samples = 1'000'000;
 constexpr std::uint64_t max_store_bytes = std::uint64_t{1} << 30;
-
-struct ChartOptions {
-    std::string output;  // empty: standard output
-    std::uint64_t samples = 1000;
-    std::vector<std::string> shown_first;  // shell patterns over names
-    series::SeriesOptions series;
-    std::uint32_t log_level = VRN_LOG_WARNING;
-};
-
-std::string path_value(const char *text) {
-    if (*text != '\0') return text;
-    throw tool::BadValue("the path of a file");
-}
-
-tool::CommandLine command_line(ChartOptions *options) {
-    std::vector<tool::Option> rows = {
-        {"output", 'o', "FILE",
-         "File to write (standard output). It is replaced when the page is whole.",
-         [options](const char *value) { options->output = path_value(value); }},
-        {"samples", 'n', "NUMBER", "Newest samples to take of each series (1000).",
-         [options](const char *value) {
-             options->samples = tool::number_value(value, 1, max_samples);
-         }},
-        {"show", 0, "PATTERN",
-         "Show metrics whose name matches this shell pattern when the page is opened (may be given "
-         "several times).",
-         [options](const char *value) {
-             if (*value == '\0') throw tool::BadValue("a pattern of names");
-             options->shown_first.emplace_back(value);
-         }},
-        {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
-         [options](const char *) { options->log_level = VRN_LOG_INFO; }}};
-    const std::vector<tool::Option> more = series::series_option_rows(&options->series);
-    rows.insert(rows.end() - 1, more.begin(), more.end());
-    return {
-        program, "file|folder ...",
-        "Writes one HTML page with charts of the numbers in data files, to open in a browser.\n"
-        "Of a folder it takes all data files below.\n",
-        std::move(rows),
-        "Metrics are shown under their names, counters with the labels source and group, and\n"
-        "each number of an event as 'type.field' with the label source. Histograms are shown\n"
-        "as series of their buckets, counts and sums. All series together have room for 1 GiB,\n"
-        "at 16 bytes a sample. A file with more series is an error; the page shows those that\n"
-        "fit.\n"};
-}
 
 bool fail(const std::string &what) {
     tool::print_error(program, what);
@@ -181,7 +134,8 @@ bool run(const ChartOptions &options, const std::vector<std::string> &operands) 
 
 int main(int argc, char **argv) {
     vrn::chart::ChartOptions options;
-    return vrn::tool::run_tool(
-        vrn::chart::command_line(&options), argc, argv,
-        [&](const std::vector<std::string> &operands) { return run(options, operands); });
+    return vrn::tool::run_tool(vrn::chart::make_command_line(&options), argc, argv,
+                               [&](const std::vector<std::string> &operands) {
+                                   return vrn::chart::run(options, operands);
+                               });
 }

@@ -6,10 +6,11 @@
 namespace vrn::collect {
 namespace {
 
-using tool::BadValue;
 using tool::Option;
 
 using Take = std::function<void(const char *value)>;
+
+constexpr std::string_view gzip = "gzip";
 
 constexpr char about[] =
     "Samples /proc of this machine; writes DIR/data/**/*.bin and DIR/schema/*.json.\n"
@@ -37,12 +38,8 @@ constexpr char notes[] =
     "Exit status: 0 when all samples were stored, 1 when something could not be, 64\n"
     "for wrong usage.\n";
 
-Take text_into(std::string *text, const char *what) {
-    return [=](const char *value) {
-        // An empty value is mostly a variable of a script that was never set.
-        if (!*value) throw BadValue(what);
-        *text = value;
-    };
+Take text_into(std::string *text) {
+    return [=](const char *value) { *text = value; };
 }
 
 Take bytes_into(std::optional<std::uint64_t> *bytes) {
@@ -59,29 +56,26 @@ Take milliseconds_into(Milliseconds *time, std::uint64_t min) {
     };
 }
 
-void take_encoding(CollectOptions *options, std::string_view name) {
-    if (name == "gzip")
-        options->encoding = VRN_ENCODING_GZIP;
-    else if (name == "snappy")
-        options->encoding = VRN_ENCODING_SNAPPY;
-    else
-        throw BadValue("gzip or snappy");
-}
-
 std::vector<Option> run_rows(CollectOptions *options) {
     return {
         {"output-dir", 'o', "DIR", "Folder to write to, made when missing (telemetry).",
-         text_into(&options->output_dir, "a folder")},
+         text_into(&options->output_dir)},
         {"interval", 'i', "MS", "Milliseconds between samples (100).",
          milliseconds_into(&options->interval, 1)},
         {"duration", 't', "MS", "Milliseconds in all; 0: until a signal comes (2000).",
          milliseconds_into(&options->duration, 0)},
         {"source", 's', "SOURCES", "Names of the sources, see below (this host's name).",
-         text_into(&options->sources, "names of sources")},
+         text_into(&options->sources)},
         {"source-name", 0, "NAME", "Name of the only source, taken as it is.",
-         text_into(&options->source_name, "a name")},
-        {"encoding", 'e', "NAME", "Compress events in pages: gzip or snappy.",
-         [=](const char *value) { take_encoding(options, value); }},
+         text_into(&options->source_name)},
+        {"encoding",
+         'e',
+         "NAME",
+         "Compress events in pages: gzip or snappy.",
+         [=](const char *value) {
+             options->encoding = value == gzip ? VRN_ENCODING_GZIP : VRN_ENCODING_SNAPPY;
+         },
+         {std::string(gzip), "snappy"}},
     };
 }
 
@@ -89,9 +83,9 @@ std::vector<Option> file_rows(WriterOptions *options) {
     return {
         {"counters-template", 'c', "PATH",
          "Path of counters files below the data folder, see below ({{tag}}{{id}}.bin).",
-         text_into(&options->counters_template, "a path")},
+         text_into(&options->counters_template)},
         {"data-template", 'd', "PATH", "The same of event and metrics files.",
-         text_into(&options->data_template, "a path")},
+         text_into(&options->data_template)},
         {"file-size", 'S', "BYTES", "Begin a new file at this size.",
          bytes_into(&options->file_size)},
         {"file-age", 'A', "MS", "Begin a new file when data would span this time.",
@@ -110,17 +104,16 @@ std::vector<Option> file_rows(WriterOptions *options) {
 std::vector<Option> filter_rows(WriterOptions *options) {
     return {
         {"allow-tags", 0, "LIST", "Store these tags only, of counters, events and metrics.",
-         text_into(&options->allowed_tags, "tags")},
+         text_into(&options->allowed_tags)},
         {"exclude-tags", 0, "LIST", "Store none of these tags.",
-         text_into(&options->excluded_tags, "tags")},
-        {"allow-scope", 0, "LIST", "Store these sources only.",
-         text_into(&options->allowed_scope, "names of sources")},
+         text_into(&options->excluded_tags)},
+        {"allow-scope", 0, "LIST", "Store these sources only.", text_into(&options->allowed_scope)},
         {"exclude-scope", 0, "LIST", "Store none of these sources.",
-         text_into(&options->excluded_scope, "names of sources")},
+         text_into(&options->excluded_scope)},
         {"allow-scope-file", 0, "FILE", "Store the sources of this file only, one a line.",
-         text_into(&options->allowed_scope_file, "a file")},
+         text_into(&options->allowed_scope_file)},
         {"exclude-scope-file", 0, "FILE", "Store none of the sources of this file.",
-         text_into(&options->excluded_scope_file, "a file")},
+         text_into(&options->excluded_scope_file)},
     };
 }
 

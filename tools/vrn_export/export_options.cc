@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -22,21 +21,20 @@ constexpr std::array<std::pair<std::string_view, FormatKind>, 4> formats = {
      {"lines", FormatKind::lines},
      {"openmetrics", FormatKind::openmetrics}}};
 
-FormatKind format_value(const char *text) {
-    const auto *found = std::ranges::find(formats, text, [](const auto &row) { return row.first; });
-    if (found != formats.end()) return found->second;
-    throw tool::BadValue("ndjson, csv, lines or openmetrics");
-}
+constexpr std::array<std::pair<std::string_view, Compression>, 2> compressions = {
+    {{"gz", Compression::gzip}, {"zst", Compression::zstd}}};
 
-Compression compression_value(const char *text) {
-    if (std::strcmp(text, "gz") == 0) return Compression::gzip;
-    if (std::strcmp(text, "zst") == 0) return Compression::zstd;
-    throw tool::BadValue("gz or zst");
-}
-
-std::string path_value(const char *text) {
-    if (*text != '\0') return text;
-    throw tool::BadValue("a path");
+// An option that takes one of the names.
+template <typename Kind, std::size_t Count>
+tool::Option choice_option(tool::Option row,
+                           const std::array<std::pair<std::string_view, Kind>, Count> &choices,
+                           Kind *kind) {
+    for (const auto &choice : choices) row.words.emplace_back(choice.first);
+    row.take = [&choices, kind](const char *value) {
+        const auto first = [](const auto &choice) { return choice.first; };
+        *kind = std::ranges::find(choices, value, first)->second;
+    };
+    return row;
 }
 
 // Appends the parts between commas.
@@ -67,29 +65,30 @@ std::vector<tool::Option> selection_options(SelectionOptions *selection) {
         list_option("source", "NAMES", "Sources.", &selection->sources),
         list_option("tag", "NAMES", "Tags.", &selection->tags),
         {"fset-file", 'F', "FILE", "Field set, as vrn_read has it.",
-         [=](const char *value) { selection->field_set_file = path_value(value); }},
+         [=](const char *value) { selection->field_set_file = value; }},
         {"cset-file", 'C', "FILE", "Counter set, as vrn_read has it.",
-         [=](const char *value) { selection->counter_set_file = path_value(value); }},
+         [=](const char *value) { selection->counter_set_file = value; }},
     };
 }
 
 std::vector<tool::Option> output_options(ExportOptions *options) {
     return {
-        {"format", 'f', "FORMAT", "ndjson (the default), csv, lines or openmetrics.",
-         [=](const char *value) { options->format.kind = format_value(value); }},
+        choice_option(
+            {"format", 'f', "FORMAT", "ndjson (the default), csv, lines or openmetrics.", {}},
+            formats, &options->format.kind),
         {"output", 'o', "DIR",
          "Write a file for each input below DIR (csv: one for each table), whole or not at all. "
          "Without it, one stream goes to standard output.",
-         [=](const char *value) { options->output_folder = path_value(value); }},
-        {"compress", 0, "KIND", "Compress the output: gz or zst.",
-         [=](const char *value) { options->compression = compression_value(value); }},
+         [=](const char *value) { options->output_folder = value; }},
+        choice_option({"compress", 0, "KIND", "Compress the output: gz or zst.", {}}, compressions,
+                      &options->compression),
         {"resume", 0, nullptr,
          "Keep the parts in DIR that are complete, newer than their inputs and made by the same "
          "options.",
          [=](const char *) { options->resumes = true; }},
         {"report", 0, "FILE",
          "Write a JSON line for each input, and one for the run (--list: for each source).",
-         [=](const char *value) { options->report_file = path_value(value); }},
+         [=](const char *value) { options->report_file = value; }},
         list_option("tag-fields", "NAMES", "Fields that are tags (lines) or labels (openmetrics).",
                     &options->format.tag_fields),
         {"iso-times", 0, nullptr, "Times as ISO 8601 texts in UTC, not as microseconds.",
@@ -114,7 +113,7 @@ std::vector<tool::Option> run_options(ExportOptions *options) {
          [=](const char *) { options->task = Task::list; }},
         {"schema-path", 's', "DIR",
          "Folder of the schema files (./schema, or else the nearest folder 'schema' above a file).",
-         [=](const char *value) { options->schema_path = path_value(value); }},
+         [=](const char *value) { options->schema_path = value; }},
         {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
          [=](const char *) { options->log_level = VRN_LOG_INFO; }},
     };

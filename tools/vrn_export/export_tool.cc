@@ -64,7 +64,7 @@ class ExportJob {
         if (has_folder()) refuse_output_among_inputs(operands, options.output_folder);
         found_all_ = tool::find_input_files(operands, &files_);
         format_ = make_format(options.format);
-        if (!has_folder() && options.task == Task::convert) refuse_stream_into_input(files_);
+        tool::refuse_output_into_input(files_);
         // Before shards are cut: a list that one shard refuses is refused by all of them.
         if (has_parts()) give_each_a_part(suffix(), &files_);
         // Of all inputs, so that all shards have the same heads.

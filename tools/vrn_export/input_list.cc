@@ -1,8 +1,5 @@
 #include "vrn_export/input_list.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
 
@@ -42,15 +39,6 @@ void refuse_output_among_inputs(const std::vector<std::string> &operands,
                                        " would put files into the input folder " +
                                        tool::shown_text(operand));
     }
-}
-
-void refuse_stream_into_input(const std::vector<tool::InputFile> &files) {
-    struct stat status {};
-    // Pipes and terminals can be no input. A regular file could be read while it grows.
-    if (fstat(STDOUT_FILENO, &status) != 0 || !S_ISREG(status.st_mode)) return;
-    const auto found = std::ranges::find(files, tool::FileId(status), &tool::InputFile::id);
-    if (found != files.end())
-        throw tool::UsageError("standard output is the input " + tool::shown_text(found->path));
 }
 
 }  // namespace vrn::exporter

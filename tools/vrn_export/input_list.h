@@ -13,7 +13,4 @@ namespace vrn::exporter {
 void refuse_output_among_inputs(const std::vector<std::string> &operands,
                                 const std::string &folder);
 
-// The same for standard output.
-void refuse_stream_into_input(const std::vector<tool::InputFile> &files);
-
 }  // namespace vrn::exporter

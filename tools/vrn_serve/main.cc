@@ -1,14 +1,18 @@
 // vrn_serve: a live chart page of the numbers in data files.
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "common/input_files.h"
 #include "common/tool_main.h"
 #include "series/name_selection.h"
 #include "vrn_serve/access.h"
@@ -48,6 +52,24 @@ void wait_for_stop(const sigset_t &signals) {
     }).detach();
 }
 
+// The line that is printed must not go into a file that is served.
+void check_output(const std::vector<std::string> &operands) {
+    if (!tool::standard_output_is_file()) return;
+    const tool::QuietLog quiet;  // the follower tells what can't be read
+    std::vector<tool::InputFile> files;
+    static_cast<void>(tool::find_input_files(operands, &files));
+    tool::refuse_output_into_input(files);
+}
+
+// Whoever started us may wait for this line.
+void print_address(const std::string &address) {
+    std::printf("http://%s/rta/metrics/dump\n", address.c_str());
+    if (std::fflush(stdout) == 0) return;
+    std::clearerr(stdout);  // told here, and not again at the end
+    throw std::runtime_error(std::string("can't write to standard output: ") +
+                             std::strerror(errno));
+}
+
 bool run(const ServeOptions &options, const std::vector<std::string> &operands) {
     if (operands.empty()) throw tool::UsageError("no file or folder is given");
     SiteOptions site_options;
@@ -62,6 +84,7 @@ bool run(const ServeOptions &options, const std::vector<std::string> &operands) 
         throw tool::UsageError("others can reach " + listening.address +
                                ": --token-file or, for everyone, --open is needed");
     tool::start_log(options.log_level);
+    check_output(operands);
     // A client that goes away ends its answer, not the process.
     std::signal(SIGPIPE, SIG_IGN);
     // Before the first thread starts, as threads inherit the mask.
@@ -72,9 +95,7 @@ bool run(const ServeOptions &options, const std::vector<std::string> &operands) 
     Site site(std::move(site_options), &store, [&follower] { return follower.state(); });
     const HttpServer server(std::move(listening.socket), {},
                             [&site](const Request &request) { return site.answer(request); });
-    // Printed once connections are taken: whoever started us may wait for this line.
-    std::printf("http://%s/rta/metrics/dump\n", listening.address.c_str());
-    std::fflush(stdout);
+    print_address(listening.address);
     wait_for_stop(stop_signals);
     return true;
 }

@@ -9,70 +9,16 @@
 
 #include "common/input_files.h"
 #include "common/tool_main.h"
-#include "utils/log.h"
 #include "vrn_sql/prompt.h"
 #include "vrn_sql/query_runner.h"
 #include "vrn_sql/query_watch.h"
+#include "vrn_sql/sql_options.h"
 #include "vrn_sql/statements.h"
 
 namespace vrn::sqltool {
 namespace {
 
 constexpr int signal_status = 128;  // and the number of the signal, as shells have it
-
-struct Settings {
-    Form form = Form::table;
-    std::string output;  // empty: standard output
-    std::string schema_folder;
-    bool shows_tables = false;
-    bool is_ordered = false;
-    bool is_strict = false;
-    std::uint32_t log_level = VRN_LOG_WARNING;
-};
-
-std::string path_value(const char *text) {
-    if (*text != '\0') return text;
-    throw tool::BadValue("a path");
-}
-
-tool::CommandLine command_line(Settings *settings) {
-    return {
-        program,
-        "[query] [file|folder ...]",
-        "Runs a query over data files, of folders all below. Each event type is a table of its\n"
-        "name; others are counters, counters_long, metrics, histograms and files. Without a query\n"
-        "it reads them from standard input, at a terminal with a prompt.\n",
-        {{"output", 'o', "FILE",
-          "Store the rows: as Parquet, CSV or JSON lines by the ending .parquet, .csv or .json.",
-          [settings](const char *value) {
-              settings->output = path_value(value);
-              if (format_of_path(settings->output).empty())
-                  throw tool::BadValue(
-                      "a name that ends with .parquet, .csv, .json, .ndjson or "
-                      ".jsonl");
-          }},
-         {"format", 'f', "FORM", "Print a table, csv, json or markdown (table).",
-          [settings](const char *value) {
-              if (!form_of_name(value, &settings->form))
-                  throw tool::BadValue("table, csv, json or markdown");
-          }},
-         {"tables", 't', nullptr,
-          "Tell what is in the files: tables, columns, rows, times, sources.",
-          [settings](const char *) { settings->shows_tables = true; }},
-         {"ordered", 0, nullptr, "Give rows in file order, by one thread.",
-          [settings](const char *) { settings->is_ordered = true; }},
-         {"strict", 0, nullptr, "End a query at the first fault of a file.",
-          [settings](const char *) { settings->is_strict = true; }},
-         {"schema-path", 's', "DIR",
-          "Folder of the schema files (./schema, or else the nearest folder 'schema' above a "
-          "file).",
-          [settings](const char *value) { settings->schema_folder = path_value(value); }},
-         {"verbose", 'v', nullptr, "Tell of files that are passed over, too.",
-          [settings](const char *) { settings->log_level = VRN_LOG_INFO; }}},
-        "Rows that damaged files still give are shown; the files are told on standard error, and\n"
-        "the exit status is 1 then, as after any failure, 130 after Ctrl-C, and 64 for wrong\n"
-        "usage. VRN_DUCKDB_LIBRARY names DuckDB's library, libduckdb.so.\n"};
-}
 
 bool exists(const std::string &path) {
     struct stat status {};
@@ -128,6 +74,7 @@ int run(const Settings &settings, std::vector<std::string> operands) {
     bool good = tool::find_input_files(operands, &files);
     // Before the engine starts: nothing may be read for an output that can't be.
     check_output(settings.output, files);
+    tool::refuse_output_into_input(files);
     std::vector<std::string> paths;
     paths.reserve(files.size());
     for (const tool::InputFile &file : files) paths.push_back(file.path);
@@ -157,7 +104,8 @@ int run(const Settings &settings, std::vector<std::string> operands) {
 
 int main(int argc, char **argv) {
     vrn::sqltool::Settings settings;
-    return vrn::tool::run_tool(
-        vrn::sqltool::command_line(&settings), argc, argv, EXIT_FAILURE,
-        [&](const std::vector<std::string> &operands) { return run(settings, operands); });
+    return vrn::tool::run_tool(vrn::sqltool::make_command_line(&settings), argc, argv, EXIT_FAILURE,
+                               [&](const std::vector<std::string> &operands) {
+                                   return vrn::sqltool::run(settings, operands);
+                               });
 }

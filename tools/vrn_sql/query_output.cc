@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -20,25 +19,6 @@
 
 namespace vrn::sqltool {
 namespace {
-
-struct NamedForm {
-    const char *name;
-    Form form;
-};
-constexpr std::array forms{NamedForm{"table", Form::table}, NamedForm{"csv", Form::csv},
-                           NamedForm{"json", Form::json}, NamedForm{"markdown", Form::markdown}};
-
-struct FileFormat {
-    const char *ending;
-    const char *options;
-};
-constexpr std::array file_formats{
-    FileFormat{".parquet", "FORMAT parquet, COMPRESSION zstd, ROW_GROUP_SIZE 98304"},
-    FileFormat{".csv", "FORMAT csv, HEADER"},
-    FileFormat{".json", "FORMAT json, ARRAY false"},
-    FileFormat{".ndjson", "FORMAT json, ARRAY false"},
-    FileFormat{".jsonl", "FORMAT json, ARRAY false"},
-};
 
 // Less the umask, as for any file a user makes.
 constexpr mode_t new_file_mode = 0666;
@@ -161,15 +141,6 @@ void print_text(Database *database, const std::string &statement) {
 
 }  // namespace
 
-bool form_of_name(const std::string &name, Form *form) {
-    for (const NamedForm &row : forms)
-        if (name == row.name) {
-            *form = row.form;
-            return true;
-        }
-    return false;
-}
-
 void print_query(Database *database, const std::string &statement, Form form) {
     // Only a SELECT can stand in brackets, within a COPY or another SELECT.
     if (database->type_of(statement) != DUCKDB_STATEMENT_TYPE_SELECT)
@@ -185,12 +156,6 @@ void print_query(Database *database, const std::string &statement, Form form) {
         case Form::markdown:
             return print_table(database, texts, TableStyle::markdown);
     }
-}
-
-std::string format_of_path(const std::string &path) {
-    for (const FileFormat &format : file_formats)
-        if (path.ends_with(format.ending)) return format.options;
-    return "";
 }
 
 void store_query(Database *database, const std::string &statement, const std::string &path) {
