@@ -70,6 +70,7 @@ class EventRun {
             .header = header,
             .rows = {block.data() + (size > 0 ? header_size : 0), size},
             .count = count,
+            .room = block.size(),
             .place_in_run = {&run_.place, offset},
         });
     }
@@ -178,6 +179,7 @@ Next BlockWalk::show_counters(const BlockRun &run) {
         .header = load_le<vrn_data_block_t>(run.bytes.data()),
         .row = run.reach.size() > header_size ? run.reach.subspan(header_size) : Bytes(),
         .held = std::min<std::size_t>(held, schema->size),
+        .room = run.bytes.size(),
         .place = run.place,
     });
 }

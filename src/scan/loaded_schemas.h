@@ -29,6 +29,7 @@ struct LoadedSchemas {
     // After a failed load it holds what had been loaded before, or is null.
     vrn_type_system_ptr type_system;
     bool is_whole;
+    bool lacks_files = false;  // of schemas that are named
     // False when the set files leave out the whole kind.
     bool takes_events;
     bool takes_counters;

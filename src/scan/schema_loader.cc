@@ -1,5 +1,8 @@
 #include "scan/schema_loader.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -53,6 +56,7 @@ std::shared_ptr<const LoadedSchemas> SchemaLoader::load(const SchemaIds &ids) co
     schemas->ids = ids;
     LogCapture log;
     schemas->is_whole = load_all(ids, schemas.get());
+    schemas->lacks_files = !schemas->is_whole && lacks_files(ids);
     schemas->messages = log.take();
     schemas->is_quiet = schemas->is_whole && schemas->messages.empty() &&
                         vrn_counters_schema_has_all_texts(schemas->counters_schema());
@@ -129,6 +133,14 @@ bool SchemaLoader::load_counters_schema(vrn_type_system_t *system, const vrn_sch
     if (system->counters_schema) return true;
     VRN_LOG(VRN_LOG_ERROR, "Failed to load counters schema from file: %s", path.c_str());
     return false;
+}
+
+bool SchemaLoader::lacks_files(const SchemaIds &ids) const {
+    const auto is_missing = [&](const vrn_schema_id_t &id) {
+        return !vrn_schema_id_is_zero(&id) && access(path_of(id).c_str(), F_OK) != 0;
+    };
+    return is_missing(ids.counters) ||
+           std::any_of(ids.events, ids.events + ids.num_events, is_missing);
 }
 
 std::string SchemaLoader::path_of(const vrn_schema_id_t &id) const {

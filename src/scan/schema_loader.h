@@ -44,6 +44,7 @@ class SchemaLoader {
                                          const Filters &filters) const;
     [[nodiscard]] bool load_counters_schema(vrn_type_system_t *system, const vrn_schema_id_t &id,
                                             const Filters &filters) const;
+    [[nodiscard]] bool lacks_files(const SchemaIds &ids) const;
     std::string path_of(const vrn_schema_id_t &id) const;
 
     SchemaLoaderOptions options_;

@@ -21,6 +21,7 @@ struct EventBatch {
     vrn_event_header_t header;
     Bytes rows;         // `count` rows of `type->size` bytes
     std::size_t count;  // whole rows that are there: the header may claim more
+    std::size_t room;   // bytes from the block's first on; zeros stand in for a header's others
     PlaceInRun place_in_run;
 
     Place place() const { return place_in_run.get(); }
@@ -32,6 +33,7 @@ struct CountersBlock {
     vrn_data_block_t header;
     Bytes row;         // values, as far as the buffer goes: after `held` come bytes of other blocks
     std::size_t held;  // bytes of the row that the file holds; the whole row has `schema->size`
+    std::size_t room;  // as in EventBatch
     Place place;
 };
 

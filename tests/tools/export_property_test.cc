@@ -171,6 +171,7 @@ TEST_F(RandomExport, HasTheValuesOfEvents) {
                              .header = header,
                              .rows = bytes_of(row).first(type->size),
                              .count = 1,
+                             .room = sizeof header + type->size,
                              .place_in_run = {&place_, 0}});
         });
     });
@@ -200,6 +201,7 @@ TEST_F(RandomExport, HasTheValuesOfCounters) {
                                .header = {},
                                .row = values,
                                .held = values.size(),
+                               .room = sizeof(vrn_data_block_t) + values.size(),
                                .place = place_});
         });
     });

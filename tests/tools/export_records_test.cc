@@ -146,6 +146,7 @@ TEST(RecordSelection, PassesFilesOverByTheirHeaders) {
     EXPECT_TRUE(takes({.since = 21}, 10, 0));
     EXPECT_TRUE(takes({.since = 21}, 20, 10));
     EXPECT_TRUE(takes({.since = 21}, 10, 20, std::uint64_t{1} << 63));
+    EXPECT_TRUE(RecordSelection({.since = 1}).takes_time(~std::uint64_t{0}));
     EXPECT_TRUE(takes({.sources = {"node?"}}, 10, 20));
     EXPECT_FALSE(takes({.sources = {"node"}}, 10, 20));
     EXPECT_FALSE(takes({.tags = {"?*"}}, 10, 20));
@@ -184,7 +185,7 @@ TEST_F(ExportedRecords, ComeOutAroundFaults) {
         {"event schema of the header",
          put(132, std::string(16, '\x99')),
          "g 2 metrics 4",
-         {"0 0 schema_bad"}},
+         {"0 0 schema_missing"}},
         {"no event schema",
          put(132, std::string(16, '\0')),
          "g 2 metrics 4",
@@ -192,8 +193,13 @@ TEST_F(ExportedRecords, ComeOutAroundFaults) {
         {"counters schema",
          put(116, std::string(16, '\x99')),
          "move 4 point 2 metrics 4",
-         {"0 0 schema_bad"}},
+         {"0 0 schema_missing"}},
+        {"event header cut", cut(256 + 15), "", {at(256, 15, "block_cut")}},
         {"rows cut", cut(256 + 16 + 40), "move 1", {at(256 + 16 + 32, 32, "rows_cut")}},
+        {"counters header cut",
+         cut(counters_at + 15),
+         "move 2 point 2",
+         {at(counters_at, 15, "block_cut")}},
         {"counters cut",
          cut(counters_at + 16 + 39),
          "move 2 point 2",

@@ -42,4 +42,8 @@ std::string_view fault_kind_name(FaultKind kind) {
     return "unknown";
 }
 
+std::string_view schemas_fault_name(const scan::LoadedSchemas &schemas) {
+    return schemas.lacks_files ? "schema_missing" : fault_kind_name(FaultKind::schemas_missing);
+}
+
 }  // namespace vrn::tool

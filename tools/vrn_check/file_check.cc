@@ -154,7 +154,6 @@ scan::PageUse FileCheck::page(const scan::CompressedPage &page) {
 }
 
 void FileCheck::decoded(const scan::CompressedPage &page, Bytes bytes) {
-    payload_size_ = bytes.size();
     const std::uint64_t claimed = page.decoded_size();
     if (claimed != bytes.size())
         report(page.place, claimed - bytes.size(), "page_trailer",
@@ -170,7 +169,7 @@ void FileCheck::page_tail(const scan::PlainBlock &rest) {
 
 Next FileCheck::events(const scan::EventBatch &batch) {
     const Place place = batch.place();
-    if (!check_head(place, sizeof batch.header)) return Next::run;
+    if (!check_head(place, batch.room, sizeof batch.header)) return Next::run;
     check_time(batch.header.timestamp, place);
     if (batch.count == batch.header.num_events) return Next::block;
     const std::size_t lost = (batch.header.num_events - batch.count) * batch.type->size;
@@ -181,7 +180,7 @@ Next FileCheck::events(const scan::EventBatch &batch) {
 }
 
 Next FileCheck::counters(const scan::CountersBlock &block) {
-    if (!check_head(block.place, sizeof block.header)) return Next::block;
+    if (!check_head(block.place, block.room, sizeof block.header)) return Next::block;
     check_time(block.header.timestamp, block.place);
     if (block.held < block.schema->size)
         report(beyond(block.place, sizeof block.header + block.held),
@@ -198,7 +197,7 @@ Next FileCheck::metrics(const scan::PlainBlock &block) {
 }
 
 Next FileCheck::blob(const scan::PlainBlock &block) {
-    if (!check_head(block.place, sizeof(vrn_blob_block_t))) return Next::block;
+    if (!check_head(block.place, block.bytes.size(), sizeof(vrn_blob_block_t))) return Next::block;
     const auto header = load_le<vrn_blob_block_t>(block.bytes.data());
     check_time(header.timestamp, block.place);
     const std::size_t room = block.bytes.size() - sizeof header;
@@ -214,11 +213,9 @@ void FileCheck::chunk_end() {
 }
 
 // False when a block ends within its own header.
-bool FileCheck::check_head(const Place &place, std::size_t size) {
-    const std::uint64_t end = place.is_in_page ? payload_size_ : source_->position();
-    const std::uint64_t begin = place.is_in_page ? place.in_page : place.block;
-    if (end - begin >= size) return true;
-    report(place, end - begin, "block_cut", "A block ends within its header");
+bool FileCheck::check_head(const Place &place, std::size_t held, std::size_t size) {
+    if (held >= size) return true;
+    report(place, held, "block_cut", "A block ends within its header");
     return false;
 }
 
@@ -309,7 +306,7 @@ Next FileCheck::refuse_type(const scan::Fault &fault) {
     const auto header = load_le<vrn_event_header_t>(fault.block.data());
     if (header.schema_index < lacks_schema_.size() && lacks_schema_[header.schema_index])
         return Next::block;
-    if (check_head(fault.place, sizeof header))
+    if (check_head(fault.place, fault.block.size(), sizeof header))
         report(fault.place, fault.lost, tool::fault_kind_name(fault.kind), fault.reason);
     return Next::block;
 }

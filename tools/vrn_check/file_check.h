@@ -51,7 +51,7 @@ class FileCheck final : public scan::Visitor {
     void scan_file();
     void check_size();
     [[nodiscard]] bool check_schema(const vrn_schema_id_t &id, const scan::Place &place);
-    [[nodiscard]] bool check_head(const scan::Place &place, std::size_t size);
+    [[nodiscard]] bool check_head(const scan::Place &place, std::size_t held, std::size_t size);
     void check_time(std::uint64_t time, const scan::Place &place);
     scan::Next refuse_header(const scan::Fault &fault);
     scan::Next refuse_schemas(const scan::Fault &fault);
@@ -81,7 +81,6 @@ class FileCheck final : public scan::Visitor {
     TimeCheck times_;
     MetricsCheck metrics_;
     scan::Place metrics_place_;
-    std::uint64_t payload_size_ = 0;   // decoded bytes of the page at hand
     std::unique_ptr<FileFault> last_;  // kept back: what follows may shorten it
     Totals totals_;
 };

@@ -62,7 +62,7 @@ class HeadVisitor final : public scan::Visitor {
     Next refuse_schemas(const scan::Fault &fault) {
         take_fault_({.offset = offsetof(vrn_data_file_header_t, counters_schema_id),
                      .length = 0,
-                     .kind = tool::fault_kind_name(fault.kind),
+                     .kind = tool::schemas_fault_name(*loaded),
                      .reason = logged(fault.reason)});
         return Next::block;
     }

@@ -42,8 +42,8 @@ namespace {
 
 // What lies at the schema and not at the place.
 bool is_of_schema(std::string_view kind) {
-    return kind == "schema_none" || kind == "schema_bad" || kind == "type_unknown" ||
-           kind == "type_too_wide" || kind == "text_limit";
+    return kind == "schema_none" || kind == "schema_missing" || kind == "schema_bad" ||
+           kind == "type_unknown" || kind == "type_too_wide" || kind == "text_limit";
 }
 
 }  // namespace

@@ -112,6 +112,7 @@ Next RecordEncoder::events(const scan::EventBatch &batch) {
     // Earned by the bytes that were read, selected or not.
     text_room_ += format_->text_per_byte() * (sizeof batch.header + batch.rows.size());
     const scan::Place place = batch.place();
+    if (batch.room < sizeof batch.header) return report_cut(place, batch.room);
     const Origin *origin = origin_of(place);
     if (origin && batch.count > 0) {
         EventType &type = batch.type == last_type_ ? *last_found_ : find_type(batch.type);
@@ -129,6 +130,11 @@ Next RecordEncoder::events(const scan::EventBatch &batch) {
            (batch.header.num_events - batch.count) * batch.type->size, "rows_cut",
            "Of " + std::to_string(batch.header.num_events) + " rows " +
                std::to_string(batch.count) + " are there");
+    return Next::run;
+}
+
+Next RecordEncoder::report_cut(const scan::Place &place, std::size_t held) {
+    report(place, 0, held, "block_cut", "A block ends within its header");
     return Next::run;
 }
 
@@ -184,6 +190,7 @@ bool RecordEncoder::write_slice(EventType *type, const EventRows &rows, const Or
 
 Next RecordEncoder::counters(const scan::CountersBlock &block) {
     text_room_ += format_->text_per_byte() * (sizeof block.header + block.held);
+    if (block.room < sizeof block.header) return report_cut(block.place, block.room);
     const Origin *origin = origin_of(block.place);
     // Groups may lie anywhere in the row, so a row that is cut is left out whole.
     if (block.held < block.schema->size) {
@@ -273,7 +280,7 @@ Next RecordEncoder::fault(const scan::Fault &fault) {
 // Those that the header names are told when the file is opened.
 Next RecordEncoder::refuse_schemas(const scan::Fault &fault) {
     if (!schemas_ || schemas_->ids == file_ids_) return Next::block;
-    report(fault.place, 0, 0, tool::fault_kind_name(fault.kind),
+    report(fault.place, 0, 0, tool::schemas_fault_name(*schemas_),
            schemas_->messages.empty() ? fault.reason : schemas_->messages.front().text);
     return Next::block;
 }
@@ -288,6 +295,8 @@ Next RecordEncoder::refuse_type(const scan::Fault &fault) {
     }
     // Of a run of events, each block is told; a schemas block may name their schemas.
     if (!selection_.takes_events() || fault.kind == FaultKind::schema_none) return Next::block;
+    if (fault.block.size() < sizeof(vrn_event_header_t))
+        return report_cut(fault.place, fault.block.size());
     const std::uint8_t index = load_le<vrn_event_header_t>(fault.block.data()).schema_index;
     const vrn_type_system_t *system = schemas_ ? schemas_->type_system.get() : nullptr;
     if (!system || index >= system->num_schemas)

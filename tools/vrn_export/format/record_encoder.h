@@ -140,6 +140,7 @@ class RecordEncoder final : public Encoder {
     template <typename Writer, typename Write>
     bool write_record(Writer &writer, TablePlace *place, Write write);
     Output output_of(const RecordWriter &writer, TablePlace *place);
+    scan::Next report_cut(const scan::Place &place, std::size_t held);
     scan::Next refuse_type(const scan::Fault &fault);
     void report_no_schema(const scan::Fault &fault);
     scan::Next refuse_schemas(const scan::Fault &fault);

@@ -3,7 +3,6 @@
 #include <fnmatch.h>
 
 #include <algorithm>
-#include <limits>
 #include <stdexcept>
 
 #include "utils/byte_reader.h"
@@ -12,7 +11,6 @@
 namespace vrn::exporter {
 namespace {
 
-constexpr std::uint64_t max_time = std::numeric_limits<std::uint64_t>::max();
 // The mark of a `file_size` after which an append is under way.
 constexpr std::uint64_t unfinished = std::uint64_t{1} << 63;
 
@@ -99,7 +97,7 @@ bool RecordSelection::takes_all_times() const {
 bool RecordSelection::takes_times(std::uint64_t first, std::uint64_t last) const {
     // Times that are missing or make no sense leave out nothing.
     if (first == 0 || last == 0 || first > last) return true;
-    return last >= options_.since && first < options_.until;
+    return last >= options_.since && is_before_until(first);
 }
 
 bool RecordSelection::takes_file(const vrn_data_file_header_t &header) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,7 +39,7 @@ class RecordSelection {
 
     bool takes_all_times() const;
     bool takes_time(std::uint64_t time) const {
-        return time >= options_.since && time < options_.until;
+        return time >= options_.since && is_before_until(time);
     }
     // True when something between may be selected. A time of 0 is none, and bounds that don't rise
     // tell nothing.
@@ -47,6 +48,13 @@ class RecordSelection {
     bool takes_file(const vrn_data_file_header_t &header) const;
 
   private:
+    // The greatest time is no bound, or records of that time would never come out.
+    bool is_before_until(std::uint64_t time) const {
+        return time < options_.until || options_.until == max_time;
+    }
+
+    static constexpr std::uint64_t max_time = std::numeric_limits<std::uint64_t>::max();
+
     SelectionOptions options_;
     vrn_provider_field_set_ptr field_set_;      // null: none
     vrn_provider_counter_set_ptr counter_set_;  // null: none
