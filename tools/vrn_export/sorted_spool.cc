@@ -256,14 +256,14 @@ void SortedSpool::drain(const std::function<void(std::string_view line)> &take) 
     const TakeKeyed take_line = [&](std::string_view keyed, std::size_t key_size) {
         take(keyed.substr(key_size + 1));
     };
-    if (runs_.empty()) {
+    if (runs_.empty())
         take_held(take_line);
-        return;
-    }
+    else if (!entries_.empty())
+        spill();
     // From here on the buffers of the merge have the memory to themselves.
-    if (!entries_.empty()) spill();
     text_.reset();
-    entries_ = {};
+    entries_ = std::vector<Entry>();  // `{}` would keep its memory
+    if (runs_.empty()) return;
     while (runs_.size() > fan_in()) merge_groups();
     merge(file_.get(), runs_, take_line);
     runs_.clear();
