@@ -2,6 +2,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <random>
 #include <span>
 
@@ -258,7 +259,11 @@ class Salvage : public testing::Test {
     // `is_hit` tells the records that the damage may take.
     template <typename IsHit>
     void expect_all_but(const RecordList &whole, const std::string &damaged, IsHit is_hit) {
-        const std::string output = salvage(damaged);
+        expect_sound(whole, salvage(damaged), is_hit);
+    }
+
+    template <typename IsHit>
+    void expect_sound(const RecordList &whole, const std::string &output, IsHit is_hit) {
         const RecordList left = list(output);
         ASSERT_EQ(left.faults, Lines{});
         auto at = left.records.begin();
@@ -364,6 +369,38 @@ TEST_F(Salvage, DoesWithoutAHeader) {
              {bytes.substr(256), std::string(256, 'x') + bytes.substr(256)})
             expect_all_but(list(bytes), damaged, [](const Record &) { return false; });
     }
+}
+
+// Of a compressed file: all up to where its bytes come out changed, or no more.
+TEST_F(Salvage, KeepsAllBeforeAFlippedBitOfAGzipFile) {
+    const std::string bytes = file_of(make_forms().back());
+    const RecordList whole = list(bytes);
+    const std::string packed = test::encode(VRN_ENCODING_GZIP, bytes);
+    const OutputFolder output(dir_.file("out"));
+    std::size_t num_kept = 0;
+    // Without the magic, which makes it no gzip file. Some of the bits stand for all.
+    for (std::size_t bit = 8 * 3; bit < 8 * packed.size(); bit += 13) {
+        SCOPED_TRACE(bit);
+        std::string damaged = packed;
+        damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ (1 << bit % 8));
+        std::string inflated(2 * bytes.size(), '\0');
+        const auto source = ByteSource::open_memory(bytes_of(damaged));
+        inflated.resize(source->read(inflated.data(), inflated.size()));
+        const auto same =
+            static_cast<std::size_t>(std::ranges::mismatch(inflated, bytes).in1 - inflated.begin());
+        const std::string path = dir_.write("a.gz", damaged);
+        FileSalvage(path, &output, "a", schemas_.get(), &page_, [](auto &&...) {}).run();
+        const std::string name = dir_.file("out/a");
+        // Without its header's first bytes it is no data file.
+        if (!std::filesystem::exists(name)) continue;
+        expect_sound(whole, test::read_file(name),
+                     [&](const Record &record) { return record.end > same; });
+        if (HasFatalFailure()) return;
+        num_kept += same >= bytes.size() ? 1 : 0;
+        std::filesystem::remove(name);
+    }
+    // Flips of the stream's head and checksum leave all.
+    EXPECT_GT(num_kept, 8U);
 }
 
 TEST_F(Salvage, WritesWholeFilesOrNone) {
