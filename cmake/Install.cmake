@@ -30,6 +30,10 @@ function(vrn_install_libraries interface)
     else()
         list(APPEND VRN_PC_LIBS -lparson)
     endif()
+    set(VRN_PC_ISAL "")
+    if(ISAL_FOUND)
+        set(VRN_PC_ISAL " libisal")
+    endif()
     list(JOIN VRN_PC_LIBS " " VRN_PC_LIBS)
 
     file(RELATIVE_PATH VRN_PC_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 packages=(
     g++ cmake ninja-build pkg-config jq dpkg-dev
     clang clang-format clang-tidy
-    zlib1g-dev libssl-dev libmd-dev libsnappy-dev libzstd-dev libmicrohttpd-dev
+    zlib1g-dev libdeflate-dev libisal-dev libssl-dev libmd-dev libsnappy-dev libzstd-dev libmicrohttpd-dev
     libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
     libgtest-dev libgmock-dev
     libedit-dev

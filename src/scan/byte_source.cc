@@ -9,6 +9,8 @@
 #include <limits>
 #include <new>
 
+#include "scan/fast_inflate.h"
+
 namespace vrn {
 
 namespace {
@@ -47,7 +49,7 @@ std::unique_ptr<ByteSource> ByteSource::open_descriptor(int descriptor) {
 std::unique_ptr<ByteSource> ByteSource::open_memory(Bytes bytes) {
     std::unique_ptr<ByteSource> source(new (std::nothrow) ByteSource);
     if (!source) return nullptr;
-    source->input_ = bytes;
+    source->whole_ = source->input_ = bytes;
     // There is nothing to read later: what is at hand is the whole file.
     source->input_ended_ = true;
     return source;
@@ -71,6 +73,10 @@ std::size_t ByteSource::read(void *to, std::size_t size) {
         } else if (state_ != State::open) {
             given_ = state_;
             break;
+        } else if (form_ == Form::unknown) {
+            find_form();
+        } else if (is_fast_) {
+            ready_ = inflate_fast();
         } else if (left >= buffer_size) {
             // Chunks go straight to their place; only headers and short tails are copied twice.
             const std::size_t count = produce(place, left);
@@ -88,28 +94,27 @@ const char *ByteSource::error_text() const {
     return stream_text_ && error_number_ == 0 ? stream_text_ : std::strerror(error_number_);
 }
 
-// Up to `size` bytes; none when the file ends here, which sets the state.
+// Up to `size` bytes; none when the file ends here, which sets the state, or goes on fast.
 std::size_t ByteSource::produce(std::uint8_t *to, std::size_t size) {
-    if (form_ == Form::unknown && !find_form()) return 0;
     return form_ == Form::gzip ? inflate_to(to, size) : copy_to(to, size);
 }
 
-bool ByteSource::find_form() {
+void ByteSource::find_form() {
     refill_input();
-    if (begins_gzip(input_)) return begin_gzip();
-    form_ = Form::plain;
-    return true;
+    form_ = begins_gzip(input_) ? Form::gzip : Form::plain;
+    if (form_ == Form::plain) return;
+    prepare_fast();
+    begin_member();
 }
 
-bool ByteSource::begin_gzip() {
-    errno = 0;
-    if (inflateInit2(&stream_, gzip_window_bits) != Z_OK) {
-        fail("out of memory");
-        return false;
+// A pipe has no way back for zlib to start from.
+void ByteSource::prepare_fast() {
+    if (descriptor_ >= 0) {
+        const off_t place = lseek(descriptor_, 0, SEEK_CUR);
+        if (place < 0) return;
+        file_start_ = place - static_cast<std::int64_t>(loaded_);
     }
-    form_ = Form::gzip;
-    is_in_member_ = true;
-    return true;
+    fast_ = FastInflate::create();
 }
 
 std::size_t ByteSource::copy_to(std::uint8_t *to, std::size_t size) {
@@ -126,7 +131,7 @@ std::size_t ByteSource::copy_to(std::uint8_t *to, std::size_t size) {
 
 std::size_t ByteSource::inflate_to(std::uint8_t *to, std::size_t size) {
     std::size_t got = 0;
-    while (got < size && state_ == State::open) {
+    while (got < size && state_ == State::open && !is_fast_) {
         if (!is_in_member_) {
             begin_next_member();
             continue;
@@ -150,8 +155,46 @@ void ByteSource::begin_next_member() {
         end_input(State::ended);
         return;
     }
-    inflateReset(&stream_);
+    begin_member();
+}
+
+void ByteSource::begin_member() {
+    if (fast_ && input_.size() < FastInflate::max_header_size) refill_input();
+    member_start_ = raw_position();
+    member_given_ = 0;
+    is_fast_ = fast_ && fast_->begin(&input_);
+    if (!is_fast_) begin_zlib_member();
+}
+
+void ByteSource::begin_zlib_member() {
+    errno = 0;
+    // A stream that was never begun can't be reset.
+    if (inflateReset(&stream_) != Z_OK && inflateInit2(&stream_, gzip_window_bits) != Z_OK)
+        fail("out of memory");
     is_in_member_ = true;
+}
+
+Bytes ByteSource::inflate_fast() {
+    if (input_.empty()) refill_input();
+    const Bytes bytes = fast_->next(&input_);
+    member_given_ += bytes.size();
+    if (!bytes.empty()) return bytes;
+    if (fast_->state() == FastInflate::State::ended)
+        begin_next_member();
+    else if (fast_->state() == FastInflate::State::lost || input_ended_)
+        return_to_zlib();
+    return {};
+}
+
+// Of the file's damage or early end zlib says what has always been said, and gives what came before
+// it to the byte.
+void ByteSource::return_to_zlib() {
+    is_fast_ = false;
+    fast_.reset();
+    if (!go_to(member_start_)) return fail(nullptr);
+    begin_zlib_member();
+    for (std::uint64_t left = member_given_; left > 0 && state_ == State::open;)
+        left -= inflate_to(made_, std::min<std::uint64_t>(left, buffer_size));
 }
 
 std::size_t ByteSource::inflate_some(std::uint8_t *to, std::size_t size) {
@@ -181,6 +224,26 @@ void ByteSource::refill_input() {
     input_ = {raw_, input_.size() + load(raw_ + input_.size(), buffer_size - input_.size())};
 }
 
+// Of the first byte that is not used yet.
+std::uint64_t ByteSource::raw_position() const {
+    return (descriptor_ < 0 ? whole_.size() : loaded_) - input_.size();
+}
+
+// Back to a place that was read before.
+bool ByteSource::go_to(std::uint64_t raw_position) {
+    if (descriptor_ < 0) {
+        input_ = whole_.subspan(raw_position);
+        return true;
+    }
+    const off_t place = file_start_ + static_cast<off_t>(raw_position);
+    if (lseek(descriptor_, place, SEEK_SET) != place) return false;
+    loaded_ = raw_position;
+    input_ = {};
+    input_ended_ = false;
+    error_number_ = 0;
+    return true;
+}
+
 // Reads until `size` bytes are there, the input ends or reading fails, which counts when the bytes
 // before it are used up.
 std::size_t ByteSource::load(std::uint8_t *to, std::size_t size) {
@@ -194,6 +257,7 @@ std::size_t ByteSource::load(std::uint8_t *to, std::size_t size) {
         error_number_ = errno;
         input_ended_ = true;
     }
+    loaded_ += got;
     return got;
 }
 

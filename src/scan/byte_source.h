@@ -11,6 +11,8 @@
 
 namespace vrn {
 
+class FastInflate;
+
 // Reads a file from its start to its end and decompresses it when it begins like a gzip stream.
 // Members that follow each other read as one; bytes after a member that begin no other are
 // ignored. A file of one byte is plain.
@@ -55,19 +57,28 @@ class ByteSource {
     ByteSource() = default;
 
     std::size_t produce(std::uint8_t *to, std::size_t size);
-    [[nodiscard]] bool find_form();
-    [[nodiscard]] bool begin_gzip();
+    void find_form();
     std::size_t copy_to(std::uint8_t *to, std::size_t size);
     std::size_t inflate_to(std::uint8_t *to, std::size_t size);
+    void prepare_fast();
     void begin_next_member();
+    void begin_member();
+    void begin_zlib_member();
     std::size_t inflate_some(std::uint8_t *to, std::size_t size);
+    Bytes inflate_fast();
+    void return_to_zlib();
     void refill_input();
+    std::uint64_t raw_position() const;
+    [[nodiscard]] bool go_to(std::uint64_t raw_position);
     std::size_t load(std::uint8_t *to, std::size_t size);
     void end_input(State state);
     void fail(const char *stream_text);
 
-    int descriptor_ = -1;  // -1: all input is in `input_`
+    int descriptor_ = -1;  // -1: all input is in `whole_`
     bool owns_descriptor_ = false;
+    Bytes whole_;
+    std::int64_t file_start_ = 0;  // where the descriptor stood at first; used only with `fast_`
+    std::uint64_t loaded_ = 0;     // bytes read from the descriptor
     bool input_ended_ = false;
     Form form_ = Form::unknown;
     State state_ = State::open;  // of what was made; `ready_` may still hold bytes of it
@@ -76,8 +87,12 @@ class ByteSource {
     int error_number_ = 0;
     const char *stream_text_ = nullptr;  // zlib's words
     std::uint64_t position_ = 0;
-    Bytes input_;  // raw bytes that were read and not used yet
-    Bytes ready_;  // bytes that were made and not given yet
+    Bytes input_;                        // raw bytes that were read and not used yet
+    Bytes ready_;                        // bytes that were made and not given yet
+    std::unique_ptr<FastInflate> fast_;  // null: zlib alone, from here on
+    bool is_fast_ = false;               // the member at hand goes by `fast_`
+    std::uint64_t member_start_ = 0;     // its place in the raw bytes
+    std::uint64_t member_given_ = 0;     // bytes that `fast_` gave of it
     z_stream stream_{};
     std::uint8_t raw_[buffer_size];
     std::uint8_t made_[buffer_size];

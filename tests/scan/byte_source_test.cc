@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <random>
 
+#include "support/gzip_difference.h"
 #include "support/page_blocks.h"
 #include "support/test.h"
 
@@ -16,6 +17,7 @@ namespace vrn::test {
 namespace {
 
 using State = ByteSource::State;
+using std::string_literals::operator""s;
 
 struct Outcome {
     std::string bytes;
@@ -143,6 +145,54 @@ TEST(ByteSource, GivesAllThatWasInflatedBeforeAFault) {
         const Outcome outcome = read_all(ByteSource::open_memory(bytes_of(damaged)).get(), 65536);
         EXPECT_EQ(outcome.state, State::failed);
         EXPECT_TRUE(outcome.bytes == text);
+    }
+}
+
+// A gzip stream with these flags and what they announce in its header.
+std::string gzip_with(char flags, const std::string &parts, const std::string &text) {
+    std::string stream = gzip(text);
+    stream[3] = flags;
+    return stream.insert(10, parts);
+}
+
+TEST(ByteSource, SaysOfHeadersWhatZlibAloneSays) {
+    const std::string text = random_text(700);
+    const std::string name = "events.bin\0"s;
+    const std::string headers[] = {
+        gzip_with(1, "", text),
+        gzip_with(8, name, text),
+        gzip_with(8, std::string(2000, 'n') + '\0', text),
+        gzip_with(16, name, text),
+        gzip_with(12, "\3\0xyz"s + name, text),
+        gzip_with(2, "??", text),
+        gzip_with(64, "", text),
+        gzip_with(8, name, "") + gzip_with(2, "??", text) + gzip(text),
+        gzip(text) + gzip_with(1, "", text) + gzip_with(8, name, text),
+    };
+    for (const std::string &header : headers) {
+        SCOPED_TRACE(&header - headers);
+        EXPECT_EQ(gzip_file_difference(header), "");
+        EXPECT_EQ(gzip_file_difference(header.substr(0, 15)), "");
+        EXPECT_EQ(gzip_page_difference(header), "");
+    }
+}
+
+TEST(ByteSource, SaysOfDamagedStreamsWhatZlibAloneSays) {
+    std::mt19937 random(7);
+    // Above and below what is held back; several blocks, and matches near and far.
+    for (const std::size_t size : {3000U, 60000U, 500000U}) {
+        std::string text = random_text(size);
+        for (std::size_t i = size / 2; i < size; ++i)
+            if (random() % 9 != 0) text[i] = text[i - size / 3];
+        const std::string whole = gzip(random_text(100)) + gzip(text) + "tail";
+        for (int run = 0; run < 150; ++run) {
+            std::string damaged = whole.substr(0, run % 3 == 0 ? random() % whole.size() : -1);
+            for (std::size_t flips = run % 4; flips > 0; --flips)
+                damaged[random() % damaged.size()] ^= static_cast<char>(1 << random() % 8);
+            SCOPED_TRACE(std::to_string(size) + " bytes, run " + std::to_string(run));
+            EXPECT_EQ(gzip_file_difference(damaged), "");
+            EXPECT_EQ(gzip_page_difference(damaged), "");
+        }
     }
 }
 
