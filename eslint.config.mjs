@@ -24,7 +24,7 @@ const browserGlobals = readonly(
         'clearTimeout confirm document fetch getComputedStyle history localStorage location matchMedia ' +
         'navigator setInterval setTimeout window',
 );
-const nodeGlobals = readonly('Buffer URL URLSearchParams console process setTimeout');
+const nodeGlobals = readonly('Buffer URL URLSearchParams clearTimeout console process setTimeout');
 
 const rules = {
     'array-callback-return': 'error',

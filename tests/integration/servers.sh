@@ -40,10 +40,9 @@ await() {
 
 spare_port() { echo $((20000 + RANDOM % 10000)); }
 
-# Sets influxdb to the URL of an InfluxDB 1.x with an empty database "vrn".
+# start_influxdb [PORT]: sets influxdb to the URL of an InfluxDB 1.x with an empty database "vrn".
 start_influxdb() {
-    local port
-    port=$(spare_port)
+    local port=${1:-$(spare_port)}
     cat >"$work/influxdb.conf" <<CONFIG
 reporting-disabled = true
 bind-address = "127.0.0.1:$((port + 10000))"
@@ -63,10 +62,9 @@ CONFIG
         --data-urlencode 'q=CREATE DATABASE vrn'
 }
 
-# Sets victoria_metrics to the URL of an empty VictoriaMetrics.
+# start_victoria_metrics [PORT]: sets victoria_metrics to the URL of an empty VictoriaMetrics.
 start_victoria_metrics() {
-    local port
-    port=$(spare_port)
+    local port=${1:-$(spare_port)}
     victoria-metrics -storageDataPath="$work/victoria-metrics" -retentionPeriod=100y \
         -httpListenAddr="127.0.0.1:$port" >"$work/victoria-metrics.log" 2>&1 &
     servers+=($!)
