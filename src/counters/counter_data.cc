@@ -34,25 +34,32 @@ class TreeSink {
         return arrays_.back() != nullptr;
     }
     void end_array() { arrays_.pop_back(); }
-    bool begin_group(std::size_t) { return begin_set(); }
+    bool begin_group(std::size_t) { return begin_object(); }
     void end_group() {}
-    bool begin_set() {
+    bool set(const vrn_counter_group_t &group) {
+        if (!begin_object()) return false;
+        for (std::uint32_t i = 0; i < group.num_counters; ++i) add(*group.counters[i]);
+        return true;
+    }
+    // Whether memory was short for what could have been set.
+    bool has_failed() const { return has_failed_; }
+
+  private:
+    // Of the innermost array.
+    bool begin_object() {
         vrn_json_value_ptr value(json_value_init_object());
         object_ = json_value_get_object(value.get());
         return vrn_json_append(arrays_.back(), std::move(value));
     }
-    void end_set() {}
-    void counter(const vrn_counter_info_t &counter) {
+
+    void add(const vrn_counter_info_t &counter) {
         if (!counter.name) return;  // no key to set
         const auto form = vrn::counter_json_form(counter, vrn::counters_convert_guids());
         Member member{*this, counter.name};
         // A value that JSON can't hold leaves its key out; has_failed() knows of other failures.
         static_cast<void>(vrn::write_counter_json(counter, form, row_, member));
     }
-    // Whether memory was short for what could have been set.
-    bool has_failed() const { return has_failed_; }
 
-  private:
     // See write_counter_json(). The double nearest to an integer stands for it.
     struct Member {
         TreeSink &sink;

@@ -76,7 +76,6 @@ class CountersJsonWriter::Preparation {
     void add_group(const vrn_counter_group_t &from) {
         std::unordered_set<std::string_view> names;
         Group &group = owner_.groups_.emplace_back();
-        group.counters.reserve(from.num_counters + std::size_t{1});
         std::string end;
         for (std::uint32_t i = 0; i < from.num_counters; ++i) {
             const vrn_counter_info_t &counter = *from.counters[i];
@@ -86,9 +85,9 @@ class CountersJsonWriter::Preparation {
             add_counter(counter, &group, &end);
         }
         const auto end_size = static_cast<std::uint32_t>(end.size());
-        group.counters.push_back({.offset = 0, .piece_size = end_size, .shape = Shape::other});
         group.details.push_back({.form = {}, .end_size = end_size});
         group.pieces += end;
+        group.max_size = group.pieces.size() + from.num_counters * JSON_SCALAR_ROOM;
         group.pieces.append(JsonText::piece_slack, '\0');
     }
 
@@ -127,11 +126,10 @@ class CountersJsonWriter::Preparation {
         *end = text.substr(place);
     }
 
-    // Whole numbers are nearly all that rows hold: they have a way of their own.
     static Shape shape_of(const vrn_counter_info_t &counter, const CounterJsonForm &form) {
         if (form.kind != CounterJsonForm::number) return Shape::other;
-        if (counter.data_type == VRN_DATA_INT64) return Shape::int64_number;
-        return counter.data_type == VRN_DATA_FP64 ? Shape::other : Shape::uint64_number;
+        if (counter.data_type == VRN_DATA_FP64) return Shape::double_number;
+        return counter.data_type == VRN_DATA_INT64 ? Shape::int64_number : Shape::uint64_number;
     }
 
     CountersJsonWriter &owner_;
@@ -139,8 +137,7 @@ class CountersJsonWriter::Preparation {
     std::unordered_map<std::string_view, const vrn_metadata_entry_t *> entries_;
 };
 
-// See counters_row_walk.h. Metadata turn the object of a set into an array.
-template <bool has_metadata>
+// See counters_row_walk.h.
 class CountersJsonWriter::Sink {
   public:
     Sink(CountersJsonWriter &owner, const CounterRow &row, bool microseconds)
@@ -168,65 +165,86 @@ class CountersJsonWriter::Sink {
         return true;
     }
     void end_group() { text_.end_object(); }
-    bool begin_set() {
-        next_ = group_->counters.data();
-        piece_ = group_->pieces.data();
-        skipped_ = 0;
+    bool set(const vrn_counter_group_t &group) {
         text_.element();
-        if constexpr (has_metadata)
+        if (owner_.metadata_) {
             text_.begin_array();
-        else
-            text_.begin_object();
-        return true;
-    }
-    void end_set() {
-        if constexpr (has_metadata) {
-            end_value(piece_ + skipped_, next_->piece_size - skipped_);
+            write_values(group);
             text_.end_array();
         } else {
+            text_.begin_object();
+            write_values(group);
             text_.end_object();
         }
-    }
-    void counter(const vrn_counter_info_t &counter) {
-        const Counter &prepared = *next_++;
-        const char *piece = std::exchange(piece_, piece_ + prepared.piece_size);
-        std::size_t size = prepared.piece_size;
-        if constexpr (has_metadata) {
-            piece += skipped_;
-            size -= std::exchange(skipped_, 0);
-        }
-        switch (prepared.shape) {
-            case Shape::uint64_number:
-                return text_.prepared_integer(piece, size,
-                                              row_.read<std::uint64_t>(prepared.offset));
-            case Shape::int64_number:
-                return text_.prepared_integer(piece, size,
-                                              row_.read<std::int64_t>(prepared.offset));
-            case Shape::other:
-                return other(counter, prepared, piece, size);
-        }
+        return true;
     }
 
   private:
-    // Kept apart, so that the usual counters stay in a loop that fits registers.
-    [[gnu::noinline]] void other(const vrn_counter_info_t &counter, const Counter &prepared,
-                                 const char *piece, std::size_t size) {
-        const Detail *detail =
-            &group_->details[static_cast<std::size_t>(&prepared - group_->counters.data())];
-        const JsonText::Mark start = text_.mark();
-        text_.prepared(piece, size);
-        if (write_counter_json(counter, detail->form, row_, text_)) return;
-        // JSON can't hold the value. The one before it still has to end, unless that was left out,
-        // too, and what would end this one must not be written.
-        text_.rewind(start);
-        if constexpr (has_metadata) {
-            if (size == prepared.piece_size) end_value(piece, detail->end_size);
-            skipped_ = detail[1].end_size;
+    void write_values(const vrn_counter_group_t &group) {
+        char *out = text_.reserve(group_->max_size);
+        const char *piece = group_->pieces.data();
+        std::uint32_t skipped = 1;  // bytes of the next piece that are left out; first its comma
+        const CounterRow row = row_;
+        for (const Counter &counter : group_->counters) {
+            char *end = JsonText::copy_in_steps(out, piece + skipped, counter.piece_size - skipped);
+            switch (counter.shape) {
+                case Shape::uint64_number:
+                    end = write_json_number(end, row.read<std::uint64_t>(counter.offset));
+                    break;
+                case Shape::int64_number:
+                    end = write_json_number(end, row.read<std::int64_t>(counter.offset));
+                    break;
+                case Shape::double_number:
+                    end = write_json_number(end, row.read<double>(counter.offset));
+                    break;
+                case Shape::other:
+                    end = write_other(group, index_of(counter), &out, end);
+                    break;
+            }
+            if (end) {
+                out = end;
+                skipped = 0;
+            } else {
+                out = leave_out(&group_->details[index_of(counter)], piece, out, &skipped);
+            }
+            piece += counter.piece_size;
         }
+        end_values(piece, out, skipped);
     }
 
-    void end_value(const char *piece, std::size_t size) {
-        if (size != 0) text_.prepared(piece, size);
+    std::size_t index_of(const Counter &counter) const {
+        return static_cast<std::size_t>(&counter - group_->counters.data());
+    }
+
+    // Appends the value at `place`. Returns its end; null when JSON can't hold it. Then `*start` is
+    // where the piece before it began, as the buffer may have moved.
+    char *write_other(const vrn_counter_group_t &group, std::size_t index, char **start,
+                      char *place) {
+        text_.advance_to(*start);
+        const std::size_t size = text_.size();
+        text_.advance_to(place);
+        const bool done =
+            write_counter_json(*group.counters[index], group_->details[index].form, row_, text_);
+        if (done) return text_.reserve(group_->max_size);
+        text_.cut(size);
+        *start = text_.reserve(group_->max_size);
+        return nullptr;
+    }
+
+    // JSON can't hold the value after `piece`. The one before it still has to end, unless that was
+    // left out, too, and what would end this one must not be written.
+    char *leave_out(const Detail *detail, const char *piece, char *out, std::uint32_t *skipped) {
+        const bool is_first = *skipped > detail->end_size;
+        if (*skipped == 0) out = JsonText::copy_in_steps(out, piece, detail->end_size);
+        *skipped = detail[1].end_size + (is_first ? 1 : 0);
+        return out;
+    }
+
+    void end_values(const char *end_piece, char *out, std::uint32_t skipped) {
+        const std::uint32_t size = group_->details.back().end_size;
+        if (skipped > size) return;  // there are none
+        if (skipped == 0) out = JsonText::copy_in_steps(out, end_piece, size);
+        text_.filled_to(out);
     }
 
     CountersJsonWriter &owner_;
@@ -234,9 +252,6 @@ class CountersJsonWriter::Sink {
     const CounterRow &row_;
     bool microseconds_;
     const Group *group_ = nullptr;
-    const Counter *next_ = nullptr;
-    const char *piece_ = nullptr;  // of the next counter
-    std::uint32_t skipped_ = 0;    // bytes of it that end a value that was left out
 };
 
 CountersJsonWriter::CountersJsonWriter(const vrn_counters_schema_t &schema,
@@ -263,14 +278,7 @@ bool CountersJsonWriter::write(std::uint64_t timestamp, Bytes values, bool micro
 bool CountersJsonWriter::write_members(std::uint64_t timestamp, Bytes values, bool microseconds) {
     if (needs_tree_) return write_tree(timestamp, values, microseconds);
     const CounterRow row(values);
-    return metadata_ ? write_text<true>(timestamp, row, microseconds)
-                     : write_text<false>(timestamp, row, microseconds);
-}
-
-template <bool has_metadata>
-bool CountersJsonWriter::write_text(std::uint64_t timestamp, const CounterRow &row,
-                                    bool microseconds) {
-    Sink<has_metadata> sink(*this, row, microseconds);
+    Sink sink(*this, row, microseconds);
     text_.begin_object();
     const bool done = walk_counters_row(timestamp, schema_, sink);
     text_.end_object();

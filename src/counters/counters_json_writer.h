@@ -27,11 +27,10 @@ class CountersJsonWriter {
     [[nodiscard]] bool write(std::uint64_t timestamp, Bytes values, bool microseconds);
 
   private:
-    template <bool has_metadata>
     class Sink;
     class Preparation;
     // What most counters are has a way of its own.
-    enum class Shape : std::uint8_t { uint64_number, int64_number, other };
+    enum class Shape : std::uint8_t { uint64_number, int64_number, double_number, other };
     // Before the value of a counter goes its piece: what ends the value before, which depends on
     // the labels of that, and its own key. Side by side in memory, as rows may have thousands.
     struct Counter {
@@ -44,17 +43,14 @@ class CountersJsonWriter {
         CounterJsonForm form;
         std::uint32_t end_size;  // of the part of its piece that ends the value before
     };
-    // With one more of each for what ends the last value.
     struct Group {
         std::vector<Counter> counters;
-        std::vector<Detail> details;
-        std::string pieces;  // one after the other
+        std::vector<Detail> details;  // one more, for the end of the last value
+        std::string pieces;           // one after the other, and that end
+        std::size_t max_size = 0;     // of the text of all counters, those of other shapes apart
     };
 
     [[nodiscard]] bool write_members(std::uint64_t timestamp, Bytes values, bool microseconds);
-    template <bool has_metadata>
-    [[nodiscard]] bool write_text(std::uint64_t timestamp, const CounterRow &row,
-                                  bool microseconds);
     [[nodiscard]] bool write_tree(std::uint64_t timestamp, Bytes values, bool microseconds);
 
     const vrn_counters_schema_t &schema_;

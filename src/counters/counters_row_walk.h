@@ -3,8 +3,7 @@
 //   void text(const char *key, const char *value),
 //   bool begin_array(const char *key), void end_array(),
 //   bool begin_group(std::size_t index), void end_group(),
-//   bool begin_set(), void end_set(),
-//   void counter(const vrn_counter_info_t &).
+//   bool set(const vrn_counter_group_t &) for the values of all counters of a group.
 // False ends the walk. What can't be set leaves its key out.
 #pragma once
 
@@ -24,9 +23,7 @@ template <typename Sink>
     if (!sink.begin_array("counter_sets")) return false;
     // All sets are made from the values at the row's start, deliberately: they are equal.
     for (std::uint32_t set = 0; set < group.num_counter_sets; ++set) {
-        if (!sink.begin_set()) return false;
-        for (std::uint32_t i = 0; i < group.num_counters; ++i) sink.counter(*group.counters[i]);
-        sink.end_set();
+        if (!sink.set(group)) return false;
     }
     sink.end_array();
     return true;

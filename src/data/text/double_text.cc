@@ -88,12 +88,13 @@ Digits digits_of(std::uint64_t bits) {
     digits.exponent = ten;
     digits.text[0] = static_cast<char>('0' + number / digits_first);
     const std::uint64_t rest = number % digits_first;
-    const std::uint64_t words[] = {eight_digits(rest / EIGHT_DIGITS_LIMIT),
-                                   eight_digits(rest % EIGHT_DIGITS_LIMIT)};
-    const int zeros = words[1] != 0 ? std::countl_zero(words[1]) : 64 + std::countl_zero(words[0]);
+    const std::uint64_t words[] = {
+        eight_digits(static_cast<std::uint32_t>(rest / EIGHT_DIGITS_LIMIT)),
+        eight_digits(static_cast<std::uint32_t>(rest % EIGHT_DIGITS_LIMIT))};
+    std::memcpy(digits.text + 1, words, sizeof words);
+    const int zeros = words[1] != ZERO_DIGITS ? std::countl_zero(words[1] ^ ZERO_DIGITS)
+                                              : 64 + std::countl_zero(words[0] ^ ZERO_DIGITS);
     digits.count = digit_count - zeros / 8;
-    const std::uint64_t shown[] = {words[0] | ZERO_DIGITS, words[1] | ZERO_DIGITS};
-    std::memcpy(digits.text + 1, shown, sizeof shown);
     return digits;
 }
 

@@ -65,9 +65,7 @@ class JsonText : public TextBuffer {
     }
 
     // Text for many uses: what `write` appends after other members of an object, or elements of an
-    // array, that lies `depth` levels inside. It begins with the comma between them. Pieces are
-    // copied in steps, so `piece_slack` bytes after one are read.
-    static constexpr std::size_t piece_slack = VRN_JSON_KEY_STEP;
+    // array, that lies `depth` levels inside. It begins with the comma between them.
     template <typename Write>
     std::string piece(std::size_t depth, Write write) const {
         JsonText text(pretty_ ? JsonLayout::pretty : JsonLayout::compact);
@@ -76,23 +74,18 @@ class JsonText : public TextBuffer {
         write(text);
         return std::string(text.view());
     }
-    // Up to `piece_slack` bytes after both ends are touched.
+    // Copies a piece. Up to `piece_slack` bytes after both ends are touched.
+    static constexpr std::size_t piece_slack = VRN_JSON_KEY_STEP;
     static char *copy_in_steps(char *out, const char *from, std::size_t size) {
         std::memcpy(out, from, step);
         for (std::size_t done = step; done < size; done += step)
             std::memcpy(out + done, from + done, step);
         return out + size;
     }
-    // A piece at the place it was made for; the comma of the first one is left out.
-    void prepared(const char *piece, std::size_t size) {
-        advance_to(write_prepared(reserve(size), piece, size));
-    }
-    // A piece and the number that follows it. What rows of counters are made of: a call would cost
-    // a tenth.
-    template <typename T>
-    [[gnu::always_inline]] void prepared_integer(const char *piece, std::size_t size, T value) {
-        char *out = write_prepared(reserve(size + JSON_SCALAR_ROOM), piece, size);
-        advance_to(write_json_number(out, value));
+    // As advance_to(), after pieces that go to the innermost object or array.
+    void filled_to(char *end) {
+        advance_to(end);
+        is_empty_ = 0;
     }
 
     // False, with nothing written, for a NaN or an infinity.
@@ -124,11 +117,6 @@ class JsonText : public TextBuffer {
     // What stands before a member or element: a comma, except before the first, and a line break.
     char *write_separator(char *out) {
         out = copy_in_steps(out, &separator_[is_empty_], separator_size_ - is_empty_);
-        is_empty_ = 0;
-        return out;
-    }
-    [[nodiscard]] char *write_prepared(char *out, const char *key, std::size_t size) {
-        out = copy_in_steps(out, key + is_empty_, size - is_empty_);
         is_empty_ = 0;
         return out;
     }

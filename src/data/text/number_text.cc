@@ -49,7 +49,7 @@ char *write_fixed(char *out, double value) {
     if (std::signbit(value)) *out++ = '-';
     out = write_digits(out, scaled / scale);
     *out++ = '.';
-    const std::uint64_t digits = eight_digits(scaled % scale) | ZERO_DIGITS;
+    const std::uint64_t digits = eight_digits(static_cast<std::uint32_t>(scaled % scale));
     constexpr int unused = 8 - fraction_digits;
     std::memcpy(out, reinterpret_cast<const char *>(&digits) + unused, fraction_digits);
     return out + fraction_digits;

@@ -18,7 +18,7 @@ inline constexpr std::size_t NUMBER_TEXT_SLACK = 8;
 inline constexpr std::size_t INTEGER_TEXT_SIZE = 20;
 inline constexpr std::size_t FIXED_TEXT_SIZE = 317;
 
-// As count_digits, for any number.
+// Bytes of the decimal digits of a number.
 inline std::size_t integer_size(std::uint64_t number) {
     // The smallest numbers of one digit more than the index.
     static constexpr auto limits = [] {
