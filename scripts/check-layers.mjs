@@ -26,6 +26,7 @@ const rooms = [
     'tools/series',
     'tools/vrn_export/format',
     'tools/*', // programs, which do not know each other
+    'tools/manuals', // the command lines of them all
 ];
 
 const root = process.argv[2] ?? join(dirname(fileURLToPath(import.meta.url)), '..');

@@ -11,7 +11,7 @@ packages=(
     zlib1g-dev libdeflate-dev libisal-dev libssl-dev libmd-dev libsnappy-dev libzstd-dev libmicrohttpd-dev
     libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
     libgtest-dev libgmock-dev
-    libedit-dev
+    libedit-dev libmd4c-dev
     chromium zstd
 )
 # Any node from 18.18 on serves; Debian's is taken where there is none.

@@ -1,6 +1,5 @@
 #include "reader/options_parse.h"
 
-#include <getopt.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,13 +14,9 @@
 #include "utils/parse_number.h"
 #include "vrn_version.h"
 
-namespace {
-
-constexpr int max_verbosity = 7;
-
 // The letters lack 'o' and 'C' and have a 'c' that does nothing: both are kept on purpose.
-constexpr char short_options[] = "hVv:s:g:l:i:e:f:pd:S::c:F:IuM";
-constexpr option long_options[] = {
+const char vrn_reader_short_options[] = "hVv:s:g:l:i:e:f:pd:S::c:F:IuM";
+const option vrn_reader_long_options[] = {
     {"help", no_argument, nullptr, 'h'},
     {"version", no_argument, nullptr, 'V'},
     {"verbose", required_argument, nullptr, 'v'},
@@ -42,6 +37,10 @@ constexpr option long_options[] = {
     {"metadata", no_argument, nullptr, 'M'},
     {nullptr, 0, nullptr, 0},
 };
+
+namespace {
+
+constexpr int max_verbosity = 7;
 
 bool exists(const char *path) {
     return access(path, F_OK) == 0;
@@ -158,7 +157,8 @@ bool parse_arguments(vrn_reader_options_t *options, int argc, char **argv) {
     // Zero, not one: the parser starts anew, also after another command line of the process.
     optind = 0;
     int code = 0;
-    while ((code = getopt_long(argc, argv, short_options, long_options, nullptr)) != -1)
+    while ((code = getopt_long(argc, argv, vrn_reader_short_options, vrn_reader_long_options,
+                               nullptr)) != -1)
         if (!apply_option(options, code, optarg)) return false;
     return true;
 }
