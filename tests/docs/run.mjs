@@ -87,8 +87,9 @@ function checkData(block) {
 function checkText(block, page) {
     const name = fileName(block);
     if (name) {
-        const uses = page.blocks.some((other) => other !== block && other.lines.some((line) => line.includes(name)));
-        if (!uses) throw new Error(`nothing on the page uses ${name}`);
+        const program = name === 'CMakeLists.txt' ? 'cmake -S .' : `./${name.replace(/\.\w+$/, '')}`;
+        const uses = (line) => line.includes(name) || line.includes(program);
+        if (!page.blocks.some((other) => other !== block && other.lines.some(uses))) throw new Error(`nothing on the page uses ${name}`);
         writeFileSync(join(page.folder, name), `${block.lines.join('\n')}\n`);
     } else if (block.language === 'cpp') {
         checkPart(block);
@@ -175,8 +176,8 @@ async function checkPage(path) {
     const report = { faults: [], skipped: [], run: 0 };
     const note = (list, block, text) => list.push(`${path.replace(`${root}/`, '')}:${block.line}: ${text}`);
     for (const link of deadLinks(path)) note(report.faults, link, `leads nowhere: ${link.target}`);
-    mkdirSync(join(page.folder, 'work/build'), { recursive: true });
-    symlinkSync(binaries, join(page.folder, 'work/build/bin'));
+    mkdirSync(join(page.folder, 'work'));
+    symlinkSync(dirname(binaries), join(page.folder, 'work/build'));
     for (const name of ['examples', 'node_modules', 'tests']) symlinkSync(join(root, name), join(page.folder, 'work', name));
     try {
         for (const block of page.blocks) {
