@@ -49,7 +49,8 @@ std::string digest_of(const std::vector<tool::InputFile> &files) {
     std::string digest;
     for (const tool::InputFile &file : files) {
         // No path holds a NUL, so that no two lists make one text; hex keeps NULs out of the texts.
-        digest = hex_digest(digest + "\n" + std::to_string(file.size) + "\n" + file.path);
+        digest.append("\n").append(std::to_string(file.size)).append("\n").append(file.path);
+        digest = hex_digest(digest);
     }
     return digest;
 }

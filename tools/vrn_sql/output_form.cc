@@ -1,5 +1,6 @@
 #include "vrn_sql/output_form.h"
 
+#include <algorithm>
 #include <array>
 
 namespace vrn::sqltool {
@@ -27,8 +28,8 @@ constexpr std::array file_formats{
 }  // namespace
 
 std::vector<std::string> form_names() {
-    std::vector<std::string> names;
-    for (const NamedForm &row : forms) names.emplace_back(row.name);
+    std::vector<std::string> names(forms.size());
+    std::ranges::transform(forms, names.begin(), &NamedForm::name);
     return names;
 }
 

@@ -1,5 +1,6 @@
 #include "data/text/double_text.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
@@ -109,7 +110,8 @@ char *write_with_point(char *out, const Digits &digits) {
 
 // 0.00123
 char *write_fraction(char *out, const Digits &digits) {
-    std::memcpy(out, "0.000000", 8);
+    std::fill_n(out, 8, '0');
+    out[1] = '.';
     out += 1 - digits.exponent;
     std::memcpy(out, digits.text, 24);
     return out + digits.count;
