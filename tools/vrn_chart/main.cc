@@ -6,14 +6,17 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/input_files.h"
+#include "common/shown_text.h"
 #include "common/tool_main.h"
 #include "metrics/chart/chart_page.h"
+#include "metrics/chart/page_text.h"
 #include "series/file_series.h"
 #include "series/file_times.h"
 #include "series/name_selection.h"
@@ -97,6 +100,19 @@ bool finds_shown(const metrics::MetricsHistory &store, const ChartOptions &optio
     return fail("--show matches none of the names");
 }
 
+// Tells of fields that no event on the page has, which is a slip, too.
+bool finds_label_fields(const metrics::MetricsHistory &store, const ChartOptions &options) {
+    std::set<std::uint64_t> label_names;
+    for (const auto &[name, value] : store.all_labels()) label_names.insert(name);
+    std::set<std::string> missing(options.series.label_fields.begin(),
+                                  options.series.label_fields.end());
+    for (const std::uint64_t name : label_names)
+        missing.erase(metrics::script_text_value(store.symbols().lookup(name)));
+    for (const std::string &field : missing)
+        fail("--label-fields: no event on the page has '" + tool::shown_text(field) + "'");
+    return missing.empty();
+}
+
 // A page is written even if files fail, with what could be read.
 bool make_page(const std::vector<tool::InputFile> &files, const ChartOptions &options,
                const Output &output) {
@@ -114,7 +130,9 @@ bool make_page(const std::vector<tool::InputFile> &files, const ChartOptions &op
     std::ostringstream page;
     metrics::write_chart_page(page, store, page_options(options));
     if (!page) return fail("there is no memory for the page");
-    return output.write(page.view()) && finds_shown(store, options) && read_all;
+    const bool is_written = output.write(page.view());
+    const bool shows_all = finds_shown(store, options) && finds_label_fields(store, options);
+    return is_written && shows_all && read_all;
 }
 
 bool run(const ChartOptions &options, const std::vector<std::string> &operands) {
