@@ -6,19 +6,19 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <thread>
 
 #include "serve_fixtures.h"
 
 namespace vrn::serve {
 namespace {
 
+using test::append;
 using test::chunk_size;
 using test::file_head;
 using test::sample_chunk;
 using test::sample_chunks;
 using test::shown;
+using test::wait_until;
 using vrn::test::TempDir;
 
 const series::SeriesOptions options;
@@ -98,16 +98,6 @@ TEST(FileTail, LivesOnAfterWhatItCannotRead) {
     EXPECT_EQ(tailed.take(dir.write("a.bin", file_head(1) + damaged + sample_chunks({1}))),
               "1,m,at=x,1 ");
     EXPECT_EQ(tailed.tools.losses, 1);
-}
-
-// Waits for a thread to come to something; the test's own limit is ctest's.
-template <typename Condition>
-void wait_until(Condition condition) {
-    while (!condition()) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-}
-
-void append(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::app | std::ios::binary) << bytes;
 }
 
 TEST(Follower, FollowsFilesThroughTheirLives) {

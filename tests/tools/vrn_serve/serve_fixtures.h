@@ -1,8 +1,11 @@
 // Data files and stores for the tests of the host.
 #pragma once
 
+#include <chrono>
+#include <fstream>
 #include <initializer_list>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "data/data_file_header.h"
@@ -64,6 +67,16 @@ inline void add(LiveStore *store, const std::string &name, const std::string &la
         intake->intern(name), intake->intern_labels({{"at", label}}));
     for (const auto &[time, value] : points) series.push(time, value);
     store->take(*intake);
+}
+
+// Waits for a thread to come to something; the test's own limit is ctest's.
+template <typename Condition>
+void wait_until(Condition condition) {
+    while (!condition()) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+}
+
+inline void append(const std::string &path, const std::string &bytes) {
+    std::ofstream(path, std::ios::app | std::ios::binary) << bytes;
 }
 
 }  // namespace vrn::serve::test

@@ -1,6 +1,7 @@
 #include "vrn_serve/site.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "serve_fixtures.h"
 #include "vrn_serve/series_list.h"
@@ -9,6 +10,11 @@ namespace vrn::serve {
 namespace {
 
 using test::add;
+using test::append;
+using test::file_head;
+using test::sample_chunk;
+using test::shown;
+using test::wait_until;
 using vrn::test::TempDir;
 
 constexpr char token[] = "a-token-of-20-letter";
@@ -30,15 +36,16 @@ struct Ask {
     }
 };
 
+std::string body_of(const Answer &answer) {
+    std::string text = answer.body ? *answer.body : "";
+    for (std::string piece; answer.next_piece && answer.next_piece(&piece);) text += piece;
+    return text;
+}
+
 class SiteTest : public testing::Test {
   protected:
     Answer answer(const Ask &ask) { return site.answer(ask.request()); }
-    std::string body(const Ask &ask) {
-        const Answer answered = answer(ask);
-        std::string text = answered.body ? *answered.body : "";
-        for (std::string piece; answered.next_piece && answered.next_piece(&piece);) text += piece;
-        return text;
-    }
+    std::string body(const Ask &ask) { return body_of(answer(ask)); }
 
     LiveStore store{{}, &options};
     Site site{
@@ -202,6 +209,33 @@ TEST(SiteOfASmallStore, TellsThatSamplesHadToGo) {
     EXPECT_NE(notice_place(), std::string::npos);
     store.clear();
     EXPECT_EQ(notice_place(), std::string::npos);
+}
+
+// A writer of a sample each second, whose file is rotated every ten minutes, and clients meanwhile.
+TEST(SiteOfGrowingFiles, KeepsUpForAnHour) {
+    constexpr std::uint64_t second = 1'000'000;
+    constexpr std::uint64_t kept = 600;
+    const TempDir dir;
+    const std::string path = dir.write("a.bin", file_head(1));
+    LiveStore store({.samples = kept}, &options);
+    Follower follower({dir.path()}, &options, &store);
+    Site site({}, &store, [&] { return follower.state(); });
+    std::string expected;
+    for (std::uint64_t time = second; time <= 3600 * second; time += second) {
+        append(path, sample_chunk("m", "x", time, time));
+        if (time / second > 3600 - kept)
+            expected += std::to_string(time) + ",m,at=x," + std::to_string(time) + " ";
+        if (time % (60 * second) != 0) continue;
+        wait_until([&] { return store.state().newest_us == time; });
+        for (const char *target : {"/rta/metrics/dump", "/rta/metrics/dump/csv", "/metrics"})
+            ASSERT_NE(body_of(site.answer(Ask{.path = target}.request())), "") << target;
+        if (time % (600 * second) != 0) continue;
+        std::filesystem::rename(path, dir.file("a." + std::to_string(time) + ".bin"));
+        dir.write("a.bin", file_head(time));
+    }
+    EXPECT_EQ(shown(store), expected);
+    EXPECT_EQ(store.state().taken_samples, 3600);
+    EXPECT_EQ(follower.state().losses, 0);
 }
 
 TEST_F(SiteTest, TellsTheNewestValuesToPrometheus) {
