@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <boost/filesystem.hpp>
@@ -30,21 +31,33 @@ Descriptor open_existing(const std::string &path) {
     return Descriptor(::open(path.c_str(), O_RDWR | O_APPEND | O_CLOEXEC));
 }
 
-struct stat status_of(const Descriptor &stream) {
-    struct stat status {};
-    ::fstat(stream.get(), &status);
+struct FileStatus {
+    vrn::FileIdentity identity;
+    std::optional<std::uint64_t> size;  // of a regular file
+    bool has_name = false;
+};
+
+// Without the times of the file: the kernel gives the next write a finer time, and a change of its
+// own in the journal, when somebody has looked at them. False with errno set.
+bool look_at(int folder, const char *path, int flags, FileStatus *status) {
+    constexpr unsigned wanted = STATX_TYPE | STATX_NLINK | STATX_INO | STATX_SIZE;
+    struct statx found {};
+    if (::statx(folder, path, flags, wanted, &found) != 0) return false;
+    status->identity = {makedev(found.stx_dev_major, found.stx_dev_minor), found.stx_ino};
+    if (S_ISREG(found.stx_mode)) status->size = found.stx_size;
+    status->has_name = found.stx_nlink != 0;
+    return true;
+}
+
+FileStatus status_of(const Descriptor &stream) {
+    FileStatus status;
+    static_cast<void>(look_at(stream.get(), "", AT_EMPTY_PATH, &status));
     return status;
 }
 
 bool is_name_of(const std::string &path, const vrn::FileIdentity &file) {
-    struct stat status;
-    return ::stat(path.c_str(), &status) == 0 && vrn::identity_of(status) == file;
-}
-
-// Size of a regular file; none of anything else.
-std::optional<std::uint64_t> size_of(const struct stat &status) {
-    if (!S_ISREG(status.st_mode)) return std::nullopt;
-    return static_cast<std::uint64_t>(status.st_size);
+    FileStatus status;
+    return look_at(AT_FDCWD, path.c_str(), 0, &status) && status.identity == file;
 }
 
 // Nothing is held back in this process, so that one that is killed loses nothing. Bytes written.
@@ -108,7 +121,7 @@ bool write_new_header(vrn_data_file_t *file, const Descriptor &stream) {
 
 void remove_name(const vrn_data_file_t *file, const Descriptor &stream) {
     const int cause = errno;
-    if (is_name_of(file->path, vrn::identity_of(status_of(stream)))) ::unlink(file->path.c_str());
+    if (is_name_of(file->path, status_of(stream).identity)) ::unlink(file->path.c_str());
     errno = cause;
 }
 
@@ -184,9 +197,9 @@ bool rewrite_header(const vrn_data_file_t *file, const Descriptor &stream, std::
 
 // Leaves nothing unfinished in the locked file of this status and takes `file_size` from it.
 // `header` is zero when the file has no valid one.
-bool settle(vrn_data_file_t *file, const Descriptor &stream, const struct stat &status,
+bool settle(vrn_data_file_t *file, const Descriptor &stream, const FileStatus &status,
             vrn_data_file_header_t *header) {
-    std::optional<std::uint64_t> size = size_of(status);
+    std::optional<std::uint64_t> size = status.size;
     if (size && *size < header_size) {
         if (!complete_header(file, stream)) return false;
         size = header_size;
@@ -201,7 +214,7 @@ bool settle(vrn_data_file_t *file, const Descriptor &stream, const struct stat &
 // Takes back the last `bytes` of the locked file; one that holds nothing else goes. Processes that
 // know no lock may share it, so the cut goes by its present end.
 void cut_back(const vrn_data_file_t *file, std::uint64_t bytes) {
-    const std::optional<std::uint64_t> size = size_of(status_of(file->stream));
+    const std::optional<std::uint64_t> size = status_of(file->stream).size;
     if (!size || *size < bytes) return;
     const std::uint64_t rest = *size - bytes;
     if (bytes != 0 && ::ftruncate(file->stream.get(), static_cast<off_t>(rest)) != 0) return;
@@ -223,13 +236,13 @@ bool open_stream(vrn_data_file_t *file) {
     if (!file->stream.is_open() && errno == ENOENT && vrn_data_file_create(file))
         file->stream = open_existing(file->path);
     if (!file->stream.is_open()) return false;
-    file->opened = vrn::identity_of(status_of(file->stream));
+    file->opened = status_of(file->stream).identity;
     file->has_other_blocks = false;
     return true;
 }
 
 // Locks the file that has the name at present, which may be another one with each look.
-bool enter(vrn_data_file_t *file, std::optional<vrn::FileLock> *lock, struct stat *status) {
+bool enter(vrn_data_file_t *file, std::optional<vrn::FileLock> *lock, FileStatus *status) {
     constexpr int max_looks = 100;
     for (int look = 0; look < max_looks; ++look) {
         if (!open_stream(file)) return false;
@@ -237,7 +250,7 @@ bool enter(vrn_data_file_t *file, std::optional<vrn::FileLock> *lock, struct sta
         if (!(*lock)->is_held()) return false;
         *status = status_of(file->stream);
         // A file that was removed and made anew between the open and the lock has no name any more.
-        if (status->st_nlink != 0 || vrn_data_file_is_present(file)) return true;
+        if (status->has_name || vrn_data_file_is_present(file)) return true;
         lock->reset();
         static_cast<void>(file->stream.close());  // nothing was written through it
     }
@@ -255,12 +268,13 @@ bool announce(vrn_data_file_t *file, const vrn_data_file_header_t &header) {
 
 // Lets the locked file grow by zeros that no disk has to hold.
 bool pad(const Descriptor &stream, std::uint64_t bytes) {
-    return bytes == 0 ||
-           ::ftruncate(stream.get(), status_of(stream).st_size + static_cast<off_t>(bytes)) == 0;
+    if (bytes == 0) return true;
+    const std::uint64_t size = status_of(stream).size.value_or(0);
+    return ::ftruncate(stream.get(), static_cast<off_t>(size + bytes)) == 0;
 }
 
 // Appends to the locked file, or leaves it as it was.
-bool append(vrn_data_file_t *file, const struct stat &status, vrn::Bytes data,
+bool append(vrn_data_file_t *file, const FileStatus &status, vrn::Bytes data,
             std::uint64_t padding) {
     vrn_data_file_header_t header;
     const bool is_settled = settle(file, file->stream, status, &header);
@@ -352,7 +366,7 @@ bool vrn_data_file_create(vrn_data_file_t *file) {
 
 std::uint64_t vrn_data_file_append(vrn_data_file_t *file, vrn::Bytes data, std::uint64_t padding) {
     std::optional<vrn::FileLock> lock;
-    struct stat status;
+    FileStatus status;
     if (!enter(file, &lock, &status)) {
         if (file->last_write_ok)
             VRN_LOG(VRN_LOG_ERROR, "[data_file] Failed to open data file %s for writing: %s",
