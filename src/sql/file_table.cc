@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "scan/data_file_scan.h"
+#include "scan/metrics_walk.h"
 #include "sql/fault_visitor.h"
 #include "sql/metrics_reader.h"
 #include "sql/metrics_table.h"
@@ -27,9 +28,11 @@ class FaultCount final : public scan::Visitor {
     void chunk_end() override { check_cancelled(); }
 
     scan::Next metrics(const scan::PlainBlock &block) override {
-        split_metrics(
+        scan::split_metrics(
             block.bytes, [this](Bytes found) { check(found); },
-            [this](const std::string &reason) { add(reason); });
+            [this](std::size_t, std::size_t, const char *, const std::string &reason) {
+                add(reason);
+            });
         return scan::Next::block;
     }
 

@@ -5,15 +5,12 @@
 #include <stdexcept>
 
 #include "metrics/labels_walk.h"
-#include "metrics/section_mark.h"
 #include "metrics/table_sections.h"
-#include "scan/block_walk.h"
+#include "scan/metrics_walk.h"
 
 namespace vrn::sql {
 namespace {
 
-constexpr std::string_view block_mark = "CNTX";
-constexpr std::size_t block_head_size = block_mark.size() + sizeof(std::uint32_t);
 constexpr std::size_t no_set = std::numeric_limits<std::size_t>::max();
 // Constants count for each record: a small block could ask for endless labels.
 constexpr std::size_t free_labels = 1 << 20;
@@ -25,31 +22,15 @@ scan::Next MetricsReader::metrics(const scan::PlainBlock &block) {
     if (!takes_record(block.place)) return scan::Next::block;
     // Kept whole, since the cursor reads its blocks after the walk has gone on.
     const Bytes run = {keep(block.bytes.data()), block.bytes.size()};
-    split_metrics(
+    scan::split_metrics(
         run,
         [&](Bytes found) {
             blocks_.push_back({found, names()});
         },
-        [&](const std::string &reason) { report_fault(path(), reason); });
+        [&](std::size_t, std::size_t, const char *, const std::string &reason) {
+            report_fault(path(), reason);
+        });
     return scan::Next::block;
-}
-
-void split_metrics(Bytes run, const std::function<void(Bytes block)> &visit,
-                   const std::function<void(const std::string &reason)> &fail) {
-    // Zeros pad a run to the end of its chunk and are no fault.
-    for (Bytes rest = run; !scan::is_all_zero(rest);) {
-        const Bytes mark = metrics::find_mark(rest, block_mark);
-        if (!scan::is_all_zero(rest.first(rest.size() - mark.size())))
-            fail("No metrics block where one could begin");
-        if (mark.empty()) return;
-        const std::uint32_t size = metrics::read_total_size(mark);
-        // At least its own head: a size of 0 would find the same mark for ever.
-        if (size < block_head_size || size > mark.size())
-            return fail("A metrics block claims " + std::to_string(size) + " bytes of " +
-                        std::to_string(mark.size()));
-        visit(mark.first(size));
-        rest = mark.subspan(size);
-    }
 }
 
 void MetricsCursor::begin(Bytes block) {

@@ -1,7 +1,6 @@
 // The metrics blocks of a query, and the way through the records of one.
 #pragma once
 
-#include <functional>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -32,10 +31,6 @@ class MetricsReader final : public RecordReader {
   private:
     std::vector<StagedBlock> blocks_;
 };
-
-// Calls `visit` with each block of a run of metrics blocks, and `fail` with what is wrong.
-void split_metrics(Bytes run, const std::function<void(Bytes block)> &visit,
-                   const std::function<void(const std::string &reason)> &fail);
 
 // Names and values of labels, each name once.
 using Labels = std::vector<std::pair<std::string_view, std::string_view>>;

@@ -120,6 +120,14 @@ TEST_F(VrnCheck, FindsNothingInASoundFile) {
     ASSERT_EQ(sound_file().size(), file_size);
     EXPECT_EQ(check(sound_file()), Lines{});
     EXPECT_EQ(totals_.bytes, file_size);
+
+    // Records without labels need no label set.
+    metrics::CntxBuilder bare;
+    const std::uint16_t id = bare.add_metric("m");
+    bare.add_record({.timestamp = 3000, .samples = {{id, 1}}});
+    std::string bytes = sound_file();
+    bytes.replace(metrics_at, chunk_size, in_chunk(bare.build()));
+    EXPECT_EQ(check(bytes), Lines{});
 }
 
 struct Damage {

@@ -46,13 +46,14 @@ FileCheck::FileCheck(const std::string &path, SchemaTexts *schemas, scan::PageBu
       buffer_(page),
       take_(std::move(take)),
       metrics_(
-          {.fault =
+          {.tables = [](const scan::MetricsTables &) { return true; },
+           .record =
+               [this](std::size_t offset, const metrics::RecordView &record) {
+                   check_time(record.timestamp, beyond(metrics_place_, offset));
+               },
+           .fault =
                [this](std::size_t offset, std::size_t lost, const char *kind, std::string reason) {
                    report(beyond(metrics_place_, offset), lost, kind, std::move(reason));
-               },
-           .time =
-               [this](std::size_t offset, std::uint64_t time) {
-                   check_time(time, beyond(metrics_place_, offset));
                }}) {}
 
 Totals FileCheck::run() {
@@ -192,7 +193,7 @@ Next FileCheck::counters(const scan::CountersBlock &block) {
 
 Next FileCheck::metrics(const scan::PlainBlock &block) {
     metrics_place_ = block.place;
-    metrics_.check(block.bytes);
+    metrics_.walk(block.bytes);
     return Next::block;
 }
 

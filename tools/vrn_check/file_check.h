@@ -9,11 +9,11 @@
 
 #include "data/data_file_header.h"
 #include "scan/byte_source.h"
+#include "scan/metrics_walk.h"
 #include "scan/page_buffer.h"
 #include "scan/visitor.h"
 #include "utils/log_capture.h"
 #include "vrn_check/fault_text.h"
-#include "vrn_check/metrics_check.h"
 #include "vrn_check/schema_texts.h"
 #include "vrn_check/time_check.h"
 
@@ -79,7 +79,7 @@ class FileCheck final : public scan::Visitor {
     bool told_of_schemas_ = false;         // of those that were named last
     std::set<std::string> known_schemas_;  // ids with a fault, which has been told
     TimeCheck times_;
-    MetricsCheck metrics_;
+    scan::MetricsWalk metrics_;
     scan::Place metrics_place_;
     std::unique_ptr<FileFault> last_;  // kept back: what follows may shorten it
     Totals totals_;

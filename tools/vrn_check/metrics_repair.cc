@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "metrics/section_mark.h"
+#include "scan/metrics_walk.h"
 #include "vrn_check/block_finder.h"
-#include "vrn_check/metrics_check.h"
 
 namespace vrn::check {
 namespace {
@@ -31,15 +31,17 @@ void set_size(std::string *block) {
 bool find_bad_records(const std::string &block, std::vector<Extent> *bad, TimeSpan *times) {
     bool is_of_records = true;
     const std::size_t end = block.size() - metrics::TRAILER.size();
-    MetricsCheck check(
-        {.fault =
+    scan::MetricsWalk walk(
+        {.tables = [](const scan::MetricsTables &) { return true; },
+         .record = [&](std::size_t,
+                       const metrics::RecordView &record) { times->add(record.timestamp); },
+         .fault =
              [&](std::size_t offset, std::size_t lost, std::string_view kind, const std::string &) {
                  is_of_records &= kind == "metrics_names" || kind == "metrics_record";
                  // A record that is cut out must not take the trailer with it.
                  bad->push_back({offset, std::min(lost, end - std::min(offset, end))});
-             },
-         .time = [&](std::size_t, std::uint64_t time) { times->add(time); }});
-    check.check(bytes_of(block));
+             }});
+    walk.walk(bytes_of(block));
     return is_of_records;
 }
 

@@ -5,15 +5,11 @@
 
 #include "metrics/labels_walk.h"
 #include "metrics/section_mark.h"
-#include "scan/block_walk.h"
 
 namespace vrn::exporter {
 namespace {
 
 using metrics::RecordView;
-
-constexpr std::string_view block_mark = "CNTX";
-constexpr std::size_t block_head_size = block_mark.size() + sizeof(std::uint32_t);
 
 // As records have them on disk; all other values are unsigned.
 constexpr std::uint8_t double_type = 2, signed_type = 4;
@@ -29,20 +25,6 @@ MetricValueForm form_of(std::uint8_t value_type) {
     }
 }
 
-// Finds whether all label values are in the block's table. See walk_label_values().
-struct LabelIdCheck {
-    std::size_t num_values;
-    std::size_t bad_id = 0;
-    bool has_bad_id = false;
-
-    void id(std::size_t /*index*/, std::uint8_t id) {
-        if (id < num_values || has_bad_id) return;
-        bad_id = id;
-        has_bad_id = true;
-    }
-    void text(std::size_t /*index*/, std::string_view /*text*/) {}
-};
-
 }  // namespace
 
 // See walk_label_values().
@@ -52,7 +34,7 @@ class MetricsReader::LabelSetter {
         : reader_(reader), names_(set.names) {}
 
     // In the table: only records whose ids were checked come here.
-    void id(std::size_t index, std::uint8_t id) { text(index, reader_.view_.label_values[id]); }
+    void id(std::size_t index, std::uint8_t id) { text(index, reader_.view_->label_values[id]); }
     void text(std::size_t /*index*/, std::string_view text) {
         std::string_view name;
         if (metrics::read_string(names_, &name)) reader_.set_label(name, text);
@@ -63,48 +45,37 @@ class MetricsReader::LabelSetter {
     ByteReader names_;
 };
 
+MetricsReader::MetricsReader(const RecordSelection *selection, MetricsSink sink)
+    : selection_(*selection),
+      sink_(std::move(sink)),
+      walk_({.tables = [this](const scan::MetricsTables &tables) { return read_tables(tables); },
+             .record =
+                 [this](std::size_t, const RecordView &record) {
+                     // The walk goes on without giving: faults of later records are still to be
+                     // told.
+                     goes_on_ = goes_on_ && give(record);
+                 },
+             .fault = sink_.fault}) {}
+
 void MetricsReader::read(Bytes bytes) {
     run_ = bytes;
-    for (Bytes rest = bytes; !scan::is_all_zero(rest);) {
-        const Bytes mark = metrics::find_mark(rest, block_mark);
-        const std::size_t gap = rest.size() - mark.size();
-        if (gap > 0 && !scan::is_all_zero(rest.first(gap)))
-            sink_.fault(offset_of(rest.data()), gap, "not_a_block",
-                        "No metrics block where one could begin");
-        if (mark.empty()) return;
-        const std::uint32_t size = metrics::read_total_size(mark);
-        // A size below the head's would never get on; after a wrong one no place is known to begin
-        // a block.
-        if (size < block_head_size || size > mark.size()) {
-            sink_.fault(offset_of(mark.data()), mark.size(), "block_cut",
-                        "A metrics block claims " + std::to_string(size) + " bytes of " +
-                            std::to_string(mark.size()));
-            return;
-        }
-        read_block(mark.first(size));
-        rest = mark.subspan(size);
-    }
+    walk_.walk(bytes);
 }
 
-void MetricsReader::read_block(Bytes block) {
-    try {
-        view_.read(block, block);
-        metrics::read_string_section(block, "CLBL", "clbl", &constants_);
-    } catch (const std::exception &error) {
-        sink_.fault(offset_of(block.data()), block.size(), "metrics_block", error.what());
-        return;
-    }
-    collect_constant_labels();
+bool MetricsReader::read_tables(const scan::MetricsTables &tables) {
+    view_ = &tables.view;
+    collect_constant_labels(tables.constants);
     // Ids mean other names in each block.
-    choices_.assign(view_.metric_names.size(), Choice::unknown);
+    choices_.assign(view_->metric_names.size(), Choice::unknown);
     // False when there is no room for more text; records would find none either.
-    if (read_histograms()) read_records(block);
+    goes_on_ = read_histograms();
+    return goes_on_;
 }
 
 bool MetricsReader::read_histograms() {
-    Bytes hit = metrics::find_mark(view_.between, "HIST");
+    Bytes hit = metrics::find_mark(view_->between, "HIST");
     if (hit.empty()) return true;
-    const std::vector<std::string> values(view_.label_values.begin(), view_.label_values.end());
+    const std::vector<std::string> values(view_->label_values.begin(), view_->label_values.end());
     while (!hit.empty()) {
         metrics::Histogram histogram;
         std::size_t size = 0;
@@ -127,9 +98,9 @@ bool MetricsReader::read_histogram(Bytes section, std::size_t size,
     if (!selection_.takes_metric(histogram.name) || !selection_.takes_time(histogram.timestamp))
         return true;
     const std::size_t num_labels = histogram.label_values.size();
-    const bool is_known = histogram.label_set_id < view_.label_sets.size();
+    const bool is_known = histogram.label_set_id < view_->label_sets.size();
     const std::size_t num_names =
-        is_known ? view_.label_sets[histogram.label_set_id].count : std::size_t{0};
+        is_known ? view_->label_sets[histogram.label_set_id].count : std::size_t{0};
     if (num_labels > num_names) {
         sink_.fault(offset_of(section.data()), size, "metrics_names",
                     "A histogram has " + std::to_string(num_labels) + " labels for " +
@@ -137,58 +108,12 @@ bool MetricsReader::read_histogram(Bytes section, std::size_t size,
         return true;
     }
     labels_ = constant_labels_;
-    ByteReader names(is_known ? view_.label_sets[histogram.label_set_id].names : Bytes());
+    ByteReader names(is_known ? view_->label_sets[histogram.label_set_id].names : Bytes());
     for (const std::string &value : histogram.label_values) {
         std::string_view name;
         if (metrics::read_string(names, &name)) set_label(name, value);
     }
     return sink_.histogram({histogram, labels_});
-}
-
-void MetricsReader::read_records(Bytes block) {
-    // Where the record at hand begins; known also when the scan throws.
-    const std::uint8_t *place = view_.records.base.data() + sizeof view_.records.blocksize;
-    bool goes_on = true;
-    try {
-        metrics::scan_records(view_.records, [&](const RecordView &record) {
-            LabelIdCheck ids{view_.label_values.size()};
-            const std::size_t size =
-                metrics::walk_label_values(record.labels, record.label_values, ids);
-            const std::uint8_t *end = record.label_values.data() + size;
-            std::string fault = fault_of(record);
-            if (fault.empty() && ids.has_bad_id)
-                fault = "A record names label value " + std::to_string(ids.bad_id) + " of " +
-                        std::to_string(ids.num_values);
-            if (!fault.empty())
-                sink_.fault(offset_of(place), static_cast<std::size_t>(end - place),
-                            "metrics_names", std::move(fault));
-            else
-                // The scan goes on without giving: faults of later records are still to be told.
-                goes_on = goes_on && give(record);
-            place = end;
-            return size;
-        });
-    } catch (const std::exception &error) {
-        const std::uint8_t *end = block.data() + block.size();
-        sink_.fault(offset_of(place), static_cast<std::size_t>(end - place), "metrics_record",
-                    error.what());
-    }
-}
-
-// Empty when all that the record names is in the tables of its block.
-std::string MetricsReader::fault_of(const RecordView &record) const {
-    const auto &labels = record.labels;
-    const bool is_known = labels.label_set_id < view_.label_sets.size();
-    // A record without labels needs no set of names.
-    const std::size_t names = is_known ? view_.label_sets[labels.label_set_id].count : 0;
-    if (labels.count > names)
-        return "A record has " + std::to_string(labels.count) + " labels for " +
-               std::to_string(names) + " names";
-    for (std::size_t i = 0; i < record.num_samples(); ++i)
-        if (const auto id = record.sample(i).sample_id; id >= view_.metric_names.size())
-            return "A record names metric " + std::to_string(id) + " of " +
-                   std::to_string(view_.metric_names.size());
-    return "";
 }
 
 bool MetricsReader::give(const RecordView &record) {
@@ -197,12 +122,12 @@ bool MetricsReader::give(const RecordView &record) {
     for (std::size_t i = 0; i < record.num_samples(); ++i) {
         const metrics::MetricSample sample = record.sample(i);
         if (takes_metric(sample.sample_id))
-            samples_.push_back({view_.metric_names[sample.sample_id], sample.sample_value});
+            samples_.push_back({view_->metric_names[sample.sample_id], sample.sample_value});
     }
     if (samples_.empty()) return true;
     labels_ = constant_labels_;
     if (record.labels.count > 0) {
-        LabelSetter setter(*this, view_.label_sets[record.labels.label_set_id]);
+        LabelSetter setter(*this, view_->label_sets[record.labels.label_set_id]);
         metrics::walk_label_values(record.labels, record.label_values, setter);
     }
     return sink_.record({.time = record.timestamp,
@@ -216,21 +141,22 @@ bool MetricsReader::takes_metric(std::uint16_t id) {
     if (selection_.takes_all_metrics()) return true;
     Choice &choice = choices_[id];
     if (choice == Choice::unknown)
-        choice = selection_.takes_metric(view_.metric_names[id]) ? Choice::taken : Choice::left_out;
+        choice =
+            selection_.takes_metric(view_->metric_names[id]) ? Choice::taken : Choice::left_out;
     return choice == Choice::taken;
 }
 
-void MetricsReader::collect_constant_labels() {
+void MetricsReader::collect_constant_labels(const std::vector<std::string_view> &constants) {
     constant_labels_.clear();
     constant_places_.clear();
     // A name at the end without a value is left out.
-    for (std::size_t i = 0; i + 1 < constants_.size(); i += 2) {
+    for (std::size_t i = 0; i + 1 < constants.size(); i += 2) {
         const auto [place, is_new] =
-            constant_places_.try_emplace(constants_[i], constant_labels_.size());
+            constant_places_.try_emplace(constants[i], constant_labels_.size());
         if (is_new)
-            constant_labels_.push_back({constants_[i], constants_[i + 1]});
+            constant_labels_.push_back({constants[i], constants[i + 1]});
         else
-            constant_labels_[place->second].value = constants_[i + 1];
+            constant_labels_[place->second].value = constants[i + 1];
     }
 }
 

@@ -11,9 +11,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "metrics/cntx_block_view.h"
 #include "metrics/histogram.h"
-#include "metrics/record_view.h"
+#include "scan/metrics_walk.h"
 #include "utils/byte_reader.h"
 #include "vrn_export/format/record_selection.h"
 
@@ -63,8 +62,7 @@ struct MetricsSink {
 class MetricsReader {
   public:
     // Borrows `selection`.
-    MetricsReader(const RecordSelection *selection, MetricsSink sink)
-        : selection_(*selection), sink_(std::move(sink)) {}
+    MetricsReader(const RecordSelection *selection, MetricsSink sink);
 
     // `bytes` begin with a block; more may follow it, and then padding.
     void read(Bytes bytes);
@@ -72,23 +70,22 @@ class MetricsReader {
   private:
     class LabelSetter;
 
-    void read_block(Bytes block);
+    bool read_tables(const scan::MetricsTables &tables);
     bool read_histograms();
     bool read_histogram(Bytes section, std::size_t size, const metrics::Histogram &histogram);
-    void read_records(Bytes block);
-    std::string fault_of(const metrics::RecordView &record) const;
     bool give(const metrics::RecordView &record);
     bool takes_metric(std::uint16_t id);
-    void collect_constant_labels();
+    void collect_constant_labels(const std::vector<std::string_view> &constants);
     void set_label(std::string_view name, std::string_view value);
     std::size_t offset_of(const std::uint8_t *place) const;
 
     const RecordSelection &selection_;
     MetricsSink sink_;
+    scan::MetricsWalk walk_;
     Bytes run_;
-    metrics::CntxBlockView view_;
-    std::vector<std::string_view> constants_;   // name, value, name, value
-    std::vector<MetricLabel> constant_labels_;  // distinct ones
+    const metrics::CntxBlockView *view_ = nullptr;  // of the block at hand
+    bool goes_on_ = true;                           // with its records
+    std::vector<MetricLabel> constant_labels_;      // distinct ones
     std::unordered_map<std::string_view, std::size_t> constant_places_;
     std::vector<MetricLabel> labels_;  // of the record at hand, the constant ones first
     std::vector<MetricSample> samples_;
