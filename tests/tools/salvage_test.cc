@@ -403,6 +403,16 @@ TEST_F(Salvage, KeepsAllBeforeAFlippedBitOfAGzipFile) {
     EXPECT_GT(num_kept, 8U);
 }
 
+// A header without events has its schemas from a block that has fewer ids than headers do.
+TEST_F(Salvage, TakesSchemasFromAShortBlock) {
+    Blocks b;
+    FileForm form = {"short", 600, {b.schemas().substr(0, 32) + b.events(0, 60)}};
+    std::memcpy(form.chunks[0].data() + 4, "\x20", 1);
+    std::string bytes = file_of(form);
+    bytes.replace(offsetof(vrn_data_file_header_t, event_schema_ids), 16, std::string(16, '\0'));
+    EXPECT_EQ(list(salvage(bytes)).records.size(), 60U);
+}
+
 TEST_F(Salvage, WritesWholeFilesOrNone) {
     const std::string bytes = file_of(make_forms().back());
     const std::string packed = test::encode(VRN_ENCODING_GZIP, bytes);

@@ -30,9 +30,12 @@ void take_schemas(const KeptBlock &block, const SchemaIdList &known,
     if (vrn_block_type_of(block.bytes.data()) != VRN_SCHEMAS_BLOCK) return;
     const bool names_any = std::ranges::any_of(header->event_schema_ids,
                                                [&](const auto &id) { return known.has(id); });
-    if (!names_any)
-        std::memcpy(header->event_schema_ids, block.bytes.data() + sizeof(vrn_schemas_block_t),
-                    sizeof header->event_schema_ids);
+    if (names_any) return;
+    // It may be shorter than all ids of a header.
+    const Bytes ids = block.bytes.subspan(sizeof(vrn_schemas_block_t));
+    vrn_schema_id_t named[VRN_EVENT_SCHEMA_IDS]{};
+    std::memcpy(named, ids.data(), std::min(ids.size(), sizeof named));
+    std::memcpy(header->event_schema_ids, named, sizeof named);
 }
 
 }  // namespace
