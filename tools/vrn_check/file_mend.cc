@@ -24,20 +24,6 @@ void take_names(const KeptBlock &block, vrn_data_file_header_t *header) {
     std::memcpy(header->source_tag, names.tag, sizeof header->source_tag);
 }
 
-// A reader passes over schemas blocks, too, when the header names no schema of events.
-void take_schemas(const KeptBlock &block, const SchemaIdList &known,
-                  vrn_data_file_header_t *header) {
-    if (vrn_block_type_of(block.bytes.data()) != VRN_SCHEMAS_BLOCK) return;
-    const bool names_any = std::ranges::any_of(header->event_schema_ids,
-                                               [&](const auto &id) { return known.has(id); });
-    if (names_any) return;
-    // It may be shorter than all ids of a header.
-    const Bytes ids = block.bytes.subspan(sizeof(vrn_schemas_block_t));
-    vrn_schema_id_t named[VRN_EVENT_SCHEMA_IDS]{};
-    std::memcpy(named, ids.data(), std::min(ids.size(), sizeof named));
-    std::memcpy(header->event_schema_ids, named, sizeof named);
-}
-
 }  // namespace
 
 bool FileMend::run(Bytes bytes, const Descriptor &output) {
@@ -45,13 +31,13 @@ bool FileMend::run(Bytes bytes, const Descriptor &output) {
     FoundHeader header = find_header(bytes, texts_->known());
     guess_schemas(
         texts_->known(), [this](const FoundHeader &guess) { return misfit(guess); }, &header);
+    take_schemas(&header);
     ChunkSurvey survey;
     bool has_blocks = false;
     // Looked through first: the size of chunks must be known before one is written.
     const auto look = [&](const KeptBlock &block) {
         survey.add(block);
         if (!header.is_there && !has_blocks) take_names(block, &header.fields);
-        take_schemas(block, texts_->known().events, &header.fields);
         has_blocks = true;
     };
     const TimeSpan times =
@@ -79,6 +65,23 @@ bool FileMend::run(Bytes bytes, const Descriptor &output) {
     header.fields.last_timestamp = times.last;
     writer.end(header.fields);
     return true;
+}
+
+// A reader passes over schemas blocks, too, when the header names no schema of events.
+void FileMend::take_schemas(FoundHeader *header) {
+    auto &ids = header->fields.event_schema_ids;
+    const auto is_known = [&](const auto &id) { return texts_->known().events.has(id); };
+    const auto take = [&](const KeptBlock &block) {
+        if (vrn_block_type_of(block.bytes.data()) != VRN_SCHEMAS_BLOCK) return;
+        if (std::ranges::any_of(ids, is_known)) return;
+        // It may be shorter than all ids of a header.
+        const Bytes named = block.bytes.subspan(sizeof(vrn_schemas_block_t));
+        std::memset(ids, 0, sizeof ids);
+        std::memcpy(ids, named.data(), std::min(named.size(), sizeof ids));
+    };
+    // A walk of its own: with the schemas, blocks before theirs are known as well.
+    if (std::ranges::none_of(ids, is_known))
+        walk(bytes_, *header, {.take = take, .leave_out = [](const FileFault &) {}});
 }
 
 Misfit FileMend::misfit(const FoundHeader &header) {

@@ -25,6 +25,7 @@ class FileMend {
 
   private:
     TimeSpan walk(Bytes bytes, const FoundHeader &header, const KeptBlocks &kept);
+    void take_schemas(FoundHeader *header);
     Misfit misfit(const FoundHeader &header);
 
     SchemaTexts *texts_;

@@ -27,7 +27,8 @@ bool parse_piece_line(const std::string &line, TablePiece *piece) {
         return false;
     // Who has written to the part must not choose where the table goes. No name of ours begins with
     // a dot.
-    if (rest.empty() || rest.front() == '.' || rest.find('/') != rest.npos) return false;
+    constexpr std::string_view never{"/\0", 2};
+    if (rest.empty() || rest.front() == '.' || rest.find_first_of(never) != rest.npos) return false;
     piece->file = rest;
     return true;
 }
