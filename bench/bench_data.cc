@@ -269,4 +269,21 @@ void write_bench_data(const std::string &folder, const BenchSizes &sizes) {
     write_compressed(folder + "/counters", rows_per_page * counters_block_size);
 }
 
+std::string first_events(const std::string &folder, std::uint8_t rows) {
+    const std::size_t size =
+        sizeof(vrn_data_file_header_t) + sizeof(vrn_event_header_t) + rows * sizeof(BenchRow);
+    std::string bytes = read_whole(folder + "/events.bin").substr(0, size);
+    bytes.at(sizeof(vrn_data_file_header_t) + offsetof(vrn_event_header_t, num_events)) =
+        static_cast<char>(rows);
+    return bytes;
+}
+
+void write_copies(const std::string &bytes, const std::string &to, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string place = to + "/" + std::to_string(i / 1000);
+        if (i % 1000 == 0) std::filesystem::create_directories(place);
+        create(place + "/" + std::to_string(i) + ".bin") << bytes;
+    }
+}
+
 }  // namespace vrn::bench

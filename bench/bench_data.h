@@ -1,6 +1,7 @@
 // Generated data files of a known shape, the same bytes on each machine.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -35,5 +36,11 @@ static_assert(sizeof(BenchRow) == 115);
 // Writes events.bin, counters.bin, metrics.bin and their schemas and metadata under `folder`.
 // Throws on failure.
 void write_bench_data(const std::string &folder, const BenchSizes &sizes);
+
+// The header of `folder`/events.bin and a block of its first `rows` events.
+std::string first_events(const std::string &folder, std::uint8_t rows);
+
+// Writes `count` files of these bytes, a thousand in each folder under `to`.
+void write_copies(const std::string &bytes, const std::string &to, std::size_t count);
 
 }  // namespace vrn::bench

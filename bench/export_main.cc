@@ -56,30 +56,13 @@ std::string read_bytes(const fs::path &path, std::size_t size) {
     return bytes;
 }
 
-// Files of `size` bytes after the header of the first events, a thousand in a folder.
-void write_files(const fs::path &folder, const std::string &bytes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const fs::path place = folder / std::to_string(i / 1000);
-        if (i % 1000 == 0) fs::create_directories(place);
-        std::ofstream(place / (std::to_string(i) + ".bin"), std::ios::binary) << bytes;
-    }
-}
-
-// An event block of one row.
-std::string tiny_file(std::string bytes) {
-    constexpr std::size_t num_events = sizeof(vrn_data_file_header_t) + 15;
-    bytes.resize(sizeof(vrn_data_file_header_t) + 16 + sizeof(BenchRow));
-    bytes[num_events] = 1;
-    return bytes;
-}
-
 void run(int runs, const fs::path &folder) {
     fs::remove_all(folder);
     write_bench_data(folder, {});
     const std::string chunk =
         read_bytes(folder / "events.bin", sizeof(vrn_data_file_header_t) + chunk_size);
-    write_files(folder / "medium", chunk, medium_files);
-    write_files(folder / "tiny", tiny_file(chunk), tiny_files);
+    write_copies(chunk, folder / "medium", medium_files);
+    write_copies(first_events(folder, 1), folder / "tiny", tiny_files);
     const std::string schemas = folder / "schema";
     const auto exporter = [&](const char *threads, const fs::path &input) {
         return Command{VRN_EXPORT_PATH, "-j", threads, "-s", schemas, input};

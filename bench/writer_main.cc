@@ -1,11 +1,12 @@
 // Benchmark of the data writer: pages to data files, against `cat` of the same bytes to the same
-// disk, medians of several runs. Neither waits for the disk itself.
+// disk, medians of runs that take turns. Neither waits for the disk itself.
 //   vrn_write_bench [runs [megabytes [folder]]]
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
@@ -41,10 +42,22 @@ vrn_data_page_ptr make_page(std::uint32_t block_size, std::uint64_t data_size) {
     return page;
 }
 
-// Seconds to store `count` pages, the end of the last file included.
-double write_pages(const std::string &folder, vrn_data_page_t *page, std::uint64_t count) {
+double cpu_seconds() {
+    timespec time{};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+struct Cost {
+    double seconds;
+    double cpu_seconds;
+};
+
+// Of storing `count` pages, the end of the last file included.
+Cost write_pages(const std::string &folder, vrn_data_page_t *page, std::uint64_t count) {
     const vrn_client_id_t client_id = {"bench", 0};
     const auto begin = std::chrono::steady_clock::now();
+    const double cpu_begin = cpu_seconds();
     vrn_data_writer_ptr writer(vrn_data_writer_create(&client_id));
     static_cast<void>(vrn_data_writer_set_data_dir(writer.get(), folder.c_str()));
     static_cast<void>(
@@ -54,7 +67,8 @@ double write_pages(const std::string &folder, vrn_data_page_t *page, std::uint64
         static_cast<void>(vrn_data_writer_write_page(writer.get(), page, nullptr));
     }
     writer.reset();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+    return {time.count(), cpu_seconds() - cpu_begin};
 }
 
 void check_size(const std::string &folder, std::uint64_t expected) {
@@ -76,27 +90,30 @@ void measure(const Road &road, const std::string &folder, int runs, std::uint64_
     const std::string data = folder + "/data";
     const std::string copy = folder + "/copy";
     const std::vector<std::string> cat{"/bin/sh", "-c", "cat " + data + "/* >" + copy};
-    std::vector<double> written, copied;
+    std::vector<double> seconds, ratios, cpu_ratios;
     for (int i = 0; i < runs; ++i) {
         fs::remove_all(data);
         fs::remove(copy);
-        written.push_back(write_pages(data, page.get(), count));
+        const Cost written = write_pages(data, page.get(), count);
         check_size(data, count * road.data_size);
-        copied.push_back(run_child(cat).seconds);
+        const ChildRun copied = run_child(cat);
+        seconds.push_back(written.seconds);
+        ratios.push_back(copied.seconds / written.seconds);
+        cpu_ratios.push_back(copied.cpu_seconds / written.cpu_seconds);
     }
     const double bytes = static_cast<double>(count * road.data_size) / megabyte;
-    const double time = median(written);
-    const double cat_time = median(copied);
-    std::printf("| %-24s | %9.0f | %9.0f | %9.0f | %5.2f |\n", road.name,
-                static_cast<double>(count) / time, bytes / time, bytes / cat_time, cat_time / time);
+    const double time = median(seconds);
+    std::printf("| %-24s | %9.0f | %7.0f | %6.2f | %8.2f |\n", road.name,
+                static_cast<double>(count) / time, bytes / time, median(ratios),
+                median(cpu_ratios));
     std::fflush(stdout);
 }
 
 void run(int runs, std::uint64_t total, const std::string &parent) {
     const std::string folder = parent + "/vrn-write-bench-data";
     std::filesystem::create_directories(folder);
-    std::printf("| pages                    |   pages/s |      MB/s |  cat MB/s | ratio |\n");
-    std::printf("|--------------------------|-----------|-----------|-----------|-------|\n");
+    std::printf("| pages                    |   pages/s |    MB/s | of cat | CPU, too |\n");
+    std::printf("|--------------------------|-----------|---------|--------|----------|\n");
     const Road roads[] = {
         {"4 KiB, one block", 4096, 4096},
         {"64 KiB, one block", 65536, 65536},
