@@ -26,12 +26,11 @@ std::string sections(const std::string &document, const std::string &part,
 void write_manuals(const std::string &document, const std::string &sources,
                    const std::string &output) {
     const std::string text = read_text(document);
+    const auto make = [&](const std::string &part, const std::string &heading) {
+        return sections(text, part, heading);
+    };
     for (const std::string name : {"vrn-data-file.5", "vrn-schema.5"})
-        write_text(output + "/man/" + name,
-                   make_page(read_text(sources + "/" + name + ".in"),
-                             [&](const std::string &part, const std::string &heading) {
-                                 return sections(text, part, heading);
-                             }));
+        write_page(sources, output, name, make);
 }
 
 }  // namespace

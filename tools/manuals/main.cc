@@ -19,14 +19,15 @@
 namespace vrn::manuals {
 namespace {
 
-void write_page(const std::string &sources, const std::string &output, const std::string &name,
-                const std::string &options) {
-    const auto make = [&](const std::string &part, const std::string &) {
-        if (part == "OPTIONS") return options;
-        throw std::runtime_error(name + ": nothing is made for " + part);
-    };
-    const std::string source = read_text(sources + "/" + name + ".in");
-    write_text(output + "/man/" + name, make_page(source, make));
+void write_tool(const tool::CommandLine &line, const std::string &sources,
+                const std::string &output) {
+    const std::string program = line.program;
+    write_page(sources, output, program + ".1", [&](const std::string &part, const std::string &) {
+        if (part == "OPTIONS") return options_section(line);
+        throw std::runtime_error(program + ": nothing is made for " + part);
+    });
+    write_text(output + "/bash/" + program, bash_completion(line));
+    write_text(output + "/zsh/_" + program, zsh_completion(line));
 }
 
 void write_manuals(const std::string &sources, const std::string &output) {
@@ -39,14 +40,9 @@ void write_manuals(const std::string &sources, const std::string &output) {
     for (const tool::CommandLine &line :
          {chart::make_command_line(&chart), check::make_command_line(&check),
           collect::make_command_line(&collect), exporter::make_command_line(&exported),
-          serve::make_command_line(&serve), sqltool::make_command_line(&sql),
-          make_read_command()}) {
-        const std::string program = line.program;
-        write_page(sources, output, program + ".1", options_section(line));
-        write_text(output + "/bash/" + program, bash_completion(line));
-        write_text(output + "/zsh/_" + program, zsh_completion(line));
-    }
-    write_page(sources, output, "vrn.7", "");
+          serve::make_command_line(&serve), sqltool::make_command_line(&sql), make_read_command()})
+        write_tool(line, sources, output);
+    write_page(sources, output, "vrn.7", {});
 }
 
 }  // namespace

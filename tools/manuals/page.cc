@@ -18,11 +18,7 @@ void replace_version(std::string *line) {
         line->replace(at, mark.size(), vrn_version_string());
 }
 
-}  // namespace
-
-std::string make_page(
-    const std::string &source,
-    const std::function<std::string(const std::string &name, const std::string &words)> &make) {
+std::string make_page(const std::string &source, const MakePart &make) {
     std::istringstream lines(source);
     std::string page;
     for (std::string line; std::getline(lines, line);) {
@@ -36,6 +32,13 @@ std::string make_page(
         }
     }
     return page;
+}
+
+}  // namespace
+
+void write_page(const std::string &sources, const std::string &output, const std::string &name,
+                const MakePart &make) {
+    write_text(output + "/man/" + name, make_page(read_text(sources + "/" + name + ".in"), make));
 }
 
 std::string options_section(const tool::CommandLine &line) {

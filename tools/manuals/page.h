@@ -8,11 +8,13 @@
 
 namespace vrn::manuals {
 
-// The page that the text `source` is written for: @VERSION@ becomes the version, and a line
-// "@NAME WORDS@" what `make` gives for NAME and WORDS.
-std::string make_page(
-    const std::string &source,
-    const std::function<std::string(const std::string &name, const std::string &words)> &make);
+// What stands for a line "@NAME WORDS@" of a page's source.
+using MakePart = std::function<std::string(const std::string &name, const std::string &words)>;
+
+// Writes OUTPUT/man/NAME of SOURCES/NAME.in, in which @VERSION@ becomes the version. Throws
+// std::runtime_error.
+void write_page(const std::string &sources, const std::string &output, const std::string &name,
+                const MakePart &make);
 
 // The options of `line`, as a list of them in troff.
 std::string options_section(const tool::CommandLine &line);
