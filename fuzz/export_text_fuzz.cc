@@ -23,7 +23,8 @@ void join(const std::string &content) {
     const std::string folder = dir.file("out");
     dir.write("out/part", content);
     try {
-        TableJoin tables(folder);
+        const vrn::tool::InputIds inputs;
+        TableJoin tables(folder, inputs);
         tables.add("part");
         for (const std::string &name : tables.finish()) {
             if (name != "part" && !std::filesystem::is_regular_file(folder + "/" + name))

@@ -54,6 +54,11 @@ std::string schema_file_name(const vrn_schema_id_t &id) {
     return std::string(name_start) + hex + std::string(name_end);
 }
 
+bool is_schema_file_name(const std::string &name) {
+    vrn_schema_id_t id{};
+    return read_id(name, &id);
+}
+
 std::vector<vrn_schema_id_t> schema_ids_in(const std::string &folder) {
     constexpr std::size_t max_ids = 100000;
     std::vector<vrn_schema_id_t> ids;

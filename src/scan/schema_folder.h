@@ -17,6 +17,7 @@ std::string schema_folder_of(const std::string &path, const std::string &given);
 
 // schema_<id>.json
 std::string schema_file_name(const vrn_schema_id_t &id);
+bool is_schema_file_name(const std::string &name);
 // Of the schema files in `folder`, sorted; a folder that can't be read has none. Of more than
 // 100,000 some are left out: folders of others may hold any number.
 std::vector<vrn_schema_id_t> schema_ids_in(const std::string &folder);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <set>
+#include <stdexcept>
 #include <system_error>
 
 #include "common/command_line.h"
@@ -15,6 +16,7 @@
 #include "data/data_file_header.h"
 #include "data/magic.h"
 #include "scan/byte_source.h"
+#include "scan/schema_folder.h"
 #include "utils/log.h"
 
 namespace vrn::tool {
@@ -23,6 +25,10 @@ namespace {
 bool fail(const std::string &path, const std::string &cause) {
     VRN_LOG(VRN_LOG_ERROR, "%s: can't be read: %s", path.c_str(), cause.c_str());
     return false;
+}
+
+std::string lost_input(const std::string &path) {
+    return shown_text(path) + " is an input, and would be replaced";
 }
 
 std::uint64_t size_of(const struct stat &status) {
@@ -132,6 +138,36 @@ bool find_input_files(const std::vector<std::string> &operands, std::vector<Inpu
     // One that fails doesn't keep the others from being read.
     for (const std::string &path : operands) good &= search.take_operand(path);
     return good;
+}
+
+std::vector<FileId> ids_of(const std::vector<InputFile> &files) {
+    std::vector<FileId> ids;
+    ids.reserve(files.size());
+    for (const InputFile &file : files) ids.push_back(file.id);
+    return ids;
+}
+
+InputIds::InputIds(std::vector<FileId> ids) : ids_(std::move(ids)) {
+    std::ranges::sort(ids_);
+}
+
+bool InputIds::has(const std::string &path) const {
+    struct stat status {};
+    // Devices and pipes lose nothing by being written.
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           std::ranges::binary_search(ids_, FileId(status));
+}
+
+void InputIds::spare(const std::string &path) const {
+    if (has(path)) throw std::runtime_error(lost_input(path));
+}
+
+void refuse_output_over_input(const std::string &path, const InputIds &inputs) {
+    std::error_code error;
+    // Which schemas a run reads shows only as it reads; none is ever made by it.
+    const std::filesystem::path target = std::filesystem::canonical(path, error);
+    if (inputs.has(path) || (!error && scan::is_schema_file_name(target.filename())))
+        throw UsageError(lost_input(path));
 }
 
 bool standard_output_is_file() {

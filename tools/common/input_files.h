@@ -34,6 +34,26 @@ struct InputFile {
 [[nodiscard]] bool find_input_files(const std::vector<std::string> &operands,
                                     std::vector<InputFile> *files);
 
+std::vector<FileId> ids_of(const std::vector<InputFile> &files);
+
+// What a run reads, which none of its outputs may replace.
+class InputIds {
+  public:
+    InputIds() = default;
+    explicit InputIds(std::vector<FileId> ids);
+
+    // True when `path` leads to one of them, under whatever name.
+    bool has(const std::string &path) const;
+    // Throws std::runtime_error when it does: for outputs whose names show in the middle of a run.
+    void spare(const std::string &path) const;
+
+  private:
+    std::vector<FileId> ids_;  // sorted
+};
+
+// Throws UsageError when `path` leads to one of `inputs`, or to a schema.
+void refuse_output_over_input(const std::string &path, const InputIds &inputs);
+
 // False where standard output is a pipe or a terminal, which can be no input.
 bool standard_output_is_file();
 

@@ -35,10 +35,11 @@ bool fail(const std::string &what) {
     return false;
 }
 
-// True when `status` is of what standard output leads to, under whatever name it was opened.
-bool is_standard_output(const struct stat &status) {
+// True when `path` leads to where standard output does, under whatever name it was opened.
+bool is_standard_output(const std::string &path) {
+    struct stat status {};
     struct stat standard_output {};
-    return fstat(STDOUT_FILENO, &standard_output) == 0 &&
+    return stat(path.c_str(), &status) == 0 && fstat(STDOUT_FILENO, &standard_output) == 0 &&
            tool::FileId(standard_output) == tool::FileId(status);
 }
 
@@ -54,31 +55,19 @@ bool write_to_standard_output(std::string_view page) {
 // Where the page goes.
 class Output {
   public:
-    explicit Output(const std::string &path) : path_(path) {
-        exists_ =
-            path.empty() ? fstat(STDOUT_FILENO, &status_) == 0 : stat(path.c_str(), &status_) == 0;
-        is_standard_ = path.empty() || (exists_ && is_standard_output(status_));
-    }
-
-    // Devices and pipes lose nothing by being written.
-    bool is_one_of(const std::vector<tool::InputFile> &files) const {
-        return exists_ && S_ISREG(status_.st_mode) &&
-               std::ranges::find(files, tool::FileId(status_), &tool::InputFile::id) != files.end();
-    }
-
-    std::string name() const { return path_.empty() ? "standard output" : path_; }
+    explicit Output(const std::string &path)
+        : path_(path), is_standard_(path.empty() || is_standard_output(path)) {}
 
     bool write(std::string_view page) const {
         if (is_standard_ ? write_to_standard_output(page)
                          : replace_file(path_, page) == ReplacedFile::done)
             return true;
-        return fail("can't write to " + name() + ": " + std::strerror(errno));
+        const std::string name = path_.empty() ? "standard output" : path_;
+        return fail("can't write to " + name + ": " + std::strerror(errno));
     }
 
   private:
     std::string path_;
-    struct stat status_ {};
-    bool exists_;
     bool is_standard_;
 };
 
@@ -141,10 +130,12 @@ bool run(const ChartOptions &options, const std::vector<std::string> &operands) 
     std::vector<tool::InputFile> files;
     const bool found_all = tool::find_input_files(operands, &files);
     // Looked at before anything is written, so that no input can be replaced by its chart.
-    const Output output(options.output);
-    if (output.is_one_of(files)) return fail(output.name() + " is one of the files to read");
+    if (options.output.empty())
+        tool::refuse_output_into_input(files);
+    else
+        tool::refuse_output_over_input(options.output, tool::InputIds(tool::ids_of(files)));
     series::sort_by_time(&files);
-    return make_page(files, options, output) && found_all;
+    return make_page(files, options, Output(options.output)) && found_all;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "vrn_export/export_tool.h"
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <utility>
 
 #include "common/input_files.h"
 #include "common/shown_text.h"
@@ -53,6 +55,17 @@ std::string temporary_folder() {
     return folder && *folder ? folder : "/tmp";
 }
 
+// Of the files and of the sets that select in them.
+tool::InputIds find_input_ids(const std::vector<tool::InputFile> &files,
+                              const SelectionOptions &selection) {
+    std::vector<tool::FileId> ids = tool::ids_of(files);
+    for (const std::string &set : {selection.field_set_file, selection.counter_set_file}) {
+        struct stat status {};
+        if (stat(set.c_str(), &status) == 0) ids.emplace_back(status);
+    }
+    return tool::InputIds(std::move(ids));
+}
+
 // Where one run puts its text and what it tells of it.
 class ExportJob {
   public:
@@ -65,6 +78,7 @@ class ExportJob {
         found_all_ = tool::find_input_files(operands, &files_);
         format_ = make_format(options.format);
         tool::refuse_output_into_input(files_);
+        inputs_ = find_input_ids(files_, options.format.selection);
         // Before shards are cut: a list that one shard refuses is refused by all of them.
         if (has_parts()) give_each_a_part(suffix(), &files_);
         // Of all inputs, so that all shards have the same heads.
@@ -77,7 +91,7 @@ class ExportJob {
         ContentList contents(*format_, &schemas_);
         for (const tool::InputFile &file : files_) contents.add(file);
         if (!options_.report_file.empty()) {
-            ReportFile report(options_.report_file, files_);
+            ReportFile report(options_.report_file, inputs_);
             report.write(contents.json());
             report.finish();
         }
@@ -127,12 +141,12 @@ class ExportJob {
         all_files_ = files_.size();
         // Keeps all and sorts them: the digest must not hang on the order of the operands.
         keep_shard({1, 1}, &files_);
-        inputs_ = digest_of(files_);
+        digest_ = digest_of(files_);
         keep_shard(*options_.shard, &files_);
     }
 
     RunReport::Write open_report() {
-        report_file_.emplace(options_.report_file, files_);
+        report_file_.emplace(options_.report_file, inputs_);
         return [this](const std::string &line) { report_file_->write(line); };
     }
 
@@ -141,7 +155,7 @@ class ExportJob {
         std::filesystem::remove(path_below(shard_report_name(shard())));
         shard_report_.emplace(path_below(shard_report_name(shard())));
         shard_report_->write(shard_head_line({shard(), options_.shard ? all_files_ : files_.size(),
-                                              inputs_, options_text_, has_tables()}));
+                                              digest_, options_text_, has_tables()}));
         return [this](const std::string &line) { shard_report_->write(line); };
     }
 
@@ -152,10 +166,11 @@ class ExportJob {
         if (has_parts()) {
             const std::string journal = path_below(journal_name(shard()));
             journal_.emplace(journal, options_text_, options_.resumes);
-            output_ = std::make_unique<PartOutput>(options_.output_folder, suffix(), files_, form,
-                                                   &*journal_);
+            output_ = std::make_unique<PartOutput>(options_.output_folder, suffix(), files_,
+                                                   inputs_, form, &*journal_);
         } else if (has_folder()) {
-            output_ = std::make_unique<TableOutput>(options_.output_folder, suffix(), form);
+            output_ =
+                std::make_unique<TableOutput>(options_.output_folder, suffix(), inputs_, form);
         } else {
             output_ = std::make_unique<StreamOutput>(form);
         }
@@ -200,7 +215,7 @@ class ExportJob {
         output_->finish();
         // Of a shard, when it is merged with the others.
         if (!has_tables() || !has_parts() || options_.shard) return;
-        TableJoin tables(options_.output_folder);
+        TableJoin tables(options_.output_folder, inputs_);
         for (const std::string &part : parts_) tables.add(part);
         tables.finish();
     }
@@ -221,10 +236,11 @@ class ExportJob {
     std::string options_text_;  // in one line, with the schemas that the text depends on
     SchemaCaches schemas_;
     std::vector<tool::InputFile> files_;
+    tool::InputIds inputs_;
     bool found_all_ = false;
     std::unique_ptr<Format> format_;
     std::uint64_t all_files_ = 0;  // of all shards
-    std::string inputs_;           // their digest; empty without shards
+    std::string digest_;           // of the inputs; empty without shards
     std::optional<ReportFile> report_file_;
     std::optional<WholeFile> shard_report_;
     std::optional<PartJournal> journal_;

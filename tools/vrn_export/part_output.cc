@@ -99,16 +99,14 @@ bool is_before(const timespec &left, const timespec &right) {
 }  // namespace
 
 PartOutput::PartOutput(std::string folder, std::string suffix,
-                       const std::vector<tool::InputFile> &files, const TextForm &form,
-                       PartJournal *journal)
+                       const std::vector<tool::InputFile> &files, const tool::InputIds &inputs,
+                       const TextForm &form, PartJournal *journal)
     : folder_(std::move(folder)),
       suffix_(std::move(suffix)),
       files_(files),
+      inputs_(inputs),
       form_(form),
-      journal_(journal) {
-    for (const tool::InputFile &file : files) inputs_.push_back(file.id);
-    std::ranges::sort(inputs_);
-}
+      journal_(journal) {}
 
 bool PartOutput::has_file(std::size_t index, FileReport *report) {
     if (!journal_->has_resumed()) return false;
@@ -135,11 +133,7 @@ bool PartOutput::has_file(std::size_t index, FileReport *report) {
 std::unique_ptr<FileOutput> PartOutput::begin_file(std::size_t index, const InputFeed &feed) {
     std::string name = name_of(index);
     const std::string path = folder_ + "/" + name;
-    // By identity, so that links to an input are found as well.
-    struct stat status {};
-    if (stat(path.c_str(), &status) == 0 &&
-        std::ranges::binary_search(inputs_, tool::FileId(status)))
-        throw std::runtime_error(tool::shown_text(path) + " is an input, and would be replaced");
+    inputs_.spare(path);
     PartFile file(path, std::move(name), feed.status(), journal_);
     if (form_.format.has_file_per_table())
         return std::make_unique<RowsPart>(std::move(file), suffix_, form_);

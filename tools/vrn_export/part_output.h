@@ -14,10 +14,11 @@ namespace vrn::exporter {
 
 class PartOutput final : public ExportOutput {
   public:
-    // Borrows the inputs and the journal. `suffix` is that of the parts. Parts that are there and
-    // newer than their inputs are kept when the journal has resumed.
+    // Borrows the files, of which the parts are made, `inputs`, which they don't replace, and the
+    // journal. `suffix` is that of the parts. Parts that are there and newer than their inputs are
+    // kept when the journal has resumed.
     PartOutput(std::string folder, std::string suffix, const std::vector<tool::InputFile> &files,
-               const TextForm &form, PartJournal *journal);
+               const tool::InputIds &inputs, const TextForm &form, PartJournal *journal);
 
     bool is_ordered() const override { return false; }
     bool has_file(std::size_t index, FileReport *report) override;
@@ -30,7 +31,7 @@ class PartOutput final : public ExportOutput {
     std::string folder_;
     std::string suffix_;
     const std::vector<tool::InputFile> &files_;
-    std::vector<tool::FileId> inputs_;  // sorted
+    const tool::InputIds &inputs_;
     TextForm form_;
     PartJournal *journal_;
 };

@@ -1,14 +1,11 @@
 #include "vrn_export/report_file.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
 
-#include "common/command_line.h"
 #include "utils/write_all.h"
 
 namespace vrn::exporter {
@@ -18,13 +15,8 @@ constexpr std::size_t max_waiting = 32768;
 
 }  // namespace
 
-ReportFile::ReportFile(std::string path, const std::vector<tool::InputFile> &inputs)
-    : path_(std::move(path)) {
-    // By identity, so that links to an input are found as well.
-    struct stat status {};
-    if (stat(path_.c_str(), &status) == 0 &&
-        std::ranges::find(inputs, tool::FileId(status), &tool::InputFile::id) != inputs.end())
-        throw tool::UsageError("the report would replace the input " + path_);
+ReportFile::ReportFile(std::string path, const tool::InputIds &inputs) : path_(std::move(path)) {
+    tool::refuse_output_over_input(path_, inputs);
     file_ = Descriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (!file_.is_open()) throw std::system_error(errno, std::generic_category(), path_);
 }

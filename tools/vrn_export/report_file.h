@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "common/input_files.h"
 #include "utils/descriptor.h"
@@ -14,7 +13,7 @@ namespace vrn::exporter {
 class ReportFile {
   public:
     // Throws tool::UsageError when the file is one of the inputs.
-    ReportFile(std::string path, const std::vector<tool::InputFile> &inputs);
+    ReportFile(std::string path, const tool::InputIds &inputs);
     ~ReportFile();
     ReportFile(const ReportFile &) = delete;
     ReportFile &operator=(const ReportFile &) = delete;

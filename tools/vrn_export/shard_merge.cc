@@ -25,13 +25,9 @@ namespace {
 
 class ShardMerge {
   public:
-    ShardMerge(const std::string &folder, const std::string &report_file) : folder_(folder) {
-        // First, so that a wrong folder leaves an old report as it is.
-        count_ = find_count();
-        if (!report_file.empty()) report_file_.emplace(report_file, std::vector<tool::InputFile>());
-    }
+    explicit ShardMerge(const std::string &folder) : folder_(folder), count_(find_count()) {}
 
-    int run() {
+    int run(const std::string &report_file) {
         refuse_missing();
         // Before a name is printed.
         for (std::uint64_t i = 1; i <= count_; ++i) check({i, count_});
@@ -39,7 +35,10 @@ class ShardMerge {
             throw std::runtime_error("the shards hold " + std::to_string(totals_.files) + " of " +
                                      std::to_string(first_.all_files) + " inputs");
         const int status = totals_.faults > 0 ? damaged_status : EXIT_SUCCESS;
-        if (first_.has_rows) tables_.emplace(folder_);
+        inputs_ = tool::InputIds(std::move(ids_));
+        // Last, so that what can't be merged leaves an old report as it is.
+        if (!report_file.empty()) report_file_.emplace(report_file, inputs_);
+        if (first_.has_rows) tables_.emplace(folder_, inputs_);
         for (std::uint64_t i = 1; i <= count_; ++i) give({i, count_});
         if (tables_)
             for (const std::string &table : tables_->finish()) std::puts(table.c_str());
@@ -92,7 +91,9 @@ class ShardMerge {
         std::ifstream file(path_of(shard), std::ios::binary);
         std::string line;
         ShardHead head;
-        if (!std::getline(file, line) || !parse_shard_head(line, &head) || head.shard != shard)
+        struct stat status {};
+        if (!find(path_of(shard), &status) || !std::getline(file, line) ||
+            !parse_shard_head(line, &head) || head.shard != shard)
             fail(shard, "its report can't be read");
         if (shard.number == 1) first_ = head;
         if (head.inputs != first_.inputs || head.all_files != first_.all_files)
@@ -100,7 +101,7 @@ class ShardMerge {
         if (head.options != first_.options)
             fail(shard, "it was made by other options than shard 1");
         for (FileReport report; std::getline(file, line) && parse_report_line(line, &report);) {
-            if (!is_there(report))
+            if (!find_part(report))
                 fail(shard, "the part " + tool::shown_text(report.part) + " is not what it wrote");
             totals_.add(report);
             seconds_ += report.seconds;
@@ -109,11 +110,17 @@ class ShardMerge {
         if (!is_totals_line(line)) fail(shard, "its report has a line that is none of a report");
     }
 
-    bool is_there(const FileReport &report) const {
+    bool find_part(const FileReport &report) {
         if (report.part.empty()) return true;
         struct stat status {};
-        return stat((folder_ + "/" + report.part).c_str(), &status) == 0 &&
-               static_cast<std::uint64_t>(status.st_size) == report.bytes_out;
+        if (!find(folder_ + "/" + report.part, &status)) return false;
+        return static_cast<std::uint64_t>(status.st_size) == report.bytes_out;
+    }
+
+    bool find(const std::string &path, struct stat *status) {
+        if (stat(path.c_str(), status) != 0) return false;
+        ids_.emplace_back(*status);
+        return true;
     }
 
     [[noreturn]] static void fail(const Shard &shard, const std::string &cause) {
@@ -142,6 +149,8 @@ class ShardMerge {
     const std::string &folder_;
     std::uint64_t count_;
     ShardHead first_;
+    std::vector<tool::FileId> ids_;  // of what was found
+    tool::InputIds inputs_;          // all of them
     RunTotals totals_;
     double seconds_ = 0;
     std::optional<ReportFile> report_file_;
@@ -151,7 +160,7 @@ class ShardMerge {
 }  // namespace
 
 int merge_shards(const std::string &folder, const std::string &report_file) {
-    return ShardMerge(folder, report_file).run();
+    return ShardMerge(folder).run(report_file);
 }
 
 }  // namespace vrn::exporter

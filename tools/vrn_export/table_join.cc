@@ -77,7 +77,9 @@ TableJoin::Table &TableJoin::table_of(const std::string &file, const std::string
     std::string name = file;
     for (unsigned number = 2; !names_.insert(name).second; ++number)
         name = file + "~" + std::to_string(number);
-    Table table{name, WholeFile(folder_ + "/" + name)};
+    const std::string path = folder_ + "/" + name;
+    inputs_.spare(path);
+    Table table{name, WholeFile(path)};
     table.file.write(head);
     return tables_.emplace(std::pair(file, head), std::move(table)).first->second;
 }

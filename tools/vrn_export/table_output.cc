@@ -43,6 +43,7 @@ std::string TableOutput::path_of(const std::string &table) {
     std::string path = folder_ + "/" + table_file_name(table, suffix_);
     for (unsigned number = 2; !paths_.insert(path).second; ++number)
         path = folder_ + "/" + table_file_name(table, "~" + std::to_string(number) + suffix_);
+    inputs_.spare(path);
     return path;
 }
 

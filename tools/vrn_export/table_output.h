@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "common/input_files.h"
 #include "vrn_export/file_output.h"
 #include "vrn_export/text_output.h"
 #include "vrn_export/whole_file.h"
@@ -14,8 +15,10 @@ namespace vrn::exporter {
 
 class TableOutput final : public ExportOutput {
   public:
-    TableOutput(std::string folder, std::string suffix, const TextForm &form)
-        : folder_(std::move(folder)), suffix_(std::move(suffix)), form_(form) {}
+    // Borrows `inputs`, which no table replaces.
+    TableOutput(std::string folder, std::string suffix, const tool::InputIds &inputs,
+                const TextForm &form)
+        : folder_(std::move(folder)), suffix_(std::move(suffix)), inputs_(inputs), form_(form) {}
 
     bool is_ordered() const override { return true; }
     std::unique_ptr<FileOutput> begin_file(std::size_t index, const InputFeed &feed) override;
@@ -36,6 +39,7 @@ class TableOutput final : public ExportOutput {
 
     std::string folder_;
     std::string suffix_;
+    const tool::InputIds &inputs_;
     TextForm form_;
     std::map<std::string, std::unique_ptr<Table>> tables_;  // by name
     std::set<std::string> paths_;

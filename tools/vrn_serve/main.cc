@@ -61,6 +61,14 @@ void check_output(const std::vector<std::string> &operands) {
     tool::refuse_output_into_input(files);
 }
 
+// It may come later, so that is no failure; but it may be a slip, and the page stays empty.
+void tell_missing(const std::vector<std::string> &operands) {
+    for (const std::string &path : operands)
+        if (::access(path.c_str(), F_OK) != 0)
+            VRN_LOG(VRN_LOG_WARNING, "%s: is not there yet: %s", path.c_str(),
+                    std::strerror(errno));
+}
+
 // Whoever started us may wait for this line.
 void print_address(const std::string &address) {
     std::printf("http://%s/rta/metrics/dump\n", address.c_str());
@@ -85,6 +93,7 @@ bool run(const ServeOptions &options, const std::vector<std::string> &operands) 
                                ": --token-file or, for everyone, --open is needed");
     tool::start_log(options.log_level);
     check_output(operands);
+    tell_missing(operands);
     // A client that goes away ends its answer, not the process.
     std::signal(SIGPIPE, SIG_IGN);
     // Before the first thread starts, as threads inherit the mask.

@@ -31,8 +31,7 @@ void check_output(const std::string &path, const std::vector<tool::InputFile> &f
     if (path.empty() || stat(path.c_str(), &status) != 0) return;
     // The file is replaced as a whole, which would remove a device or a pipe.
     if (!S_ISREG(status.st_mode)) throw tool::UsageError(path + " is no regular file");
-    if (std::ranges::find(files, tool::FileId(status), &tool::InputFile::id) != files.end())
-        throw tool::UsageError(path + " is one of the files to read");
+    tool::refuse_output_over_input(path, tool::InputIds(tool::ids_of(files)));
 }
 
 // One row for each view, by one query over all of them.

@@ -34,7 +34,9 @@ class PartOutputFiles : public testing::Test {
     Lines run(Compression compression = Compression::none) {
         Lines reports;
         PartJournal journal(dir_.file("journal"), "options", true);
-        PartOutput output(dir_.file("out"), ".txt", files_, {format_, compression}, &journal);
+        const tool::InputIds inputs(tool::ids_of(files_));
+        PartOutput output(dir_.file("out"), ".txt", files_, inputs, {format_, compression},
+                          &journal);
         SchemaCaches schemas({.folder = dir_.file("schema")});
         ExportRun run({.files = files_,
                        .format = format_,
