@@ -18,7 +18,7 @@ packages=(
 command -v node >/dev/null && command -v npm >/dev/null || packages+=(nodejs npm)
 
 # For tests that are left out without them.
-optional_packages=(slurm-wlm munge parallel influxdb victoria-metrics prometheus curl perl sqlite3 miller)
+optional_packages=(man-db zsh slurm-wlm munge parallel influxdb victoria-metrics prometheus curl perl sqlite3 miller)
 
 # The genuine parson 1.5.2 sources lie inside this Debian source package.
 parson_dir=third_party/parson

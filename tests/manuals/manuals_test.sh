@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # manuals_test.sh FOLDER_OF_TOOLS FOLDER_OF_MANUALS: help, manual pages and completions name the same
-# options; the pages are sound, and the first steps of vrn(7) lead where they say. 77: no man.
+# options; the pages are sound, and their commands lead where they say. 77: no man.
 set -uo pipefail
-bin=$1 manuals=$2
+bin=$(realpath "$1") manuals=$(realpath "$2")
 command -v man lexgrog >/dev/null || exit 77
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -28,9 +28,9 @@ options_of_page() {
     MANWIDTH=200 man -E ascii -l "$manuals/man/$1.1" | sed -n '/^OPTIONS/,/^[A-NP-Z]/p' |
         grep -E '^ {7}-' | names
 }
-complete_in_bash() { # TOOL WORDS...: what readline is asked for instead has a '+'
-    bash -c '. "$1"; compopt() { echo "+$2"; }; COMP_WORDS=("${@:2}"); COMP_CWORD=$(($# - 2))
-        "_$2"; [ ${#COMPREPLY[@]} -eq 0 ] || printf "%s\n" "${COMPREPLY[@]}"' - "$manuals/bash/$1" "$@"
+options_of_bash() {
+    bash -c '. "$1"; COMP_WORDS=("$2" -); COMP_CWORD=1; "_$2"; printf "%s\n" "${COMPREPLY[@]}"' \
+        - "$manuals/bash/$1" "$1" | sort
 }
 options_of_zsh() {
     zsh -fc '_arguments() { print -rl -- "$@" }; fpath=($1 $fpath); autoload -Uz compinit
@@ -42,7 +42,7 @@ for page in "$manuals"/man/*.1; do
     tool=$(basename "$page" .1)
     [ -x "$bin/$tool" ] || continue
     options=$(options_of_page "$tool")
-    same "$tool: bash" "$options" "$(complete_in_bash "$tool" - | sort)"
+    same "$tool: bash" "$options" "$(options_of_bash "$tool")"
     command -v zsh >/dev/null && same "$tool: zsh" "$options" "$(options_of_zsh "$tool")"
     # The help of vrn_read names three that its parser doesn't know, and leaves one out.
     [ "$tool" != vrn_read ] || options=$(echo "$options" |
@@ -50,45 +50,66 @@ for page in "$manuals"/man/*.1; do
     same "$tool: help" "$options" "$(options_of_help "$tool")"
 done
 
-while IFS='|' read -r line expected; do
-    read -ra words <<<"$line"
-    [[ $line != *' ' ]] || words+=('')
-    same "bash: $line" "$expected" "$(complete_in_bash "${words[@]}" | paste -sd ' ')"
-done <<'END'
-vrn_read -f nd|ndjson
-vrn_read --format = |json ndjson txt csv influx bin
-vrn_export --compress = z|zst
-vrn_export --sh|--shard
-vrn_check --salvage |+dirnames
-vrn_chart -o pa|+default
-vrn_chart te|+default
-vrn_chart -n |
-vrn_collect -e |gzip snappy
-vrn_collect te|
+# What is typed at the prompts of both shells, with tabs, and the words that the tool gets.
+cd "$work" || exit 1
+mkdir telemetry
+touch page.html
+tr '~' '\t' >typed <<'END'
+vrn_read --form~nd~|--format ndjson
+vrn_read --sort~|--sort-files
+vrn_export --compress=z~|--compress zst
+vrn_export --iso~--sh~1/2|--iso-times --shard 1/2
+vrn_check --sal~te~|--salvage telemetry
+vrn_chart -o pa~te~|-o page.html telemetry
+vrn_chart -n te~|-n te
+vrn_sql --schema-path te~|--schema-path telemetry
+vrn_collect -e g~|-e gzip
+vrn_collect te~|te
+vrn_serve --to~pa~--op~|--token-file page.html --open
 END
-
-# What zsh makes of a line and a tab, at its prompt.
-complete_in_zsh() { # LINE COMPLETED
-    timeout 60 zsh -fc 'zmodload zsh/zpty; zpty z "TERM=dumb PS1= zsh -f -i"
-        zpty -w z "fpath=($1 \$fpath); autoload -Uz compinit; compinit -u -D; print READY"
-        zpty -r z seen "*READY*READY*"
-        zpty -nw z "$2"$'"'\t'"'; zpty -r z seen "*${(b)3}*"; zpty -d z' - "$manuals/zsh" "$@"
-}
+expected=$(cut -d'|' -f2 typed)
+for tool in "$manuals"/bash/*; do
+    tool=$(basename "$tool")
+    # shellcheck disable=SC2016 # for the shells under test
+    echo "$tool"'() { echo said "${@%/}"; }'
+done >stand_ins
+cut -d'|' -f1 typed | cat stand_ins - <(echo exit) >lines
+words() { tr -d '\r' | sed -n 's/^said //p' | tr '=' ' '; }
+same 'bash, as typed' "$expected" "$(cat <(sed 's/.*/. &/' <(ls -d "$manuals"/bash/*)) lines |
+    PS1='' bash --norc --noprofile -i 2>/dev/null | words)"
 if command -v zsh >/dev/null; then
-    complete_in_zsh 'vrn_read --form' 'vrn_read --format=' || fail 'zsh completes no option'
-    complete_in_zsh 'vrn_chart --sch' 'vrn_chart --schema-path=' || fail 'zsh completes no option'
-    complete_in_zsh 'vrn_export -f open' 'vrn_export -f openmetrics' || fail 'zsh completes no value'
+    # shellcheck disable=SC2016
+    same 'zsh, as typed' "$expected" "$(timeout 60 zsh -fc 'zmodload zsh/zpty
+        zpty z "TERM=dumb PS1= zsh -f -i"
+        zpty -w z "fpath=($1 \$fpath); autoload -Uz compinit; compinit -u -D"
+        while IFS= read -r line; do zpty -w z "$line"; done <lines
+        while zpty -r z line; do print -r -- "$line"; done' - "$manuals/zsh" | words)"
 else
     echo 'no zsh: its completion is left out'
 fi
+rm -r telemetry page.html
 
-cd "$work" || exit 1
-MANWIDTH=200 man -E ascii -l "$manuals/man/vrn.7" | sed -n 's/^ *\$ //p' >steps
-[ -e "$bin/libduckdb.so" ] || sed -i '/vrn_sql/d' steps
-PATH=$bin:$PATH bash -e steps >out 2>err </dev/null || fail "the first steps: $(cat err)"
-same 'words of the first steps' '' "$(cat err)"
+# The first steps of vrn(7), and then the examples of the tools on what those made.
+run_shown() { # WHAT: the lines of standard input
+    grep -v "$no_engine" >.steps
+    PATH=$bin:$PATH bash -e -o pipefail .steps >.out 2>.err </dev/null || fail "$1: $(cat .err)"
+    same "words of $1" '' "$(cat .err)"
+}
+no_engine='^$'
+[ -e "$bin/libduckdb.so" ] || no_engine=vrn_sql
+run_shown 'the first steps' < <(MANWIDTH=200 man -E ascii -l "$manuals/man/vrn.7" | sed -n 's/^ *\$ //p')
 grep -q '<html' chart.html || fail 'no chart'
 [ ! -e "$bin/libduckdb.so" ] || [ "$(head -c 4 load.parquet)" = PAR1 ] || fail 'no Parquet file'
 [ -s records.ndjson ] && [ -s tables/load_sample.csv ] || fail 'no records'
+gzip -c telemetry/data/events_* >old.bin.gz
+for tool in read export chart check sql collect; do
+    run_shown "vrn_$tool.1" < <(
+        echo 'curl() { cat >loaded; }'
+        sed -n '/^\.SH EXAMPLES/,/^\.SH SEE/p' "$manuals/man/vrn_$tool.1" |
+            sed -n '/^\.EX/,/^\.EE/{/^\.E[XE]/d; s/\\-/-/g; s/\\(aq/'\''/g; s/\\e$/\\/; p}' |
+            sed 's/-t 0 /-t 40 /'
+    )
+done
+grep -q ^load_sample, loaded || fail 'no lines to load'
 
 [ $failures -eq 0 ] && echo 'all pages and completions are true'
