@@ -81,6 +81,7 @@ function served(args, run) {
             await run(page, server, host);
         } finally {
             page.off('request', note);
+            await page.goto('about:blank'); // or it would ask a host that is gone
             await server.stop();
         }
         assert.deepEqual(foreign.filter((url) => !url.startsWith('blob:')), []);
@@ -116,6 +117,54 @@ export const serveTests = {
         do await refresh(page);
         while ((await chartState(page)).counts[0] < counts[0] + 3);
         assert.equal((await chartState(page)).title, 'mem_free');
+    }),
+
+    'moves the curves of an open page': served([], async (page, server) => {
+        server.collect();
+        await server.rowsWith((rows) => timesOf(rows, 'mem_free').length > 60);
+        await open(page, server);
+        await selectMetrics(page, 'mem_free', 'mem_cached');
+        const colorsOf = () => page.evaluate(() => chart.data.datasets.map((dataset) => dataset.borderColor));
+        const colors = await colorsOf();
+        await page.evaluate(() => {
+            chart.setDatasetVisibility(1, false);
+            window.shownChart = chart;
+        });
+        const reaches = (time) => page.waitForFunction((ms) => originalFullTimeRange.max > ms, time);
+        const moved = async () => {
+            const before = await chartState(page);
+            await reaches(before.max + 1000);
+            return [before, await chartState(page)];
+        };
+        const [first, wider] = await moved();
+        assert.deepEqual([wider.min, wider.labels], [first.min, first.labels]);
+        assert.ok(await page.evaluate(() => chart === window.shownChart && !chart.isDatasetVisible(1)));
+        await page.evaluate(() => updateChart());
+        assert.deepEqual(await colorsOf(), colors);
+        // A view of the newest samples moves, one of others stays.
+        await page.evaluate(() => setVisibleRange(originalFullTimeRange.max - 2500, originalFullTimeRange.max));
+        const [, later] = await moved();
+        assert.deepEqual([Math.round(later.max - later.min), later.max], [2500, later.full.max]);
+        assert.ok(later.counts[0] > 10);
+        const past = await page.evaluate(() => {
+            const { min } = originalFullTimeRange;
+            setVisibleRange(min, min + 2500);
+            return [min, min + 2500];
+        });
+        await reaches(later.max + 1000);
+        const { min, max } = await chartState(page);
+        assert.deepEqual([min, max], past);
+        await page.uncheck('#followCheckbox');
+        const still = await chartState(page);
+        const rows = (await server.rows()).length;
+        await server.rowsWith((all) => all.length > 1.2 * rows);
+        assert.deepEqual((await chartState(page)).full, still.full);
+        await page.route('**/rta/metrics/data?*', (route) => route.fulfill({ status: 500 }));
+        await page.check('#followCheckbox');
+        await page.waitForSelector('#autoRefreshStatus >> text=No new samples: HTTP status 500.');
+        await page.unroute('**/rta/metrics/data?*');
+        await reaches(still.full.max);
+        await page.waitForSelector('#autoRefreshStatus:empty', { state: 'attached' });
     }),
 
     'gives the samples of the files as CSV': served([], async (page, server) => {

@@ -92,7 +92,7 @@ std::string token_of_form(std::string_view body) {
 
 constexpr char form_begin[] =
     "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"UTF-8\">\n"
-    "<title>Metrics: token</title>\n</head>\n<body>\n";
+    "<title>Metrics: token</title>\n<link rel=\"icon\" href=\"data:,\">\n</head>\n<body>\n";
 constexpr char form_end[] =
     "<form method=\"post\">\n"
     "<label for=\"token\">Token</label>\n"
@@ -106,7 +106,7 @@ Answer form_answer(unsigned status, const std::string &words) {
     return {.status = status,
             .fields = {{"Content-Type", "text/html; charset=utf-8"},
                        {"Content-Security-Policy",
-                        "default-src 'none'; form-action 'self'; base-uri 'none'; "
+                        "default-src 'none'; img-src data:; form-action 'self'; base-uri 'none'; "
                         "frame-ancestors 'none'"}},
             .body = std::make_shared<const std::string>(form_begin + words + form_end),
             .next_piece = {}};

@@ -221,7 +221,8 @@ std::shared_ptr<const Site::Page> Site::page() {
     made->begun = Clock::now();
     made->version = version;
     std::ostringstream out;
-    const metrics::ChartPageOptions options = {.max_script_points = max_page_points,
+    const metrics::ChartPageOptions options = {.is_live = true,
+                                               .max_script_points = max_page_points,
                                                .shows_first = shows_first_,
                                                .notice = notice_of(store_->state())};
     store_->read([&](const metrics::MetricsHistory &store) {

@@ -245,6 +245,7 @@ StoreSize size_of(const Store &store, const std::vector<SeriesKey> &keys) {
 void write_options(std::ostream &out, const ChartPageOptions &options, const StoreSize *apart,
                    const std::vector<MetricOption> &metrics) {
     if (!options.has_host) out << "PAGE_OPTIONS.hasHost = false;\n";
+    if (options.is_live) out << "PAGE_OPTIONS.isLive = true;\n";
     if (apart)
         out << "PAGE_OPTIONS.totals = {metrics: " << metrics.size() << ", series: " << apart->series
             << ", points: " << apart->samples << "};\n";

@@ -1,8 +1,8 @@
 // The chart page: a store as one HTML document with its data, scripts and style inside.
 //
 // The page is meant to be served as "/rta/metrics/dump". It calls back to its host for a fresh
-// page, for "/rta/metrics/dump/csv", for "/rta/metrics/clear" and, when it doesn't carry its
-// points, for "/rta/metrics/data"; without a host it shows its data all the same.
+// page, for "/rta/metrics/dump/csv", for "/rta/metrics/clear" and, when it is live or doesn't carry
+// its points, for "/rta/metrics/data"; without a host it shows its data all the same.
 #pragma once
 
 #include <cstdint>
@@ -36,6 +36,9 @@ inline constexpr std::uint64_t MAX_SCRIPT_POINTS = 200'000;
 struct ChartPageOptions {
     // False for a page in a file: nobody refreshes, exports or clears anything for it.
     bool has_host = true;
+    // The host adds to the store meanwhile: the page loads the points of the chosen metrics anew,
+    // twice a second.
+    bool is_live = false;
     // Detailed points of all series above which they don't stand in the script: the page loads
     // those of the chosen metrics from its host or, without one, from elements after the script.
     std::uint64_t max_script_points = std::numeric_limits<std::uint64_t>::max();

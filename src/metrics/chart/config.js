@@ -14,6 +14,7 @@ const MAX_DRAWN_SERIES = 500;
 // What the server says of this page; write_chart_page() writes what differs.
 const PAGE_OPTIONS = {
     hasHost: true, // false: the page is a file, and nobody answers it
+    isLive: false, // the host adds to its data, and tells the points of any metric
     totals: null, // {metrics, series, points} of a page that doesn't carry its points from the start
     firstMetrics: null, // option values of what is shown first
     notice: '', // what the host has to say about its data

@@ -114,6 +114,7 @@ window.addEventListener('load', () => {
     setTimeout(restoreSelections, 200);
     setTimeout(restoreAutoRefresh, 300);
     setTimeout(displayCacheStatistics, 400);
+    if (PAGE_OPTIONS.isLive) followHost();
 });
 
 window.addEventListener('hashchange', restoreSelections);

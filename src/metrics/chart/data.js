@@ -69,8 +69,10 @@ function createDatasetStyle() {
     };
 }
 
-// Takes the series of a metric as write_chart_points() writes them.
+// Takes the series of a metric as write_chart_points() writes them. Those that were there keep their
+// colours.
 function addMetric(metricId, seriesList) {
+    const before = new Map((metricsData[metricId] || []).map((dataset) => [dataset.label, dataset]));
     const detailed = seriesList.map(({ label, count, x, y }) => {
         let time = 0;
         const data = x.map((step, i) => ({ x: (time += step), y: y[i] ?? NaN }));
@@ -78,9 +80,9 @@ function addMetric(metricId, seriesList) {
     });
     originalMetricsData[metricId] = detailed;
     metricsData[metricId] = detailed.map((dataset) => ({
+        ...(before.get(dataset.label) ?? createDatasetStyle()),
         ...dataset,
         data: dynamicDownsample(dataset.data, CHART_CONFIG.MAX_VISUAL_DATA_POINTS),
-        ...createDatasetStyle(),
     }));
 }
 

@@ -40,7 +40,7 @@ button, #autoRefreshSelect { box-sizing: border-box; height: 34px; padding: 0 10
 button:hover, #autoRefreshSelect:hover { background: var(--hover); }
 button:disabled { border-color: var(--line); background: var(--panel); color: var(--muted); cursor: not-allowed; }
 :focus-visible { outline: 2px solid var(--focus); outline-offset: 1px; }
-.rate-toggle { display: flex; align-items: center; height: 34px; font-size: 13px; white-space: nowrap; cursor: pointer; }
+.toggle { display: flex; align-items: center; height: 34px; font-size: 13px; white-space: nowrap; cursor: pointer; }
 #zoomInfo, #autoRefreshStatus { display: flex; align-items: center; height: 34px; overflow: hidden; color: var(--muted);
     font-size: 13px; line-height: 17px; font-variant-numeric: tabular-nums; }
 #zoomInfo { flex: 0 1 auto; }
@@ -98,5 +98,7 @@ button:disabled { border-color: var(--line); background: var(--panel); color: va
 function injectCSS() {
     const content = 'width=device-width, initial-scale=1'; // lets small screens match the breakpoints
     document.head.append(createElement('meta', { name: 'viewport', content }));
+    // Without one a browser would ask the host, which the policy of a page may forbid.
+    document.head.append(createElement('link', { rel: 'icon', href: 'data:,' }));
     document.head.append(createElement('style', {}, STYLE_SHEET));
 }

@@ -15,7 +15,7 @@ function createButton(text, onclick, className = '') {
 function createRateToggle() {
     const checkbox = createElement('input', { type: 'checkbox', id: 'showRateCheckbox' });
     checkbox.addEventListener('change', updateChart);
-    return createElement('label', { className: 'rate-toggle' }, checkbox, ' Show Rate (Δ)');
+    return createElement('label', { className: 'toggle' }, checkbox, ' Show Rate (Δ)');
 }
 
 function createAutoRefreshSelect() {
@@ -74,6 +74,7 @@ function createControlButtons() {
             createRateToggle(),
             createButton('🔄 Refresh Data', refreshData),
             createAutoRefreshSelect(),
+            ...(PAGE_OPTIONS.isLive ? [createFollowToggle()] : []),
         ),
         createButtonRow(
             createButton('🔍 Reset Zoom', resetZoom),

@@ -293,8 +293,8 @@ TEST(SiteWithToken, LetsInThoseWhoKnowIt) {
     Site site({.access = {.token = token, .host_names = {}}, .shows_first = {}}, &store,
               [] { return FollowState(); });
     const auto answer = [&](const Ask &ask) { return site.answer(ask.request()); };
-    for (const char *path :
-         {"/rta/metrics/dump", "/rta/metrics/dump/csv", "/rta/metrics/clear", "/p/metrics"}) {
+    for (const char *path : {"/rta/metrics/dump", "/rta/metrics/dump/csv", "/rta/metrics/data",
+                             "/rta/metrics/clear", "/p/metrics"}) {
         SCOPED_TRACE(path);
         EXPECT_EQ(field_of(answer({.path = path}), "WWW-Authenticate"), "Bearer");
         const std::string right = std::string("Bearer ") + token;
@@ -302,7 +302,8 @@ TEST(SiteWithToken, LetsInThoseWhoKnowIt) {
                                          std::string(token), "Basic " + std::string(token)})
             EXPECT_EQ(answer({.path = path, .fields = {{"authorization", wrong}}}).status, 401);
         EXPECT_EQ(answer({.path = path,
-                          .fields = {{"authorization", right}, {"sec-fetch-site", "same-origin"}}})
+                          .fields = {{"authorization", right}, {"sec-fetch-site", "same-origin"}},
+                          .query = {{"metrics", "1"}}})
                       .status,
                   200);
     }
