@@ -84,6 +84,10 @@ bool widen_numbers(Kind *kind, Kind other) {
     return is_floating(other) && widen_to_floating(kind, other, *kind);
 }
 
+bool has_elements(const ColumnType &type) {
+    return type.kind == Kind::array || type.kind == Kind::list;
+}
+
 char lower(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
 }
@@ -138,10 +142,16 @@ bool widen(ColumnType *type, const ColumnType &other) {
     // On a copy: members that were united before one that fails must not stay.
     ColumnType wide = *type;
     bool done = false;
-    if (type->kind != other.kind)
-        done = widen_numbers(&wide.kind, other.kind);
-    else if (type->length == other.length)
+    if (has_elements(*type) && has_elements(other)) {
+        // Of several lengths, a list holds all.
+        if (type->kind != other.kind || type->length != other.length)
+            wide = {Kind::list, 0, type->members};
         done = !unite_by_name(&wide.members, other.members);
+    } else if (type->kind != other.kind) {
+        done = widen_numbers(&wide.kind, other.kind);
+    } else {
+        done = !unite_by_name(&wide.members, other.members);
+    }
     if (done) *type = std::move(wide);
     return done;
 }

@@ -103,7 +103,7 @@ FieldCopy::FieldCopy(const RecordField &from, const ColumnType &to)
             copy_ = copy_texts;
             break;
         case Kind::array:
-            copy_ = copy_arrays;
+            copy_ = to.kind == Kind::list ? copy_lists : copy_arrays;
             parts_.emplace_back(from.parts[0], to.members[0].type);
             break;
         case Kind::structure:
@@ -125,6 +125,7 @@ FieldCopy::FieldCopy(const RecordField &from, const ColumnType &to)
 }
 
 FieldCopy::FieldCopy(const ColumnType &to) : length_(to.length) {
+    if (to.kind == Kind::list) copy_ = copy_null_lists;
     // Lists and maps need no children: a NULL row has no elements there.
     if (to.kind != Kind::array && to.kind != Kind::structure) return;
     parts_.reserve(to.members.size());
@@ -171,6 +172,28 @@ void FieldCopy::copy_arrays(const FieldCopy &field, const RecordSpan &records, d
         // Layouts are checked: all elements lie in their record.
         field.parts_[0].copy({from, field.size_, whole, field.length_}, elements,
                              (at + i) * field.length_);
+}
+
+// Where a column has arrays of several lengths.
+void FieldCopy::copy_lists(const FieldCopy &field, const RecordSpan &records, duckdb_vector vector,
+                           std::size_t at) {
+    std::size_t end = duckdb_list_vector_get_size(vector);
+    // Before the elements' places are asked for: the engine may move them.
+    duckdb_list_vector_reserve(vector, end + records.count * field.length_);
+    duckdb_list_vector_set_size(vector, end + records.count * field.length_);
+    const duckdb_vector elements = duckdb_list_vector_get_child(vector);
+    auto *entries = vector_data<duckdb_list_entry>(vector);
+    const std::uint8_t *from = records.first + field.offset_;
+    for (std::size_t i = 0; i < records.count; ++i, from += records.stride, end += field.length_) {
+        field.parts_[0].copy({from, field.size_, whole, field.length_}, elements, end);
+        entries[at + i] = {end, field.length_};
+    }
+}
+
+void FieldCopy::copy_null_lists(const FieldCopy & /*field*/, const RecordSpan &records,
+                                duckdb_vector vector, std::size_t at) {
+    put_nulls(vector, at, records.count);
+    std::fill_n(vector_data<duckdb_list_entry>(vector) + at, records.count, duckdb_list_entry{});
 }
 
 void FieldCopy::copy_structures(const FieldCopy &field, const RecordSpan &records,

@@ -41,6 +41,10 @@ class FieldCopy {
                            std::size_t at);
     static void copy_arrays(const FieldCopy &field, const RecordSpan &records, duckdb_vector vector,
                             std::size_t at);
+    static void copy_lists(const FieldCopy &field, const RecordSpan &records, duckdb_vector vector,
+                           std::size_t at);
+    static void copy_null_lists(const FieldCopy &field, const RecordSpan &records,
+                                duckdb_vector vector, std::size_t at);
     static void copy_structures(const FieldCopy &field, const RecordSpan &records,
                                 duckdb_vector vector, std::size_t at);
     static void copy_nulls(const FieldCopy &field, const RecordSpan &records, duckdb_vector vector,
