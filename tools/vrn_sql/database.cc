@@ -79,7 +79,7 @@ constexpr char long_counters[] =
 
 }  // namespace
 
-Database::Database(bool is_ordered) {
+Database::Database(bool is_ordered) : is_ordered_(is_ordered) {
     open_engine_library();
     duckdb_config config = nullptr;
     duckdb_create_config(&config);

@@ -29,6 +29,7 @@ class Database {
     Database &operator=(const Database &) = delete;
 
     vrn_sql_session_t *session() const { return session_; }
+    bool is_ordered() const { return is_ordered_; }
 
     // Throw EngineError.
     void run(const std::string &statement);
@@ -47,6 +48,7 @@ class Database {
                                         const std::string &schema_folder);
 
   private:
+    const bool is_ordered_;
     duckdb_database database_ = nullptr;
     duckdb_connection connection_ = nullptr;
     // Of the extension; lives as long as the process.

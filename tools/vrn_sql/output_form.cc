@@ -18,7 +18,7 @@ struct FileFormat {
     const char *options;
 };
 constexpr std::array file_formats{
-    FileFormat{".parquet", "FORMAT parquet, COMPRESSION zstd, ROW_GROUP_SIZE 98304"},
+    FileFormat{".parquet", "FORMAT parquet, COMPRESSION zstd"},
     FileFormat{".csv", "FORMAT csv, HEADER"},
     FileFormat{".json", "FORMAT json, ARRAY false"},
     FileFormat{".ndjson", "FORMAT json, ARRAY false"},

@@ -93,7 +93,14 @@ class OutputPipe {
 };
 
 bool is_json(std::string_view options) {
-    return options.find("FORMAT json") != options.npos;
+    return options.starts_with("FORMAT json");
+}
+
+// A thread holds a group of rows until it is written: a few MB, however wide the rows are. In file
+// order the engine ends groups by a number of rows alone.
+std::string row_groups(const Database &database, std::string_view options) {
+    const bool is_sized = options.starts_with("FORMAT parquet") && !database.is_ordered();
+    return is_sized ? ", ROW_GROUP_SIZE_BYTES '12MB'" : "";
 }
 
 // Has the engine write the rows of a query to `to`, by way of a pipe.
@@ -172,7 +179,8 @@ void store_query(Database *database, const std::string &statement, const std::st
     if (is_json(format))
         pipe_query(database, statement, format, descriptor, path);
     else
-        database->run(copy_statement(statement, descriptor, format));
+        database->run(
+            copy_statement(statement, descriptor, format + row_groups(*database, format)));
     // Only now: a query that fails leaves the old file as it was.
     if (!file.take_name()) fail_output(path, errno);
 }
