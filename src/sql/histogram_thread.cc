@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <optional>
 
 #include "sql/name_columns.h"
 #include "utils/log_capture.h"
@@ -20,21 +21,22 @@ std::size_t HistogramThread::fill(duckdb_data_chunk chunk) {
     // The lists of a chunk have their elements in one vector, which begins anew with the chunk.
     num_buckets_ = 0;
     std::size_t size = 0;
-    // None or one: empty when the query doesn't ask for labels, which take time to resolve.
-    std::vector<LabelColumn> label_columns;
-    for (std::size_t i = 0; i < projection_.size(); ++i)
-        if (projection_[i] == histogram_labels)
-            label_columns.emplace_back(duckdb_data_chunk_get_vector(chunk, i));
+    // None when the query doesn't ask for labels, which take time to resolve.
+    std::optional<LabelColumn> label_column;
+    const auto place = std::ranges::find(projection_, histogram_labels);
+    if (place != projection_.end())
+        label_column.emplace(duckdb_data_chunk_get_vector(
+            chunk, static_cast<std::size_t>(place - projection_.begin())));
     for (; size < duckdb_vector_size() && find_histogram(); ++size, ++next_) {
         put(chunk, size);
-        if (label_columns.empty()) continue;
+        if (!label_column) continue;
         const metrics::Histogram &histogram = histograms_[next_];
         const metrics::LabelMap resolved =
             metrics::resolve_labels(tables_, histogram.label_set_id, histogram.label_values);
         Labels labels(resolved.begin(), resolved.end());
         // By name, so that equal label sets are equal maps, whatever order they were found in.
         std::ranges::sort(labels);
-        label_columns[0].put(size, 1, label_columns[0].add(labels));
+        label_column->put(size, 1, label_column->add(labels));
     }
     return size;
 }

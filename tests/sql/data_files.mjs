@@ -22,6 +22,11 @@ export const u64 = (value) => {
     bytes.writeBigUInt64LE(BigInt.asUintN(64, BigInt(value)));
     return bytes;
 };
+export const f64 = (value) => {
+    const bytes = Buffer.alloc(8);
+    bytes.writeDoubleLE(value);
+    return bytes;
+};
 const padded = (text, size) => Buffer.concat([Buffer.from(text), Buffer.alloc(size)]).subarray(0, size);
 const short = (text) => Buffer.concat([u8(Buffer.byteLength(text)), Buffer.from(text)]);
 
@@ -118,17 +123,22 @@ export function page(encoding, payload, { source = '', tag = '', first = 0, last
         u32(stream.length), u64(first), u64(last), names, stream, Buffer.from('vrnp')]);
 }
 
-// A metrics block: `labels` and `constants` are pairs, `samples` [metric index, 64 bits].
-export function metricsBlock(time, { names, labels, constants = [], valueType = 1, samples }) {
+// A metrics block: `labels` and `constants` are pairs, `samples` [metric index, 64 bits],
+// `buckets` of histograms [bound, count].
+export function metricsBlock(time, { names, labels, constants = [], valueType = 1, samples, histograms = [] }) {
     const texts = (mark, list) => Buffer.concat([Buffer.from(mark), u16(list.length),
         ...list.map(short), Buffer.from(mark.toLowerCase())]);
+    const values = Buffer.concat([u8(0), u8(labels.length), Buffer.from('I'),
+        ...labels.map(([, value]) => short(value))]);
+    const histogram = ({ name, buckets, sum, count }) => Buffer.concat([Buffer.from('HIST'), u64(time),
+        short(name), u8(buckets.length), ...buckets.flatMap(([bound, number]) => [f64(bound), u64(number)]),
+        f64(sum), u64(count), values, Buffer.from('hist')]);
     const record = Buffer.concat([u16(0), u64(time), Buffer.from('C'), u8(valueType),
-        u16(samples.length), ...samples.flatMap(([index, bits]) => [u16(index), u64(bits)]),
-        u8(0), u8(labels.length), Buffer.from('I'), ...labels.map(([, value]) => short(value))]);
+        u16(samples.length), ...samples.flatMap(([index, bits]) => [u16(index), u64(bits)]), values]);
     const body = Buffer.concat([
         Buffer.from('LBLN'), u8(labels.length), ...labels.map(([name]) => short(name)), u32(0),
         texts('LBLV', []), texts('CNTI', names), texts('CLBL', constants.flat()),
-        Buffer.from('CNTD'), u32(65536), record, Buffer.from('cntdcntx'),
+        ...histograms.map(histogram), Buffer.from('CNTD'), u32(65536), record, Buffer.from('cntdcntx'),
     ]);
     return Buffer.concat([Buffer.from('CNTX'), u32(body.length + 8), body]);
 }

@@ -87,6 +87,15 @@ test('versions of a type are united, or refused by name', () => {
         { n: '7', x: 1.5, y: null },
         { n: null, x: 0.1, y: null },
     ]);
+    // Arrays of several lengths are lists, also in arrays of records and beside files without them.
+    const inner = (length) => files.makeType('in', [['v', 'uint8_t', length]]);
+    const lists = (name, length) => eventFile(name,
+        [inner(length), files.makeType('m', [['l', 'uint8_t', length], ['s', 'in', 2]], [inner(length)])],
+        [1, 2].map((row) => Buffer.alloc(3 * length, 10 * length + row)));
+    const of = (length, row) => Array(length).fill(10 * length + row);
+    assert.deepEqual(answers('SELECT l, s FROM m WHERE x IS NULL ORDER BY l', lists('l2.bin', 2), paths[2], lists('l3.bin', 3)),
+        [[2, 1], [2, 2], [3, 1], [3, 2]].map(([length, row]) =>
+            ({ l: of(length, row), s: [{ v: of(length, row) }, { v: of(length, row) }] })));
     const refused = ask('FROM m', paths[0], version('m5.bin', [['n', 'double']], files.u64(0)),
         version('m6.bin', [['n', 'uint64_t']], files.u64(0)));
     assert.equal(refused.status, 1);
@@ -145,6 +154,21 @@ test('metrics: all samples, exact, with hostile labels', () => {
             { metric: 'level', labels: {}, value: -9, exact: '-9' },
         ]);
     assert.deepEqual(answers('SELECT count(*) AS n FROM histograms', path), [{ n: 0 }]);
+});
+
+test('histograms: buckets as lists, by rows', () => {
+    const lists = [[[0.5, 1], [1, 2n ** 53n + 1n]], [], [[Infinity, 3]]];
+    const block = files.metricsBlock(time, { names: ['m'], labels: [['host', 'h']], samples: [[0, 1]],
+        histograms: lists.map((buckets, index) => ({ name: `h${index}`, buckets, sum: 0.25, count: index })) });
+    const path = folder.write('histograms.bin', Buffer.concat([
+        files.header({ chunkSize: 1024 }), files.chunk(1024, block), files.chunk(1024, block)]));
+    const shown = (index, buckets) => ({ histogram: `h${index}`, labels: { host: 'h' }, buckets, sum: 0.25, count: index });
+    const sql = `SELECT histogram, labels, [b.upper_bound::VARCHAR || ' ' || b.count FOR b IN buckets] AS buckets, sum, count
+        FROM histograms ORDER BY ALL`;
+    const rows = [shown(0, ['0.5 1', '1.0 9007199254740993']), shown(1, []), shown(2, ['inf 3'])];
+    assert.deepEqual(answers(sql, path), rows.flatMap((row) => [row, row]));
+    // Not asked for, labels and buckets are not made.
+    assert.deepEqual(answers('SELECT sum(count)::INT AS n FROM histograms', path), [{ n: 6 }]);
 });
 
 test('damaged files: the rest is shown, the files are told', () => {
