@@ -1,6 +1,9 @@
 // Benchmark of the data writer: pages to data files, against `cat` of the same bytes to the same
 // disk, medians of runs that take turns. Neither waits for the disk itself.
 //   vrn_write_bench [runs [megabytes [folder]]]
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -15,8 +18,10 @@
 
 #include "child_run.h"
 #include "data/block.h"
+#include "data/data_file_header.h"
 #include "data/writer/data_writer.h"
 #include "median.h"
+#include "utils/descriptor.h"
 #include "utils/log.h"
 
 namespace vrn::bench {
@@ -53,11 +58,12 @@ struct Cost {
     double cpu_seconds;
 };
 
-// Of storing `count` pages, the end of the last file included.
-Cost write_pages(const std::string &folder, vrn_data_page_t *page, std::uint64_t count) {
+// Stores pages under a folder.
+using Write = void (*)(const std::string &folder, vrn_data_page_t *page, std::uint64_t count);
+
+// The end of the last file included.
+void write_pages(const std::string &folder, vrn_data_page_t *page, std::uint64_t count) {
     const vrn_client_id_t client_id = {"bench", 0};
-    const auto begin = std::chrono::steady_clock::now();
-    const double cpu_begin = cpu_seconds();
     vrn_data_writer_ptr writer(vrn_data_writer_create(&client_id));
     static_cast<void>(vrn_data_writer_set_data_dir(writer.get(), folder.c_str()));
     static_cast<void>(
@@ -66,7 +72,23 @@ Cost write_pages(const std::string &folder, vrn_data_page_t *page, std::uint64_t
         page->first_ts = page->last_ts = start_time + i;
         static_cast<void>(vrn_data_writer_write_page(writer.get(), page, nullptr));
     }
-    writer.reset();
+}
+
+// What no writer can do without that has each page with the kernel when a call returns.
+void write_alone(const std::string &folder, vrn_data_page_t *page, std::uint64_t count) {
+    std::filesystem::create_directories(folder);
+    const Descriptor file(::open((folder + "/file").c_str(), O_CREAT | O_WRONLY | O_APPEND, 0666));
+    const char *data = reinterpret_cast<const char *>(page) + VRN_DATA_PAGE_HEADER_SIZE;
+    const std::uint64_t size = page->page_size - VRN_DATA_PAGE_HEADER_SIZE;
+    ssize_t written = ::write(file.get(), data, sizeof(vrn_data_file_header_t));
+    for (std::uint64_t i = 0; i < count && written > 0; ++i)
+        written = ::write(file.get(), data, size);
+}
+
+Cost cost_of(Write write, const std::string &folder, vrn_data_page_t *page, std::uint64_t count) {
+    const auto begin = std::chrono::steady_clock::now();
+    const double cpu_begin = cpu_seconds();
+    write(folder, page, count);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
     return {time.count(), cpu_seconds() - cpu_begin};
 }
@@ -81,6 +103,7 @@ struct Road {
     const char *name;
     std::uint32_t block_size;
     std::uint64_t data_size;  // of a page
+    Write write = write_pages;
 };
 
 void measure(const Road &road, const std::string &folder, int runs, std::uint64_t total) {
@@ -94,7 +117,7 @@ void measure(const Road &road, const std::string &folder, int runs, std::uint64_
     for (int i = 0; i < runs; ++i) {
         fs::remove_all(data);
         fs::remove(copy);
-        const Cost written = write_pages(data, page.get(), count);
+        const Cost written = cost_of(road.write, data, page.get(), count);
         check_size(data, count * road.data_size);
         const ChildRun copied = run_child(cat);
         seconds.push_back(written.seconds);
@@ -116,6 +139,7 @@ void run(int runs, std::uint64_t total, const std::string &parent) {
     std::printf("|--------------------------|-----------|---------|--------|----------|\n");
     const Road roads[] = {
         {"4 KiB, one block", 4096, 4096},
+        {"4 KiB, write(2) alone", 4096, 4096, write_alone},
         {"64 KiB, one block", 65536, 65536},
         {"64 KiB, blocks of 4 KiB", 4096, 65536},
         {"1 MiB, blocks of 64 KiB", 65536, 1 << 20},
