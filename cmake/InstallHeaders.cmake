@@ -9,7 +9,7 @@ function(vrn_install_headers destination)
         execute_process(
             COMMAND \${CMAKE_COMMAND} \"-DHEADERS=${ARGN}\" -DSOURCE_DIR=${CMAKE_SOURCE_DIR}/src
                 -DOUTPUT_DIR=\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination} -P ${script}
-            COMMAND_ERROR_IS_FATAL ANY)")
+            COMMAND_ERROR_IS_FATAL ANY)" COMPONENT dev)
 endfunction()
 
 if(NOT CMAKE_SCRIPT_MODE_FILE)
@@ -20,4 +20,5 @@ foreach(header IN LISTS HEADERS)
     file(READ ${SOURCE_DIR}/${header} text)
     string(REGEX REPLACE "#include \"([^\"]+)\"" "#include <vrn/\\1>" text "${text}")
     file(WRITE ${OUTPUT_DIR}/${header} "${text}")
+    file(CHMOD ${OUTPUT_DIR}/${header} FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 endforeach()

@@ -8,8 +8,8 @@ set(VRN_PUBLIC_HEADERS
     utils/source_list.h utils/string_array.h utils/string_template.h utils/strings.h
     utils/throw_error.h
     # data/text
-    data/text/buffer_append.h data/text/digits.h data/text/guid_name.h data/text/json_name.h
-    data/text/json_string.h data/text/json_value.h data/text/json_text.h
+    data/text/buffer_append.h data/text/digits.h data/text/double_text.h data/text/guid_name.h data/text/json_name.h
+    data/text/json_scalar.h data/text/json_string.h data/text/json_text.h data/text/json_value.h
     data/text/local_time_text.h data/text/number_text.h data/text/string_format.h
     data/text/text_buffer.h data/text/value_text.h
     # data

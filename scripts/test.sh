@@ -25,6 +25,9 @@ for preset in release asan tsan; do
     cmake --build --preset "$preset" -j "$jobs"
 done
 
+echo "== the names that the shared library exports"
+node scripts/abi.mjs
+
 echo "== clang-tidy"
 ./scripts/tidy.sh build
 

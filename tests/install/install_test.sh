@@ -1,6 +1,7 @@
 #!/bin/sh
 # install_test.sh BUILD_FOLDER SOURCE_FOLDER FLAGS: installs to a folder of its own, builds the
-# examples against the installed copy by the CMake package and by pkg-config, and runs both.
+# examples against the installed copy, static by the CMake package and shared by pkg-config, and runs
+# both.
 set -eu
 build=$1 source=$2 flags=$3
 work=$(mktemp -d)
@@ -16,7 +17,7 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 
 cp -r "$source/examples" "$work/examples"
 cmake -S "$work/examples" -B "$work/package" -DCMAKE_PREFIX_PATH="$prefix" \
-    -DCMAKE_CXX_FLAGS="$flags" >/dev/null
+    -DVRN_USE_STATIC_LIBS=ON -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$work/package" >/dev/null
 
 mkdir "$work/plain"
@@ -28,6 +29,8 @@ for name in collector host page_to_influx read_file; do
         -o "$work/plain/vrn_example_$name" $(pkg-config --libs vrn)
 done
 
+# The shared library, which lies in no folder of the system.
+export LD_LIBRARY_PATH="$prefix/lib"
 for way in package plain; do
     "$work/$way/vrn_example_page_to_influx" | wc -l
     ./run.sh "$work/$way" "$prefix/bin/vrn_read"

@@ -1,7 +1,6 @@
 #include "vrn_sql/database.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstring>
@@ -12,12 +11,6 @@ namespace vrn::sqltool {
 namespace {
 
 constexpr char extension_name[] = "vrn.duckdb_extension";
-// Beside the program as it is built, in the folder below as it is installed.
-std::string extension_path() {
-    std::string beside = beside_program(extension_name);
-    if (access(beside.c_str(), R_OK) == 0) return beside;
-    return beside_program(std::string(VRN_EXTENSION_FOLDER "/") + extension_name);
-}
 
 // What the engine has loaded already.
 vrn_sql_session_t *session_of(const std::string &extension) {
@@ -101,7 +94,7 @@ Database::Database(bool is_ordered) : is_ordered_(is_ordered) {
     duckdb_destroy_config(&config);
     if (!is_open || duckdb_connect(database_, &connection_) != DuckDBSuccess)
         throw std::runtime_error(error);
-    const std::string extension = extension_path();
+    const std::string extension = program_file(extension_name);
     run("LOAD " + quoted_text(extension));
     session_ = session_of(extension);
 }

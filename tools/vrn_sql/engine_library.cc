@@ -22,12 +22,12 @@ void *open_library() {
         if (void *library = dlopen(named, RTLD_NOW | RTLD_LOCAL)) return library;
         throw std::runtime_error(std::string("VRN_DUCKDB_LIBRARY: ") + dlerror());
     }
-    for (const std::string &path : {beside_program(library_name), std::string(library_name)})
+    for (const std::string &path : {program_file(library_name), std::string(library_name)})
         if (void *library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) return library;
     throw std::runtime_error(
-        "there is no libduckdb.so beside this program or in the system's folders. The npm package "
-        "@duckdb/node-bindings-linux-x64 (or -arm64) holds one, as do DuckDB's releases: copy it "
-        "here or name it in VRN_DUCKDB_LIBRARY");
+        "there is no libduckdb.so beside this program or in the system's folders. The package "
+        "vrn-duckdb holds one, as do the npm package @duckdb/node-bindings-linux-x64 (or -arm64) "
+        "and DuckDB's releases: install it, or name the file in VRN_DUCKDB_LIBRARY");
 }
 
 template <typename Function>
@@ -40,10 +40,12 @@ void resolve(void *library, const char *name, Function *function) {
 
 }  // namespace
 
-std::string beside_program(const std::string &name) {
+std::string program_file(const std::string &name) {
     std::error_code error;
-    // Not by argv[0], which a caller chooses. An absolute `name` stays as it is.
-    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / name;
+    // Not by argv[0], which a caller chooses.
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    const auto beside = folder / name;
+    return access(beside.c_str(), R_OK) == 0 ? beside : folder / VRN_EXTENSION_FOLDER / name;
 }
 
 void open_engine_library() {

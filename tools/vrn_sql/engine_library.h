@@ -10,11 +10,12 @@ DUCKDB_EXTENSION_EXTERN
 
 namespace vrn::sqltool {
 
-// Opens the library that VRN_DUCKDB_LIBRARY names or, when that is unset, libduckdb.so beside this
-// program or where the system has it. Throws std::runtime_error that tells where to get it.
+// Opens the library that VRN_DUCKDB_LIBRARY names or, when that is unset, libduckdb.so of this
+// program or of the system. Throws std::runtime_error that tells where to get it.
 void open_engine_library();
 
-// `name` in the folder of this program, or in `folder` from there.
-std::string beside_program(const std::string &name);
+// The path of a file that comes with this program: beside it as it is built, in a folder of its own
+// as it is installed.
+std::string program_file(const std::string &name);
 
 }  // namespace vrn::sqltool

@@ -180,23 +180,25 @@ vrn_schema_result_t vrn_schema_set_field_indexes(vrn_schema_t *schema, std::uint
 const char **vrn_schema_get_indexed_field_names(const vrn_schema_t *schema,
                                                 std::uint32_t type_index, std::size_t *out_count) {
     if (!out_count) {
-        // Deliberate: the messages here carry file and line instead of the function.
-        VRN_LOG(VRN_LOG_ERROR, "[%s %i] out_count is NULL", __FILE__, __LINE__);
+        // Deliberate: the messages here carry file and line instead of the function. No path, which
+        // would make builds in other folders differ.
+        VRN_LOG(VRN_LOG_ERROR, "[%s %i] out_count is NULL", __FILE_NAME__, __LINE__);
         return nullptr;
     }
     *out_count = 0;
     if (!schema) {
-        VRN_LOG(VRN_LOG_ERROR, "[%s %i] schema is NULL", __FILE__, __LINE__);
+        VRN_LOG(VRN_LOG_ERROR, "[%s %i] schema is NULL", __FILE_NAME__, __LINE__);
         return nullptr;
     }
     if (type_index >= schema->num_types) {
-        VRN_LOG(VRN_LOG_ERROR, "[%s %i] type_index %u out of bounds (max: %u)", __FILE__, __LINE__,
-                type_index, schema->num_types - 1U);
+        VRN_LOG(VRN_LOG_ERROR, "[%s %i] type_index %u out of bounds (max: %u)", __FILE_NAME__,
+                __LINE__, type_index, schema->num_types - 1U);
         return nullptr;
     }
     const vrn_type_definition_t *type = schema->types[type_index];
     if (!type) {
-        VRN_LOG(VRN_LOG_ERROR, "[%s %i] schema->types[%u] is NULL", __FILE__, __LINE__, type_index);
+        VRN_LOG(VRN_LOG_ERROR, "[%s %i] schema->types[%u] is NULL", __FILE_NAME__, __LINE__,
+                type_index);
         return nullptr;
     }
     const auto fields = fields_of(type);
@@ -205,7 +207,8 @@ const char **vrn_schema_get_indexed_field_names(const vrn_schema_t *schema,
     auto **names =
         static_cast<const char **>(std::malloc(std::max<std::size_t>(count, 1) * sizeof(char *)));
     if (!names) {
-        VRN_LOG(VRN_LOG_ERROR, "[%s %i] malloc failed for %zu fields", __FILE__, __LINE__, count);
+        VRN_LOG(VRN_LOG_ERROR, "[%s %i] malloc failed for %zu fields", __FILE_NAME__, __LINE__,
+                count);
         return nullptr;
     }
     for (const vrn_type_field_definition_t *field : fields)
