@@ -133,7 +133,7 @@ export const serveTests = {
         const reaches = (time) => page.waitForFunction((ms) => originalFullTimeRange.max > ms, time);
         const moved = async () => {
             const before = await chartState(page);
-            await reaches(before.max + 1000);
+            await reaches(before.max + 500);
             return [before, await chartState(page)];
         };
         const [first, wider] = await moved();
@@ -151,7 +151,7 @@ export const serveTests = {
             setVisibleRange(min, min + 2500);
             return [min, min + 2500];
         });
-        await reaches(later.max + 1000);
+        await reaches(later.max + 500);
         const { min, max } = await chartState(page);
         assert.deepEqual([min, max], past);
         await page.uncheck('#followCheckbox');
@@ -163,6 +163,7 @@ export const serveTests = {
         await page.check('#followCheckbox');
         await page.waitForSelector('#autoRefreshStatus >> text=No new samples: HTTP status 500.');
         await page.unroute('**/rta/metrics/data?*');
+        await page.clock.runFor(2000);
         await reaches(still.full.max);
         await page.waitForSelector('#autoRefreshStatus:empty', { state: 'attached' });
     }),

@@ -22,8 +22,8 @@
 namespace vrn::serve {
 namespace {
 
-// Of a path in the log: the client chooses how long it is.
-constexpr std::size_t shown_path_size = 200;
+// Of a request in the log: the client chooses how long method and path are.
+constexpr std::size_t shown_request_size = 200;
 // Pages with more load the points of the metrics that are chosen. Building one holds up the store,
 // which these take some 20 ms of.
 constexpr std::uint64_t max_page_points = 100'000;
@@ -168,8 +168,8 @@ const Site::Route *Site::find_route(const std::string &path) {
 
 Answer Site::answer(const Request &request) {
     Answer answer = answer_by_route(request);
-    VRN_LOG(VRN_LOG_DEBUG, "%s %s: %u", request.method.c_str(),
-            tool::shown_text(request.path.substr(0, shown_path_size)).c_str(), answer.status);
+    const std::string shown = (request.method + " " + request.path).substr(0, shown_request_size);
+    VRN_LOG(VRN_LOG_DEBUG, "%s: %u", tool::shown_text(shown).c_str(), answer.status);
     // With every answer: what a token guards stays out of caches and of other sites' pages.
     answer.fields.insert(answer.fields.end(), {{"Cache-Control", "no-store"},
                                                {"X-Content-Type-Options", "nosniff"},

@@ -1,6 +1,7 @@
 // A live page: the points of the chosen metrics come again while its host adds to them.
 
 const FOLLOW_PERIOD_MS = 500;
+const FOLLOW_AGAIN_MS = 2000; // after a failure
 const FOLLOW_SHARE = 10; // of its time the page spends at most one part in so many on that
 
 let followedState = ''; // of the series that were drawn last
@@ -16,13 +17,15 @@ function createFollowToggle() {
 
 async function followHost() {
     const start = Date.now();
+    let pause = FOLLOW_PERIOD_MS;
     try {
         await takeNewPoints();
         showFollowFailure('');
     } catch (error) {
+        pause = FOLLOW_AGAIN_MS;
         showFollowFailure(`No new samples: ${error.message}.`);
     }
-    setTimeout(followHost, Math.max(FOLLOW_PERIOD_MS, FOLLOW_SHARE * (Date.now() - start)));
+    setTimeout(followHost, Math.max(pause, FOLLOW_SHARE * (Date.now() - start)));
 }
 
 async function takeNewPoints() {

@@ -4,6 +4,8 @@
 #include <filesystem>
 
 #include "serve_fixtures.h"
+#include "support/captured_log.h"
+#include "utils/log.h"
 #include "vrn_serve/series_list.h"
 
 namespace vrn::serve {
@@ -97,6 +99,14 @@ TEST_F(SiteTest, AnswersUnderAnyPrefix) {
         EXPECT_EQ(status >= 400, status >= 400 && answered.body->ends_with(".\n"));
     }
     EXPECT_EQ(body({.path = "/healthz"}), "ok\n");
+}
+
+TEST_F(SiteTest, LogsEachRequestInAShortLine) {
+    vrn::test::CapturedLog log(VRN_LOG_DEBUG);
+    answer({.path = "/\x1b[2J\nx"});
+    answer({.method = std::string(5000, 'G')});
+    EXPECT_EQ(log.take(), (std::vector<std::string>{"7 GET /\\x1b[2J\\x0ax: 404",
+                                                    "7 " + std::string(200, 'G') + ": 405"}));
 }
 
 TEST_F(SiteTest, RefusesNamesAndPagesOfOthers) {
