@@ -241,6 +241,7 @@ void LiveStore::clear() {
     const std::lock_guard guard(mutex_);
     // What counts since the start stays; the bounds begin anew.
     state_.samples_limit = limits_.samples;
+    state_.keep_us = limits_.keep_us;
     state_.is_short_of_memory = false;
     store_ = make_history(limits_.samples);
     store_->set_max_bytes(limits_.max_bytes);

@@ -25,6 +25,7 @@ struct StoreState {
     std::uint64_t dropped_series = 0;  // to make room, or by age
     std::uint64_t refused_series = 0;  // without room or of another type than their metric
     std::uint64_t samples_limit = 0;   // of a series; falls when memory is short
+    std::uint64_t keep_us = 0;         // as of StoreLimits
     bool is_short_of_memory = false;   // something was dropped or refused to bound it
     std::uint64_t newest_us = 0;       // time of the newest sample
 };

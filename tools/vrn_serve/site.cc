@@ -71,14 +71,19 @@ std::set<std::string> decoded_list(std::string_view list) {
     }
 }
 
-// What had to go; empty when nothing had.
+// What is kept, and what had to go.
 std::string notice_of(const StoreState &state) {
-    if (!state.is_short_of_memory) return "";
-    std::string notice =
-        "Memory is short (--max-memory): the oldest samples went first. Each series keeps its "
-        "newest " +
-        std::to_string(state.samples_limit) + ".";
-    if (state.refused_series > 0) notice += " Some series found no room.";
+    constexpr std::uint64_t second_us = 1'000'000;
+    std::string notice = state.is_short_of_memory
+                             ? "Memory is short (--max-memory): the oldest samples went first. "
+                             : "";
+    notice += "Each series keeps its newest " + std::to_string(state.samples_limit) + " samples";
+    if (state.keep_us > 0)
+        notice += " of the last " + std::to_string(state.keep_us / second_us) + " s";
+    notice += ".";
+    // Those were counted since the start, also before the store was cleared.
+    if (state.is_short_of_memory && state.refused_series > 0)
+        notice += " Some series found no room.";
     return notice;
 }
 
