@@ -175,7 +175,11 @@ std::shared_ptr<const FileInfo> FileCatalog::get(const std::string &path,
     info->status = status;
     info->cache = cache_of(scan::schema_folder_of(path, schema_folder));
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.is_open()) fail(path);
+    if (!file.is_open()) {
+        // Told by who reads the records: the rows of other files come nevertheless.
+        info->open_error = std::strerror(errno);
+        return info;
+    }
     FileProbe(info.get()).run(file.get());
     // A schema that is missing may be there the next time.
     if (!info->has_all_schemas) return info;

@@ -25,7 +25,8 @@ struct SchemaChange {
 struct FileInfo {
     std::string path;
     struct stat status {};
-    bool is_ours = false;  // it begins as data files do
+    std::string open_error;  // empty: it can be read
+    bool is_ours = false;    // it begins as data files do
     bool has_head = false;
     bool is_compressed = false;  // as a whole
     vrn_data_file_header_t header{};
@@ -46,7 +47,7 @@ struct FileInfo {
 class FileCatalog {
   public:
     // Schemas are in `schema_folder`; when that is empty, where vrn_read finds those of the file.
-    // Throws QueryError when the file can't be opened.
+    // Throws QueryError when there is no such file, or one that can only be read once.
     std::shared_ptr<const FileInfo> get(const std::string &path, const std::string &schema_folder);
 
   private:

@@ -62,12 +62,19 @@ class FileSearch {
             std::error_code error;
             if (!fs::is_regular_file(path, error)) continue;
             auto file = file_catalog().get(path, schema_folder_);
-            if (file->is_ours) files.push_back(std::move(file));
+            if (file->is_ours || !file->open_error.empty()) files.push_back(std::move(file));
         }
     }
 
     const std::string &schema_folder_;
 };
+
+[[noreturn]] void fail_without(const FileSet &files, const std::vector<std::string> &paths) {
+    for (const auto &file : files)
+        if (!file->open_error.empty()) throw QueryError(file->path + ": " + file->open_error);
+    throw QueryError(paths.empty() ? std::string("no files are given")
+                                   : "there is no data file in " + paths[0]);
+}
 
 }  // namespace
 
@@ -80,8 +87,7 @@ FileSet find_files(const std::vector<std::string> &paths, const std::string &sch
     FileSearch search(schema_folder);
     for (const std::string &path : paths) search.take(path);
     if (std::ranges::none_of(search.files, [](const auto &file) { return file->is_ours; }))
-        throw QueryError(paths.empty() ? std::string("no files are given")
-                                       : "there is no data file in " + paths[0]);
+        fail_without(search.files, paths);
     return std::move(search.files);
 }
 

@@ -18,7 +18,7 @@ FileCatalog &file_catalog();
 
 // Paths of files, patterns with * ? [ ], and folders, of which all files below are taken. What a
 // pattern or folder has beside data files is passed over. Throws QueryError when a file that is
-// named can't be opened, and when there is no data file at all.
+// named isn't there, and when there is no data file that can be opened.
 FileSet find_files(const std::vector<std::string> &paths, const std::string &schema_folder);
 
 // Those that may hold records that the filter takes.

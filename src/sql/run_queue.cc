@@ -28,7 +28,10 @@ bool begin_plain(OpenFile *file) {
     scan::SchemasInUse schemas(info.cache.get(), &visitor);
     vrn_data_file_header_t header{};
     file->next_offset = sizeof header;
-    return read_file_head(source.get(), &schemas, &visitor, &header);
+    if (!read_file_head(source.get(), &schemas, &visitor, &header)) return false;
+    // What the catalog has of it is of another file then.
+    if (!info.has_head) report_fault(info.path, "The file was changed while it was read");
+    return info.has_head;
 }
 
 bool begin_compressed(OpenFile *file) {

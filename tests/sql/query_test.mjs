@@ -1,7 +1,7 @@
 // Runs of vrn_sql: forms, statuses, and what it makes of files that are damaged or hostile.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { existsSync, openSync, readFileSync, readdirSync, rmSync } from 'node:fs';
+import { existsSync, openSync, readFileSync, readdirSync, rmSync, symlinkSync } from 'node:fs';
 import { join } from 'node:path';
 import { setTimeout as wait } from 'node:timers/promises';
 import { test } from 'node:test';
@@ -176,13 +176,18 @@ test('damaged files: the rest is shown, the files are told', () => {
         files.page('G', files.eventBlock(time, 0, 0, [loadRow(3)])).fill(1, 40, 44))]);
     const damaged = folder.write('damaged.bin', bytes);
     const none = folder.write('none.bin', Buffer.from('no data file'));
-    const done = ask('SELECT sum(n) AS n FROM load', good, damaged, none);
+    // Not for root either.
+    const locked = join(folder.path, 'locked.bin');
+    symlinkSync('/proc/sys/vm/drop_caches', locked);
+    const done = ask('SELECT sum(n) AS n FROM load', good, damaged, none, locked);
     assert.equal(done.stdout, '{"n":6}\n');
     assert.equal(done.status, 1);
     assert.match(done.stderr, /damaged.bin: .*byte 4352 \(and 1 more\)/);
     assert.match(done.stderr, /none.bin: /);
-    const table = ask('SELECT faults FROM files ORDER BY path', good, damaged);
-    assert.equal(table.stdout, '{"faults":2}\n{"faults":0}\n');
+    assert.match(done.stderr, /locked.bin: Permission denied\n/);
+    const table = ask('SELECT faults FROM files ORDER BY path', good, damaged, locked);
+    assert.equal(table.stdout, '{"faults":2}\n{"faults":0}\n{"faults":1}\n');
+    assert.equal(ask('SELECT 1', locked).stderr, `vrn_sql: Binder Error: ${locked}: Permission denied\n`);
     const strict = attempt('vrn_sql', ['--strict', '-f', 'json', 'FROM load', damaged]);
     assert.equal(strict.stdout, '');
     assert.equal(strict.status, 1);

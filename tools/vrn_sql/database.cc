@@ -63,6 +63,12 @@ class TextColumn {
     const std::uint64_t *validity_;
 };
 
+// Without the statement, where the user didn't write it.
+std::string reason_of(const EngineError &error) {
+    const std::string text = error.what();
+    return text.substr(0, text.find("\n\nLINE "));
+}
+
 // As texts at first, because UNPIVOT wants one type; a counter of texts has no `value`.
 constexpr char long_counters[] =
     "CREATE VIEW counters_long AS SELECT time, counter, TRY_CAST(exact AS DOUBLE) AS value, exact, "
@@ -165,18 +171,22 @@ std::vector<std::string> Database::make_views(const std::vector<std::string> &pa
     };
     std::vector<std::string> statements = {"CREATE VIEW files AS FROM " + call("vrn_files", "")};
     std::vector<std::string> types;
-    fetch(
-        "FROM " + call("vrn_tables", ""), [](const std::vector<std::string> &) {},
-        [&](const Row &row) {
-            // Names of types come from files: they are quoted wherever they go.
-            const std::string name(row[0]);
-            if (row[1] == "events")
-                types.push_back("CREATE VIEW " + quoted_name(name) + " AS FROM " +
-                                call("vrn_events", ", type := " + quoted_text(name)));
-            else
-                statements.push_back("CREATE VIEW " + name + " AS FROM " + call("vrn_" + name, ""));
-            if (name == "counters" && row[1] == name) statements.emplace_back(long_counters);
-        });
+    const auto take_table = [&](const Row &row) {
+        // Names of types come from files: they are quoted wherever they go.
+        const std::string name(row[0]);
+        if (row[1] == "events")
+            types.push_back("CREATE VIEW " + quoted_name(name) + " AS FROM " +
+                            call("vrn_events", ", type := " + quoted_text(name)));
+        else
+            statements.push_back("CREATE VIEW " + name + " AS FROM " + call("vrn_" + name, ""));
+        if (name == "counters" && row[1] == name) statements.emplace_back(long_counters);
+    };
+    try {
+        fetch(
+            "FROM " + call("vrn_tables", ""), [](const std::vector<std::string> &) {}, take_table);
+    } catch (const EngineError &error) {
+        throw std::runtime_error(reason_of(error));
+    }
     // Last, so that a type with the name of one of the tables above leaves that alone.
     statements.insert(statements.end(), types.begin(), types.end());
     std::vector<std::string> failures;
@@ -185,7 +195,7 @@ std::vector<std::string> Database::make_views(const std::vector<std::string> &pa
             run(statement);
         } catch (const EngineError &error) {
             // One type that makes no table leaves the others their views.
-            failures.emplace_back(error.what());
+            failures.push_back(reason_of(error));
         }
     }
     return failures;
