@@ -31,21 +31,22 @@ double seconds_of(const timeval &time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
 }
 
-rusage finish(pid_t child, const std::vector<std::string> &command) {
+rusage finish(pid_t child, const std::vector<std::string> &command, int expected_status) {
     int status = 0;
     rusage usage{};
-    if (wait4(child, &status, 0, &usage) < 0 || status != 0)
+    if (wait4(child, &status, 0, &usage) < 0 || !WIFEXITED(status) ||
+        WEXITSTATUS(status) != expected_status)
         throw std::runtime_error("failed: " + command[0]);
     return usage;
 }
 
 }  // namespace
 
-ChildRun run_child(const std::vector<std::string> &command) {
+ChildRun run_child(const std::vector<std::string> &command, int expected_status) {
     const int null_device = open("/dev/null", O_WRONLY | O_CLOEXEC);
     const auto begin = std::chrono::steady_clock::now();
     const pid_t child = start(command, null_device);
-    const rusage usage = finish(child, command);
+    const rusage usage = finish(child, command, expected_status);
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
     close(null_device);
     const double cpu = seconds_of(usage.ru_utime) + seconds_of(usage.ru_stime);
@@ -62,7 +63,7 @@ std::uint64_t count_output(const std::vector<std::string> &command) {
     for (ssize_t count = 0; (count = read(ends[0], buffer.data(), buffer.size())) > 0;)
         total += static_cast<std::uint64_t>(count);
     close(ends[0]);
-    finish(child, command);
+    finish(child, command, 0);
     return total;
 }
 

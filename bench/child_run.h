@@ -13,8 +13,8 @@ struct ChildRun {
     std::uint64_t peak_memory;  // bytes resident
 };
 
-// Runs `command` with its output to the null device. Throws when it fails.
-ChildRun run_child(const std::vector<std::string> &command);
+// Runs `command` with its output to the null device. Throws when it ends with another status.
+ChildRun run_child(const std::vector<std::string> &command, int expected_status = 0);
 
 // Bytes that `command` prints.
 std::uint64_t count_output(const std::vector<std::string> &command);

@@ -40,6 +40,9 @@ for script in influxdb export_lines export_openmetrics export_tables prometheus;
     "tests/integration/$script.sh" || [ $? -eq 77 ]
 done
 
+echo "== 100,000 files, of which some are damaged"
+VRN_BIN_DIR=$PWD/build/bin node --test tests/integration/damaged_archive.mjs
+
 echo "== tests of threads (thread sanitizer)"
 ctest --preset tsan
 echo "== tests (release)"

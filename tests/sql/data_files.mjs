@@ -78,11 +78,11 @@ export class DataFolder {
 }
 
 export function header({ chunkSize, events = [], counters, source = 'host', tag = 'tag',
-    first = 0, last = 0 }) {
+    first = 0, last = 0, fileSize = 256 }) {
     const ids = Buffer.alloc(7 * 16);
     events.forEach((id, index) => id.copy(ids, index * 16));
     return Buffer.concat([
-        Buffer.from('VRNF'), u8(1), u8(7), u16(0), u64(256), padded(source, 64), padded(tag, 16),
+        Buffer.from('VRNF'), u8(1), u8(7), u16(0), u64(fileSize), padded(source, 64), padded(tag, 16),
         u64(first), u64(last), u32(chunkSize), counters ?? Buffer.alloc(16), ids, Buffer.alloc(8),
         Buffer.from('vrnf'),
     ]);
