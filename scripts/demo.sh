@@ -5,8 +5,7 @@ cd "$(dirname "$0")/.."
 
 ./scripts/install-deps.sh
 cmake --preset release >/dev/null
-cmake --build --preset release -j "$(nproc)" --target \
-    vrn_read vrn_collect vrn_export vrn_check vrn_sql vrn_chart vrn_serve
+cmake --build --preset release -j "$(nproc)" --target vrn_installed
 
 out=demo-output
 read=build/bin/vrn_read

@@ -1,21 +1,22 @@
 #!/usr/bin/env bash
-# Installs what the build and its checks need on Debian 12, with --tests also the servers and tools
-# whose tests are left out without them. Does nothing, and needs no network, when all of it is there
-# already.
+# Installs what the programs need on Debian 12, to be built and run; with --tests also what the tests
+# and checks need, and the servers and tools whose tests are left out without them. Does nothing, and
+# needs no network, when all of it is there already.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(
-    g++ cmake ninja-build pkg-config jq dpkg-dev
-    clang clang-format clang-tidy
+    g++ cmake ninja-build pkg-config jq dpkg-dev ca-certificates
     zlib1g-dev libdeflate-dev libisal-dev libssl-dev libmd-dev libsnappy-dev libzstd-dev libmicrohttpd-dev
     libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
-    libgtest-dev libgmock-dev
     libedit-dev libmd4c-dev
-    chromium zstd
+)
+test_packages=(
+    git clang clang-format clang-tidy libgtest-dev libgmock-dev
+    chromium zstd man-db zsh lintian mmdebstrap
 )
 # Any node from 18.18 on serves; Debian's is taken where there is none.
-command -v node >/dev/null && command -v npm >/dev/null || packages+=(nodejs npm)
+command -v node >/dev/null || test_packages+=(nodejs)
 
 # For tests that are left out without them.
 optional_packages=(man-db zsh slurm-wlm munge parallel influxdb victoria-metrics prometheus curl perl sqlite3 miller)
@@ -53,6 +54,10 @@ missing_packages() {
         dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed ||
             echo "$package"
     done
+}
+
+installed_packages() {
+    dpkg-query -W -f '${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | sort -u
 }
 
 install_packages() {
@@ -154,21 +159,52 @@ sources_are_there() {
         fail "checksum mismatch in $1: remove that folder and run again"
 }
 
-# The copy of the lock file is written last, so it stands for a complete folder.
-node_stamp=node_modules/.installed-lock.json
+# Copies of the lock file are written last, so they stand for complete folders.
+programs_stamp=node_modules/.programs-lock.json
+tests_stamp=node_modules/.tests-lock.json
+npm_options=(--omit=dev)
+stamps=("$programs_stamp")
+if [ "${1:-}" = --tests ]; then
+    packages+=("${test_packages[@]}")
+    npm_options=()
+    stamps+=("$tests_stamp")
+fi
 
 node_modules_are_there() {
-    cmp --silent package-lock.json "$node_stamp"
+    cmp --silent package-lock.json "${stamps[-1]}"
 }
 
 # npm checks each package against the hash in the lock file.
 fetch_node_modules() {
-    npm ci --ignore-scripts --no-audit --no-fund --loglevel=error || fail "npm ci failed"
-    cp package-lock.json "$node_stamp"
+    npm ci "${npm_options[@]}" --ignore-scripts --no-audit --no-fund --loglevel=error || fail "npm ci failed"
+    for stamp in "${stamps[@]}"; do
+        cp package-lock.json "$stamp"
+    done
 }
+
+# Debian's npm is nearly 400 packages, so that it goes again where it was brought for the fetching.
+borrowed=()
+borrow_npm() {
+    command -v npm >/dev/null && return
+    local before
+    before=$(installed_packages)
+    echo "install-deps: borrowing npm"
+    as_root apt-get update -q || fail "apt-get update failed"
+    as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends npm >/dev/null || fail "apt-get could not install npm"
+    mapfile -t borrowed < <(comm -13 <(echo "$before") <(installed_packages))
+}
+return_npm() {
+    [ "${#borrowed[@]}" -gt 0 ] || return 0
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq "${borrowed[@]}" >/dev/null
+}
+trap return_npm EXIT
 
 install_packages
 [ "${1:-}" != --tests ] || install_optional_packages
+if ! sources_are_there "$duckdb_dir" "$duckdb_sums" || ! node_modules_are_there; then
+    borrow_npm
+fi
 if ! sources_are_there "$parson_dir" "$parson_sums"; then
     echo "install-deps: fetching parson 1.5.2"
     fetch_parson

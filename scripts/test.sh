@@ -13,7 +13,7 @@ echo "== formatting"
 sources | xargs clang-format --dry-run --Werror
 
 echo "== lint of the chart page's scripts and of node scripts"
-npm run --silent lint
+node_modules/.bin/eslint --max-warnings 0 src tests scripts eslint.config.mjs
 
 echo "== layers, and the tour through them"
 node scripts/check-layers.mjs
@@ -27,6 +27,13 @@ done
 
 echo "== the names that the shared library exports"
 node scripts/abi.mjs
+
+echo "== packages: lintian, a bare machine, the same bytes from another folder"
+cmake --build --preset package
+lintian --allow-root --fail-on error,warning build/packages/*.deb
+for script in bare_root reproducible; do
+    "tests/package/${script}_test.sh" build/packages || [ $? -eq 77 ]
+done
 
 echo "== clang-tidy"
 ./scripts/tidy.sh build
