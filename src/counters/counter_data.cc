@@ -26,16 +26,17 @@ class TreeSink {
     void time(std::uint64_t timestamp) {
         Member{*this, "timestamp"}.number(timestamp);
         const vrn::CString time(vrn_format_timestamp(timestamp, microseconds_));
-        if (time) text("@timestamp", time.get());
+        if (time) member("@timestamp", time.get());
     }
-    void text(const char *key, const char *value) { Member{*this, key}.string(value); }
-    bool begin_array(const char *key) {
-        arrays_.push_back(vrn_json_add_array(object_, key));
-        return arrays_.back() != nullptr;
+    void member(const char *key, const char *value) { Member{*this, key}.string(value); }
+    bool begin_groups() { return begin_array("groups"); }
+    void end_groups() { arrays_.pop_back(); }
+    bool begin_group(std::size_t, const vrn_counter_group_t &group) {
+        if (!begin_object()) return false;
+        vrn::add_group_members(group, *this);
+        return begin_array(vrn::counter_sets_key);
     }
-    void end_array() { arrays_.pop_back(); }
-    bool begin_group(std::size_t) { return begin_object(); }
-    void end_group() {}
+    void end_group() { arrays_.pop_back(); }
     bool set(const vrn_counter_group_t &group) {
         if (!begin_object()) return false;
         for (std::uint32_t i = 0; i < group.num_counters; ++i) add(*group.counters[i]);
@@ -45,6 +46,10 @@ class TreeSink {
     bool has_failed() const { return has_failed_; }
 
   private:
+    bool begin_array(const char *key) {
+        arrays_.push_back(vrn_json_add_array(object_, key));
+        return arrays_.back() != nullptr;
+    }
     // Of the innermost array.
     bool begin_object() {
         vrn_json_value_ptr value(json_value_init_object());

@@ -20,8 +20,9 @@ class CounterRow {
     template <typename T>
     T read(std::uint64_t offset) const {
         static_assert(std::is_trivially_copyable_v<T>);
+        if (values_.size() >= sizeof(T) && offset <= values_.size() - sizeof(T))
+            return load_le<T>(values_.data() + offset);
         const Bytes bytes = at(offset, sizeof(T));
-        if (bytes.size() == sizeof(T)) return load_le<T>(bytes.data());
         T value{};
         if (!bytes.empty()) std::memcpy(&value, bytes.data(), bytes.size());
         return value;

@@ -22,8 +22,10 @@ namespace {
 // endless output, as each counter set repeats the labels of all its counters.
 constexpr std::uint64_t max_label_bytes = 256 << 20;
 
-// Of a counter in a row: the row's object, its groups, the group, its sets, the set.
-constexpr std::size_t counter_depth = 5;
+// Of a group's members in a row: the row's object, its groups, the group.
+constexpr std::size_t group_depth = 3;
+// Of a counter: its sets and the set, too.
+constexpr std::size_t counter_depth = group_depth + 2;
 
 std::uint64_t label_bytes_of(const vrn_metadata_entry_t *entry) {
     std::uint64_t bytes = 0;
@@ -76,6 +78,11 @@ class CountersJsonWriter::Preparation {
     void add_group(const vrn_counter_group_t &from) {
         std::unordered_set<std::string_view> names;
         Group &group = owner_.groups_.emplace_back();
+        const std::string members = owner_.text_.piece(group_depth, [&](JsonText &piece) {
+            add_group_members(from, piece);
+            piece.key(counter_sets_key);
+        });
+        group.members = members.substr(1) + std::string(JsonText::piece_slack, '\0');
         std::string end;
         for (std::uint32_t i = 0; i < from.num_counters; ++i) {
             const vrn_counter_info_t &counter = *from.counters[i];
@@ -144,27 +151,33 @@ class CountersJsonWriter::Sink {
         : owner_(owner), text_(owner.text_), row_(row), microseconds_(microseconds) {}
 
     void time(std::uint64_t timestamp) {
-        text_.key("timestamp");
+        text_.plain_key("timestamp");
         text_.number(timestamp);
         const std::string_view time = owner_.time_.of(timestamp, microseconds_);
         if (time.empty()) return;
-        text_.key("@timestamp");
+        text_.plain_key("@timestamp");
         static_cast<void>(text_.string(time));  // digits are UTF-8
     }
-    void text(const char *key, const char *value) { text_.member(key, value); }
-    bool begin_array(const char *key) {
-        text_.key(key);
+    bool begin_groups() {
+        text_.plain_key("groups");
         text_.begin_array();
         return true;
     }
-    void end_array() { text_.end_array(); }
-    bool begin_group(std::size_t index) {
+    void end_groups() { text_.end_array(); }
+    bool begin_group(std::size_t index, const vrn_counter_group_t &) {
         group_ = &owner_.groups_[index];
         text_.element();
         text_.begin_object();
+        const std::string_view members = group_->members;
+        const std::size_t size = members.size() - JsonText::piece_slack;
+        text_.advance_to(JsonText::copy_in_steps(text_.reserve(size), members.data(), size));
+        text_.begin_array();
         return true;
     }
-    void end_group() { text_.end_object(); }
+    void end_group() {
+        text_.end_array();
+        text_.end_object();
+    }
     bool set(const vrn_counter_group_t &group) {
         text_.element();
         if (owner_.metadata_) {
@@ -183,68 +196,83 @@ class CountersJsonWriter::Sink {
     void write_values(const vrn_counter_group_t &group) {
         char *out = text_.reserve(group_->max_size);
         const char *piece = group_->pieces.data();
-        std::uint32_t skipped = 1;  // bytes of the next piece that are left out; first its comma
+        const char *from = piece + 1;  // what goes before the value; not its comma at first
         const CounterRow row = row_;
         for (const Counter &counter : group_->counters) {
-            char *end = JsonText::copy_in_steps(out, piece + skipped, counter.piece_size - skipped);
-            switch (counter.shape) {
-                case Shape::uint64_number:
-                    end = write_json_number(end, row.read<std::uint64_t>(counter.offset));
-                    break;
-                case Shape::int64_number:
-                    end = write_json_number(end, row.read<std::int64_t>(counter.offset));
-                    break;
-                case Shape::double_number:
-                    end = write_json_number(end, row.read<double>(counter.offset));
-                    break;
-                case Shape::other:
-                    end = write_other(group, index_of(counter), &out, end);
-                    break;
+            piece += counter.piece_size;
+            char *end = JsonText::copy_in_steps(out, from, static_cast<std::size_t>(piece - from));
+            if (counter.shape == Shape::uint64_number) {
+                end = write_json_number(end, row.read<std::uint64_t>(counter.offset));
+            } else {
+                const Written written = write_slowly(group, index_of(counter), {out, end});
+                out = written.start;
+                end = written.end;
             }
             if (end) {
                 out = end;
-                skipped = 0;
+                from = piece;
             } else {
-                out = leave_out(&group_->details[index_of(counter)], piece, out, &skipped);
+                out = leave_out(index_of(counter), piece, out, &from);
             }
-            piece += counter.piece_size;
         }
-        end_values(piece, out, skipped);
+        end_values(from, out);
     }
 
     std::size_t index_of(const Counter &counter) const {
         return static_cast<std::size_t>(&counter - group_->counters.data());
     }
 
-    // Appends the value at `place`. Returns its end; null when JSON can't hold it. Then `*start` is
-    // where the piece before it began, as the buffer may have moved.
-    char *write_other(const vrn_counter_group_t &group, std::size_t index, char **start,
-                      char *place) {
-        text_.advance_to(*start);
-        const std::size_t size = text_.size();
-        text_.advance_to(place);
-        const bool done =
-            write_counter_json(*group.counters[index], group_->details[index].form, row_, text_);
-        if (done) return text_.reserve(group_->max_size);
-        text_.cut(size);
-        *start = text_.reserve(group_->max_size);
-        return nullptr;
+    // A piece and the value after it. The end is null when JSON can't hold the value.
+    struct Written {
+        char *start;
+        char *end;
+    };
+
+    // Appends the value at the end of a piece. Kept out of the loop, which is for integers.
+    __attribute__((noinline)) Written write_slowly(const vrn_counter_group_t &group,
+                                                   std::size_t index, const Written &piece) {
+        const Counter &counter = group_->counters[index];
+        switch (counter.shape) {
+            case Shape::int64_number:
+                return {piece.start,
+                        write_json_number(piece.end, row_.read<std::int64_t>(counter.offset))};
+            case Shape::double_number:
+                return {piece.start,
+                        write_json_number(piece.end, row_.read<double>(counter.offset))};
+            default:
+                return write_other(group, index, piece);
+        }
     }
 
-    // JSON can't hold the value after `piece`. The one before it still has to end, unless that was
-    // left out, too, and what would end this one must not be written.
-    char *leave_out(const Detail *detail, const char *piece, char *out, std::uint32_t *skipped) {
-        const bool is_first = *skipped > detail->end_size;
-        if (*skipped == 0) out = JsonText::copy_in_steps(out, piece, detail->end_size);
-        *skipped = detail[1].end_size + (is_first ? 1 : 0);
+    // The buffer may move.
+    Written write_other(const vrn_counter_group_t &group, std::size_t index, const Written &piece) {
+        text_.advance_to(piece.start);
+        const std::size_t size = text_.size();
+        text_.advance_to(piece.end);
+        const bool done =
+            write_counter_json(*group.counters[index], group_->details[index].form, row_, text_);
+        if (!done) text_.cut(size);
+        char *const end = text_.reserve(group_->max_size);
+        return {end, done ? end : nullptr};
+    }
+
+    // JSON can't hold the value whose piece begins at `*from` and ends at `piece`. The value before
+    // it still has to end, unless that was left out, too, and what would end this one must not be
+    // written: `*from` becomes the place after that.
+    char *leave_out(std::size_t index, const char *piece, char *out, const char **from) {
+        const char *const begin = piece - group_->counters[index].piece_size;
+        const Detail *detail = &group_->details[index];
+        const bool is_first = *from > begin + detail->end_size;
+        if (*from == begin) out = JsonText::copy_in_steps(out, begin, detail->end_size);
+        *from = piece + detail[1].end_size + (is_first ? 1 : 0);
         return out;
     }
 
-    void end_values(const char *end_piece, char *out, std::uint32_t skipped) {
-        const std::uint32_t size = group_->details.back().end_size;
-        if (skipped > size) return;  // there are none
-        if (skipped == 0) out = JsonText::copy_in_steps(out, end_piece, size);
-        text_.filled_to(out);
+    void end_values(const char *from, char *out) {
+        const std::string_view pieces = group_->pieces;
+        const char *const end = pieces.data() + pieces.size() - JsonText::piece_slack;
+        if (from > end) return;  // there are none
+        text_.filled_to(JsonText::copy_in_steps(out, from, static_cast<std::size_t>(end - from)));
     }
 
     CountersJsonWriter &owner_;

@@ -44,6 +44,7 @@ class CountersJsonWriter {
         std::uint32_t end_size;  // of the part of its piece that ends the value before
     };
     struct Group {
+        std::string members;  // the text from its object's bracket to that of its sets
         std::vector<Counter> counters;
         std::vector<Detail> details;  // one more, for the end of the last value
         std::string pieces;           // one after the other, and that end

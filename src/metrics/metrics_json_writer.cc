@@ -62,12 +62,12 @@ class MetricsJsonWriter::MemberWriter {
         : writer_(writer), microseconds_(microseconds), text_(text) {}
 
     bool time(const RecordView &record) {
-        text_.key("timestamp");
+        text_.plain_key("timestamp");
         text_.number(record.timestamp);
         // Blocks follow each other by seconds, so most of the text of a time is the last one's.
         const std::string_view time = writer_.time_.of(record.timestamp, microseconds_);
         if (time.empty()) return true;
-        text_.key("@timestamp");
+        text_.plain_key("@timestamp");
         return text_.string(time);
     }
     bool labels(const RecordView &record) {
@@ -75,7 +75,7 @@ class MetricsJsonWriter::MemberWriter {
         std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
         LabelViews labels(&memory);
         collect_labels(record, &labels);
-        text_.key("labels");
+        text_.plain_key("labels");
         text_.begin_array();
         for (const auto &[name, value] : labels) {
             text_.element();
@@ -88,7 +88,7 @@ class MetricsJsonWriter::MemberWriter {
         return true;
     }
     bool metrics(const RecordView &record) {
-        text_.key("metrics");
+        text_.plain_key("metrics");
         text_.begin_array();
         for (std::size_t i = 0; i < record.num_samples(); ++i) {
             const MetricSample sample = record.sample(i);

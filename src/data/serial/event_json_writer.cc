@@ -12,9 +12,6 @@ namespace vrn {
 namespace {
 
 // Integers are cut from a word, whatever their width.
-std::uint64_t load_unsigned(const std::uint8_t *from, unsigned spare_bits) {
-    return load_le<std::uint64_t>(from) << spare_bits >> spare_bits;
-}
 std::int64_t load_signed(const std::uint8_t *from, unsigned spare_bits) {
     return static_cast<std::int64_t>(load_le<std::uint64_t>(from) << spare_bits) >> spare_bits;
 }
@@ -58,10 +55,7 @@ class EventJsonWriter::Preparation {
             return add({.kind = Kind::hex, .offset = offset}), true;
         if (field.array_length == 1) return add_element(field, offset);
         if (is_text(*field.type))
-            return add({.kind = Kind::text,
-                        .count = field.array_length,
-                        .offset = offset,
-                        .field = &field}),
+            return add({.kind = Kind::text, .count = field.array_length, .offset = offset}, &field),
                    true;
         return add_array(field, offset);
     }
@@ -70,10 +64,7 @@ class EventJsonWriter::Preparation {
         text_.begin_array();
         if (field.array_length > 0) {
             text_.element();
-            add({.kind = Kind::repeat,
-                 .count = field.array_length,
-                 .offset = offset,
-                 .field = &field});
+            add({.kind = Kind::repeat, .count = field.array_length, .offset = offset}, &field);
             if (!add_element(field, 0)) return false;
             const std::size_t end = text_.size();
             text_.element();
@@ -85,7 +76,10 @@ class EventJsonWriter::Preparation {
 
     [[nodiscard]] bool add_element(const vrn_type_field_definition_t &field, std::uint64_t offset) {
         if (field.form == VRN_VALUE_RECORD) return add_record(*field.type, offset);
-        add({.kind = kind_of(field.form), .spare_bits = field.spare_bits, .offset = offset});
+        add({.kind = kind_of(field.form),
+             .spare_bits = field.spare_bits,
+             .offset = offset,
+             .value_bits = ~std::uint64_t{0} >> field.spare_bits});
         return true;
     }
 
@@ -110,10 +104,11 @@ class EventJsonWriter::Preparation {
         return type.builtin_id == VRN_BUILTIN_CHAR || type.builtin_id == VRN_BUILTIN_UCHAR;
     }
 
-    void add(Step step) {
+    void add(Step step, const vrn_type_field_definition_t *field = nullptr) {
         step.piece_size = text_.size() - done_;
         done_ = text_.size();
         owner_.steps_.push_back(step);
+        owner_.fields_.push_back(field);
         owner_.max_size_ += step.piece_size + max_value_size(step);
     }
 
@@ -145,16 +140,24 @@ bool EventJsonWriter::write(const void *record) {
 
 // Returns the end of the text; null when a value can't be expressed.
 char *EventJsonWriter::write_steps(const std::uint8_t *record) {
+    const auto field_of = [this](const Step &step) { return fields_[&step - steps_.data()]; };
     loops_.clear();
     char *out = text_.reserve(max_size_);
     const char *piece = pieces_.data();
+    const auto begin_value = [&](const Step &step) {
+        out = JsonText::copy_in_steps(out, piece, step.piece_size);
+        piece += step.piece_size;
+        return record + step.offset;
+    };
     for (const Step *step = steps_.data();; ++step) {
-        out = JsonText::copy_in_steps(out, piece, step->piece_size);
-        piece += step->piece_size;
-        const std::uint8_t *value = record + step->offset;
+        const std::uint8_t *value = begin_value(*step);
         switch (step->kind) {
             case Kind::unsigned_number:
-                out = write_json_number(out, load_unsigned(value, step->spare_bits));
+                // Most fields, and most often several in a row.
+                for (;; value = begin_value(*++step)) {
+                    out = write_json_number(out, load_le<std::uint64_t>(value) & step->value_bits);
+                    if (step[1].kind != Kind::unsigned_number) break;
+                }
                 break;
             case Kind::signed_number:
                 out = write_json_number(out, load_signed(value, step->spare_bits));
@@ -170,7 +173,7 @@ char *EventJsonWriter::write_steps(const std::uint8_t *record) {
                 break;
             case Kind::text:
                 out = write_printable_json(out, {value, step->count});
-                if (!out) log_refused(*step->field);
+                if (!out) log_refused(*field_of(*step));
                 break;
             case Kind::repeat:
                 loops_.push_back({step, piece, record, step->count - 1U});
@@ -185,7 +188,7 @@ char *EventJsonWriter::write_steps(const std::uint8_t *record) {
                 }
                 step = loops_.back().first;
                 piece = loops_.back().piece;
-                record += step->field->type_size;
+                record += field_of(*step)->type_size;
                 text_.advance_to(out);
                 out = text_.reserve(max_size_);
                 break;

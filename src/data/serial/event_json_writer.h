@@ -41,8 +41,8 @@ class EventJsonWriter {
         std::uint8_t spare_bits = 0;  // see vrn_type_field_definition_t
         std::uint16_t count = 0;
         std::size_t piece_size = 0;
-        std::uint64_t offset = 0;  // in the record, or in the element of the innermost array
-        const vrn_type_field_definition_t *field = nullptr;  // of a text or an array
+        std::uint64_t offset = 0;      // in the record, or in the element of the innermost array
+        std::uint64_t value_bits = 0;  // of an unsigned number: those of its word
     };
     // An array on the way through it.
     struct Loop {
@@ -58,6 +58,7 @@ class EventJsonWriter {
     const vrn_type_definition_t &type_;
     JsonText &text_;
     std::vector<Step> steps_;
+    std::vector<const vrn_type_field_definition_t *> fields_;  // of steps, null if they need none
     std::string pieces_;
     std::vector<Loop> loops_;   // open ones, the outermost first
     std::size_t max_size_ = 0;  // of the text of all steps, each taken once

@@ -57,6 +57,16 @@ class JsonText : public TextBuffer {
         advance_to(out + colon_gap_);
     }
     void key(std::string_view name);
+    // Of a literal in which JSON has nothing to escape.
+    template <std::size_t n>
+    void plain_key(const char (&name)[n]) {
+        char *out = write_separator(reserve(separator_size_ + n + 3));
+        *out++ = '"';
+        std::memcpy(out, name, n - 1);
+        out += n - 1;
+        std::memcpy(out, "\": ", 3);
+        advance_to(out + 2 + colon_gap_);
+    }
     // A member with a text; left out when that isn't UTF-8.
     void member(std::string_view name, std::string_view value) {
         const Mark start = mark();
@@ -77,10 +87,13 @@ class JsonText : public TextBuffer {
     // Copies a piece. Up to `piece_slack` bytes after both ends are touched.
     static constexpr std::size_t piece_slack = VRN_JSON_KEY_STEP;
     static char *copy_in_steps(char *out, const char *from, std::size_t size) {
-        std::memcpy(out, from, step);
-        for (std::size_t done = step; done < size; done += step)
-            std::memcpy(out + done, from + done, step);
-        return out + size;
+        char *const end = out + size;
+        do {
+            std::memcpy(out, from, step);
+            out += step;
+            from += step;
+        } while (out < end);
+        return end;
     }
     // As advance_to(), after pieces that go to the innermost object or array.
     void filled_to(char *end) {
