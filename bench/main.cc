@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bench_data.h"
@@ -38,38 +39,52 @@ struct Series {
     }
 };
 
-// Runs of the tool and of the yardstick take turns, so that both meet the same machine.
-void measure(const Road &road, const std::string &folder, int runs) {
-    const std::string file = folder + "/" + road.file;
-    const std::vector<std::string> tool{VRN_READ_PATH, "-s",        folder + "/schema",
-                                        "-f",          road.format, file};
-    const std::vector<std::string> yardstick{VRN_YARDSTICK_PATH, road.format, file};
-    if (count_output(tool) != count_output(yardstick))  // the warm-up, too
-        throw std::runtime_error(std::string("the yardstick prints another text: ") + road.name);
-    Series tool_runs, yardstick_runs;
-    for (int i = 0; i < runs; ++i) {
-        tool_runs.add(run_child(tool));
-        yardstick_runs.add(run_child(yardstick));
-    }
-    const double cpu = median(tool_runs.cpu_seconds);
-    std::printf("| %-29s | %9.0f | %9.0f | %11.2f | %7.2f |\n", road.name,
-                road.rows / median(tool_runs.seconds), road.rows / cpu,
-                median(yardstick_runs.cpu_seconds) / cpu,
-                static_cast<double>(tool_runs.peak_memory) / 1e6);
+// Of CPU times; "-" where there is nothing to compare with.
+std::string ratio(const Series &limit, const Series &tool) {
+    if (limit.cpu_seconds.empty()) return "-";
+    char text[16];
+    std::snprintf(text, sizeof text, "%.2f", median(limit.cpu_seconds) / median(tool.cpu_seconds));
+    return text;
+}
+
+void print(const Road &road, const Series &tool, const Series &limit, const Series &zlib_limit) {
+    std::printf("| %-29s | %9.0f | %10.0f | %8s | %8s | %7.2f |\n", road.name,
+                road.rows / median(tool.seconds), road.rows / median(tool.cpu_seconds),
+                ratio(limit, tool).c_str(), ratio(zlib_limit, tool).c_str(),
+                static_cast<double>(tool.peak_memory) / 1e6);
     std::fflush(stdout);
 }
 
-// A road without a yardstick.
+std::vector<std::string> tool_command(const Road &road, const std::string &folder) {
+    return {VRN_READ_PATH,           road.option, "-s", folder + "/schema", "-f", road.format,
+            folder + "/" + road.file};
+}
+
+// Runs of the tool and of the limit take turns, so that both meet the same machine.
+void measure(const Road &road, const std::string &folder, int runs) {
+    const std::vector<std::string> tool = tool_command(road, folder);
+    const std::vector<std::string> limit{VRN_LIMIT_PATH, road.format, folder + "/" + road.file};
+    std::vector<std::string> zlib_limit = limit;
+    zlib_limit.emplace_back("zlib");
+    if (count_output(tool) != count_output(limit))  // the warm-up, too
+        throw std::runtime_error(std::string("the limit prints another text: ") + road.name);
+    const bool is_gzip = std::string_view(road.name).find("gzip") != std::string_view::npos;
+    Series tool_runs, limit_runs, zlib_limit_runs;
+    for (int i = 0; i < runs; ++i) {
+        tool_runs.add(run_child(tool));
+        limit_runs.add(run_child(limit));
+        if (is_gzip) zlib_limit_runs.add(run_child(zlib_limit));
+    }
+    print(road, tool_runs, limit_runs, zlib_limit_runs);
+}
+
+// A road whose shape only a run tells.
 void measure_alone(const Road &road, const std::string &folder, int runs) {
-    const std::vector<std::string> tool{VRN_READ_PATH,           road.option, "-s",
-                                        folder + "/schema",      "-f",        road.format,
-                                        folder + "/" + road.file};
+    const std::vector<std::string> tool = tool_command(road, folder);
     count_output(tool);
     Series series;
     for (int i = 0; i < runs; ++i) series.add(run_child(tool));
-    std::printf("| %-29s | %9.0f | %9.0f | %11s | %7.2f |\n", road.name,
-                road.rows / median(series.seconds), road.rows / median(series.cpu_seconds), "-",
-                static_cast<double>(series.peak_memory) / 1e6);
+    print(road, series, {}, {});
 }
 
 // In a process of its own: what this one holds counts as peak memory of the runs it starts.
@@ -88,9 +103,11 @@ void run(int runs, const BenchSizes &sizes) {
     const std::string folder = (std::filesystem::temp_directory_path() / "vrn-bench-data").string();
     write_bench_data_apart(folder, sizes);
     std::puts(
-        "| road                          |    rows/s | rows/CPU s | of yardstick | peak MB |");
+        "| road                          |    rows/s | rows/CPU s | of limit | by zlib  | peak MB "
+        "|");
     std::puts(
-        "|-------------------------------|-----------|------------|--------------|---------|");
+        "|-------------------------------|-----------|------------|----------|----------|---------"
+        "|");
     const std::uint32_t events = sizes.event_rows;
     const std::uint32_t counters = sizes.counter_rows;
     const Road roads[] = {
@@ -110,9 +127,9 @@ void run(int runs, const BenchSizes &sizes) {
         {"counters json, gzip file", "json", "counters.bin.gz", counters},
         {"counters json, gzip pages", "json", "counters.gzip.bin", counters},
         {"counters json, snappy pages", "json", "counters.snappy.bin", counters},
-        {"metrics blocks ndjson", "ndjson", "metrics.bin", metrics_blocks},
     };
     for (const Road &road : roads) measure(road, folder, runs);
+    measure_alone({"metrics blocks ndjson", "ndjson", "metrics.bin", metrics_blocks}, folder, runs);
     measure_alone({"events influx", "influx", "events.bin", events}, folder, runs);
     for (const char *format : {"ndjson", "json"}) {
         const std::string name = std::string("counters ") + format + ", metadata";
