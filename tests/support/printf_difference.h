@@ -1,7 +1,9 @@
 // Doubles beside what printf makes of them.
 #pragma once
 
+#include <charconv>
 #include <cstdio>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -15,14 +17,17 @@ using DoubleText = char[FIXED_TEXT_SIZE + NUMBER_TEXT_SLACK + 1];
 
 inline std::string text_difference(std::string_view printed, std::string_view written) {
     if (printed == written) return "";
-    return "printf: " + std::string(printed) + ", written: " + std::string(written);
+    return "wanted: " + std::string(printed) + ", written: " + std::string(written);
 }
 
-// Between the 17 digits that the library writes and those of printf; empty when there is none.
+// Between the 17 digits that the library writes and those of printf, and between its shortest text
+// and that of std::to_chars(); empty when there is none.
 inline std::string double_difference(double value) {
     DoubleText printed, text;
     std::snprintf(printed, sizeof printed, "%.17g", value);
-    return text_difference(printed, {text, write_double(text, value)});
+    const std::string found = text_difference(printed, {text, write_double(text, value)});
+    const std::string_view shortest(printed, std::to_chars(printed, std::end(printed), value).ptr);
+    return found + text_difference(shortest, {text, write_shortest_double(text, value)});
 }
 // With 6 digits after the point.
 inline std::string fixed_difference(double value) {

@@ -16,6 +16,8 @@ using Wide = unsigned __int128;
 
 // From here on numbers are printed with an exponent.
 constexpr double whole_limit = 1e17;
+// Below it all whole numbers are doubles.
+constexpr double exact_limit = 9'007'199'254'740'992.0;
 // Numbers of 17 digits.
 constexpr std::uint64_t digits_first = 10'000'000'000'000'000;
 constexpr std::uint64_t digits_end = 10 * digits_first;
@@ -74,17 +76,8 @@ struct Digits {
     int exponent;                // of ten, at the first one
 };
 
-// Of a number that isn't whole and within the limits of exponents.
-Digits digits_of(std::uint64_t bits) {
-    const int exponent = static_cast<int>(bits >> mantissa_bits & exponent_mask) - exponent_of_one;
-    const std::uint64_t mantissa = bits << 11 | std::uint64_t{1} << 63;
-    // The logarithm of two is 78913 / 2^18; the result may be one too low.
-    int ten = exponent * 78913 >> 18;
-    std::uint64_t number = scaled(mantissa, exponent - 63, digit_count - 1 - ten);
-    if (number >= digits_end) {
-        ++ten;
-        number = scaled(mantissa, exponent - 63, digit_count - 1 - ten);
-    }
+// Of a number of 17 digits.
+Digits digits_of(std::uint64_t number, int ten) {
     Digits digits;
     digits.exponent = ten;
     digits.text[0] = static_cast<char>('0' + number / digits_first);
@@ -97,6 +90,91 @@ Digits digits_of(std::uint64_t bits) {
                                               : 64 + std::countl_zero(words[0] ^ ZERO_DIGITS);
     digits.count = digit_count - zeros / 8;
     return digits;
+}
+
+int exponent_of(std::uint64_t bits) {
+    return static_cast<int>(bits >> mantissa_bits & exponent_mask) - exponent_of_one;
+}
+
+std::uint64_t mantissa_of(std::uint64_t bits) {
+    return bits << 11 | std::uint64_t{1} << 63;
+}
+
+// The power of ten of the first digit, by the logarithm of two, 78913 / 2^18; may be one too low.
+int ten_of(int exponent) {
+    return exponent * 78913 >> 18;
+}
+
+// Of a number that isn't whole and within the limits of exponents.
+Digits all_digits(std::uint64_t bits) {
+    const int exponent = exponent_of(bits);
+    int ten = ten_of(exponent);
+    std::uint64_t number = scaled(mantissa_of(bits), exponent - 63, digit_count - 1 - ten);
+    if (number >= digits_end) {
+        ++ten;
+        number = scaled(mantissa_of(bits), exponent - 63, digit_count - 1 - ten);
+    }
+    return digits_of(number, ten);
+}
+
+// Numbers with 48 bits after the point.
+constexpr int fraction_bits = 48;
+constexpr std::uint64_t one = std::uint64_t{1} << fraction_bits;
+// More than what cutting them there takes away: what is as close as this isn't decided by them.
+constexpr std::uint64_t doubt = one >> 40;
+
+// A number in units of its 17th digit.
+struct Interval {
+    std::uint64_t whole;     // of the number
+    std::uint64_t fraction;  // of the number
+    std::uint64_t half;      // texts nearer to the number than this read as it
+};
+
+Interval interval_of(std::uint64_t bits, int ten_power) {
+    const Power &ten = powers[ten_power];
+    const std::uint64_t mantissa = mantissa_of(bits);
+    const Wide low = Wide{mantissa} * ten.low;
+    const Wide high = Wide{mantissa} * ten.high + static_cast<std::uint64_t>(low >> 64);
+    const auto top = static_cast<std::uint64_t>(high >> 64);
+    const int shift = -(exponent_of(bits) - 63 + ten.exponent + 128);
+    const Wide rest = high - (Wide{top >> shift << shift} << 64);
+    // Half of the last bit of a mantissa, of which the lowest 11 bits are zeros.
+    return {top >> shift, static_cast<std::uint64_t>(rest >> (shift + 64 - fraction_bits)),
+            ten.high >> (shift + 64 - fraction_bits - 10)};
+}
+
+// The multiple of `unit` nearest to the number. False when it doesn't read as the number, or
+// `*is_clear` is false: then nobody knows.
+template <std::uint64_t unit>
+bool find_multiple(const Interval &number, std::uint64_t *found, bool *is_clear) {
+    const std::uint64_t rest = number.whole % unit;
+    const std::uint64_t down = rest * one + number.fraction;
+    const std::uint64_t up = unit * one - down;
+    const std::uint64_t distance = std::min(down, up);
+    if (distance > number.half + doubt) return false;
+    *is_clear = distance + doubt < number.half && std::max(down, up) > distance + doubt;
+    *found = number.whole - rest + (up < down ? unit : 0);
+    return *is_clear;
+}
+
+// The fewest digits that tell a number from all others, of a number that isn't whole and within the
+// limits of exponents. False in the rare cases that 64 bits don't decide.
+bool find_shortest(std::uint64_t bits, Digits *digits) {
+    // Below a power of two the next number is nearer.
+    if ((bits << (64 - mantissa_bits)) == 0) return false;
+    int ten = ten_of(exponent_of(bits));
+    Interval number = interval_of(bits, digit_count - 1 - ten);
+    if (number.whole >= digits_end) number = interval_of(bits, digit_count - 1 - ++ten);
+    // At most one multiple of 100 is near enough: zeros at its end are no digits. All numbers have
+    // 17 digits that read as them.
+    std::uint64_t found = 0;
+    bool is_clear = true;
+    const bool is_found = find_multiple<100>(number, &found, &is_clear) ||
+                          (is_clear && find_multiple<10>(number, &found, &is_clear)) ||
+                          (is_clear && find_multiple<1>(number, &found, &is_clear));
+    if (!is_found || found >= digits_end) return false;
+    *digits = digits_of(found, ten);
+    return true;
 }
 
 // 12.34; a number that isn't whole has digits after the point.
@@ -131,7 +209,7 @@ char *write_with_exponent(char *out, const Digits &digits) {
 }
 
 bool is_scalable(std::uint64_t bits) {
-    const int exponent = static_cast<int>(bits >> mantissa_bits & exponent_mask) - exponent_of_one;
+    const int exponent = exponent_of(bits);
     return exponent >= exponent_min && exponent <= exponent_max;
 }
 
@@ -148,7 +226,7 @@ char *write_double(char *out, double value) {
         }
         if (is_scalable(bits)) {
             if (std::signbit(value)) *out++ = '-';
-            const Digits digits = digits_of(bits);
+            const Digits digits = all_digits(bits);
             if (digits.exponent >= 0) return write_with_point(out, digits);
             if (digits.exponent >= -4) return write_fraction(out, digits);
             return write_with_exponent(out, digits);
@@ -158,6 +236,27 @@ char *write_double(char *out, double value) {
     return std::to_chars(out, out + DOUBLE_TEXT_ROOM, value, std::chars_format::general,
                          digit_count)
         .ptr;
+}
+
+char *write_shortest_double(char *out, double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    const auto by_library = [&] { return std::to_chars(out, out + DOUBLE_TEXT_ROOM, value).ptr; };
+    if (!(std::abs(value) < exact_limit) || bits == std::bit_cast<std::uint64_t>(-0.0))
+        return by_library();
+    const auto whole = static_cast<std::int64_t>(value);
+    if (static_cast<double>(whole) == value) {
+        // With five zeros at the end an exponent may be shorter.
+        const auto number = static_cast<std::uint64_t>(std::abs(whole));
+        if (number >= 100'000 && number % 100'000 == 0) return by_library();
+        if (whole < 0) *out++ = '-';
+        return write_digits(out, number);
+    }
+    Digits digits;
+    if (!is_scalable(bits) || !find_shortest(bits, &digits)) return by_library();
+    if (value < 0) *out++ = '-';
+    if (digits.exponent >= 0) return write_with_point(out, digits);
+    const bool is_short = digits.exponent >= -3 || (digits.exponent == -4 && digits.count > 1);
+    return is_short ? write_fraction(out, digits) : write_with_exponent(out, digits);
 }
 
 }  // namespace vrn

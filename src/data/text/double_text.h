@@ -13,4 +13,7 @@ inline constexpr std::size_t DOUBLE_TEXT_ROOM = 40;
 // room for DOUBLE_TEXT_ROOM bytes. Returns the end of the text.
 char *write_double(char *out, double value);
 
+// Likewise what std::to_chars() gives: the shortest text that reads as the same number.
+char *write_shortest_double(char *out, double value);
+
 }  // namespace vrn

@@ -40,7 +40,8 @@ TEST(NumberText, ShowsDoublesAsPrintfDoes) {
         const std::uint64_t usual = with_exponent(bits, 1023 - 45 + bits % 95);
         const double values[] = {std::bit_cast<double>(bits), std::bit_cast<double>(usual),
                                  std::bit_cast<double>(usual & UINT64_MAX << (35 + bits % 18)),
-                                 static_cast<double>(bits % 100'000'000) / 1000};
+                                 static_cast<double>(bits % 100'000'000) / 1000,
+                                 static_cast<double>(bits % 100'000) * 1000};
         for (const double value : values) {
             EXPECT_EQ(fixed_difference(value), "");
             EXPECT_EQ(double_difference(value), "");

@@ -1,7 +1,6 @@
 // Values as JSON text.
 #pragma once
 
-#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +8,7 @@
 #include <span>
 #include <string_view>
 
+#include "data/text/double_text.h"
 #include "data/text/number_text.h"
 #include "data/text/text_buffer.h"
 #include "vrn_export/format/iso_time.h"
@@ -23,11 +23,11 @@ inline char *write_word(char *out, std::string_view word) {
 
 // Of any double; the shortest text that reads as the same one, also for who takes a number without
 // point and exponent for an integer.
-inline constexpr std::size_t double_text_size = 32;
+inline constexpr std::size_t double_text_size = DOUBLE_TEXT_ROOM;
 
 inline char *write_finite_double(char *out, double value) {
     if (value == 0 && std::signbit(value)) return write_word(out, "-0.0");
-    return std::to_chars(out, out + double_text_size, value).ptr;
+    return write_shortest_double(out, value);
 }
 
 // What is no finite number is null.

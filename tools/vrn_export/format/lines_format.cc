@@ -1,7 +1,6 @@
 #include "vrn_export/format/lines_format.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "common/command_line.h"
+#include "data/text/double_text.h"
 #include "data/text/value_text.h"
 #include "vrn_export/format/label_names.h"
 #include "vrn_export/format/lines_fields.h"
@@ -31,7 +31,6 @@ constexpr std::uint64_t max_time = std::numeric_limits<std::int64_t>::max() / 10
 constexpr std::uint64_t max_integer = std::numeric_limits<std::int64_t>::max();
 // InfluxDB takes no more of measurement, tags and field name together, and some more bytes between.
 constexpr std::size_t max_series_size = 65000;
-constexpr std::size_t double_size = 32;
 
 struct NamedValue {
     std::string name;
@@ -63,8 +62,7 @@ bool may_overflow(const RowValue &value) {
 }
 
 void append_double(double value, TextBuffer *text) {
-    char *out = text->reserve(double_size);
-    text->advance_to(std::to_chars(out, out + double_size, value).ptr);
+    text->advance_to(write_shortest_double(text->reserve(DOUBLE_TEXT_ROOM), value));
 }
 
 void append_bits(const RowValue &value, const std::uint8_t *row, TextBuffer *text) {
@@ -318,7 +316,7 @@ class LineRows {
     };
 
     static std::size_t item_size(const Item &item) {
-        return item.key.size() + 3 * std::size_t{item.value.size} + double_size;
+        return item.key.size() + 3 * std::size_t{item.value.size} + DOUBLE_TEXT_ROOM;
     }
 
     LineHead head_;

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "data/text/double_text.h"
 #include "utils/utf8.h"
 
 namespace vrn::exporter {
@@ -55,8 +56,7 @@ void append_openmetrics_value(std::string_view value, TextBuffer *to) {
 void append_openmetrics_double(double value, TextBuffer *to) {
     if (std::isnan(value)) return to->append("NaN");
     if (std::isinf(value)) return to->append(value > 0 ? "+Inf" : "-Inf");
-    char *out = to->reserve(double_size);
-    to->advance_to(std::to_chars(out, out + double_size, value).ptr);
+    to->advance_to(write_shortest_double(to->reserve(DOUBLE_TEXT_ROOM), value));
 }
 
 // A bound is the value of a label: readers compare its text, so each number has one form only.

@@ -1,14 +1,12 @@
 #include "vrn_export/format/tag_text.h"
 
-#include <charconv>
-
+#include "data/text/double_text.h"
 #include "data/text/value_text.h"
 
 namespace vrn::exporter {
 
 // Tags take any text, so floats that are no finite number are written as well.
 void append_tag_text(const RowValue &value, const std::uint8_t *row, TextBuffer *to) {
-    constexpr std::size_t double_size = 32;
     switch (value.form) {
         case ValueForm::unsigned_integer:
         case ValueForm::time:
@@ -16,11 +14,9 @@ void append_tag_text(const RowValue &value, const std::uint8_t *row, TextBuffer 
         case ValueForm::signed_integer:
             return to->integer(read_signed(value, row));
         case ValueForm::float32:
-        case ValueForm::float64: {
-            char *out = to->reserve(double_size);
+        case ValueForm::float64:
             return to->advance_to(
-                std::to_chars(out, out + double_size, read_double(value, row)).ptr);
-        }
+                write_shortest_double(to->reserve(DOUBLE_TEXT_ROOM), read_double(value, row)));
         case ValueForm::unsigned128:
         case ValueForm::signed128:
             return to->advance_to(write_wide_integer(to->reserve(wide_integer_size), value, row));
