@@ -188,6 +188,8 @@ borrow_npm() {
     command -v npm >/dev/null && return
     local before
     before=$(installed_packages)
+    npm_config_cache=$(mktemp -d)
+    export npm_config_cache
     echo "install-deps: borrowing npm"
     as_root apt-get update -q || fail "apt-get update failed"
     as_root env DEBIAN_FRONTEND=noninteractive \
@@ -196,6 +198,7 @@ borrow_npm() {
 }
 return_npm() {
     [ "${#borrowed[@]}" -gt 0 ] || return 0
+    rm -rf "$npm_config_cache"
     as_root env DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq "${borrowed[@]}" >/dev/null
 }
 trap return_npm EXIT
