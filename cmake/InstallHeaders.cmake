@@ -7,8 +7,8 @@ function(vrn_install_headers destination)
     set(script ${CMAKE_SOURCE_DIR}/cmake/InstallHeaders.cmake)
     install(CODE "
         execute_process(
-            COMMAND \${CMAKE_COMMAND} \"-DHEADERS=${ARGN}\" -DSOURCE_DIR=${CMAKE_SOURCE_DIR}/src
-                -DOUTPUT_DIR=\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination} -P ${script}
+            COMMAND \${CMAKE_COMMAND} \"-DHEADERS=${ARGN}\" \"-DSOURCE_DIR=${CMAKE_SOURCE_DIR}/src\"
+                \"-DOUTPUT_DIR=\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}\" -P \"${script}\"
             COMMAND_ERROR_IS_FATAL ANY)" COMPONENT dev)
 endfunction()
 
