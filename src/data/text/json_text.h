@@ -64,8 +64,10 @@ class JsonText : public TextBuffer {
         *out++ = '"';
         std::memcpy(out, name, n - 1);
         out += n - 1;
-        std::memcpy(out, "\": ", 3);
-        advance_to(out + 2 + colon_gap_);
+        *out++ = '"';
+        *out++ = ':';
+        *out = ' ';
+        advance_to(out + colon_gap_);
     }
     // A member with a text; left out when that isn't UTF-8.
     void member(std::string_view name, std::string_view value) {
