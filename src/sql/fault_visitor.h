@@ -8,8 +8,11 @@
 
 namespace vrn::sql {
 
+inline std::string fault_text(const std::string &reason, const scan::Place &place) {
+    return reason + ", at byte " + std::to_string(place.block);
+}
 inline std::string fault_text(const scan::Fault &fault) {
-    return std::string(fault.reason) + ", at byte " + std::to_string(fault.place.block);
+    return fault_text(fault.reason, fault.place);
 }
 
 // Goes on after each fault that leaves anything to read.

@@ -7,6 +7,7 @@
 
 #include "scan/data_file_scan.h"
 #include "scan/metrics_walk.h"
+#include "scan/missing_rows.h"
 #include "sql/fault_visitor.h"
 #include "sql/metrics_reader.h"
 #include "sql/metrics_table.h"
@@ -36,7 +37,22 @@ class FaultCount final : public scan::Visitor {
         return scan::Next::block;
     }
 
+    scan::Next events(const scan::EventBatch &batch) override {
+        return check_rows(batch, batch.place());
+    }
+    scan::Next counters(const scan::CountersBlock &block) override {
+        return check_rows(block, block.place);
+    }
+
   private:
+    template <typename Block>
+    scan::Next check_rows(const Block &block, const scan::Place &place) {
+        if (scan::is_whole(block)) return scan::Next::block;
+        add(fault_text(scan::missing_rows(block), place));
+        // What follows in the run was told by that.
+        return scan::Next::run;
+    }
+
     void check(Bytes block) {
         try {
             cursor_.begin(block);

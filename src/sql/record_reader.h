@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "scan/missing_rows.h"
 #include "sql/fault_visitor.h"
 #include "sql/run_queue.h"
 
@@ -58,6 +59,14 @@ class RecordReader : public FaultVisitor {
     // False for a record of a source that isn't wanted, or one that the piece before had.
     bool takes_record(const scan::Place &place) const {
         return takes_source_ && place.block >= resume_at_;
+    }
+    // Tells of a block that isn't whole, once. What follows in the run is no fault of its own.
+    template <typename Block>
+    scan::Next tell_missing(const Block &block, const scan::Place &place) const {
+        // The piece before told of those before that.
+        if (place.block >= resume_at_)
+            report_fault(path(), fault_text(scan::missing_rows(block), place));
+        return scan::Next::run;
     }
     // Of the record that is visited; valid until the next piece.
     const RecordNames *names() const { return &names_.back(); }

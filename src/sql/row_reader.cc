@@ -55,7 +55,7 @@ scan::Next EventReader::events(const scan::EventBatch &batch) {
     if (takes_last_ && filter().takes(batch.header.timestamp) && takes_record(batch.place()))
         stage({batch.type, keep(batch.rows.data()), batch.type->size, batch.type->size, batch.count,
                names()});
-    return scan::Next::block;
+    return scan::is_whole(batch) ? scan::Next::block : tell_missing(batch, batch.place());
 }
 
 void CounterReader::begin_piece() {
@@ -65,6 +65,8 @@ void CounterReader::begin_piece() {
 }
 
 scan::Next CounterReader::counters(const scan::CountersBlock &block) {
+    // Groups may lie anywhere in the row, so a row that is cut is left out whole.
+    if (!scan::is_whole(block)) return tell_missing(block, block.place);
     if (!filter().takes(block.header.timestamp) || !takes_record(block.place))
         return scan::Next::block;
     // As with events: once for each schema, for all of its groups are walked.
@@ -73,8 +75,7 @@ scan::Next CounterReader::counters(const scan::CountersBlock &block) {
         extent_ = counters_extent(*last_);
     }
     constexpr std::size_t header_size = sizeof block.header;
-    // What a short block lacks reads as zeros; what a long one has beyond the counters isn't
-    // touched.
+    // What counters reach beyond the row reads as zeros; of the row, no more than they reach.
     const std::size_t held = header_size + std::min<std::size_t>(block.row.size(), extent_);
     // From the block's start, where its time is.
     const std::uint8_t *start =

@@ -122,17 +122,25 @@ test('counters: one row a block, wide and long', () => {
     const row = Buffer.concat([files.u64(-1), files.u64(-2), files.u64(0x3ff8000000000000n),
         files.u64(5), files.u64(1), files.u64(-3), files.u64(-1), Buffer.from('abcd')]);
     const block = files.countersBlock(time, row);
-    const path = folder.write('counters.bin', Buffer.concat([
-        files.header({ chunkSize: block.length, counters: id }), block, block.subarray(0, 40)]));
+    const bytes = Buffer.concat([files.header({ chunkSize: block.length, counters: id }), block]);
+    const path = folder.write('counters.bin', bytes);
     assert.deepEqual(
         answers('SELECT * EXCLUDE (time, source, tag, file) REPLACE ("g2.u"::VARCHAR AS "g2.u", ' +
             '"g1.u"::VARCHAR AS "g1.u", w::VARCHAR AS w) FROM counters', path),
-        [{ 'g1.u': '18446744073709551615', i: -2, d: 1.5, 'g2.u': '18446744073709551621', w: '-3', s: 'abcd' },
-            { 'g1.u': '18446744073709551615', i: -2, d: 1.5, 'g2.u': '0', w: '0', s: '' }]);
+        [{ 'g1.u': '18446744073709551615', i: -2, d: 1.5, 'g2.u': '18446744073709551621', w: '-3', s: 'abcd' }]);
     assert.deepEqual(
         answers("SELECT counter, exact FROM counters_long WHERE counter IN ('w', 'd') LIMIT 2", path),
         [{ counter: 'd', exact: '1.5' }, { counter: 'w', exact: '-3' }]);
+    expectCut(folder.write('cut-counters.bin', Buffer.concat([bytes, block.subarray(0, 40)])), 'counters',
+        'Of a row of 60 bytes 24 are there, at byte 332');
 });
+
+// A last block that isn't whole: its rows are, and what is missing is told.
+function expectCut(path, table, told) {
+    const done = ask(`SELECT count(*) AS n FROM ${table}`, path);
+    assert.deepEqual([done.status, done.stdout, done.stderr], [1, '{"n":1}\n', `vrn_sql: ${path}: ${told}\n`]);
+    assert.deepEqual(JSON.parse(ask('SELECT faults, first_fault AS told FROM files', path).stdout), { faults: 1, told });
+}
 
 test('metrics: all samples, exact, with hostile labels', () => {
     const name = 'n"\'\u0001]';
@@ -185,6 +193,9 @@ test('damaged files: the rest is shown, the files are told', () => {
     assert.match(done.stderr, /damaged.bin: .*byte 4352 \(and 1 more\)/);
     assert.match(done.stderr, /none.bin: /);
     assert.match(done.stderr, /locked.bin: Permission denied\n/);
+    const withoutLastByte = 256 + files.eventBlock(time, 0, 0, [loadRow(1), loadRow(2)]).length - 1;
+    expectCut(folder.write('cut-rows.bin', readFileSync(good).subarray(0, withoutLastByte)), 'load',
+        'Of 2 rows 1 are there, at byte 256');
     const table = ask('SELECT faults FROM files ORDER BY path', good, damaged, locked);
     assert.equal(table.stdout, '{"faults":2}\n{"faults":0}\n{"faults":1}\n');
     assert.equal(ask('SELECT 1', locked).stderr, `vrn_sql: Binder Error: ${locked}: Permission denied\n`);

@@ -7,6 +7,7 @@
 #include "data/compressed_page.h"
 #include "data/magic.h"
 #include "scan/chunk_walk.h"
+#include "scan/missing_rows.h"
 #include "vrn_check/metrics_repair.h"
 #include "vrn_check/page_rebuild.h"
 #include "vrn_check/page_trailer.h"
@@ -172,9 +173,9 @@ Next BlockStream::events(const scan::EventBatch &batch) {
     // If no row is kept, blocks are looked for right after the header.
     resume_ = rows;
     if (count > 0 || batch.header.num_events == 0) keep_events(batch, offset, count);
-    if (count < batch.header.num_events)
-        reason_ = "Of " + std::to_string(batch.header.num_events) + " rows " +
-                  std::to_string(count) + " are there";
+    scan::EventBatch kept = batch;
+    kept.count = count;
+    if (!scan::is_whole(kept)) reason_ = scan::missing_rows(kept);
     return one_block;
 }
 
@@ -210,9 +211,8 @@ void BlockStream::keep_events(const scan::EventBatch &batch, std::size_t offset,
 
 Next BlockStream::counters(const scan::CountersBlock &block) {
     const std::size_t offset = block.place.block;
-    if (block.held < block.schema->size) {
-        reason_ = "Of a row of " + std::to_string(block.schema->size) + " bytes " +
-                  std::to_string(block.held) + " are there";
+    if (!scan::is_whole(block)) {
+        reason_ = scan::missing_rows(block);
         return one_block;
     }
     const std::size_t end = offset + sizeof block.header + block.schema->size;

@@ -4,6 +4,7 @@
 
 #include "common/fault_kind.h"
 #include "data/magic.h"
+#include "scan/missing_rows.h"
 #include "utils/byte_reader.h"
 
 namespace vrn::exporter {
@@ -128,13 +129,12 @@ Next RecordEncoder::events(const scan::EventBatch &batch) {
     if (batch.count == batch.header.num_events) return Next::block;
     report(place, sizeof batch.header + batch.rows.size(),
            (batch.header.num_events - batch.count) * batch.type->size, "rows_cut",
-           "Of " + std::to_string(batch.header.num_events) + " rows " +
-               std::to_string(batch.count) + " are there");
+           scan::missing_rows(batch));
     return Next::run;
 }
 
 Next RecordEncoder::report_cut(const scan::Place &place, std::size_t held) {
-    report(place, 0, held, "block_cut", "A block ends within its header");
+    report(place, 0, held, "block_cut", scan::cut_header);
     return Next::run;
 }
 
@@ -195,9 +195,7 @@ Next RecordEncoder::counters(const scan::CountersBlock &block) {
     // Groups may lie anywhere in the row, so a row that is cut is left out whole.
     if (block.held < block.schema->size) {
         report(block.place, sizeof block.header + block.held, block.schema->size - block.held,
-               "rows_cut",
-               "Of a row of " + std::to_string(block.schema->size) + " bytes " +
-                   std::to_string(block.held) + " are there");
+               "rows_cut", scan::missing_rows(block));
         return Next::block;
     }
     if (!origin || !selection_.takes_time(block.header.timestamp)) return Next::block;
