@@ -26,7 +26,6 @@ function(add_debian_files component package)
         file(RENAME ${share}/lintian/overrides/${package}.lintian-overrides
             ${share}/lintian/overrides/${package})
     endif()
-    run(chmod -R u=rwX,go=rX ${share})
 endfunction()
 
 if(CPACK_GENERATOR STREQUAL "DEB")
@@ -35,4 +34,6 @@ if(CPACK_GENERATOR STREQUAL "DEB")
         add_debian_files(${component} ${CPACK_DEBIAN_${COMPONENT}_PACKAGE_NAME})
     endforeach()
 endif()
+# Whatever the umask is.
+run(chmod -R u=rwX,go=rX ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
 run(find ${CPACK_TEMPORARY_INSTALL_DIRECTORY} -exec touch --no-dereference --date=${time} {} +)
