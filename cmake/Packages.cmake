@@ -66,6 +66,8 @@ include(CPack)
 # Not CPack's own target, which builds the tests, too.
 add_custom_target(packages
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${CPACK_PACKAGE_DIRECTORY}
-    COMMAND ${CMAKE_CPACK_COMMAND} --config ${CMAKE_BINARY_DIR}/CPackConfig.cmake
+    # The members of a package have the permissions that the umask leaves them.
+    COMMAND sh -c "umask 022 && exec \"$@\"" -
+        ${CMAKE_CPACK_COMMAND} --config ${CMAKE_BINARY_DIR}/CPackConfig.cmake
     COMMENT "Making packages" VERBATIM)
 add_dependencies(packages vrn_installed)
