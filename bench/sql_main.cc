@@ -21,6 +21,8 @@ namespace vrn::bench {
 namespace {
 
 constexpr std::uint64_t small_files = 2000;
+// A header of 256 bytes and five whole blocks of counters.
+constexpr std::uintmax_t small_size = 256 + 5 * 1616;
 
 using Arguments = std::vector<std::string>;
 
@@ -76,7 +78,7 @@ void write_small_files(const std::string &folder) {
     fs::create_directory(folder + "/small");
     const std::string first = folder + "/small/0.bin";
     fs::copy_file(folder + "/counters.bin", first);
-    fs::resize_file(first, 8192);
+    fs::resize_file(first, small_size);
     for (std::uint64_t i = 1; i < small_files; ++i)
         fs::copy_file(first, folder + "/small/" + std::to_string(i) + ".bin");
 }
