@@ -11,14 +11,13 @@ all_files() {
     find / -xdev \( -path /proc -o -path /dev -o -path /debs -o -path /tmp -o -path /var/cache \
         -o -path /var/log -o -path /var/lib/apt -o -path /var/lib/dpkg \) -prune -o -print | sort
 }
+made=$(mktemp -d)
 tools='vrn_chart vrn_check vrn_collect vrn_export vrn_read vrn_serve vrn_sql'
 
 # use_tools FOLDER: collects, and makes of it what the others make.
 use_tools() (
     PATH=$1:$PATH
-    rm -rf /tmp/work
-    mkdir /tmp/work
-    cd /tmp/work
+    cd "$(mktemp -d -p "$made")"
     for tool in $tools; do
         "$tool" --help | grep -i usage >/dev/null || fail "$tool --help"
         "$tool" --version | grep >/dev/null '1\.[0-9]' || fail "$tool --version"
@@ -99,8 +98,9 @@ for is_static in OFF ON; do
     cmake --build static-$is_static >>cmake.log
 done
 c++ -std=c++20 $(pkg-config --cflags vrn) rows.cc -o rows $(pkg-config --libs vrn)
+telemetry=$(find "$made" -name telemetry -print -quit)
 for program in static-OFF/rows static-ON/rows ./rows; do
-    "$program" /tmp/work/telemetry/schema /tmp/work/telemetry/data/events_*.bin
+    "$program" "$telemetry/schema" "$telemetry"/data/events_*.bin
 done | sort | uniq -c | grep -Eq '^ +3 [1-9][0-9]* rows$' || fail "programs differ"
 ldd ./rows | grep >/dev/null libvrn.so.1
 ! ldd static-ON/rows | grep >/dev/null libvrn || fail "the static library is not static"
