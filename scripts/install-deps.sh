@@ -13,7 +13,7 @@ packages=(
 )
 test_packages=(
     git clang clang-format clang-tidy libgtest-dev libgmock-dev
-    chromium zstd man-db zsh lintian mmdebstrap
+    chromium zstd man-db zsh lintian mmdebstrap iproute2
 )
 # Any node from 18.18 on serves; Debian's is taken where there is none.
 command -v node >/dev/null || test_packages+=(nodejs)
