@@ -141,7 +141,7 @@ tool::CommandLine make_command_line(ExportOptions *options) {
         "may be given more than once.\n",
         std::move(rows),
         "Memory is bounded by (threads + 4) x (chunk + its text), where chunks of less than\n"
-        "1 MB are read together up to this size, and by about 200 bytes for each file.\n"
+        "128 KB are read together up to this size, and by about 200 bytes for each file.\n"
         "openmetrics takes 64 MB more to sort a stream, or 8 MB for each part under way.\n"
         "The exit status is 0 when all is well, 1 when some input is damaged and what could\n"
         "be read is out, 2 when the run failed, 64 for wrong usage, and 128 + N after signal N.\n"};

@@ -107,6 +107,10 @@ std::size_t copy_usual(char *out, Bytes bytes) {
     return done;
 }
 
+bool is_usual(std::uint8_t byte) {
+    return byte - 0x20U < 0x7fU - 0x20U && escapes[byte] == 0;
+}
+
 }  // namespace
 
 void append_json_string(std::string_view text, TextBuffer *to) {
@@ -127,6 +131,17 @@ bool append_checked_json_string(std::string_view text, TextBuffer *to) {
     *out++ = '"';
     to->advance_to(out);
     return true;
+}
+
+char *write_plain_json(char *out, Bytes bytes) {
+    *out++ = '"';
+    std::size_t size = copy_usual(out, bytes);
+    // Too few for a block.
+    for (; size < bytes.size() && is_usual(bytes[size]); ++size)
+        out[size] = static_cast<char>(bytes[size]);
+    if (size < bytes.size() && bytes[size] != 0) return nullptr;
+    out[size] = '"';
+    return out + size + 1;
 }
 
 char *write_printable_json(char *out, Bytes bytes) {

@@ -15,6 +15,10 @@ void append_json_string(std::string_view text, TextBuffer *to);
 // Appends text of others in quotes. False, with nothing appended, when it isn't UTF-8.
 [[nodiscard]] bool append_checked_json_string(std::string_view text, TextBuffer *to);
 
+// Writes the bytes before the first zero, in quotes, when they are printable ASCII without escapes;
+// otherwise null, with anything after `out`. Takes room for the bytes and the quotes.
+[[nodiscard]] char *write_plain_json(char *out, Bytes bytes);
+
 // Room for what write_printable_json() makes of so many bytes.
 constexpr std::size_t printable_json_room(std::size_t size) {
     constexpr std::size_t quotes = 2;

@@ -105,7 +105,11 @@ class CsvStyle {
         ++counts->dropped_values;
         return out;
     }
-    static void append_text(std::string_view text, TextBuffer *to) { append_csv_text(text, to); }
+    static char *write_text(char *out, Bytes field, TextBuffer *to) {
+        to->advance_to(out);
+        append_csv_text(text_of(field), to);
+        return to->reserve(0);
+    }
 
   private:
     OriginColumns origin_;

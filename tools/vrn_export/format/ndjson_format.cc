@@ -6,6 +6,7 @@
 
 #include "common/command_line.h"
 #include "common/json_string.h"
+#include "data/text/json_string.h"
 #include "vrn_export/format/json_value_text.h"
 #include "vrn_export/format/record_encoder.h"
 #include "vrn_export/format/record_selection.h"
@@ -55,7 +56,12 @@ class JsonStyle {
     static char *write_double(char *out, double value, RecordCounts *counts) {
         return write_json_double(out, value, counts);
     }
-    static void append_text(std::string_view text, TextBuffer *to) { append_json_text(text, to); }
+    static char *write_text(char *out, Bytes field, TextBuffer *to) {
+        if (char *const end = write_plain_json(out, field)) return end;
+        to->advance_to(out);
+        append_json_text(text_of(field), to);
+        return to->reserve(0);
+    }
 
   private:
     Head head_;

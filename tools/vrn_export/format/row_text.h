@@ -26,7 +26,8 @@ struct RowItem {
 //   std::string_view before_time(const Origin &), after_time(const Origin &),
 //   char *write_time(char *out, std::uint64_t time), in at most 40 bytes,
 //   char *write_double(char *out, double value, RecordCounts *counts), likewise,
-//   void append_text(std::string_view text, TextBuffer *to), at most 6 bytes for each and 2 more,
+//   char *write_text(char *out, Bytes field, TextBuffer *to): what stands before the first zero, in
+//     at most 6 bytes for each and 2 more; `out` is the end of the text, whose room is reserved,
 //   std::string_view missing, quote: what stands for no value, and around the texts of bits.
 template <typename Style>
 class RowText {
@@ -112,10 +113,7 @@ class RowText {
     char *write_other(char *out, const RowValue &value, const std::uint8_t *row, const Output &to) {
         switch (value.form) {
             case ValueForm::text:
-                to.text->advance_to(out);
-                style_.append_text(read_text(value, row), to.text);
-                // The room of all that follows is left of what was reserved.
-                return to.text->reserve(0);
+                return style_.write_text(out, read_bytes(value, row), to.text);
             case ValueForm::time:
                 return style_.write_time(out, read_unsigned(value, row));
             case ValueForm::bits64:

@@ -54,10 +54,18 @@ inline unsigned __int128 read_unsigned128(const RowValue &value, const std::uint
     return load_le<unsigned __int128>(row + value.offset);
 }
 
+// Of a text: the whole field.
+inline Bytes read_bytes(const RowValue &value, const std::uint8_t *row) {
+    return {row + value.offset, value.size};
+}
+
 // Up to its first zero byte; any bytes.
+inline std::string_view text_of(Bytes field) {
+    const auto *first = reinterpret_cast<const char *>(field.data());
+    return {first, ::strnlen(first, field.size())};
+}
 inline std::string_view read_text(const RowValue &value, const std::uint8_t *row) {
-    const auto *first = reinterpret_cast<const char *>(row + value.offset);
-    return {first, ::strnlen(first, value.size)};
+    return text_of(read_bytes(value, row));
 }
 
 // Of bits64 and bits128. Writes up to VALUE_TEXT_ROOM bytes and returns their end.
