@@ -96,6 +96,12 @@ std::vector<tool::Option> output_options(ExportOptions *options) {
     };
 }
 
+void choose_task(Task task, ExportOptions *options) {
+    if (options->task != Task::convert && options->task != task)
+        throw tool::UsageError("--list and --merge don't go together");
+    options->task = task;
+}
+
 std::vector<tool::Option> run_options(ExportOptions *options) {
     return {
         {"threads", 'j', "NUMBER", "Threads (the number of processors).",
@@ -108,9 +114,9 @@ std::vector<tool::Option> run_options(ExportOptions *options) {
         {"merge", 0, nullptr,
          "Check that the shards in DIR are all there, and put their reports together. Prints the "
          "names of the parts, in order.",
-         [=](const char *) { options->task = Task::merge; }},
+         [=](const char *) { choose_task(Task::merge, options); }},
         {"list", 0, nullptr, "Tell what the inputs hold, and export nothing.",
-         [=](const char *) { options->task = Task::list; }},
+         [=](const char *) { choose_task(Task::list, options); }},
         {"schema-path", 's', "DIR",
          "Folder of the schema files (./schema, or else the nearest folder 'schema' above a file).",
          [=](const char *value) { options->schema_path = value; }},
