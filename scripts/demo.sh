@@ -44,7 +44,7 @@ build/bin/vrn_collect --output-dir "$out/pages" --duration 1000 --encoding gzip 
 show "All records of the tree" 2 "$read" -f ndjson -S -d "$out/pages/data"
 
 printf '\nEvery line is JSON: '
-"$read" -f ndjson -d "$out/pages/data" -d "$out/data" | jq -c . | wc -l
+"$read" -f ndjson -d "$out/pages/data" "$out"/data/*.bin | jq -c . | wc -l
 
 printf '\nNo file is damaged: '
 build/bin/vrn_check "$out/data" "$out/pages/data"

@@ -12,21 +12,13 @@
 
 namespace {
 
-bool is_metadata_name(std::string_view name) {
-    constexpr std::string_view start = "metadata_";
-    constexpr std::string_view end = ".json";
-    // Something must stand between the two.
-    return name.size() > start.size() + end.size() && name.starts_with(start) &&
-           name.ends_with(end);
-}
-
 // Path of the first metadata file that the folder gives, or null.
 vrn::CString find_file(const char *folder_path) {
     const vrn::FolderPtr folder(opendir(folder_path));
     if (!folder) return nullptr;
     // The folder's own order decides among several.
     while (const dirent *entry = readdir(folder.get()))
-        if (is_metadata_name(entry->d_name))
+        if (vrn_metadata_is_file_name(entry->d_name))
             return vrn::CString(vrn_format_string("%s/%s", folder_path, entry->d_name));
     return nullptr;
 }
@@ -100,6 +92,14 @@ void clear_entry(const vrn_metadata_entry_t &entry) {
 }
 
 }  // namespace
+
+bool vrn_metadata_is_file_name(std::string_view name) {
+    constexpr std::string_view start = "metadata_";
+    constexpr std::string_view end = ".json";
+    // Something must stand between the two.
+    return name.size() > start.size() + end.size() && name.starts_with(start) &&
+           name.ends_with(end);
+}
 
 vrn_metadata_t *vrn_metadata_load(const char *folder) {
     if (!folder) return nullptr;

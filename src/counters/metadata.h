@@ -4,6 +4,7 @@
 #include <parson.h>
 
 #include <cstdint>
+#include <string_view>
 
 #include "utils/c_ptr.h"
 
@@ -27,6 +28,8 @@ struct vrn_metadata_t {
 void vrn_metadata_free(vrn_metadata_t *metadata);  // accepts null
 using vrn_metadata_ptr = vrn::CPtr<vrn_metadata_t, vrn_metadata_free>;
 
+// metadata_<anything>.json, without its folder.
+[[nodiscard]] bool vrn_metadata_is_file_name(std::string_view name);
 // The list in the first metadata file of `folder`; null simply means no enrichment.
 [[nodiscard]] vrn_metadata_t *vrn_metadata_load(const char *folder);
 // The list in a metadata document; null without a line when there is none.

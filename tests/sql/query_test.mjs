@@ -1,7 +1,8 @@
 // Runs of vrn_sql: forms, statuses, and what it makes of files that are damaged or hostile.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { existsSync, openSync, readFileSync, readdirSync, rmSync, symlinkSync } from 'node:fs';
+import { existsSync, openSync, readFileSync, readdirSync, rmSync, symlinkSync,
+    writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { setTimeout as wait } from 'node:timers/promises';
 import { test } from 'node:test';
@@ -206,6 +207,18 @@ test('damaged files: the rest is shown, the files are told', () => {
     assert.equal(attempt('vrn_sql', ['--strict', '-o', target, 'FROM load', damaged]).status, 1);
     assert.ok(!existsSync(target));
     assert.ok(!readdirSync(folder.path).some((name) => name.endsWith('.csv')));
+});
+
+test('files that a query names are not replaced', () => {
+    const [csv, link] = [join(folder.path, 'kept.csv'), join(folder.path, 'link.csv')];
+    writeFileSync(csv, 'a\n1\n');
+    symlinkSync(csv, link);
+    for (const named of [csv, link, join(folder.path, 'k*.csv')])
+        {for (const query of [`FROM '${named}'`, `SELECT * FROM read_csv("${named}") -- '`])
+            {assert.equal(attempt('vrn_sql', ['-o', csv, query]).status, 64);}}
+    assert.equal(readFileSync(csv, 'utf8'), 'a\n1\n');
+    run('vrn_sql', '-o', csv, "SELECT 2 AS \"kept\"");
+    assert.equal(readFileSync(csv, 'utf8'), 'kept\n2\n');
 });
 
 test('a schema that is missing', () => {

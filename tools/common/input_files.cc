@@ -12,6 +12,7 @@
 
 #include "common/command_line.h"
 #include "common/shown_text.h"
+#include "counters/metadata.h"
 #include "data/compressed_page.h"
 #include "data/data_file_header.h"
 #include "data/magic.h"
@@ -29,6 +30,14 @@ bool fail(const std::string &path, const std::string &cause) {
 
 std::string lost_input(const std::string &path) {
     return shown_text(path) + " is an input, and would be replaced";
+}
+
+// Which of a folder's schemas and metadata a run reads shows only as it reads; none is ever made by
+// it.
+bool is_beside_data(const std::string &path) {
+    std::error_code error;
+    const std::string name = std::filesystem::canonical(path, error).filename();
+    return !error && (scan::is_schema_file_name(name) || vrn_metadata_is_file_name(name));
 }
 
 std::uint64_t size_of(const struct stat &status) {
@@ -163,11 +172,7 @@ void InputIds::spare(const std::string &path) const {
 }
 
 void refuse_output_over_input(const std::string &path, const InputIds &inputs) {
-    std::error_code error;
-    // Which schemas a run reads shows only as it reads; none is ever made by it.
-    const std::filesystem::path target = std::filesystem::canonical(path, error);
-    if (inputs.has(path) || (!error && scan::is_schema_file_name(target.filename())))
-        throw UsageError(lost_input(path));
+    if (inputs.has(path) || is_beside_data(path)) throw UsageError(lost_input(path));
 }
 
 bool standard_output_is_file() {
@@ -175,12 +180,19 @@ bool standard_output_is_file() {
     return fstat(STDOUT_FILENO, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-void refuse_output_into_input(const std::vector<InputFile> &files) {
-    struct stat status {};
-    if (!standard_output_is_file() || fstat(STDOUT_FILENO, &status) != 0) return;
-    const auto found = std::ranges::find(files, FileId(status), &InputFile::id);
-    if (found != files.end())
-        throw UsageError("standard output is the input " + shown_text(found->path));
+bool is_standard_output(const std::string &path) {
+    struct stat file {};
+    struct stat output {};
+    return standard_output_is_file() && stat(path.c_str(), &file) == 0 &&
+           fstat(STDOUT_FILENO, &output) == 0 && FileId(file) == FileId(output);
+}
+
+void refuse_output_into_input(const InputIds &inputs) {
+    constexpr char output[] = "/proc/self/fd/1";
+    if (!standard_output_is_file() || !(inputs.has(output) || is_beside_data(output))) return;
+    std::error_code error;
+    throw UsageError("standard output is the input " +
+                     shown_text(std::filesystem::canonical(output, error).filename().native()));
 }
 
 }  // namespace vrn::tool

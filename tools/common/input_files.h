@@ -51,14 +51,17 @@ class InputIds {
     std::vector<FileId> ids_;  // sorted
 };
 
-// Throws UsageError when `path` leads to one of `inputs`, or to a schema.
+// Throws UsageError when `path` leads to one of `inputs`, to a schema or to metadata.
 void refuse_output_over_input(const std::string &path, const InputIds &inputs);
 
 // False where standard output is a pipe or a terminal, which can be no input.
 bool standard_output_is_file();
 
-// Throws UsageError when standard output would add to one of `files`, which could moreover be read
-// while it grows.
-void refuse_output_into_input(const std::vector<InputFile> &files);
+// True when `path` leads to the file that standard output is.
+bool is_standard_output(const std::string &path);
+
+// Throws UsageError when standard output would add to what refuse_output_over_input() spares; that
+// could moreover be read while it grows.
+void refuse_output_into_input(const InputIds &inputs);
 
 }  // namespace vrn::tool

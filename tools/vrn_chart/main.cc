@@ -130,10 +130,11 @@ bool run(const ChartOptions &options, const std::vector<std::string> &operands) 
     std::vector<tool::InputFile> files;
     const bool found_all = tool::find_input_files(operands, &files);
     // Looked at before anything is written, so that no input can be replaced by its chart.
+    const tool::InputIds inputs(tool::ids_of(files));
     if (options.output.empty())
-        tool::refuse_output_into_input(files);
+        tool::refuse_output_into_input(inputs);
     else
-        tool::refuse_output_over_input(options.output, tool::InputIds(tool::ids_of(files)));
+        tool::refuse_output_over_input(options.output, inputs);
     series::sort_by_time(&files);
     return make_page(files, options, Output(options.output)) && found_all;
 }

@@ -20,7 +20,7 @@ int run(const Settings &settings, const std::vector<std::string> &operands) {
     tool::start_log(settings.log_level);
     std::vector<tool::InputFile> files;
     const bool found_all = tool::find_input_files(operands, &files);
-    tool::refuse_output_into_input(files);
+    tool::refuse_output_into_input(tool::InputIds(tool::ids_of(files)));
     // Before anything is written: a run must not read its own output, nor write over its input.
     if (!settings.check.salvage_dir.empty())
         refuse_overlap(settings.check.salvage_dir, operands, files);

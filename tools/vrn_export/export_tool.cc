@@ -77,8 +77,8 @@ class ExportJob {
         if (has_folder()) refuse_output_among_inputs(operands, options.output_folder);
         found_all_ = tool::find_input_files(operands, &files_);
         format_ = make_format(options.format);
-        tool::refuse_output_into_input(files_);
         inputs_ = find_input_ids(files_, options.format.selection);
+        tool::refuse_output_into_input(inputs_);
         // Before shards are cut: a list that one shard refuses is refused by all of them.
         if (has_parts()) give_each_a_part(suffix(), &files_);
         // Of all inputs, so that all shards have the same heads.

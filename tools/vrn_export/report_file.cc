@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "common/command_line.h"
 #include "utils/write_all.h"
 
 namespace vrn::exporter {
@@ -17,6 +18,8 @@ constexpr std::size_t max_waiting = 32768;
 
 ReportFile::ReportFile(std::string path, const tool::InputIds &inputs) : path_(std::move(path)) {
     tool::refuse_output_over_input(path_, inputs);
+    if (tool::is_standard_output(path_))
+        throw tool::UsageError("the report and standard output are one file");
     file_ = Descriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (!file_.is_open()) throw std::system_error(errno, std::generic_category(), path_);
 }

@@ -58,7 +58,7 @@ void check_output(const std::vector<std::string> &operands) {
     const tool::QuietLog quiet;  // the follower tells what can't be read
     std::vector<tool::InputFile> files;
     static_cast<void>(tool::find_input_files(operands, &files));
-    tool::refuse_output_into_input(files);
+    tool::refuse_output_into_input(tool::InputIds(tool::ids_of(files)));
 }
 
 // It may come later, so that is no failure; but it may be a slip, and the page stays empty.

@@ -1,10 +1,13 @@
 // vrn_sql: asks data files questions in SQL.
+#include <glob.h>
 #include <signal.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "common/input_files.h"
@@ -25,13 +28,27 @@ bool exists(const std::string &path) {
     return stat(path.c_str(), &status) == 0;
 }
 
-// Throws UsageError when writing to `path` would end one of `files`.
-void check_output(const std::string &path, const std::vector<tool::InputFile> &files) {
+// Adds the files that texts of a query name, wildcards included: it may read any of them.
+void add_files_named_in(std::string_view query, std::vector<tool::FileId> *ids) {
+    for (const std::string &name : texts_in_quotes(query)) {
+        glob_t paths{};
+        const bool has_found = glob(name.c_str(), GLOB_NOSORT, nullptr, &paths) == 0;
+        for (std::size_t i = 0; has_found && i < paths.gl_pathc; ++i) {
+            struct stat status {};
+            if (stat(paths.gl_pathv[i], &status) == 0) ids->emplace_back(status);
+        }
+        globfree(&paths);
+    }
+}
+
+// Throws UsageError when writing to `path`, or to standard output, would end an input.
+void check_outputs(const std::string &path, const tool::InputIds &inputs) {
+    tool::refuse_output_into_input(inputs);
     struct stat status {};
     if (path.empty() || stat(path.c_str(), &status) != 0) return;
     // The file is replaced as a whole, which would remove a device or a pipe.
     if (!S_ISREG(status.st_mode)) throw tool::UsageError(path + " is no regular file");
-    tool::refuse_output_over_input(path, tool::InputIds(tool::ids_of(files)));
+    tool::refuse_output_over_input(path, inputs);
 }
 
 // One row for each view, by one query over all of them.
@@ -72,8 +89,9 @@ int run(const Settings &settings, std::vector<std::string> operands) {
     std::vector<tool::InputFile> files;
     bool good = tool::find_input_files(operands, &files);
     // Before the engine starts: nothing may be read for an output that can't be.
-    check_output(settings.output, files);
-    tool::refuse_output_into_input(files);
+    std::vector<tool::FileId> ids = tool::ids_of(files);
+    add_files_named_in(query, &ids);
+    check_outputs(settings.output, tool::InputIds(std::move(ids)));
     std::vector<std::string> paths;
     paths.reserve(files.size());
     for (const tool::InputFile &file : files) paths.push_back(file.path);

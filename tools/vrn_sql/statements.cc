@@ -65,6 +65,17 @@ std::vector<std::string> split_statements(std::string_view text, std::string *re
     return statements;
 }
 
+std::vector<std::string> texts_in_quotes(std::string_view text) {
+    std::vector<std::string> found;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = skip_quoted(text, at);
+        const bool is_text = end > at + 1 && (text[at] == '\'' || text[at] == '"');
+        if (is_text) found.emplace_back(text.substr(at + 1, end - at - 2));
+        at = std::max(end, at + 1);
+    }
+    return found;
+}
+
 std::string quoted_text(std::string_view text) {
     return in_quotes(text, '\'');
 }

@@ -11,6 +11,10 @@ namespace vrn::sqltool {
 // out. `rest` gets what follows the last semicolon.
 std::vector<std::string> split_statements(std::string_view text, std::string *rest);
 
+// The texts and names in quotes of SQL text, in order. A doubled quote within one ends it and
+// begins the next.
+std::vector<std::string> texts_in_quotes(std::string_view text);
+
 // `text` as a literal.
 std::string quoted_text(std::string_view text);
 // `name` as a name, whatever it holds.
