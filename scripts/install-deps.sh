@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(
-    g++ cmake ninja-build pkg-config jq dpkg-dev ca-certificates
+    g++ cmake ninja-build pkg-config jq dpkg-dev file ca-certificates
     zlib1g-dev libdeflate-dev libisal-dev libssl-dev libmd-dev libsnappy-dev libzstd-dev libmicrohttpd-dev
     libboost1.81-dev libboost-filesystem1.81-dev libboost-date-time1.81-dev
     libedit-dev libmd4c-dev
@@ -54,10 +54,6 @@ missing_packages() {
         dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed ||
             echo "$package"
     done
-}
-
-installed_packages() {
-    dpkg-query -W -f '${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | sort -u
 }
 
 install_packages() {
@@ -135,12 +131,38 @@ fetch_parson() (
     cp "$work/parson/parson.c" "$work/parson/parson.h" "$parson_dir/"
 )
 
-# The archive is taken as it is: no script of the package runs.
+# Debian's npm is nearly 400 packages, and apt's own helper can fetch as well. The address is the one
+# that npm has: its package is read for it, and not installed.
+npm_registry=${npm_config_registry:-}
+find_npm_registry() {
+    [ -z "$npm_registry" ] || return 0
+    local work
+    work=$(mktemp -d)
+    as_root apt-get update -q >"$work/log" 2>&1 || { cat "$work/log" >&2; fail "apt-get update failed"; }
+    (cd "$work" && apt-get -o "APT::Sandbox::User=" -qq download npm) || fail "apt-get could not download npm"
+    npm_registry=$(dpkg-deb --fsys-tarfile "$work"/npm_*.deb |
+        tar -xO --wildcards '*/config/definitions.js' |
+        sed -n "/^define('registry'/,/^})/s/.*default: '\\(.*\\)'.*/\\1/p")
+    rm -r "$work"
+    [ -n "$npm_registry" ] || fail "npm has no address of a registry"
+}
+
+# npm_archive NAME VERSION FILE [HASH]: fetches a package as it is; no script of it runs.
+npm_archive() {
+    /usr/lib/apt/apt-helper -o "APT::Sandbox::User=" download-file \
+        "${npm_registry%/}/$1/-/${1##*/}-$2.tgz" "$3" ${4:+"$4"} >"$3.log" 2>&1 ||
+        { cat "$3.log" >&2; fail "cannot fetch $1 $2 from the npm registry"; }
+}
+
 fetch_duckdb_headers() (
     work=$(mktemp -d)
     trap 'rm -rf "$work"' EXIT
-    npm pack "$duckdb_package" --ignore-scripts --loglevel=error --pack-destination "$work" \
-        >/dev/null || fail "npm pack $duckdb_package failed"
+    if command -v npm >/dev/null; then
+        npm pack "$duckdb_package" --ignore-scripts --loglevel=error --pack-destination "$work" \
+            >/dev/null || fail "npm pack $duckdb_package failed"
+    else
+        npm_archive "${duckdb_package%@*}" "${duckdb_package#*@}" "$work/duckdb-.tgz"
+    fi
     mkdir "$work/headers"
     tar -xzf "$work"/duckdb-*.tgz -C "$work/headers" --strip-components=5 \
         package/src/duckdb/src/include/duckdb.h \
@@ -162,10 +184,12 @@ sources_are_there() {
 # Copies of the lock file are written last, so they stand for complete folders.
 programs_stamp=node_modules/.programs-lock.json
 tests_stamp=node_modules/.tests-lock.json
+takes_tests=false
 npm_options=(--omit=dev)
 stamps=("$programs_stamp")
 if [ "${1:-}" = --tests ]; then
     packages+=("${test_packages[@]}")
+    takes_tests=true
     npm_options=()
     stamps+=("$tests_stamp")
 fi
@@ -174,45 +198,60 @@ node_modules_are_there() {
     cmp --silent package-lock.json "${stamps[-1]}"
 }
 
-# npm checks each package against the hash in the lock file.
+# Folder, name, version and hash of what the lock file names for this machine.
+locked_packages() {
+    local processor
+    case $(uname -m) in
+        aarch64) processor=arm64 ;;
+        *) processor=x64 ;;
+    esac
+    jq -r --arg processor "$processor" --argjson tests "$takes_tests" '
+        .packages | to_entries[] | select(.key != "") | .value as $package |
+        select($tests or ($package.dev | not)) |
+        select(($package.os // ["linux"] | index("linux")) and
+            ($package.cpu // [$processor] | index($processor)) and
+            ($package.libc // ["glibc"] | index("glibc"))) |
+        [.key, $package.name // (.key | sub(".*node_modules/"; "")), $package.version,
+            $package.integrity] | @tsv' package-lock.json
+}
+
+fetch_locked_packages() (
+    work=$(mktemp -d)
+    trap 'rm -rf "$work"' EXIT
+    locked_packages >"$work/list"
+    while IFS=$'\t' read -r folder name version integrity; do
+        hash=$(base64 -d <<<"${integrity#sha512-}" | od -An -v -tx1 | tr -d ' \n')
+        npm_archive "$name" "$version" "$work/archive" "SHA512:$hash"
+        mkdir -p "$folder"
+        tar -xzf "$work/archive" -C "$folder" --strip-components=1 --no-same-owner
+        rm "$work/archive"
+    done <"$work/list"
+)
+
+# npm checks each package against the hash in the lock file, too.
 fetch_node_modules() {
-    npm ci "${npm_options[@]}" --ignore-scripts --no-audit --no-fund --loglevel=error || fail "npm ci failed"
+    rm -rf node_modules
+    if command -v npm >/dev/null; then
+        npm ci "${npm_options[@]}" --ignore-scripts --no-audit --no-fund --loglevel=error || fail "npm ci failed"
+    else
+        fetch_locked_packages
+    fi
     for stamp in "${stamps[@]}"; do
         cp package-lock.json "$stamp"
     done
 }
 
-# Debian's npm is nearly 400 packages, so that it goes again where it was brought for the fetching.
-borrowed=()
-borrow_npm() {
-    command -v npm >/dev/null && return
-    local before
-    before=$(installed_packages)
-    npm_config_cache=$(mktemp -d)
-    export npm_config_cache
-    echo "install-deps: borrowing npm"
-    as_root apt-get update -q || fail "apt-get update failed"
-    as_root env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends npm >/dev/null || fail "apt-get could not install npm"
-    mapfile -t borrowed < <(comm -13 <(echo "$before") <(installed_packages))
-}
-return_npm() {
-    [ "${#borrowed[@]}" -gt 0 ] || return 0
-    rm -rf "$npm_config_cache"
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq "${borrowed[@]}" >/dev/null
-}
-trap return_npm EXIT
-
 install_packages
 [ "${1:-}" != --tests ] || install_optional_packages
-if ! sources_are_there "$duckdb_dir" "$duckdb_sums" || ! node_modules_are_there; then
-    borrow_npm
+has_duckdb() { sources_are_there "$duckdb_dir" "$duckdb_sums"; }
+if ! command -v npm >/dev/null && ! { has_duckdb && node_modules_are_there; }; then
+    find_npm_registry
 fi
 if ! sources_are_there "$parson_dir" "$parson_sums"; then
     echo "install-deps: fetching parson 1.5.2"
     fetch_parson
 fi
-if ! sources_are_there "$duckdb_dir" "$duckdb_sums"; then
+if ! has_duckdb; then
     echo "install-deps: fetching the headers of $duckdb_package"
     fetch_duckdb_headers
 fi

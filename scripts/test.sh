@@ -13,7 +13,7 @@ echo "== formatting"
 sources | xargs clang-format --dry-run --Werror
 
 echo "== lint of the chart page's scripts and of node scripts"
-node_modules/.bin/eslint --max-warnings 0 src tests scripts eslint.config.mjs
+node node_modules/eslint/bin/eslint.js --max-warnings 0 src tests scripts eslint.config.mjs
 
 echo "== layers, and the tour through them"
 node scripts/check-layers.mjs
