@@ -44,8 +44,13 @@ std::string schema_folder_of(const std::string &path, const std::string &given) 
     if (!given.empty()) return given;
     const char *name = schema_folder_name;
     if (access(name, F_OK) == 0) return name;
-    const CString found(vrn_reader_find_schema_dir(path.c_str(), name, schema_search_levels));
-    return found ? found.get() : name;
+    std::error_code error;
+    // First as it was given, so that messages name the folder likewise.
+    for (const std::string &start : {path, std::filesystem::absolute(path, error).string()}) {
+        const CString found(vrn_reader_find_schema_dir(start.c_str(), name, schema_search_levels));
+        if (found) return found.get();
+    }
+    return name;
 }
 
 std::string schema_file_name(const vrn_schema_id_t &id) {

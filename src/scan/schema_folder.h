@@ -11,8 +11,8 @@ namespace vrn::scan {
 inline constexpr char schema_folder_name[] = "schema";
 inline constexpr int schema_search_levels = 5;
 
-// `given` unless it is empty; otherwise where vrn_read would find the schemas of the file at
-// `path`.
+// `given` unless it is empty; otherwise where the schemas of the file at `path` are: where vrn_read
+// finds them, or above the current folder, where it doesn't look.
 std::string schema_folder_of(const std::string &path, const std::string &given);
 
 // schema_<id>.json
