@@ -67,6 +67,16 @@ install_packages() {
         fail "apt-get could not install: ${missing[*]}"
 }
 
+# stop_services PACKAGE...: Debian starts what it installs; the tests have servers of their own.
+stop_services() {
+    local package
+    for package in "$@"; do
+        [ -e "/etc/init.d/$package" ] || continue
+        as_root service "$package" stop
+        as_root update-rc.d "$package" disable
+    done
+}
+
 install_optional_packages() {
     local missing
     mapfile -t missing < <(missing_packages "${optional_packages[@]}")
@@ -74,6 +84,7 @@ install_optional_packages() {
     as_root env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y -q --no-install-recommends "${missing[@]}" ||
         echo "install-deps: goes on without ${missing[*]}"
+    stop_services "${missing[@]}"
 }
 
 # folder_is_good FOLDER SUMS
