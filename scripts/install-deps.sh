@@ -19,7 +19,8 @@ test_packages=(
 command -v node >/dev/null || test_packages+=(nodejs)
 
 # For tests that are left out without them.
-optional_packages=(man-db zsh slurm-wlm munge parallel influxdb victoria-metrics prometheus curl perl sqlite3 miller)
+optional_packages=(man-db zsh slurm-wlm munge parallel influxdb victoria-metrics prometheus
+    clickhouse-server clickhouse-client curl perl sqlite3 miller)
 
 # The genuine parson 1.5.2 sources lie inside this Debian source package.
 parson_dir=third_party/parson

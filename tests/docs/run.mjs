@@ -28,9 +28,13 @@ const here = dirname(fileURLToPath(import.meta.url));
 const root = join(here, '../..');
 const binaries = resolve(process.argv[2]);
 const PAGE_MS = 240_000;
-const USUAL_PORTS = { influxdb: ['influxd', 8086], victoria_metrics: ['victoria-metrics', 8428] };
-const OPTIONAL = ['influxd', 'jq', 'mlr', 'parallel', 'promtool', 'sqlite3', 'victoria-metrics', 'xz'];
+const USUAL_PORTS = { clickhouse: ['clickhouse-server', 9000], influxdb: ['influxd', 8086],
+    victoria_metrics: ['victoria-metrics', 8428] };
+const OPTIONAL = ['clickhouse-client', 'clickhouse-server', 'influxd', 'jq', 'mlr', 'parallel', 'promtool', 'sqlite3',
+    'victoria-metrics', 'xz'];
 const COMMAND = /^(\$ |([\w./-]*\/)?vrn_[a-z]+ )/;
+
+process.env.PATH += ':/usr/sbin';  // Debian's clickhouse-server is there, and not in a user's PATH
 
 const has = (program) => spawnSync('sh', ['-c', `command -v ${program}`]).status === 0;
 const missing = OPTIONAL.filter((program) => !has(program));
@@ -45,7 +49,8 @@ function whyNot(block) {
     if (program) return `${program} is not installed`;
     const tool = /\bvrn_(sql|serve)\b/.exec(text)?.[0] ?? (block.language === 'sql' ? 'vrn_sql' : null);
     if (tool && !existsSync(join(binaries, tool))) return `${tool} is not built`;
-    if (!hasNetwork && /localhost:|127\.0\.0\.1:|vrn_serve/.test(text)) return 'no network of its own';
+    const connects = block.server || /localhost:|127\.0\.0\.1:|vrn_serve/.test(text);
+    if (!hasNetwork && connects) return 'no network of its own';
     return null;
 }
 

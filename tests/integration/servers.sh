@@ -72,6 +72,34 @@ start_victoria_metrics() {
     await victoria-metrics "$victoria_metrics/health"
 }
 
+# start_clickhouse PORT: an empty ClickHouse, for clickhouse-client at this port.
+start_clickhouse() {
+    local port=$1
+    cat >"$work/clickhouse.xml" <<CONFIG
+<yandex>
+  <logger><console>1</console><level>warning</level></logger>
+  <tcp_port>$port</tcp_port>
+  <http_port>$((port + 10000))</http_port>
+  <path>$work/clickhouse/</path>
+  <tmp_path>$work/clickhouse/tmp/</tmp_path>
+  <mark_cache_size>5000000</mark_cache_size>
+  <profiles><default/></profiles>
+  <quotas><default/></quotas>
+  <users>
+    <default>
+      <password/>
+      <networks><ip>::/0</ip></networks>
+      <profile>default</profile>
+      <quota>default</quota>
+    </default>
+  </users>
+</yandex>
+CONFIG
+    clickhouse-server --config-file="$work/clickhouse.xml" >"$work/clickhouse.log" 2>&1 &
+    servers+=($!)
+    await clickhouse "http://127.0.0.1:$((port + 10000))/ping"
+}
+
 # post URL FILE: fails, with what the server says, unless it takes all.
 post() {
     local status
