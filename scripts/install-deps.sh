@@ -73,8 +73,8 @@ stop_services() {
     local package
     for package in "$@"; do
         [ -e "/etc/init.d/$package" ] || continue
-        as_root service "$package" stop
-        as_root update-rc.d "$package" disable
+        { as_root service "$package" stop && as_root update-rc.d "$package" disable; } ||
+            echo "install-deps: the service $package may still run"
     done
 }
 
