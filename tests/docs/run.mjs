@@ -38,8 +38,9 @@ process.env.PATH += ':/usr/sbin';  // Debian's clickhouse-server is there, and n
 
 const has = (program) => spawnSync('sh', ['-c', `command -v ${program}`]).status === 0;
 const missing = OPTIONAL.filter((program) => !has(program));
-const ownNetwork = ['unshare', '-rn', 'sh', '-c'];
-const hasNetwork = spawnSync('unshare', [...ownNetwork.slice(1), 'ip link set lo up']).status === 0;
+// Root needs no users of its own for it, which a changed root has not.
+const ownNetwork = process.getuid() === 0 ? '-n' : '-rn';
+const hasNetwork = spawnSync('unshare', [ownNetwork, 'ip', 'link', 'set', 'lo', 'up']).status === 0;
 
 // Why a block can't be run here, or nothing.
 function whyNot(block) {
@@ -137,7 +138,7 @@ function pageScript(page) {
 }
 
 function runScript(file, output) {
-    const command = hasNetwork ? ['unshare', '-rn', 'bash', file] : ['bash', file];
+    const command = hasNetwork ? ['unshare', ownNetwork, 'bash', file] : ['bash', file];
     const env = { ...process.env, PATH: `${binaries}:${process.env.PATH}`, TZ: 'UTC', LC_ALL: 'C.UTF-8',
         VRN_HOST_NAME: 'vm', VRN_SOURCE_ID: 'vm' };
     return new Promise((done) => {
