@@ -1,6 +1,7 @@
 #include "vrn_export/part_name.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr std::size_t max_name = 255;  // bytes, of most file systems
 constexpr std::size_t digest_digits = 16;
+constexpr std::array<std::string_view, 4> format_suffixes = {".ndjson", ".csv", ".lines", ".om"};
 
 // '%' is escaped as well, so that no two texts come to one name.
 std::string escaped(std::string_view text) {
@@ -46,6 +48,17 @@ std::string digest_of(std::string_view text) {
     return digits;
 }
 
+bool is_part_name(std::string_view name) {
+    for (const std::string_view compression : {"", ".gz", ".zst"}) {
+        if (!name.ends_with(compression)) continue;
+        const std::string_view rest = name.substr(0, name.size() - compression.size());
+        if (std::ranges::any_of(format_suffixes,
+                                [&](std::string_view suffix) { return rest.ends_with(suffix); }))
+            return true;
+    }
+    return false;
+}
+
 // A name in a folder.
 std::string file_name(std::string_view text, std::string_view suffix) {
     const std::string name = escaped(text);
@@ -58,6 +71,13 @@ std::string file_name(std::string_view text, std::string_view suffix) {
     return name.substr(0, kept) + "~" + digest_of(text) + std::string(suffix);
 }
 
+// Never that of a part of a file beside it, which could not be there as well.
+std::string folder_name(std::string_view text) {
+    if (!is_part_name(text)) return file_name(text, "");
+    const std::size_t dot = text.rfind('.');
+    return file_name(text.substr(0, dot), "%2E" + std::string(text.substr(dot + 1)));
+}
+
 }  // namespace
 
 std::string part_name(std::string_view path, std::string_view suffix) {
@@ -68,7 +88,7 @@ std::string part_name(std::string_view path, std::string_view suffix) {
         // Without "..", so that no part lies above the output folder.
         if (component.empty() || component == "." || component == "..") continue;
         if (!name.empty()) name += '/';
-        name += file_name(component, path.empty() ? suffix : "");
+        name += path.empty() ? file_name(component, suffix) : folder_name(component);
     }
     return name;
 }

@@ -11,7 +11,8 @@ namespace vrn::exporter {
 
 // Below the output folder, of the input at `path`: its path without what leads up or to the root,
 // then `suffix`. Control characters, '%' and bytes that are no UTF-8 are %XX, so that a list of
-// names has one a line. Names too long for a file system are cut and told apart by a digest.
+// names has one a line; folders that are called as parts are have a %2E. Names too long for a file
+// system are cut and told apart by a digest.
 std::string part_name(std::string_view path, std::string_view suffix);
 
 // Of a file for the table of that name, in one folder.

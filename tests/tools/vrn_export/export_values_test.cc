@@ -62,6 +62,9 @@ TEST(PartName, StaysBelowItsFolderInOneLine) {
         {"/data/a.bin", "data/a.bin.x"},
         {"../../a/./b/..//c", "a/b/c.x"},
         {"...", "....x"},
+        // No folder bears the name of a part.
+        {"a.ndjson/b.csv.gz/.om/c.lines.zst/d.gz/e.om",
+         "a%2Endjson/b.csv%2Egz/%2Eom/c.lines%2Ezst/d.gz/e.om.x"},
         {"a\nb\x7f\x1b[m\xff%/c", "a%0Ab%7F%1B[m%FF%25/c.x"},
         {two_bytes, two_bytes + ".x"},
         {"\xC2\x85", "%C2%85.x"},
