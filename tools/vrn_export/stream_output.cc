@@ -74,10 +74,18 @@ void StreamOutput::flush() {
 }
 
 void StreamOutput::finish() {
-    // Without a table's name there is no head, but for formats that have no tables.
-    if (!text_ && !form_.format.has_file_per_table()) begin("");
+    if (!text_) begin_without_rows();
     if (text_) text_->finish();
     flush();
+}
+
+void StreamOutput::begin_without_rows() {
+    // Without a table's name there is no head, but for formats that have no tables.
+    if (!form_.format.has_file_per_table()) return begin("");
+    // No bytes at all are no compressed file.
+    TextBuffer nothing;
+    Compressor(form_.compression).pack(&nothing);
+    write(nothing.view());
 }
 
 }  // namespace vrn::exporter

@@ -25,6 +25,7 @@ class StreamOutput final : public ExportOutput {
 
   private:
     void begin(const std::string &table);
+    void begin_without_rows();
     void write(std::string_view bytes);
 
     TextForm form_;
