@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "common/json_string.h"
+#include "common/shown_text.h"
+#include "vrn_export/format/hex_digest.h"
 #include "vrn_export/time_value.h"
 
 namespace vrn::exporter {
@@ -132,6 +135,21 @@ std::string json_list(const std::vector<std::string> &names) {
     return text + "]";
 }
 
+// As JSON, by what it holds, whatever its name is.
+std::string set_text(const std::string &path) {
+    std::error_code error;
+    const bool is_file = std::filesystem::is_regular_file(path, error);
+    return tool::json_string(is_file ? hex_digest_of_file(path) : path);
+}
+
+// A pipe can be read only once, by whoever selects by it.
+void refuse_piped_set(const std::string &path) {
+    std::error_code error;
+    if (std::filesystem::is_fifo(path, error))
+        throw tool::UsageError("--resume can't tell whether the set in " + tool::shown_text(path) +
+                               " is that of the earlier run, as it is a pipe");
+}
+
 }  // namespace
 
 tool::CommandLine make_command_line(ExportOptions *options) {
@@ -165,6 +183,10 @@ void check_options(const ExportOptions &options, bool has_operands) {
     if (options.task == Task::list && has_folder)
         throw tool::UsageError("--list exports nothing, so it takes no --output");
     const SelectionOptions &selection = options.format.selection;
+    if (options.resumes) {
+        refuse_piped_set(selection.field_set_file);
+        refuse_piped_set(selection.counter_set_file);
+    }
     if (selection.since >= selection.until)
         throw tool::UsageError("--until is not after --since: nothing is between them");
 }
@@ -185,8 +207,8 @@ std::string options_line(const ExportOptions &options) {
            ",\"counter\":" + json_list(selection.counters) +
            ",\"metric\":" + json_list(selection.metrics) +
            ",\"source\":" + json_list(selection.sources) + ",\"tag\":" + json_list(selection.tags) +
-           ",\"fset_file\":" + tool::json_string(selection.field_set_file) +
-           ",\"cset_file\":" + tool::json_string(selection.counter_set_file) + "}";
+           ",\"fset\":" + set_text(selection.field_set_file) +
+           ",\"cset\":" + set_text(selection.counter_set_file) + "}";
 }
 
 }  // namespace vrn::exporter

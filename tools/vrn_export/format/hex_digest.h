@@ -5,7 +5,11 @@
 
 namespace vrn::exporter {
 
-// MD5 as 32 hex digits. Of what stands after a zero byte in `text` it knows nothing.
+// 32 hex digits: MD5 of the text, or of its pieces between zero bytes, each after the digest of
+// those before it.
 std::string hex_digest(const std::string &text);
+
+// Of what the file holds; of nothing when it can't be read.
+std::string hex_digest_of_file(const std::string &path);
 
 }  // namespace vrn::exporter

@@ -24,17 +24,18 @@ std::shared_ptr<const scan::LoadedSchemas> load(const vrn_schema_id_t &id,
 
 std::string learn_schemas(const std::set<std::string> &folders, Format *format) {
     const LogCapture log;  // what is wrong is told when the files are read
-    // The id is a digest of the text: where two folders have it, they have the same schema.
+    // An id is a digest of the text: where two folders have it, they have the same schema.
     std::map<std::string, std::pair<vrn_schema_id_t, std::string>> schemas;
     for (const std::string &folder : folders)
         for (const vrn_schema_id_t &id : scan::schema_ids_in(folder))
             schemas.try_emplace(scan::schema_file_name(id), id, folder);
-    std::string names;
+    std::string texts;
     for (const auto &[name, schema] : schemas) {
         format->learn(*load(schema.first, schema.second));
-        names += name;
+        // But whoever mends a schema by hand leaves its name.
+        texts.append(name).append(hex_digest_of_file(schema.second + "/" + name));
     }
-    return hex_digest(names);
+    return hex_digest(texts);
 }
 
 }  // namespace vrn::exporter
