@@ -120,7 +120,9 @@ vrn_export -o serial --compress gz archive 2>/dev/null || [ $? -eq 1 ]
 "$sources/examples/fleet/slurm.sh" 4 out --compress gz archive >slurm.log 2>&1 &
 slurm=$!
 kill_a_share
-wait "$slurm" || fail "the job array failed"
+status=0
+wait "$slurm" || status=$?
+[ "$status" -eq 1 ] || fail "the damaged input is not told: status $status"
 
 diff -r -x .vrn_export -x report.jsonl -x parts.txt serial out || fail "the parts differ"
 [ "$(wc -l <out/parts.txt)" -eq "$(find serial -name '*.gz' | wc -l)" ] || fail "parts.txt"
@@ -134,10 +136,15 @@ kept=$(tail -n 1 out/.vrn_export/shard-2-of-4.jsonl | sed 's/.*"kept":\([0-9]*\)
 rm out/.vrn_export/shard-3-of-4.jsonl
 if vrn_export --merge -o out >/dev/null 2>missing.log; then fail "a missing share is not told"; fi
 grep -q 'missing or not finished: 3' missing.log || fail "another failure: $(cat missing.log)"
+cp out/parts.txt before.txt
+if "$sources/examples/fleet/vrn_export_merge.sbatch" out 2>missing.log; then fail "and by the job"; fi
+cmp before.txt out/parts.txt || fail "a merge that fails changes the list of parts"
 
 if command -v parallel >/dev/null; then
+    status=0
     "$sources/examples/fleet/parallel.sh" 4 by-parallel --compress gz archive >parallel.log 2>&1 ||
-        fail "parallel.sh failed"
+        status=$?
+    [ "$status" -eq 1 ] || fail "parallel.sh ended with $status"
     diff -r -x .vrn_export -x report.jsonl -x parts.txt serial by-parallel || fail "other parts"
 fi
 echo "4 shares on 2 nodes, one of them killed: $(wc -l <out/parts.txt) parts, $kept kept"
