@@ -57,8 +57,7 @@ void ContentList::add(const tool::InputFile &file) {
     InputFeed feed;
     const bool is_open = feed.open(file.path, schemas_, [&](const FoundFault &fault) {
         has_faults_ = true;
-        tool::print_error("vrn_export",
-                          file.path + ": " + std::string(fault.kind) + ": " + fault.reason);
+        tool::print_error("vrn_export", file.path + ": " + fault.kind + ": " + fault.reason);
     });
     if (!is_open || !format_.takes_file(feed.header())) return;
     const vrn_data_file_header_t &header = feed.header();

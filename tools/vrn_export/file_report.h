@@ -18,7 +18,7 @@ struct FileReport {
     std::string part;             // below the output folder; empty: none
     bool is_selected = true;      // by its header
     bool is_kept = false;         // the part is of an earlier run
-    std::string kept_line;        // its line of then
+    bool needs_retry = false;     // a fault's cause lies outside of the file
     std::uint64_t bytes_in = 0;   // as they stand on disk
     std::uint64_t bytes_out = 0;  // compressed, if so
     double seconds = 0;
@@ -28,6 +28,7 @@ struct FileReport {
 
     // A fault that only makes the one before it longer is not counted again.
     void add_fault(FoundFault fault) {
+        needs_retry |= lies_outside_file(fault);
         const std::size_t before = faults.size();
         if (before < max_faults) append_fault(std::move(fault), &faults);
         if (before == max_faults || faults.size() > before) ++num_faults;

@@ -36,10 +36,11 @@ class HeadVisitor final : public scan::Visitor {
         // A size too small for the header is a wrong number only: the blocks can still be read.
         const bool is_size =
             fault.kind == FaultKind::header_bad && header_.file_size < sizeof header_;
-        take_fault_({.offset = 0,
-                     .length = is_size && !is_other ? 0 : size_,
-                     .kind = is_other ? "no_data_file" : tool::fault_kind_name(fault.kind),
-                     .reason = logged(fault.reason)});
+        take_fault_(
+            {.offset = 0,
+             .length = is_size && !is_other ? 0 : size_,
+             .kind = is_other ? "no_data_file" : std::string(tool::fault_kind_name(fault.kind)),
+             .reason = logged(fault.reason)});
         return is_size && !is_other ? Next::block : Next::nothing;
     }
 
@@ -48,13 +49,14 @@ class HeadVisitor final : public scan::Visitor {
   private:
     Next refuse_cut(const scan::Fault &fault) {
         const bool is_unreadable = source_->state() == ByteSource::State::failed;
-        take_fault_({.offset = 0,
-                     .length = is_unreadable ? size_ : source_->position(),
-                     .kind = is_unreadable ? "unreadable" : tool::fault_kind_name(fault.kind),
-                     .reason = is_unreadable
-                                   ? fault.reason
-                                   : "The file has " + std::to_string(source_->position()) +
-                                         " bytes, a header has " + std::to_string(sizeof header_)});
+        take_fault_(
+            {.offset = 0,
+             .length = is_unreadable ? size_ : source_->position(),
+             .kind = is_unreadable ? "unreadable" : std::string(tool::fault_kind_name(fault.kind)),
+             .reason = is_unreadable
+                           ? fault.reason
+                           : "The file has " + std::to_string(source_->position()) +
+                                 " bytes, a header has " + std::to_string(sizeof header_)});
         return Next::nothing;
     }
 
@@ -62,7 +64,7 @@ class HeadVisitor final : public scan::Visitor {
     Next refuse_schemas(const scan::Fault &fault) {
         take_fault_({.offset = offsetof(vrn_data_file_header_t, counters_schema_id),
                      .length = 0,
-                     .kind = tool::schemas_fault_name(*loaded),
+                     .kind = std::string(tool::schemas_fault_name(*loaded)),
                      .reason = logged(fault.reason)});
         return Next::block;
     }

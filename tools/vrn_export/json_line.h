@@ -5,17 +5,18 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "utils/c_ptr.h"
 
 namespace vrn::exporter {
 
 // Whoever has written to the output folder may have put anything there.
-class JsonLine {
+class JsonObject {
   public:
-    explicit JsonLine(const std::string &line);
+    // Borrowed; null, which parson takes for an empty one, has no names.
+    explicit JsonObject(const JSON_Object *object) : object_(object) {}
 
-    // False for all names when the line is no object.
     bool has_text(const char *name) const;
     bool has_number(const char *name) const;
     // Empty without one.
@@ -26,10 +27,20 @@ class JsonLine {
     double number(const char *name) const;
     // `otherwise` without one.
     bool flag(const char *name, bool otherwise) const;
+    // Those in an array, which live as long as this one; what else is in it counts as empty.
+    std::vector<JsonObject> objects(const char *name) const;
+
+  protected:
+    const JSON_Object *object_;
+};
+
+// Empty when the line is no object.
+class JsonLine : public JsonObject {
+  public:
+    explicit JsonLine(const std::string &line);
 
   private:
     CPtr<JSON_Value, json_value_free> value_;
-    const JSON_Object *object_;  // null: none, which parson takes for an empty one
 };
 
 }  // namespace vrn::exporter

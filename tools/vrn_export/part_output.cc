@@ -120,13 +120,12 @@ bool PartOutput::has_file(std::size_t index, FileReport *report) {
     FileReport kept;
     if (!line || !parse_report_line(*line, &kept)) return false;
     // A part bears the time of its input, so an input that was changed since is younger.
-    if (static_cast<std::uint64_t>(part.st_size) != kept.bytes_out ||
+    if (kept.needs_retry || static_cast<std::uint64_t>(part.st_size) != kept.bytes_out ||
         is_before(part.st_mtim, input.st_mtim))
         return false;
     *report = std::move(kept);
     report->path = path;
     report->is_kept = true;
-    report->kept_line = *line;
     return true;
 }
 

@@ -57,6 +57,7 @@ std::string report_line(const FileReport &report) {
             ",\"bytes_out\":" + std::to_string(report.bytes_out) + "," +
             counts_text(report.counts) + ",\"seconds\":" + seconds_text(report.seconds);
     if (!report.is_selected) line += ",\"selected\":false";
+    if (report.needs_retry) line += ",\"retry\":true";
     return line + "," + faults_text(report) + "}\n";
 }
 
@@ -79,6 +80,7 @@ bool parse_report_line(const std::string &line, FileReport *report) {
     report->path = json.text("file");
     report->part = json.text("part");
     report->is_selected = json.flag("selected", true);
+    report->needs_retry = json.flag("retry", false);
     report->bytes_in = json.integer("bytes_in");
     report->bytes_out = json.integer("bytes_out");
     report->seconds = json.number("seconds");
@@ -88,8 +90,12 @@ bool parse_report_line(const std::string &line, FileReport *report) {
                       .histograms = json.integer("records.histograms"),
                       .dropped_values = json.integer("dropped_values"),
                       .changed_values = json.integer("changed_values")};
-    // The faults themselves aren't needed: lines of kept parts are handed on as they stand.
     report->num_faults = json.integer("num_faults");
+    for (const JsonObject &fault : json.objects("faults"))
+        report->faults.push_back({.offset = fault.integer("offset"),
+                                  .length = fault.integer("length"),
+                                  .kind = fault.text("kind"),
+                                  .reason = fault.text("reason")});
     return true;
 }
 

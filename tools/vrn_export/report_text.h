@@ -26,8 +26,7 @@ struct RunTotals {
 std::string report_line(const FileReport &report);
 std::string totals_line(const RunTotals &totals, double seconds, int status);
 
-// What a line of report_line() tells of a file, but for the faults themselves. False when it is
-// none.
+// What a line of report_line() tells of a file. False when it is none.
 [[nodiscard]] bool parse_report_line(const std::string &line, FileReport *report);
 // Whether it is one of totals_line(), which ends a report.
 bool is_totals_line(const std::string &line);

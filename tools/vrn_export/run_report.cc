@@ -7,8 +7,7 @@ namespace vrn::exporter {
 
 void RunReport::add(const FileReport &report) {
     totals_.add(report);
-    // A kept line still has its faults, which the parsed report has not.
-    if (!writers_.empty()) write(report.is_kept ? report.kept_line : report_line(report));
+    if (!writers_.empty()) write(report_line(report));
 }
 
 void RunReport::finish(int status) {

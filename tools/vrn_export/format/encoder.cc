@@ -48,6 +48,12 @@ bool is_of_schema(std::string_view kind) {
 
 }  // namespace
 
+bool lies_outside_file(const FoundFault &fault) {
+    const std::string_view kind = fault.kind;
+    return kind == "read_failed" || kind == "no_memory" || kind == "unreadable" ||
+           kind == "schema_missing" || kind == "schema_bad";
+}
+
 void append_fault(FoundFault fault, std::vector<FoundFault> *faults) {
     if (!faults->empty() && is_of_schema(fault.kind) && faults->back().kind == fault.kind &&
         faults->back().reason == fault.reason)

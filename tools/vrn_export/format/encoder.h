@@ -35,9 +35,9 @@ struct RecordCounts {
 };
 
 struct FoundFault {
-    std::uint64_t offset;   // in the decompressed file; of a page, where it begins
-    std::uint64_t length;   // bytes that no record comes out of
-    std::string_view kind;  // a word for programs; of static life
+    std::uint64_t offset;  // in the decompressed file; of a page, where it begins
+    std::uint64_t length;  // bytes that no record comes out of
+    std::string kind;      // a word for programs
     std::string reason;
 };
 
@@ -63,6 +63,10 @@ struct Encoded {
 // and both are the schema's: data that no schema describes is told once, not block by block. Also
 // for the faults of runs that follow each other.
 void append_fault(FoundFault fault, std::vector<FoundFault> *faults);
+
+// True when the cause lies outside of the file's bytes (the disk, memory, a schema) and may be gone
+// when the file is read again.
+bool lies_outside_file(const FoundFault &fault);
 
 // The visitor of one thread: puts the records of one run of chunks after the other into text. It
 // goes on after every fault.

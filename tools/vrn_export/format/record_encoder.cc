@@ -315,7 +315,7 @@ void RecordEncoder::report(const scan::Place &place, std::uint64_t in_block, std
     // Within a page offsets are of its decompressed bytes, and no places in the file.
     append_fault({.offset = place.block + (place.is_in_page ? 0 : in_block),
                   .length = lost,
-                  .kind = kind,
+                  .kind = std::string(kind),
                   .reason = std::move(reason)},
                  &to_->faults);
 }
