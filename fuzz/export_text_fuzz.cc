@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "memory_file.h"
 #include "support/temp_dir.h"
 #include "vrn_export/part_journal.h"
 #include "vrn_export/report_text.h"
@@ -64,7 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         read_line(line);
     }
     // What is found of a part stands in the journal as it is.
-    const PartJournal journal(vrn::fuzz::file_of(content), first, true);
+    static const vrn::test::TempDir dir;
+    const PartJournal journal(dir.file(""), dir.write("journal", content), first, true);
     if (const auto line = journal.find("a.ndjson"))
         if (content.find(line->substr(0, line->size() - 1)) == content.npos) std::abort();
     return 0;

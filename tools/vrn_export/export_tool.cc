@@ -165,7 +165,8 @@ class ExportJob {
                                has_parts() ? part_spool_memory : stream_spool_memory};
         if (has_parts()) {
             const std::string journal = path_below(journal_name(shard()));
-            journal_.emplace(journal, options_text_, options_.resumes);
+            inputs_.spare(journal);
+            journal_.emplace(options_.output_folder, journal, options_text_, options_.resumes);
             output_ = std::make_unique<PartOutput>(options_.output_folder, suffix(), files_,
                                                    inputs_, form, &*journal_);
         } else if (has_folder()) {
@@ -180,6 +181,7 @@ class ExportJob {
         std::uint64_t bytes = 0;
         for (const tool::InputFile &file : files_) bytes += file.size;
         Progress progress(files_.size(), bytes);
+        std::uint64_t num_stale = 0;
         ExportRun run(
             {.files = files_,
              .format = *format_,
@@ -194,6 +196,9 @@ class ExportJob {
                      if (has_tables() && !file.part.empty()) parts_.push_back(file.part);
                      if (file.num_faults > 0 && report->totals().damaged <= max_told)
                          tell_of(file, &progress);
+                     if (!file.stale_part.empty() && ++num_stale <= max_told)
+                         tell(path_below(file.stale_part) + ": is of an earlier run, and stays",
+                              &progress);
                  },
              .note_bytes = [&](std::uint64_t count) { progress.note_bytes(count); }});
         // Before the threads of the run, which inherit its mask.
@@ -220,16 +225,20 @@ class ExportJob {
         tables.finish();
     }
 
-    static void tell_of(const FileReport &file, Progress *progress) {
+    static void tell(const std::string &text, Progress *progress) {
         progress->clear();
+        tool::print_error("vrn_export", text);
+    }
+
+    static void tell_of(const FileReport &file, Progress *progress) {
         std::string text = file.path + ": " + std::to_string(file.num_faults) +
                            (file.num_faults == 1 ? " fault" : " faults");
         if (!file.faults.empty()) {
             const FoundFault &first = file.faults.front();
-            text += ", at offset " + std::to_string(first.offset) + ": " + std::string(first.kind) +
-                    ": " + first.reason;
+            text += ", at offset " + std::to_string(first.offset) + ": " + first.kind + ": " +
+                    first.reason;
         }
-        tool::print_error("vrn_export", text);
+        tell(text, progress);
     }
 
     const ExportOptions &options_;

@@ -33,7 +33,7 @@ class ExportOutput {
     virtual bool has_file(std::size_t /*index*/, FileReport * /*report*/) { return false; }
     virtual std::unique_ptr<FileOutput> begin_file(std::size_t index, const InputFeed &feed) = 0;
     // Nothing comes of a file.
-    virtual void pass_over(const FileReport & /*report*/) {}
+    virtual void pass_over(FileReport * /*report*/) {}
     // All files are finished.
     virtual void finish() {}
 };

@@ -1,5 +1,7 @@
 #include "vrn_export/part_output.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
@@ -20,19 +22,18 @@ class PartFile {
              PartJournal *journal)
         : file_(path), name_(std::move(name)), input_(input), journal_(journal) {}
 
-    void write(std::string_view bytes) {
-        file_.write(bytes);
-        bytes_ += bytes.size();
-    }
+    void write(std::string_view bytes) { file_.write(bytes); }
 
     void finish(FileReport *report) {
         report->part = name_;
-        report->bytes_out = bytes_;
+        report->bytes_out = file_.size();
         // It changes while it is read, or has; whoever resumes looks at it again.
         file_.take_time(input_);
-        // First: a part without a line would be made anew, a line without its part says nothing.
-        journal_->add(report_line(*report));
+        // A line never stands for another part than the one under the name: one without a line is
+        // made anew.
+        journal_->forget(name_);
         file_.finish();
+        journal_->add(*report);
     }
 
   private:
@@ -40,7 +41,6 @@ class PartFile {
     std::string name_;
     struct stat input_;
     PartJournal *journal_;
-    std::uint64_t bytes_ = 0;
 };
 
 class TextPart final : public FileOutput {
@@ -92,6 +92,10 @@ class RowsPart final : public FileOutput {
     TextBuffer head_;
 };
 
+std::uint64_t size_of(const struct stat &status) {
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
 bool is_before(const timespec &left, const timespec &right) {
     return std::pair(left.tv_sec, left.tv_nsec) < std::pair(right.tv_sec, right.tv_nsec);
 }
@@ -111,7 +115,7 @@ PartOutput::PartOutput(std::string folder, std::string suffix,
 bool PartOutput::has_file(std::size_t index, FileReport *report) {
     if (!journal_->has_resumed()) return false;
     const std::string &path = files_[index].path;
-    const std::string name = name_of(index);
+    const std::string name = name_of(path);
     struct stat input {};
     struct stat part {};
     if (stat(path.c_str(), &input) != 0 || stat((folder_ + "/" + name).c_str(), &part) != 0)
@@ -119,8 +123,9 @@ bool PartOutput::has_file(std::size_t index, FileReport *report) {
     const std::optional<std::string> line = journal_->find(name);
     FileReport kept;
     if (!line || !parse_report_line(*line, &kept)) return false;
-    // A part bears the time of its input, so an input that was changed since is younger.
-    if (kept.needs_retry || static_cast<std::uint64_t>(part.st_size) != kept.bytes_out ||
+    // A part bears the time of its input, so an input that was changed since is younger. One that
+    // was restored may be older, but rarely has the same size.
+    if (kept.needs_retry || size_of(part) != kept.bytes_out || size_of(input) != kept.bytes_in ||
         is_before(part.st_mtim, input.st_mtim))
         return false;
     *report = std::move(kept);
@@ -130,7 +135,7 @@ bool PartOutput::has_file(std::size_t index, FileReport *report) {
 }
 
 std::unique_ptr<FileOutput> PartOutput::begin_file(std::size_t index, const InputFeed &feed) {
-    std::string name = name_of(index);
+    std::string name = name_of(files_[index].path);
     const std::string path = folder_ + "/" + name;
     inputs_.spare(path);
     PartFile file(path, std::move(name), feed.status(), journal_);
@@ -139,13 +144,21 @@ std::unique_ptr<FileOutput> PartOutput::begin_file(std::size_t index, const Inpu
     return std::make_unique<TextPart>(std::move(file), form_);
 }
 
-std::string PartOutput::name_of(std::size_t index) const {
-    const std::string name = part_name(files_[index].path, suffix_);
+std::string PartOutput::name_of(const std::string &path) const {
+    const std::string name = part_name(path, suffix_);
     return form_.format.has_file_per_table() ? rows_folder_name + ("/" + name) : name;
 }
 
-void PartOutput::pass_over(const FileReport &report) {
-    journal_->add(report_line(report));
+void PartOutput::pass_over(FileReport *report) {
+    const std::string part = name_of(report->path);
+    const std::string path = folder_ + "/" + part;
+    const std::optional<std::uint64_t> size = journal_->earlier_size(part);
+    struct stat status {};
+    if (!size || lstat(path.c_str(), &status) != 0) return;
+    // Of an input that can't be read any more the part may be all that is left.
+    const bool is_ours = !report->is_selected && S_ISREG(status.st_mode) &&
+                         size_of(status) == *size && !inputs_.has(path);
+    if (!is_ours || unlink(path.c_str()) != 0) report->stale_part = part;
 }
 
 }  // namespace vrn::exporter

@@ -107,7 +107,7 @@ void RunWorker::finish(OpenFile *file) {
     if (file->output)
         file->output->finish(report);
     else
-        plan_.output.pass_over(*report);
+        plan_.output.pass_over(report);
 }
 
 // `bytes` of the whole file.

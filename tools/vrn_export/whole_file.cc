@@ -37,6 +37,7 @@ WholeFile::WholeFile(const std::string &path) : path_(path) {
 
 void WholeFile::write(std::string_view bytes) {
     if (!write_all(file_->descriptor().get(), bytes)) fail();
+    size_ += bytes.size();
 }
 
 void WholeFile::take_time(const struct stat &other) {

@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +19,8 @@ class WholeFile {
     explicit WholeFile(const std::string &path);
 
     void write(std::string_view bytes);
+    // Bytes written so far.
+    std::uint64_t size() const { return size_; }
     // Takes the place of what bears the name.
     void finish();
     // The file's time of change becomes that of `other`.
@@ -27,6 +30,7 @@ class WholeFile {
     [[noreturn]] void fail() const;
 
     std::string path_;
+    std::uint64_t size_ = 0;
     std::optional<NewFile> file_;
 };
 

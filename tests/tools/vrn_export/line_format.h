@@ -10,11 +10,14 @@
 
 namespace vrn::exporter {
 
-// Lines are "FILE SOURCE SCHEMA TIME", where the schema is told by the first byte of its id.
+// Lines are "FILE SOURCE SCHEMA TIME", where the schema is told by the first byte of its id and
+// `separator` stands after FILE.
 class LineEncoder final : public Encoder {
   public:
+    explicit LineEncoder(const std::string &separator) : separator_(separator) {}
+
     void begin_file(const std::string &path, const vrn_data_file_header_t &header) override {
-        name_ = std::filesystem::path(path).filename().string() + " " + header.source_id;
+        name_ = std::filesystem::path(path).filename().string() + separator_ + header.source_id;
     }
     void begin_run(Encoded *to) override {
         to_ = to;
@@ -35,6 +38,7 @@ class LineEncoder final : public Encoder {
     }
 
   private:
+    std::string separator_;
     std::string name_;
     std::string schema_;
     Encoded *to_ = nullptr;
@@ -42,11 +46,16 @@ class LineEncoder final : public Encoder {
 
 class LineFormat final : public Format {
   public:
+    explicit LineFormat(std::string separator = " ") : separator_(std::move(separator)) {}
+
     std::unique_ptr<Encoder> make_encoder() const override {
-        return std::make_unique<LineEncoder>();
+        return std::make_unique<LineEncoder>(separator_);
     }
     bool takes_file(const vrn_data_file_header_t & /*header*/) const override { return true; }
     const char *suffix() const override { return ".txt"; }
+
+  private:
+    std::string separator_;
 };
 
 // A block of one event, by the sample schemas.
