@@ -17,6 +17,7 @@
 #include "scan/schema_folder.h"
 #include "vrn_export/content_list.h"
 #include "vrn_export/export_run.h"
+#include "vrn_export/format/hex_digest.h"
 #include "vrn_export/format/schema_learning.h"
 #include "vrn_export/input_list.h"
 #include "vrn_export/part_name.h"
@@ -71,6 +72,7 @@ class ExportJob {
   public:
     ExportJob(const ExportOptions &options, const std::vector<std::string> &operands)
         : options_(options),
+          operands_(operands),
           options_text_(options_line(options)),
           schemas_(
               {.folder = options.schema_path, .take_what_loads = true, .keep_noisy_loads = true}) {
@@ -130,6 +132,14 @@ class ExportJob {
         return options_.output_folder + "/" + name;
     }
 
+    // `is_whole`: as far as is known.
+    TableRun table_run(bool is_whole) const {
+        std::string inputs;
+        for (const std::string &operand : operands_)
+            inputs += std::filesystem::absolute(operand).lexically_normal().string() + "\n";
+        return {options_.output_folder, suffix(), hex_digest(inputs), is_whole};
+    }
+
     std::set<std::string> schema_folders() const {
         std::set<std::string> folders;
         for (const tool::InputFile &file : files_)
@@ -154,8 +164,9 @@ class ExportJob {
         // From now on the shard is not whole, until it is again.
         std::filesystem::remove(path_below(shard_report_name(shard())));
         shard_report_.emplace(path_below(shard_report_name(shard())));
-        shard_report_->write(shard_head_line({shard(), options_.shard ? all_files_ : files_.size(),
-                                              digest_, options_text_, has_tables()}));
+        shard_report_->write(
+            shard_head_line({shard(), options_.shard ? all_files_ : files_.size(), digest_,
+                             options_text_, has_tables() ? suffix() : ""}));
         return [this](const std::string &line) { shard_report_->write(line); };
     }
 
@@ -170,8 +181,7 @@ class ExportJob {
             output_ = std::make_unique<PartOutput>(options_.output_folder, suffix(), files_,
                                                    inputs_, form, &*journal_);
         } else if (has_folder()) {
-            output_ =
-                std::make_unique<TableOutput>(options_.output_folder, suffix(), inputs_, form);
+            output_ = std::make_unique<TableOutput>(table_run(found_all_), inputs_, form);
         } else {
             output_ = std::make_unique<StreamOutput>(form);
         }
@@ -204,8 +214,8 @@ class ExportJob {
         // Before the threads of the run, which inherit its mask.
         const SignalWatch watch([&] { run.stop(); });
         const bool is_whole = run.run();
-        if (is_whole) finish_output();
         progress.clear();
+        if (is_whole) finish_output(found_all_ && report->totals().faults == 0);
         if (report->totals().damaged > max_told)
             tool::print_error("vrn_export",
                               std::to_string(report->totals().damaged) +
@@ -216,11 +226,11 @@ class ExportJob {
         return report->totals().faults > 0 ? damaged_status : EXIT_SUCCESS;
     }
 
-    void finish_output() {
+    void finish_output(bool is_whole) {
         output_->finish();
         // Of a shard, when it is merged with the others.
         if (!has_tables() || !has_parts() || options_.shard) return;
-        TableJoin tables(options_.output_folder, inputs_);
+        TableJoin tables(table_run(is_whole), inputs_);
         for (const std::string &part : parts_) tables.add(part);
         tables.finish();
     }
@@ -242,6 +252,7 @@ class ExportJob {
     }
 
     const ExportOptions &options_;
+    const std::vector<std::string> &operands_;
     std::string options_text_;  // in one line, with the schemas that the text depends on
     SchemaCaches schemas_;
     std::vector<tool::InputFile> files_;

@@ -27,7 +27,7 @@ std::string shard_head_line(const ShardHead &head) {
            ",\"all_files\":" + std::to_string(head.all_files) +
            ",\"inputs\":" + tool::json_string(head.inputs) +
            ",\"options\":" + tool::json_string(head.options) +
-           (head.has_rows ? ",\"rows\":true" : "") + "}\n";
+           (head.tables.empty() ? "" : ",\"tables\":" + tool::json_string(head.tables)) + "}\n";
 }
 
 bool parse_shard_head(const std::string &line, ShardHead *head) {
@@ -38,7 +38,7 @@ bool parse_shard_head(const std::string &line, ShardHead *head) {
              .all_files = json.integer("all_files"),
              .inputs = json.text("inputs"),
              .options = json.text("options"),
-             .has_rows = json.flag("rows", false)};
+             .tables = json.text("tables")};
     return true;
 }
 

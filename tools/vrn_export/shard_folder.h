@@ -11,6 +11,9 @@ inline constexpr char shard_folder_name[] = ".vrn_export";
 // Below the output folder: parts of formats with a file for each table.
 inline constexpr char rows_folder_name[] = ".vrn_export/rows";
 
+// Below the output folder: which tables were made.
+inline constexpr char table_list_name[] = ".vrn_export/tables.jsonl";
+
 // Names of files in an output folder: of the journal, which is there from the start of a shard, and
 // of the report, which is there when all of it is done.
 std::string journal_name(const Shard &shard);
@@ -23,7 +26,7 @@ struct ShardHead {
     std::uint64_t all_files = 0;  // of all shards
     std::string inputs;           // digest of all inputs
     std::string options;
-    bool has_rows = false;  // its parts are to be joined to tables
+    std::string tables;  // suffix of the tables that its parts are to be joined to; empty: none
 };
 std::string shard_head_line(const ShardHead &head);
 // False when the line is none.

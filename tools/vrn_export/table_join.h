@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/input_files.h"
+#include "vrn_export/table_names.h"
 #include "vrn_export/whole_file.h"
 
 namespace vrn::exporter {
@@ -17,10 +18,9 @@ namespace vrn::exporter {
 // std::system_error when a table can't be written.
 class TableJoin {
   public:
-    // The tables appear in `folder`, in which the parts lie. Borrows `inputs`, which none of them
-    // replaces.
-    TableJoin(std::string folder, const tool::InputIds &inputs)
-        : folder_(std::move(folder)), inputs_(inputs) {}
+    // The tables appear in the folder of the run, in which the parts lie. Borrows `inputs`, which
+    // none of them replaces.
+    TableJoin(TableRun run, const tool::InputIds &inputs) : run_(std::move(run)), inputs_(inputs) {}
 
     // Parts in the order of their rows.
     void add(const std::string &part);
@@ -35,7 +35,7 @@ class TableJoin {
 
     Table &table_of(const std::string &file, const std::string &head);
 
-    std::string folder_;
+    TableRun run_;
     const tool::InputIds &inputs_;
     std::map<std::pair<std::string, std::string>, Table> tables_;  // by file and head
     std::set<std::string> names_;

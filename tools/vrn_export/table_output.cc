@@ -14,7 +14,10 @@ class TableFile final : public FileOutput {
         for (const Encoded::Table &table : encoded.tables) bytes_ += table.text.size();
     }
     // Heads belong to no file, and are not counted.
-    void finish(FileReport *report) override { report->bytes_out = bytes_; }
+    void finish(FileReport *report) override {
+        report->bytes_out = bytes_;
+        tables_->note(*report);
+    }
 
   private:
     TableOutput *tables_;
@@ -33,25 +36,29 @@ void TableOutput::add(const Encoded &encoded) {
         // No rows, no file.
         if (table.text.size() == 0) continue;
         auto &file = tables_[table.name];
-        if (!file) file = std::make_unique<Table>(path_of(table.name), form_, table.name);
+        if (!file)
+            file = std::make_unique<Table>(run_, file_name_of(table.name), form_, table.name);
         file->text.add(table.text.view());
     }
 }
 
 // Long names of one digest can be made on purpose: one table must not take the file of another.
-std::string TableOutput::path_of(const std::string &table) {
-    std::string path = folder_ + "/" + table_file_name(table, suffix_);
-    for (unsigned number = 2; !paths_.insert(path).second; ++number)
-        path = folder_ + "/" + table_file_name(table, "~" + std::to_string(number) + suffix_);
-    inputs_.spare(path);
-    return path;
+std::string TableOutput::file_name_of(const std::string &table) {
+    std::string name = table_file_name(table, run_.suffix);
+    for (unsigned number = 2; !names_.insert(name).second; ++number)
+        name = table_file_name(table, "~" + std::to_string(number) + run_.suffix);
+    inputs_.spare(run_.folder + "/" + name);
+    return name;
 }
 
 void TableOutput::finish() {
+    std::map<std::string, WholeFile *> files;
     for (const auto &[name, table] : tables_) {
         table->text.finish();
-        table->file.finish();
+        files[table->name] = &table->file;
     }
+    run_.is_whole &= !has_faults_;
+    give_names(run_, files, inputs_);
 }
 
 }  // namespace vrn::exporter
