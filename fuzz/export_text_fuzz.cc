@@ -23,7 +23,7 @@ void join(const std::string &content) {
     dir.write("out/part", content);
     try {
         const vrn::tool::InputIds inputs;
-        TableJoin tables({folder, ".csv", "inputs", true}, inputs);
+        TableJoin tables({folder, ".csv"}, inputs);
         tables.add("part");
         for (const std::string &name : tables.finish()) {
             if (name != "part" && !std::filesystem::is_regular_file(folder + "/" + name))

@@ -17,7 +17,6 @@
 #include "scan/schema_folder.h"
 #include "vrn_export/content_list.h"
 #include "vrn_export/export_run.h"
-#include "vrn_export/format/hex_digest.h"
 #include "vrn_export/format/schema_learning.h"
 #include "vrn_export/input_list.h"
 #include "vrn_export/part_name.h"
@@ -72,7 +71,6 @@ class ExportJob {
   public:
     ExportJob(const ExportOptions &options, const std::vector<std::string> &operands)
         : options_(options),
-          operands_(operands),
           options_text_(options_line(options)),
           schemas_(
               {.folder = options.schema_path, .take_what_loads = true, .keep_noisy_loads = true}) {
@@ -132,13 +130,7 @@ class ExportJob {
         return options_.output_folder + "/" + name;
     }
 
-    // `is_whole`: as far as is known.
-    TableRun table_run(bool is_whole) const {
-        std::string inputs;
-        for (const std::string &operand : operands_)
-            inputs += std::filesystem::absolute(operand).lexically_normal().string() + "\n";
-        return {options_.output_folder, suffix(), hex_digest(inputs), is_whole};
-    }
+    TablePlaces table_places() const { return {options_.output_folder, suffix()}; }
 
     std::set<std::string> schema_folders() const {
         std::set<std::string> folders;
@@ -181,7 +173,7 @@ class ExportJob {
             output_ = std::make_unique<PartOutput>(options_.output_folder, suffix(), files_,
                                                    inputs_, form, &*journal_);
         } else if (has_folder()) {
-            output_ = std::make_unique<TableOutput>(table_run(found_all_), inputs_, form);
+            output_ = std::make_unique<TableOutput>(table_places(), inputs_, form);
         } else {
             output_ = std::make_unique<StreamOutput>(form);
         }
@@ -215,7 +207,7 @@ class ExportJob {
         const SignalWatch watch([&] { run.stop(); });
         const bool is_whole = run.run();
         progress.clear();
-        if (is_whole) finish_output(found_all_ && report->totals().faults == 0);
+        if (is_whole) finish_output();
         if (report->totals().damaged > max_told)
             tool::print_error("vrn_export",
                               std::to_string(report->totals().damaged) +
@@ -226,11 +218,11 @@ class ExportJob {
         return report->totals().faults > 0 ? damaged_status : EXIT_SUCCESS;
     }
 
-    void finish_output(bool is_whole) {
+    void finish_output() {
         output_->finish();
         // Of a shard, when it is merged with the others.
         if (!has_tables() || !has_parts() || options_.shard) return;
-        TableJoin tables(table_run(is_whole), inputs_);
+        TableJoin tables(table_places(), inputs_);
         for (const std::string &part : parts_) tables.add(part);
         tables.finish();
     }
@@ -252,7 +244,6 @@ class ExportJob {
     }
 
     const ExportOptions &options_;
-    const std::vector<std::string> &operands_;
     std::string options_text_;  // in one line, with the schemas that the text depends on
     SchemaCaches schemas_;
     std::vector<tool::InputFile> files_;

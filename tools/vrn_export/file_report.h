@@ -19,7 +19,7 @@ struct FileReport {
     bool is_selected = true;      // by its header
     bool is_kept = false;         // the part is of an earlier run
     bool needs_retry = false;     // a fault's cause lies outside of the file
-    std::string stale_part;       // of an earlier run, in the way but not ours to remove
+    std::string stale_part;       // of an earlier run, where this one has none
     std::uint64_t bytes_in = 0;   // as they stand on disk
     std::uint64_t bytes_out = 0;  // compressed, if so
     double seconds = 0;

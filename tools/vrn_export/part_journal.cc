@@ -32,9 +32,8 @@ constexpr char expired_line[] = "\n{\"expired\":true}\n";
     throw std::system_error(errno, std::generic_category(), path);
 }
 
-std::string earlier_line(const std::string &part, std::uint64_t size) {
-    return "{\"earlier\":" + tool::json_string(part) + ",\"bytes_out\":" + std::to_string(size) +
-           "}\n";
+std::string earlier_line(const std::string &part) {
+    return "{\"earlier\":" + tool::json_string(part) + "}\n";
 }
 
 // False when another process has a lock that doesn't go with it.
@@ -107,13 +106,11 @@ bool PartJournal::load(const std::string &options) {
     // A line that a kill cut short doesn't parse, and its part is made anew.
     for (FileReport report; std::getline(file, line); offset += line.size() + 1) {
         if (parse_report_line(line, &report)) {
-            if (!report.part.empty())
-                entries_[report.part] = {report.bytes_out, offset, line.size()};
+            if (!report.part.empty()) entries_[report.part] = {offset, line.size()};
             continue;
         }
         const JsonLine json(line);
-        if (json.has_text("earlier"))
-            entries_[json.text("earlier")] = {json.integer("bytes_out"), 0, 0};
+        if (json.has_text("earlier")) entries_[json.text("earlier")] = {};
         is_same &= !json.flag("expired", false);
     }
     return is_same;
@@ -137,7 +134,7 @@ void PartJournal::write_anew(const std::string &options) const {
     WholeFile file(path_);
     std::string text = options + "\n";
     for (const auto &[part, entry] : entries_) {
-        if (is_there(part)) text += earlier_line(part, entry.part_size);
+        if (is_there(part)) text += earlier_line(part);
         if (text.size() < max_waiting) continue;
         file.write(text);
         text.clear();
@@ -156,8 +153,7 @@ void PartJournal::add(const FileReport &report) {
 
 void PartJournal::forget(const std::string &part) {
     const auto found = entries_.find(part);
-    if (found != entries_.end() && found->second.size > 0)
-        write("\n" + earlier_line(part, found->second.part_size));
+    if (found != entries_.end() && found->second.size > 0) write("\n" + earlier_line(part));
 }
 
 void PartJournal::write(const std::string &text) {
@@ -175,10 +171,8 @@ std::optional<std::string> PartJournal::find(const std::string &part) const {
     return line + "\n";
 }
 
-std::optional<std::uint64_t> PartJournal::earlier_size(const std::string &part) const {
-    const auto found = entries_.find(part);
-    if (found == entries_.end()) return std::nullopt;
-    return found->second.part_size;
+bool PartJournal::has_earlier(const std::string &part) const {
+    return entries_.contains(part) && is_there(part);
 }
 
 }  // namespace vrn::exporter

@@ -12,9 +12,9 @@
 namespace vrn::exporter {
 
 // A file of lines, the last one of a part counts: a report line, which is added when the part bears
-// its name, or one that tells nothing but the size by which an earlier part can be known. It begins
-// with a line that tells by which options the parts were made. For all threads. Functions throw
-// std::system_error when the file can't be read or written.
+// its name, or one that only names a part of an earlier run. It begins with a line that tells by
+// which options the parts were made. For all threads. Functions throw std::system_error when the
+// file can't be read or written.
 class PartJournal {
   public:
     // Of parts in `folder`. `options` is one line, without its end; unless `resumes` and the file
@@ -32,12 +32,11 @@ class PartJournal {
 
     // The line that was there of a part that may be kept, when the journal was opened.
     std::optional<std::string> find(const std::string &part) const;
-    // Size of the part that an earlier run made, by whatever options.
-    std::optional<std::uint64_t> earlier_size(const std::string &part) const;
+    // True when an earlier run made the part, by whatever options, and it is still there.
+    bool has_earlier(const std::string &part) const;
 
   private:
     struct Entry {
-        std::uint64_t part_size = 0;
         std::uint64_t offset = 0;
         std::uint64_t size = 0;  // of the report line; 0: none that counts
     };

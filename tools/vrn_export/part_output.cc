@@ -1,7 +1,5 @@
 #include "vrn_export/part_output.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
@@ -151,14 +149,8 @@ std::string PartOutput::name_of(const std::string &path) const {
 
 void PartOutput::pass_over(FileReport *report) {
     const std::string part = name_of(report->path);
-    const std::string path = folder_ + "/" + part;
-    const std::optional<std::uint64_t> size = journal_->earlier_size(part);
-    struct stat status {};
-    if (!size || lstat(path.c_str(), &status) != 0) return;
-    // Of an input that can't be read any more the part may be all that is left.
-    const bool is_ours = !report->is_selected && S_ISREG(status.st_mode) &&
-                         size_of(status) == *size && !inputs_.has(path);
-    if (!is_ours || unlink(path.c_str()) != 0) report->stale_part = part;
+    // Not removed: a run for each source may fill one folder.
+    if (journal_->has_earlier(part)) report->stale_part = part;
 }
 
 }  // namespace vrn::exporter

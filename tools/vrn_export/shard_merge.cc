@@ -38,9 +38,7 @@ class ShardMerge {
         inputs_ = tool::InputIds(std::move(ids_));
         // Last, so that what can't be merged leaves an old report as it is.
         if (!report_file.empty()) report_file_.emplace(report_file, inputs_);
-        if (!first_.tables.empty())
-            tables_.emplace(TableRun{folder_, first_.tables, first_.inputs, totals_.faults == 0},
-                            inputs_);
+        if (!first_.tables.empty()) tables_.emplace(TablePlaces{folder_, first_.tables}, inputs_);
         for (std::uint64_t i = 1; i <= count_; ++i) give({i, count_});
         if (tables_)
             for (const std::string &table : tables_->finish()) std::puts(table.c_str());

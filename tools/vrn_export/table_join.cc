@@ -63,7 +63,7 @@ class PartReader {
 }  // namespace
 
 void TableJoin::add(const std::string &part) {
-    PartReader reader(run_.folder + "/" + part);
+    PartReader reader(places_.folder + "/" + part);
     std::string head;
     for (TablePiece piece; reader.next(&piece, &head);)
         reader.copy(piece.rows_size, &table_of(piece.file, head).file);
@@ -77,7 +77,7 @@ TableJoin::Table &TableJoin::table_of(const std::string &file, const std::string
     std::string name = file;
     for (unsigned number = 2; !names_.insert(name).second; ++number)
         name = file + "~" + std::to_string(number);
-    const std::string path = run_.folder + "/" + name;
+    const std::string path = places_.folder + "/" + name;
     inputs_.spare(path);
     Table table{name, WholeFile(path)};
     table.file.write(head);
@@ -91,7 +91,7 @@ std::vector<std::string> TableJoin::finish() {
         files[table.name] = &table.file;
         names.push_back(table.name);
     }
-    give_names(run_, files, inputs_);
+    give_names(places_, files);
     return names;
 }
 

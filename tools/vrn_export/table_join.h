@@ -20,7 +20,8 @@ class TableJoin {
   public:
     // The tables appear in the folder of the run, in which the parts lie. Borrows `inputs`, which
     // none of them replaces.
-    TableJoin(TableRun run, const tool::InputIds &inputs) : run_(std::move(run)), inputs_(inputs) {}
+    TableJoin(TablePlaces places, const tool::InputIds &inputs)
+        : places_(std::move(places)), inputs_(inputs) {}
 
     // Parts in the order of their rows.
     void add(const std::string &part);
@@ -35,7 +36,7 @@ class TableJoin {
 
     Table &table_of(const std::string &file, const std::string &head);
 
-    TableRun run_;
+    TablePlaces places_;
     const tool::InputIds &inputs_;
     std::map<std::pair<std::string, std::string>, Table> tables_;  // by file and head
     std::set<std::string> names_;

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "common/json_string.h"
-#include "common/shown_text.h"
 #include "common/tool_main.h"
 #include "utils/descriptor.h"
 #include "utils/file_lock.h"
@@ -25,7 +24,6 @@ struct KnownTable {
     std::string name;
     std::uint64_t size = 0;
     std::string suffix;
-    std::string inputs;
 };
 
 using KnownTables = std::vector<KnownTable>;
@@ -33,13 +31,7 @@ using KnownTables = std::vector<KnownTable>;
 std::string line_of(const KnownTable &table) {
     return "{\"table\":" + tool::json_string(table.name) +
            ",\"bytes_out\":" + std::to_string(table.size) +
-           ",\"suffix\":" + tool::json_string(table.suffix) +
-           ",\"inputs\":" + tool::json_string(table.inputs) + "}\n";
-}
-
-// Who has written to the list must not choose what is removed elsewhere.
-bool is_table_name(const std::string &name) {
-    return !name.empty() && name.front() != '.' && name.find('/') == name.npos;
+           ",\"suffix\":" + tool::json_string(table.suffix) + "}\n";
 }
 
 KnownTables read_list(const std::string &path) {
@@ -47,9 +39,7 @@ KnownTables read_list(const std::string &path) {
     KnownTables tables;
     for (std::string line; std::getline(file, line);) {
         const JsonLine json(line);
-        const KnownTable table = {json.text("table"), json.integer("bytes_out"),
-                                  json.text("suffix"), json.text("inputs")};
-        if (is_table_name(table.name)) tables.push_back(table);
+        tables.push_back({json.text("table"), json.integer("bytes_out"), json.text("suffix")});
     }
     return tables;
 }
@@ -60,34 +50,23 @@ void write_list(const std::string &path, const KnownTables &tables) {
     file.finish();
 }
 
-// As it was made, and no input since.
-bool is_there(const std::string &path, std::uint64_t size, const tool::InputIds &inputs) {
+bool is_as_made(const std::string &path, std::uint64_t size) {
     struct stat status {};
     return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-           static_cast<std::uint64_t>(status.st_size) == size && !inputs.has(path);
-}
-
-// True when the table has gone.
-bool drop(const std::string &path, const KnownTable &table, const TableRun &run) {
-    if (table.suffix != run.suffix) return false;
-    if (run.is_whole && table.inputs == run.inputs && unlink(path.c_str()) == 0) return true;
-    tool::print_error("vrn_export", path + ": is of an earlier run, and stays");
-    return false;
+           static_cast<std::uint64_t>(status.st_size) == size;
 }
 
 }  // namespace
 
-void give_names(const TableRun &run, const std::map<std::string, WholeFile *> &tables,
-                const tool::InputIds &inputs) {
-    const std::string folder = run.folder + "/" + shard_folder_name;
-    const std::string list = run.folder + "/" + table_list_name;
+void give_names(const TablePlaces &places, const std::map<std::string, WholeFile *> &tables) {
+    const std::string folder = places.folder + "/" + shard_folder_name;
+    const std::string list = places.folder + "/" + table_list_name;
     std::filesystem::create_directories(folder);
     const Descriptor handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const FileLock lock(handle.get());
     if (!lock.is_held()) throw std::system_error(errno, std::generic_category(), folder);
     KnownTables made;
-    for (const auto &[name, file] : tables)
-        made.push_back({name, file->size(), run.suffix, run.inputs});
+    for (const auto &[name, file] : tables) made.push_back({name, file->size(), places.suffix});
     const KnownTables known = read_list(list);
     // Before the names, of which a kill may leave some.
     KnownTables all = known;
@@ -95,10 +74,11 @@ void give_names(const TableRun &run, const std::map<std::string, WholeFile *> &t
     write_list(list, all);
     for (const auto &[name, file] : tables) file->finish();
     for (const KnownTable &table : known) {
-        const std::string path = run.folder + "/" + table.name;
-        if (!tables.contains(table.name) && is_there(path, table.size, inputs) &&
-            !drop(path, table, run))
-            made.push_back(table);
+        const std::string path = places.folder + "/" + table.name;
+        if (tables.contains(table.name) || !is_as_made(path, table.size)) continue;
+        made.push_back(table);
+        if (table.suffix == places.suffix)
+            tool::print_error("vrn_export", path + ": is of an earlier run, and stays");
     }
     write_list(list, made);
 }

@@ -14,10 +14,7 @@ class TableFile final : public FileOutput {
         for (const Encoded::Table &table : encoded.tables) bytes_ += table.text.size();
     }
     // Heads belong to no file, and are not counted.
-    void finish(FileReport *report) override {
-        report->bytes_out = bytes_;
-        tables_->note(*report);
-    }
+    void finish(FileReport *report) override { report->bytes_out = bytes_; }
 
   private:
     TableOutput *tables_;
@@ -37,17 +34,17 @@ void TableOutput::add(const Encoded &encoded) {
         if (table.text.size() == 0) continue;
         auto &file = tables_[table.name];
         if (!file)
-            file = std::make_unique<Table>(run_, file_name_of(table.name), form_, table.name);
+            file = std::make_unique<Table>(places_, file_name_of(table.name), form_, table.name);
         file->text.add(table.text.view());
     }
 }
 
 // Long names of one digest can be made on purpose: one table must not take the file of another.
 std::string TableOutput::file_name_of(const std::string &table) {
-    std::string name = table_file_name(table, run_.suffix);
+    std::string name = table_file_name(table, places_.suffix);
     for (unsigned number = 2; !names_.insert(name).second; ++number)
-        name = table_file_name(table, "~" + std::to_string(number) + run_.suffix);
-    inputs_.spare(run_.folder + "/" + name);
+        name = table_file_name(table, "~" + std::to_string(number) + places_.suffix);
+    inputs_.spare(places_.folder + "/" + name);
     return name;
 }
 
@@ -57,8 +54,7 @@ void TableOutput::finish() {
         table->text.finish();
         files[table->name] = &table->file;
     }
-    run_.is_whole &= !has_faults_;
-    give_names(run_, files, inputs_);
+    give_names(places_, files);
 }
 
 }  // namespace vrn::exporter
