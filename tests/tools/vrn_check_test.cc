@@ -234,6 +234,20 @@ TEST_F(VrnCheck, TellsWhereEachFaultLies) {
     }
 }
 
+TEST_F(VrnCheck, SizesOfCompressedFilesMustHold) {
+    std::string bytes = sound_file();
+    EXPECT_EQ(check(test::encode(VRN_ENCODING_GZIP, bytes)), Lines{});
+    set(8, std::uint64_t{256})(&bytes);
+    EXPECT_EQ(check(test::encode(VRN_ENCODING_GZIP, bytes)), Lines{"8 0 header_size"});
+    // Many of these are more than can be told.
+    set(8, std::uint64_t{1} << 62)(&bytes);
+    EXPECT_EQ(check(test::encode(VRN_ENCODING_GZIP, bytes)),
+              Lines{"2360 4611686018427385544 header_size"});
+    Totals sum;
+    for (int i = 0; i < 5; ++i) sum += totals_;
+    EXPECT_EQ(sum.lost, std::numeric_limits<std::uint64_t>::max());
+}
+
 TEST_F(VrnCheck, SchemasMustBeWhatTheirIdsStandFor) {
     const vrn_schema_id_t id = id_of(test::sample_event_schema());
     const std::string name = schema_name(id);

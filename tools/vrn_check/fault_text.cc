@@ -1,5 +1,8 @@
 #include "vrn_check/fault_text.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "common/json_string.h"
 #include "common/shown_text.h"
 
@@ -29,12 +32,16 @@ std::string counted(std::uint64_t count, const char *thing) {
 
 }  // namespace
 
+void Totals::add_lost(std::uint64_t more) {
+    lost += std::min(more, std::numeric_limits<std::uint64_t>::max() - lost);
+}
+
 Totals &Totals::operator+=(const Totals &other) {
     files += other.files;
     damaged += other.damaged;
     faults += other.faults;
     bytes += other.bytes;
-    lost += other.lost;
+    add_lost(other.lost);
     salvaged += other.salvaged;
     left_out += other.left_out;
     return *this;

@@ -25,6 +25,8 @@ struct Totals {
     std::uint64_t salvaged = 0;  // files that were written
     std::uint64_t left_out = 0;  // bytes that they lack
 
+    // Headers may claim any number of bytes: the sum stays at the highest.
+    void add_lost(std::uint64_t more);
     Totals &operator+=(const Totals &other);
 };
 

@@ -82,8 +82,7 @@ void FileCheck::scan_file() {
     is_read_whole_ = scan::DataFileScan(source_.get(), texts_->cache(), buffer_, this).run();
     totals_.bytes = source_->position();
     if (!has_header_) return;
-    if (is_read_whole_ && !source_->is_compressed() && header_.file_size >= sizeof header_)
-        check_size();
+    if (is_read_whole_ && header_.file_size >= sizeof header_) check_size();
     if (const std::string fault = times_.fault(); !fault.empty())
         report(at(offsetof(vrn_data_file_header_t, first_timestamp)), 0, "header_times", fault);
 }
@@ -352,7 +351,7 @@ void FileCheck::add(FileFault fault) {
 
 void FileCheck::give_last() {
     if (!last_) return;
-    totals_.lost += last_->lost;
+    totals_.add_lost(last_->lost);
     take_(*last_);
     last_.reset();
 }
