@@ -107,27 +107,13 @@ class RecordList final : public scan::Visitor {
     std::size_t page_end_ = 0;
 };
 
-// An open file in memory.
-class MemoryFile {
-  public:
-    MemoryFile() : file_(memfd_create("salvage", MFD_CLOEXEC)) {}
-    const Descriptor &descriptor() const { return file_; }
-    std::string content() const {
-        std::string text(static_cast<std::size_t>(lseek(file_.get(), 0, SEEK_END)), '\0');
-        EXPECT_EQ(pread(file_.get(), text.data(), text.size(), 0),
-                  static_cast<ssize_t>(text.size()));
-        return text;
-    }
-
-  private:
-    Descriptor file_;
-};
-
 vrn_schema_id_t id_of(const std::string &schema) {
     vrn_schema_id_t id{};
     EXPECT_TRUE(vrn_md5_of_string(schema.c_str(), &id));
     return id;
 }
+
+constexpr std::uint64_t first_time = 1000;  // of the first record of a sample stream
 
 // Makes blocks no two of which are alike.
 class Blocks {
@@ -167,7 +153,7 @@ class Blocks {
     }
 
   private:
-    std::uint64_t time() { return 1700000000000000 + ++made_; }
+    std::uint64_t time() { return first_time + ++made_; }
     std::string values(std::size_t size) {
         ByteBuilder bytes;
         while (bytes.done().size() < size) bytes.u16(static_cast<std::uint16_t>(++made_ * 31));
@@ -181,10 +167,13 @@ struct FileForm {
     const char *name;
     std::size_t chunk_size;
     std::vector<std::string> chunks;
+    bool has_old_blocks = false;
 };
 
 std::vector<FileForm> make_forms() {
     Blocks b;
+    // What an earlier user of the memory left after a block.
+    const std::string old = b.counters().substr(20) + b.counters();
     const auto G = VRN_ENCODING_GZIP;
     const auto S = VRN_ENCODING_SNAPPY;
     return {
@@ -194,6 +183,10 @@ std::vector<FileForm> make_forms() {
           b.events(0, 12) + b.events(0, 12) + b.events(1, 3) + b.events(0, 20)}},
         {"counters", 64, {b.counters(), b.counters(), b.counters(), b.counters()}},
         {"counters without padding", 56, {b.counters(), b.counters(), b.counters()}},
+        {"counters with old blocks in their padding",
+         160,
+         {b.counters() + old, b.counters() + old, b.counters() + old, b.counters() + old},
+         true},
         {"metrics", 700, {b.metrics(), b.metrics() + b.metrics(), b.metrics()}},
         {"pages",
          700,
@@ -211,6 +204,8 @@ std::vector<FileForm> make_forms() {
 std::string file_of(const FileForm &form) {
     const vrn_data_file_header_ptr header(vrn_data_file_header_create());
     header->block_size = static_cast<std::uint32_t>(form.chunk_size);
+    header->first_timestamp = first_time;
+    header->last_timestamp = first_time + 100000;
     header->event_schema_ids[0] = id_of(test::sample_event_schema());
     header->counters_schema_id = id_of(test::sample_counters_schema());
     ByteBuilder file;
@@ -249,11 +244,11 @@ class Salvage : public testing::Test {
 
     // What comes out of damaged bytes.
     std::string salvage(const std::string &bytes) {
-        const std::string with_slack = bytes + std::string(scan::slack_size, '\0');
-        const MemoryFile output;
-        FileMend mend(schemas_.get(), &page_, [](const FileFault &) {});
-        mend.run(bytes_of(with_slack).first(bytes.size()), output.descriptor());
-        return output.content();
+        const std::string path = dir_.write("a.bin", bytes);
+        FileSalvage(path, &output_, "a.bin", schemas_.get(), &page_, [](auto &&...) {}).run();
+        std::string salvaged = test::read_file(dir_.file("out/a.bin"));
+        std::filesystem::remove(dir_.file("out/a.bin"));
+        return salvaged;
     }
 
     // `is_hit` tells the records that the damage may take.
@@ -264,6 +259,12 @@ class Salvage : public testing::Test {
 
     template <typename IsHit>
     void expect_sound(const RecordList &whole, const std::string &output, IsHit is_hit) {
+        const std::string path = "out.bin";
+        const auto take = [&](const FileFault &fault) {
+            ADD_FAILURE() << fault_line(Form::text, path, fault);
+        };
+        FileCheck(path, schemas_.get(), &page_, take)
+            .run(ByteSource::open_memory(bytes_of(output)), output.size());
         const RecordList left = list(output);
         ASSERT_EQ(left.faults, Lines{});
         auto at = left.records.begin();
@@ -278,18 +279,13 @@ class Salvage : public testing::Test {
             return std::ranges::find(whole.records, record.text, &Record::text) ==
                    whole.records.end();
         });
-        const std::string path = "out.bin";
-        const auto take = [&](const FileFault &fault) {
-            ADD_FAILURE() << fault_line(Form::text, path, fault);
-        };
-        FileCheck(path, schemas_.get(), &page_, take)
-            .run(ByteSource::open_memory(bytes_of(output)), output.size());
     }
 
     std::ptrdiff_t num_made_up_ = 0;  // records of the last output that weren't there before
     test::TempDir dir_;
     std::unique_ptr<SchemaTexts> schemas_;
     scan::PageBuffer page_;
+    OutputFolder output_{dir_.file("out")};
 };
 
 TEST_F(Salvage, KeepsAllButWhatIsCut) {
@@ -297,7 +293,8 @@ TEST_F(Salvage, KeepsAllButWhatIsCut) {
         SCOPED_TRACE(form.name);
         const std::string bytes = file_of(form);
         const RecordList whole = list(bytes);
-        ASSERT_EQ(whole.faults, Lines{});
+        ASSERT_EQ(salvage(bytes), bytes);
+        expect_sound(whole, bytes, [](const Record &) { return false; });
         for (std::size_t size = 256; size < bytes.size(); ++size) {
             SCOPED_TRACE(size);
             expect_all_but(whole, bytes.substr(0, size),
@@ -326,7 +323,8 @@ TEST_F(Salvage, KeepsAllButTheBlockWithAFlippedBit) {
             const auto hit = std::ranges::find_if(whole.records, is_hit);
             const bool is_of_rows =
                 hit != whole.records.end() && byte - hit->begin >= 12 && byte - hit->begin < 16;
-            EXPECT_TRUE(is_of_rows || num_made_up_ <= std::ranges::count_if(whole.records, is_hit));
+            EXPECT_TRUE(is_of_rows || form.has_old_blocks ||
+                        num_made_up_ <= std::ranges::count_if(whole.records, is_hit));
         }
     }
 }

@@ -153,6 +153,7 @@ TEST_F(VrnCheck, TellsWhereEachFaultLies) {
     const std::size_t page_size = gzip_page().size();
     const std::string second_page = std::to_string(pages_at + page_size);
     const std::size_t stream_end = pages_at + page_size - 4;
+    const std::size_t page_data_size = load_le<std::uint32_t>(bytes_of(gzip_page()).data() + 6);
     const std::string metrics = test::sample_stream().build();
     const std::size_t records_at = metrics_at + metrics.find("CNTD") + 8;
     const std::string tail_page =
@@ -182,6 +183,18 @@ TEST_F(VrnCheck, TellsWhereEachFaultLies) {
         {"rows beyond the chunk",
          set(short_events_at + 15, std::uint8_t{200}),
          {"768 384 rows_cut"}},
+        {"rows over the next block", set(events_at + 15, std::uint8_t{3}), {"336 32 block_hidden"}},
+        {"later block in padding",
+         put(counters_at + 256, counters(2001)),
+         {"1024 256 block_hidden"}},
+        {"old block in padding", put(counters_at + 256, counters(1999)), {}},
+        {"metrics in padding", put(metrics_at + 256, metrics), {"2048 256 block_hidden"}},
+        {"page over the next page",
+         [&](std::string *bytes) {
+             put(pages_at, in_chunk(gzip_page() + gzip_page()))(bytes);
+             set(pages_at + 6, static_cast<std::uint32_t>(page_data_size + page_size))(bytes);
+         },
+         {second_page + " " + std::to_string(page_size) + " block_hidden"}},
         {"no block", put(counters_at, "????"), {"768 512 block_unknown"}},
         {"bytes between events", put(events_at, odd_events), {"336 3 not_a_block"}},
         {"unknown type", set(events_at + 13, std::uint16_t{9}), {"256 80 type_unknown"}},

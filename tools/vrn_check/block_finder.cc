@@ -38,6 +38,11 @@ bool begins_metrics(Bytes block) {
 
 }  // namespace
 
+bool has_block_mark(Bytes bytes) {
+    const std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+    return text.find(block_mark) != text.npos;
+}
+
 std::size_t whole_metrics_size(Bytes rest) {
     if (rest.size() < metrics_head_size + metrics::TRAILER.size()) return 0;
     const std::size_t size = load_le<std::uint32_t>(rest.data() + metrics_mark.size());
@@ -81,13 +86,14 @@ bool BlockFinder::begins_events(Bytes block) const {
 bool BlockFinder::begins_schemas(Bytes block) const {
     if (block.size() < VRN_SCHEMAS_BLOCK_MIN_BYTES) return false;
     const auto header = load_le<vrn_schemas_block_t>(block.data());
+    const SchemaIdList &known = texts_->known().events;
     if (header.num_schema_ids > VRN_SCHEMAS_BLOCK_MAX_IDS || header.size > block.size())
         return false;
     bool names_any = false;
     for (std::size_t i = 0; i < VRN_SCHEMAS_BLOCK_MAX_IDS; ++i) {
-        const auto id = known_->events.mended(
+        const auto id = known.mended(
             load_le<vrn_schema_id_t>(block.data() + sizeof header + i * sizeof(vrn_schema_id_t)));
-        const bool is_known = known_->events.has(id);
+        const bool is_known = known.has(id);
         if (i < header.num_schema_ids && !is_known && !vrn_schema_id_is_zero(&id)) return false;
         names_any |= is_known;
     }
@@ -98,6 +104,43 @@ bool BlockFinder::begins_schemas(Bytes block) const {
 bool BlockFinder::begins_counters(Bytes block) const {
     if (block.size() < sizeof(vrn_data_block_t) || !schemas_->has_counters()) return false;
     return load_le<vrn_data_block_t>(block.data()).padding == 0;
+}
+
+std::optional<std::uint64_t> BlockFinder::time_at(std::size_t offset) const {
+    const std::uint8_t *block = bytes_.data() + offset;
+    switch (kind_at(offset).value_or(VRN_UNKNOWN_BLOCK)) {
+        case VRN_EVENTS_BLOCK:
+            return load_le<std::uint64_t>(block + offsetof(vrn_event_header_t, timestamp));
+        case VRN_COUNTERS_BLOCK:
+            return load_le<std::uint64_t>(block + offsetof(vrn_data_block_t, timestamp));
+        case VRN_BLOB_BLOCK:
+            return load_le<std::uint64_t>(block + offsetof(vrn_blob_block_t, timestamp));
+        case VRN_PAGE_BLOCK:
+            return std::uint64_t{
+                vrn_compressed_page_header_load(block + VRN_MAGIC_SIZE).first_timestamp};
+        default:
+            return std::nullopt;
+    }
+}
+
+std::size_t BlockFinder::find_of_time(std::size_t from, std::size_t limit, const TimeSpan &span) {
+    std::size_t at = find(from, limit);
+    while (at < limit) {
+        // One without a time may still be told by the zeros before it.
+        const bool may_fit = time_at(at) || at == skip_zeros(from);
+        if (may_fit && fits(at, span)) return at;
+        // Streams may hold blocks as they are.
+        const bool is_page = kind_at(at) == VRN_PAGE_BLOCK;
+        at = find(at + (is_page ? vrn_compressed_page_whole_size(rest(at)) : 1), limit);
+    }
+    return limit;
+}
+
+bool BlockFinder::fits(std::size_t offset, const TimeSpan &span) const {
+    const auto time = time_at(offset);
+    if (time && !span.has(*time)) return false;
+    // The padding after a row may be anything. Its time proves it.
+    return leads_on(offset) || kind_at(offset) == VRN_COUNTERS_BLOCK;
 }
 
 std::size_t BlockFinder::find(std::size_t from, std::size_t limit) {
@@ -152,7 +195,9 @@ bool BlockFinder::is_end(std::size_t offset) const {
     // So many bytes after a run are no block to its walk.
     if (bytes_.size() - offset <= VRN_MAGIC_SIZE) return true;
     // What follows a block is padding or another block.
-    return load_le<std::uint32_t>(&bytes_[offset]) == 0 || is_start(offset);
+    if (load_le<std::uint32_t>(&bytes_[offset]) == 0) return true;
+    while (bytes_[offset] == 0) ++offset;
+    return is_start(offset);
 }
 
 bool BlockFinder::leads_on(std::size_t offset) const {

@@ -8,7 +8,8 @@
 #include "data/block.h"
 #include "scan/schemas_in_use.h"
 #include "utils/byte_reader.h"
-#include "vrn_check/known_schemas.h"
+#include "vrn_check/kept_block.h"
+#include "vrn_check/schema_texts.h"
 
 namespace vrn::check {
 
@@ -16,18 +17,27 @@ namespace vrn::check {
 class BlockFinder {
   public:
     // Borrows all three. Of `bytes`, scan::slack_size more can be read.
-    BlockFinder(Bytes bytes, const scan::SchemasInUse *schemas, const KnownSchemas *known)
-        : bytes_(bytes), schemas_(schemas), known_(known) {}
+    BlockFinder(Bytes bytes, const scan::SchemasInUse *schemas, SchemaTexts *texts)
+        : bytes_(bytes), schemas_(schemas), texts_(texts) {}
 
     // The kind of the block that begins at `offset`, by the schemas in use.
     std::optional<vrn_block_type_t> kind_at(std::size_t offset) const;
     bool is_start(std::size_t offset) const { return kind_at(offset).has_value(); }
+    // The time of the block that begins at `offset`; null when its head tells none.
+    std::optional<std::uint64_t> time_at(std::size_t offset) const;
 
     // The first start from `from` on; `limit` when there is none before it.
     std::size_t find(std::size_t from, std::size_t limit);
+    // The same of blocks whose times lie in the span, which tells them from what an earlier user of
+    // the memory left in padding.
+    std::size_t find_of_time(std::size_t from, std::size_t limit, const TimeSpan &span);
 
     // Where the page ends whose end, but no start, comes after `offset`; 0 when there is none.
     std::size_t end_of_cut_page(std::size_t offset);
+
+    // True when the block that begins at `offset`, if one does, leads on and has no time but one in
+    // the span.
+    bool fits(std::size_t offset, const TimeSpan &span) const;
 
     // The first magic of a page, whole or not, from `from` on; the number of bytes without one.
     std::size_t find_page(std::size_t from);
@@ -60,12 +70,15 @@ class BlockFinder {
 
     Bytes bytes_;
     const scan::SchemasInUse *schemas_;
-    const KnownSchemas *known_;
+    SchemaTexts *texts_;
     Found block_;
     Found metrics_;
     Found page_start_;
     Found page_end_;
 };
+
+// True when a block of another kind than metrics may begin in `bytes`.
+bool has_block_mark(Bytes bytes);
 
 // Bytes up to the end of a metrics block that begins `rest`; 0 unless its size and its end agree.
 std::size_t whole_metrics_size(Bytes rest);

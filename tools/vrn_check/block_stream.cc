@@ -20,6 +20,8 @@ using scan::Next;
 // One block was looked at; the next one is looked for anew.
 constexpr Next one_block = Next::nothing;
 
+constexpr TimeSpan any_time = {.first = 0, .last = std::numeric_limits<std::uint64_t>::max()};
+
 struct SchemasBlock {
     vrn_schemas_block_t header;
     vrn_schema_id_t ids[VRN_SCHEMAS_BLOCK_MAX_IDS];
@@ -39,7 +41,7 @@ bool is_all_zero_row(const scan::EventBatch &batch, std::size_t index) {
 void BlockStream::walk(Bytes bytes, std::size_t begin, const Grid &grid) {
     bytes_ = bytes;
     grid_ = grid;
-    finder_.emplace(bytes, schemas_, known_);
+    finder_.emplace(bytes, schemas_, texts_);
     kept_end_ = begin;
     // At least a byte further each time, whatever a handler makes of the bytes: no input holds us
     // up.
@@ -87,10 +89,15 @@ bool BlockStream::lies_in_page(std::size_t page, std::size_t at) const {
 }
 
 // A chunk of one block ends with padding that may be anything, even blocks of an earlier time: if
-// the grid goes on, they are passed over.
+// the grid goes on, they are passed over. Where it is false, later blocks stand there.
 std::size_t BlockStream::first_start_after_padding(std::size_t from) {
     const std::size_t chunk = next_chunk(from);
-    if (!finder_->leads_on(chunk) || finder_->end_of_cut_page(chunk) != 0) return from;
+    const TimeSpan later = {.first = single_time_, .last = any_time.last};
+    if (single_time_ != 0) {
+        const std::size_t at = finder_->find_of_time(from, chunk, later);
+        if (at < chunk) return at;
+    }
+    if (!finder_->fits(chunk, later) || finder_->end_of_cut_page(chunk) != 0) return from;
     kept_end_ = std::max(kept_end_, chunk);
     return chunk;
 }
@@ -120,14 +127,15 @@ void BlockStream::step(std::size_t offset) {
 // Made anew where its size or its number of ids don't fit what it holds, or an id was mended.
 void BlockStream::take_schemas(std::size_t offset) {
     auto block = load_le<SchemasBlock>(&bytes_[offset]);
+    const SchemaIdList &known = texts_->known().events;
     const std::size_t num_claimed = block.header.num_schema_ids;
     std::size_t count = num_claimed;
     for (std::size_t i = 0; i < VRN_SCHEMAS_BLOCK_MAX_IDS; ++i) {
-        const vrn_schema_id_t id = known_->events.mended(block.ids[i]);
+        const vrn_schema_id_t id = known.mended(block.ids[i]);
         // What lies after the ids may be another block.
-        block.ids[i] = i < num_claimed || known_->events.has(id) ? id : vrn_schema_id_t{};
+        block.ids[i] = i < num_claimed || known.has(id) ? id : vrn_schema_id_t{};
         // The count may be damaged, too: a known id counts even beyond it.
-        if (known_->events.has(id)) count = std::max(count, i + 1);
+        if (known.has(id)) count = std::max(count, i + 1);
     }
     schemas_->use(block.ids, count);
     const std::size_t ids_end = size_with_ids(count);
@@ -183,7 +191,7 @@ Next BlockStream::events(const scan::EventBatch &batch) {
 // look like a block must lead on to others as well; `end` when there is no block inside.
 std::size_t BlockStream::find_inside(std::size_t from, std::size_t end, bool is_sound) {
     std::size_t at = finder_->find(from, end);
-    while (at < end && is_sound && !finder_->leads_on(at)) at = finder_->find(at + 1, end);
+    while (at < end && is_sound && !finder_->fits(at, any_time)) at = finder_->find(at + 1, end);
     return at;
 }
 
@@ -223,6 +231,7 @@ Next BlockStream::counters(const scan::CountersBlock &block) {
         return one_block;
     }
     times_.add(block.header.timestamp);
+    single_time_ = block.header.timestamp;
     keep(ChunkKind::counters, offset, end - offset);
     return one_block;
 }
@@ -244,6 +253,7 @@ Next BlockStream::metrics(const scan::PlainBlock &block) {
     if (lost > 0)
         kept_.leave_out({.offset = offset, .lost = lost, .kind = left_out, .reason = reason_});
     times_.add(repaired.times);
+    single_time_ = repaired.times.last;
     keep({.kind = ChunkKind::metrics,
           .bytes = bytes_of(repaired.block),
           .offset = offset,
@@ -264,6 +274,7 @@ Next BlockStream::blob(const scan::PlainBlock &block) {
         if (resume_ < offset + size) return one_block;
     }
     times_.add(header.timestamp);
+    single_time_ = header.timestamp;
     keep(ChunkKind::blob, offset, size);
     return one_block;
 }
@@ -295,7 +306,7 @@ Next BlockStream::payload(const scan::CompressedPage &page, Bytes bytes) {
                                      faults.push_back(std::move(fault));
                                  }};
     // No page buffer: pages hold no pages.
-    BlockStream blocks(schemas_, known_, nullptr, &look);
+    BlockStream blocks(schemas_, texts_, nullptr, &look);
     blocks.walk(bytes, 0, {});
     times_.add(blocks.times());
     const bool is_whole = faults.empty() && page.decoded_size() == bytes.size();

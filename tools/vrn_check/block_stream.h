@@ -11,7 +11,7 @@
 #include "utils/log_capture.h"
 #include "vrn_check/block_finder.h"
 #include "vrn_check/kept_block.h"
-#include "vrn_check/known_schemas.h"
+#include "vrn_check/schema_texts.h"
 
 namespace vrn::check {
 
@@ -24,9 +24,9 @@ struct Grid {
 class BlockStream final : public scan::Visitor {
   public:
     // Borrows all of them. Without a `page` there are no pages: the bytes are those of one.
-    BlockStream(scan::SchemasInUse *schemas, const KnownSchemas *known, scan::PageBuffer *page,
+    BlockStream(scan::SchemasInUse *schemas, SchemaTexts *texts, scan::PageBuffer *page,
                 const KeptBlocks *kept)
-        : schemas_(schemas), known_(known), page_(page), kept_(*kept) {}
+        : schemas_(schemas), texts_(texts), page_(page), kept_(*kept) {}
 
     // To be called once. Of `bytes`, scan::slack_size more can be read.
     void walk(Bytes bytes, std::size_t begin, const Grid &grid);
@@ -61,7 +61,7 @@ class BlockStream final : public scan::Visitor {
     void close_gap(std::size_t offset);
 
     scan::SchemasInUse *schemas_;
-    const KnownSchemas *known_;
+    SchemaTexts *texts_;
     scan::PageBuffer *page_;
     const KeptBlocks &kept_;
     Bytes bytes_;
@@ -70,6 +70,7 @@ class BlockStream final : public scan::Visitor {
     std::size_t resume_ = 0;    // where the search for the next block begins
     std::size_t kept_end_ = 0;  // up to here all bytes were kept or told of
     bool is_after_single_ = false;
+    std::uint64_t single_time_ = 0;  // of that block
     std::string reason_;  // why what lies after `kept_end_` isn't kept
     TimeSpan times_;
     LogCapture log_;

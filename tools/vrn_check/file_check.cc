@@ -23,6 +23,8 @@ using scan::Place;
 // The mark of a `file_size` after which an append is under way.
 constexpr std::uint64_t unfinished = std::uint64_t{1} << 63;
 
+constexpr char in_padding[] = "A block begins in the padding of a chunk";
+
 Place at(std::uint64_t offset) {
     return {.chunk = offset, .block = offset};
 }
@@ -37,6 +39,13 @@ std::string key_of(const vrn_schema_id_t &id) {
     return {reinterpret_cast<const char *>(id.bytes), sizeof id.bytes};
 }
 
+// True for a schemas block with ids in the places that a header has as well.
+bool has_ids_for_header(Bytes block) {
+    if (block.size() < VRN_SCHEMAS_BLOCK_MIN_BYTES) return false;
+    return !scan::is_all_zero(
+        block.subspan(sizeof(vrn_schemas_block_t), VRN_EVENT_SCHEMA_IDS * sizeof(vrn_schema_id_t)));
+}
+
 }  // namespace
 
 FileCheck::FileCheck(const std::string &path, SchemaTexts *schemas, scan::PageBuffer *page,
@@ -45,6 +54,7 @@ FileCheck::FileCheck(const std::string &path, SchemaTexts *schemas, scan::PageBu
       texts_(schemas),
       buffer_(page),
       take_(std::move(take)),
+      hidden_(schemas),
       metrics_(
           {.tables = [](const scan::MetricsTables &) { return true; },
            .record =
@@ -107,6 +117,7 @@ void FileCheck::header(const vrn_data_file_header_t &header) {
     if (!vrn_magic_matches(header.magic, VRN_MAGIC_FILE)) return;
     has_header_ = true;
     times_.begin(header);
+    hidden_.begin(header);
     told_of_schemas_ = check_schema(header.counters_schema_id,
                                     at(offsetof(vrn_data_file_header_t, counters_schema_id)));
     for (std::size_t i = 0; i < VRN_EVENT_SCHEMA_IDS; ++i)
@@ -126,6 +137,8 @@ void FileCheck::schemas_block(const scan::PlainBlock &block) {
         told_of_schemas_ |= check_schema(load_le<vrn_schema_id_t>(block.bytes.data() + offset),
                                          beyond(block.place, offset));
     }
+    report_hidden(block.place, hidden_.in_block(block.bytes, fields.size), fields.size,
+                  "A block begins within a schemas block");
 }
 
 // True when the schema has a fault. Each is told once in a file.
@@ -137,6 +150,7 @@ bool FileCheck::check_schema(const vrn_schema_id_t &id, const Place &place) {
 }
 
 void FileCheck::schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) {
+    hidden_.use(schemas);
     load_message_ = schemas->messages.empty() ? "" : schemas->messages.front().text;
     lacks_counters_ = !vrn_schema_id_is_zero(&schemas->ids.counters) && !schemas->counters_schema();
     // What didn't load has left its place empty.
@@ -150,6 +164,8 @@ scan::PageUse FileCheck::page(const scan::CompressedPage &page) {
     // A fault was thought to reach to the end of the chunk, and a page was found in it.
     if (last_ && last_->offset < page.place.block && !last_->in_page)
         last_->lost = std::min(last_->lost, page.place.block - last_->offset);
+    report_hidden(page.place, hidden_.in_page(page.block), page.block.size(),
+                  "A page begins within a page");
     return scan::PageUse::blocks;
 }
 
@@ -171,7 +187,15 @@ Next FileCheck::events(const scan::EventBatch &batch) {
     const Place place = batch.place();
     if (!check_head(place, batch.room, sizeof batch.header)) return Next::run;
     check_time(batch.header.timestamp, place);
-    if (batch.count == batch.header.num_events) return Next::block;
+    if (batch.count == batch.header.num_events) {
+        const std::size_t size = sizeof batch.header + batch.rows.size();
+        // Rows of no bytes have no place of their own.
+        const Bytes run(batch.rows.data() - (batch.rows.empty() ? 0 : sizeof batch.header),
+                        batch.room);
+        report_hidden(place, hidden_.in_block(run, size), size,
+                      "A block begins within the rows of another");
+        return Next::block;
+    }
     const std::size_t lost = (batch.header.num_events - batch.count) * batch.type->size;
     report(beyond(place, sizeof batch.header + batch.rows.size()), lost, "rows_cut",
            "Of " + std::to_string(batch.header.num_events) + " rows " +
@@ -187,12 +211,17 @@ Next FileCheck::counters(const scan::CountersBlock &block) {
                block.schema->size - block.held, "rows_cut",
                "Of a row of " + std::to_string(block.schema->size) + " bytes " +
                    std::to_string(block.held) + " are there");
+    else if (!block.row.empty())
+        check_padding(
+            {VRN_COUNTERS_BLOCK, {block.row.data() - sizeof block.header, block.room}, block.place},
+            sizeof block.header + block.held, block.header.timestamp);
     return Next::block;
 }
 
 Next FileCheck::metrics(const scan::PlainBlock &block) {
     metrics_place_ = block.place;
     metrics_.walk(block.bytes);
+    report_hidden(block.place, hidden_.after_metrics(block.bytes), block.bytes.size(), in_padding);
     return Next::block;
 }
 
@@ -205,7 +234,23 @@ Next FileCheck::blob(const scan::PlainBlock &block) {
         report(block.place, block.bytes.size(), "block_cut",
                "A blob claims " + std::to_string(header.data_size) + " bytes of " +
                    std::to_string(room));
+    else
+        check_padding(block, sizeof header + header.data_size, header.timestamp);
     return Next::block;
+}
+
+// Of a chunk of one block, which has `size` bytes.
+void FileCheck::check_padding(const scan::PlainBlock &chunk, std::size_t size, std::uint64_t time) {
+    // Pages have no chunks.
+    if (chunk.place.is_in_page) return;
+    report_hidden(chunk.place, hidden_.after_block(chunk.bytes, size, time), chunk.bytes.size(),
+                  in_padding);
+}
+
+// Nothing when `hidden` is 0. Both are offsets from the block at `place`.
+void FileCheck::report_hidden(const Place &place, std::size_t hidden, std::size_t end,
+                              const char *reason) {
+    if (hidden != 0) report(beyond(place, hidden), end - hidden, "block_hidden", reason);
 }
 
 void FileCheck::chunk_end() {
@@ -298,9 +343,12 @@ Next FileCheck::refuse_schemas(const scan::Fault &fault) {
 Next FileCheck::refuse_type(const scan::Fault &fault) {
     const vrn_block_type_t kind = vrn_block_type_of(fault.block.data());
     if (fault.kind == FaultKind::schema_none) {
-        // Of a run of events, each block is told; a schemas block may name their schemas.
         if (kind == VRN_COUNTERS_BLOCK && !lacks_counters_)
             report(fault.place, fault.lost, tool::fault_kind_name(fault.kind), fault.reason);
+        // Of a run of events, each block is told; a schemas block may name their schemas, but not
+        // to readers that go by the header.
+        if (kind == VRN_SCHEMAS_BLOCK && has_ids_for_header(fault.block))
+            report(fault.place, 0, tool::fault_kind_name(fault.kind), fault.reason);
         return Next::block;
     }
     const auto header = load_le<vrn_event_header_t>(fault.block.data());

@@ -14,6 +14,7 @@
 #include "scan/visitor.h"
 #include "utils/log_capture.h"
 #include "vrn_check/fault_text.h"
+#include "vrn_check/hidden_blocks.h"
 #include "vrn_check/schema_texts.h"
 #include "vrn_check/time_check.h"
 
@@ -53,6 +54,9 @@ class FileCheck final : public scan::Visitor {
     [[nodiscard]] bool check_schema(const vrn_schema_id_t &id, const scan::Place &place);
     [[nodiscard]] bool check_head(const scan::Place &place, std::size_t held, std::size_t size);
     void check_time(std::uint64_t time, const scan::Place &place);
+    void check_padding(const scan::PlainBlock &chunk, std::size_t size, std::uint64_t time);
+    void report_hidden(const scan::Place &place, std::size_t hidden, std::size_t end,
+                       const char *reason);
     scan::Next refuse_header(const scan::Fault &fault);
     scan::Next refuse_schemas(const scan::Fault &fault);
     scan::Next refuse_type(const scan::Fault &fault);
@@ -79,6 +83,7 @@ class FileCheck final : public scan::Visitor {
     bool told_of_schemas_ = false;         // of those that were named last
     std::set<std::string> known_schemas_;  // ids with a fault, which has been told
     TimeCheck times_;
+    HiddenBlocks hidden_;
     scan::MetricsWalk metrics_;
     scan::Place metrics_place_;
     std::unique_ptr<FileFault> last_;  // kept back: what follows may shorten it

@@ -99,7 +99,7 @@ TimeSpan FileMend::walk(Bytes bytes, const FoundHeader &header, const KeptBlocks
     scan::SchemasInUse schemas(texts_->cache(), &nobody);
     schemas.set_counters_schema(header.fields.counters_schema_id);
     schemas.use(header.fields.event_schema_ids, VRN_EVENT_SCHEMA_IDS);
-    BlockStream blocks(&schemas, &texts_->known(), page_, &kept);
+    BlockStream blocks(&schemas, texts_, page_, &kept);
     blocks.walk(bytes, header.end,
                 {.begin = sizeof header.fields,
                  .chunk_size = header.is_there ? header.fields.block_size : 0});

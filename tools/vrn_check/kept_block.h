@@ -43,6 +43,7 @@ struct TimeSpan {
         first = std::min(first, time);
         last = std::max(last, time);
     }
+    bool has(std::uint64_t time) const { return first <= time && time <= last; }
     void add(const TimeSpan &other) {
         first = std::min(first, other.first);
         last = std::max(last, other.last);
