@@ -163,6 +163,8 @@ class Blocks {
     std::uint64_t made_ = 0;
 };
 
+constexpr std::size_t ids_begin = 116, ids_end = 244;  // in a header
+
 struct FileForm {
     const char *name;
     std::size_t chunk_size;
@@ -227,10 +229,9 @@ class Salvage : public testing::Test {
     Salvage() {
         for (const std::string &schema :
              {test::sample_event_schema(), test::sample_counters_schema()}) {
-            const vrn_schema_id_t id = id_of(schema);
-            char hex[VRN_SCHEMA_ID_HEX_SIZE];
-            vrn_schema_id_format(&id, hex);
-            dir_.write(std::string("schema/schema_") + hex + ".json", schema);
+            write_schema("schema", schema);
+            // Of the same layout.
+            for (const char *end : {" ", "  "}) write_schema("other", schema + end);
         }
         schemas_ = std::make_unique<SchemaTexts>(dir_.file("schema"));
     }
@@ -245,7 +246,11 @@ class Salvage : public testing::Test {
     // What comes out of damaged bytes.
     std::string salvage(const std::string &bytes) {
         const std::string path = dir_.write("a.bin", bytes);
-        FileSalvage(path, &output_, "a.bin", schemas_.get(), &page_, [](auto &&...) {}).run();
+        told_.clear();
+        const auto take = [&](const std::string &, const FileFault &fault) {
+            told_.emplace_back(fault.kind);
+        };
+        FileSalvage(path, &output_, "a.bin", schemas_.get(), &page_, take).run();
         std::string salvaged = test::read_file(dir_.file("out/a.bin"));
         std::filesystem::remove(dir_.file("out/a.bin"));
         return salvaged;
@@ -265,6 +270,11 @@ class Salvage : public testing::Test {
         };
         FileCheck(path, schemas_.get(), &page_, take)
             .run(ByteSource::open_memory(bytes_of(output)), output.size());
+        expect_records(whole, output, is_hit);
+    }
+
+    template <typename IsHit>
+    void expect_records(const RecordList &whole, const std::string &output, IsHit is_hit) {
         const RecordList left = list(output);
         ASSERT_EQ(left.faults, Lines{});
         auto at = left.records.begin();
@@ -281,6 +291,14 @@ class Salvage : public testing::Test {
         });
     }
 
+    void write_schema(const std::string &folder, const std::string &schema) {
+        const vrn_schema_id_t id = id_of(schema);
+        char hex[VRN_SCHEMA_ID_HEX_SIZE];
+        vrn_schema_id_format(&id, hex);
+        dir_.write(folder + "/schema_" + hex + ".json", schema);
+    }
+
+    Lines told_;                      // kinds, of the last salvage
     std::ptrdiff_t num_made_up_ = 0;  // records of the last output that weren't there before
     test::TempDir dir_;
     std::unique_ptr<SchemaTexts> schemas_;
@@ -351,11 +369,43 @@ TEST_F(Salvage, KeepsAllOutsideOfDamagedRuns) {
             SCOPED_TRACE("way " + std::to_string(way) + " from " + std::to_string(begin) + " to " +
                          std::to_string(end));
             const std::size_t last = way == 2 ? begin : end;
-            expect_all_but(whole, damaged, [&](const Record &record) {
+            std::string output = salvage(damaged);
+            // Junk all over an id may be that of a missing schema. It stays, as do the blocks.
+            if (output.substr(0, ids_end) == damaged.substr(0, ids_end))
+                output.replace(ids_begin, ids_end - ids_begin, bytes, ids_begin,
+                               ids_end - ids_begin);
+            expect_sound(whole, output, [&](const Record &record) {
                 return record.begin < last && begin < record.end;
             });
             if (HasFatalFailure()) return;
         }
+    }
+}
+
+// A file keeps the ids of schemas that are missing, and with them blocks that can't be read.
+TEST_F(Salvage, GivesNoFileTheSchemasOfAnother) {
+    auto own = std::make_unique<SchemaTexts>(dir_.file("schema"));
+    const auto other = dir_.file("other");
+    for (const FileForm &form : make_forms()) {
+        SCOPED_TRACE(form.name);
+        const std::string bytes = file_of(form);
+        schemas_ = std::make_unique<SchemaTexts>(other);
+        EXPECT_EQ(salvage(bytes), bytes);
+        EXPECT_EQ(told_, (Lines{"schema_missing", "schema_missing"}));
+        const std::size_t cut = bytes.size() - 5;
+        const std::string output = salvage(bytes.substr(0, cut));
+        EXPECT_EQ(output.substr(ids_begin, ids_end - ids_begin),
+                  bytes.substr(ids_begin, ids_end - ids_begin));
+        schemas_ = std::move(own);
+        expect_records(list(bytes), output,
+                       [&](const Record &record) { return record.own_end > cut; });
+        // Nothing of such a header is known, so that its ids may be those of others.
+        std::string damaged = bytes;
+        std::fill_n(damaged.begin() + ids_begin, sizeof(vrn_schema_id_t), 'j');
+        damaged[0] = 'j';
+        expect_all_but(list(bytes), damaged, [](const Record &) { return false; });
+        EXPECT_EQ(std::ranges::count(told_, "schema_replaced"), 1);
+        own = std::move(schemas_);
     }
 }
 

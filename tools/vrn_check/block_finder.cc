@@ -93,11 +93,31 @@ bool BlockFinder::begins_schemas(Bytes block) const {
     for (std::size_t i = 0; i < VRN_SCHEMAS_BLOCK_MAX_IDS; ++i) {
         const auto id = known.mended(
             load_le<vrn_schema_id_t>(block.data() + sizeof header + i * sizeof(vrn_schema_id_t)));
-        const bool is_known = known.has(id);
+        const bool is_known = known.has(id) || names(id);
         if (i < header.num_schema_ids && !is_known && !vrn_schema_id_is_zero(&id)) return false;
         names_any |= is_known;
     }
     return names_any;
+}
+
+bool BlockFinder::names_missing(Bytes block) const {
+    if (!begins_schemas(block)) return false;
+    const auto header = load_le<vrn_schemas_block_t>(block.data());
+    for (std::size_t i = 0; i < header.num_schema_ids; ++i) {
+        const auto id =
+            load_le<vrn_schema_id_t>(block.data() + sizeof header + i * sizeof(vrn_schema_id_t));
+        if (names(id) && !texts_->known().events.has(id)) return true;
+    }
+    return false;
+}
+
+// True for an id that is in use, though its schema may be missing.
+bool BlockFinder::names(const vrn_schema_id_t &id) const {
+    if (!schemas_->current()) return false;
+    const scan::SchemaIds &ids = schemas_->current()->ids;
+    return std::any_of(ids.events, ids.events + ids.num_events, [&](const vrn_schema_id_t &named) {
+        return vrn_schema_id_compare(&named, &id) == 0;
+    });
 }
 
 // As far as the row is there.

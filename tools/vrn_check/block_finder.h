@@ -51,6 +51,9 @@ class BlockFinder {
     // the next block begins.
     bool is_end(std::size_t offset) const;
 
+    // True for a schemas block that names one in use whose file is missing.
+    bool names_missing(Bytes block) const;
+
     // True when the block that begins at `offset` and those after it end where blocks may.
     bool leads_on(std::size_t offset) const;
 
@@ -64,6 +67,7 @@ class BlockFinder {
     Bytes rest(std::size_t offset) const { return bytes_.subspan(offset); }
     bool begins_events(Bytes block) const;
     bool begins_schemas(Bytes block) const;
+    bool names(const vrn_schema_id_t &id) const;
     bool begins_counters(Bytes block) const;
     std::size_t size_of(vrn_block_type_t kind, Bytes block) const;
     std::size_t find_mark(std::string_view mark, std::size_t from, Found *found) const;

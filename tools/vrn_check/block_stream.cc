@@ -32,6 +32,11 @@ constexpr std::size_t size_with_ids(std::size_t count) {
     return sizeof(vrn_schemas_block_t) + count * sizeof(vrn_schema_id_t);
 }
 
+bool names_counters(const scan::SchemasInUse &schemas) {
+    const vrn_schema_id_t &id = schemas.current()->ids.counters;
+    return !vrn_schema_id_is_zero(&id) && !vrn_schema_id_is_blob(&id);
+}
+
 bool is_all_zero_row(const scan::EventBatch &batch, std::size_t index) {
     return scan::is_all_zero(batch.rows.subspan(index * batch.type->size, batch.type->size));
 }
@@ -41,6 +46,7 @@ bool is_all_zero_row(const scan::EventBatch &batch, std::size_t index) {
 void BlockStream::walk(Bytes bytes, std::size_t begin, const Grid &grid) {
     bytes_ = bytes;
     grid_ = grid;
+    unread_ = grid.begin;
     finder_.emplace(bytes, schemas_, texts_);
     kept_end_ = begin;
     // At least a byte further each time, whatever a handler makes of the bytes: no input holds us
@@ -52,14 +58,44 @@ void BlockStream::walk(Bytes bytes, std::size_t begin, const Grid &grid) {
 }
 
 std::size_t BlockStream::next_start(std::size_t from) {
+    const std::size_t limit = next_unread(from);
     const std::size_t set = finder_->skip_zeros(std::min(from, bytes_.size()));
-    if (finder_->is_start(set)) return set;
-    return find_after_gap(is_after_single_ ? first_start_after_padding(from) : set);
+    if (set >= limit || finder_->is_start(set)) return std::min(set, limit);
+    return find_after_gap(is_after_single_ ? first_start_after_padding(from) : set, limit);
 }
 
-// What looks like a block in the stream of a damaged page is none.
-std::size_t BlockStream::find_after_gap(std::size_t from) {
-    const std::size_t none = bytes_.size();
+// Nothing but the grid tells where they begin.
+std::size_t BlockStream::next_unread(std::size_t from) {
+    if (!grid_.has_unread) return bytes_.size();
+    while (unread_ < bytes_.size() && (unread_ < from || !is_unread(bytes_.subspan(unread_))))
+        unread_ += grid_.chunk_size;
+    return std::min(unread_, bytes_.size());
+}
+
+// True for a block of a schema that is named, but missing.
+bool BlockStream::is_unread(Bytes block) const {
+    if (!grid_.has_unread || block.size() < sizeof(vrn_event_header_t)) return false;
+    const auto *magic = reinterpret_cast<const char *>(block.data());
+    if (vrn_magic_matches(magic, 'D'))
+        return schemas_->lacks_counters() && names_counters(*schemas_);
+    if (vrn_magic_matches(magic, 'S')) return finder_->names_missing(block);
+    const std::size_t index = load_le<vrn_event_header_t>(block.data()).schema_index;
+    const vrn_type_system_t *system = schemas_->type_system();
+    // What didn't load has left its place empty.
+    return vrn_magic_matches(magic, 'E') && system && index < system->num_schemas &&
+           system->schemas[index]->num_types == 0;
+}
+
+void BlockStream::keep_unread(std::size_t offset) {
+    kept_unread_ = true;
+    // With a chunk to itself, as it is all of one; what may be padding goes with it.
+    keep(ChunkKind::counters, offset,
+         std::min<std::size_t>(bytes_.size() - offset, grid_.chunk_size));
+}
+
+// What looks like a block in the stream of a damaged page is none. `none` when there is no block
+// before it.
+std::size_t BlockStream::find_after_gap(std::size_t from, std::size_t none) {
     std::size_t cut_page = none;  // one without an end, after which no padding came
     std::size_t at = finder_->find(from, none);
     while (page_ && at < none) {
@@ -113,7 +149,9 @@ void BlockStream::step(std::size_t offset) {
     // Whoever keeps something moves it on.
     resume_ = offset;
     const Bytes rest = bytes_.subspan(offset);
-    if (vrn_block_type_of(rest.data()) == VRN_SCHEMAS_BLOCK) {
+    if (is_unread(rest)) {
+        keep_unread(offset);
+    } else if (vrn_block_type_of(rest.data()) == VRN_SCHEMAS_BLOCK) {
         take_schemas(offset);
     } else if (page_) {
         scan::ChunkWalk(schemas_, page_, this).walk({rest, rest, offset});
@@ -131,11 +169,12 @@ void BlockStream::take_schemas(std::size_t offset) {
     const std::size_t num_claimed = block.header.num_schema_ids;
     std::size_t count = num_claimed;
     for (std::size_t i = 0; i < VRN_SCHEMAS_BLOCK_MAX_IDS; ++i) {
-        const vrn_schema_id_t id = known.mended(block.ids[i]);
+        const vrn_schema_id_t had = block.ids[i], id = known.mended(had);
         // What lies after the ids may be another block.
         block.ids[i] = i < num_claimed || known.has(id) ? id : vrn_schema_id_t{};
         // The count may be damaged, too: a known id counts even beyond it.
         if (known.has(id)) count = std::max(count, i + 1);
+        if (i < count) tell_replaced(had, block.ids[i], offset + size_with_ids(i), kept_.leave_out);
     }
     schemas_->use(block.ids, count);
     const std::size_t ids_end = size_with_ids(count);
@@ -289,6 +328,11 @@ Next BlockStream::payload(const scan::CompressedPage &page, Bytes bytes) {
                   : find_page_inside(offset + VRN_MAGIC_SIZE, end);
     if (resume_ < end) {
         reason_ = "A page begins within a page";
+        return one_block;
+    }
+    if (is_unread(bytes)) {
+        kept_unread_ = true;
+        keep(ChunkKind::pages, offset, page.block.size());
         return one_block;
     }
     PageRebuild rebuild;

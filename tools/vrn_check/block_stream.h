@@ -19,6 +19,8 @@ namespace vrn::check {
 struct Grid {
     std::uint64_t begin = 0;
     std::uint32_t chunk_size = 0;  // 0: none is known
+    // Chunks and pages of schemas that are named, but missing, are kept as they stand.
+    bool has_unread = false;
 };
 
 class BlockStream final : public scan::Visitor {
@@ -33,6 +35,8 @@ class BlockStream final : public scan::Visitor {
 
     // Of the blocks that were kept.
     const TimeSpan &times() const { return times_; }
+    // True when some were kept whose times can't be read.
+    bool kept_unread() const { return kept_unread_; }
 
     scan::PageUse page(const scan::CompressedPage & /*page*/) override {
         return scan::PageUse::payload;
@@ -46,7 +50,10 @@ class BlockStream final : public scan::Visitor {
 
   private:
     std::size_t next_start(std::size_t from);
-    std::size_t find_after_gap(std::size_t from);
+    std::size_t next_unread(std::size_t from);
+    bool is_unread(Bytes block) const;
+    void keep_unread(std::size_t offset);
+    std::size_t find_after_gap(std::size_t from, std::size_t none);
     bool lies_in_page(std::size_t page, std::size_t at) const;
     std::size_t first_start_after_padding(std::size_t from);
     std::size_t next_chunk(std::size_t from) const;
@@ -67,10 +74,12 @@ class BlockStream final : public scan::Visitor {
     Bytes bytes_;
     Grid grid_;
     std::optional<BlockFinder> finder_;
+    std::size_t unread_ = 0;    // a place of the grid, which only moves on
     std::size_t resume_ = 0;    // where the search for the next block begins
     std::size_t kept_end_ = 0;  // up to here all bytes were kept or told of
     bool is_after_single_ = false;
     std::uint64_t single_time_ = 0;  // of that block
+    bool kept_unread_ = false;
     std::string reason_;  // why what lies after `kept_end_` isn't kept
     TimeSpan times_;
     LogCapture log_;

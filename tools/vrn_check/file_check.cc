@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -22,6 +23,10 @@ using scan::Place;
 
 // The mark of a `file_size` after which an append is under way.
 constexpr std::uint64_t unfinished = std::uint64_t{1} << 63;
+
+// Kinds of faults that are of a schema's file.
+constexpr std::array<std::string_view, 3> schema_faults = {"schema_missing", "schema_text",
+                                                           "schema_bad"};
 
 constexpr char in_padding[] = "A block begins in the padding of a chunk";
 
@@ -144,9 +149,12 @@ void FileCheck::schemas_block(const scan::PlainBlock &block) {
 // True when the schema has a fault. Each is told once in a file.
 bool FileCheck::check_schema(const vrn_schema_id_t &id, const Place &place) {
     SchemaTexts::Finding finding = texts_->look_up(id);
-    if (finding.kind && known_schemas_.insert(key_of(id)).second)
-        report(place, 0, finding.kind, std::move(finding.reason));
-    return finding.kind != nullptr;
+    if (!finding.kind) return false;
+    const bool is_new = known_schemas_.insert(key_of(id)).second;
+    if (is_new) report(place, 0, finding.kind, std::move(finding.reason));
+    // Damage makes no id twice.
+    if (!is_new || place.block < sizeof header_) named_schemas_.insert(key_of(id));
+    return true;
 }
 
 void FileCheck::schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) {
@@ -394,7 +402,22 @@ void FileCheck::add(FileFault fault) {
     // Each is held back until the next: a page found later may shorten what it lost.
     give_last();
     ++totals_.faults;
+    has_own_faults_ |= std::ranges::find(schema_faults, fault.kind) == schema_faults.end();
     last_ = std::make_unique<FileFault>(std::move(fault));
+}
+
+// An id that is nearly that of a schema is damaged, and so is one that a single block names.
+bool FileCheck::is_file_sound() const {
+    const auto is_damaged = [this](const std::string &key) {
+        const auto id = load_le<vrn_schema_id_t>(bytes_of(key).data());
+        const auto is_mended = [&id](const SchemaIdList &known) {
+            const vrn_schema_id_t mended = known.mended(id);
+            return vrn_schema_id_compare(&id, &mended) != 0;
+        };
+        return !named_schemas_.contains(key) || is_mended(texts_->known().events) ||
+               is_mended(texts_->known().counters);
+    };
+    return !has_own_faults_ && std::ranges::none_of(known_schemas_, is_damaged);
 }
 
 void FileCheck::give_last() {

@@ -35,6 +35,10 @@ class FileCheck final : public scan::Visitor {
     // Tells of a fault that was found before the run.
     void add(FileFault fault);
 
+    // After the run: true when the file itself has no fault, though schemas that it names may be
+    // missing or have one.
+    bool is_file_sound() const;
+
     void header(const vrn_data_file_header_t &header) override;
     void schemas_block(const scan::PlainBlock &block) override;
     void schemas(const std::shared_ptr<const scan::LoadedSchemas> &schemas) override;
@@ -82,6 +86,8 @@ class FileCheck final : public scan::Visitor {
     bool lacks_counters_ = false;
     bool told_of_schemas_ = false;         // of those that were named last
     std::set<std::string> known_schemas_;  // ids with a fault, which has been told
+    std::set<std::string> named_schemas_;  // those of them that are named by more than one block
+    bool has_own_faults_ = false;          // of the file, not of its schemas
     TimeCheck times_;
     HiddenBlocks hidden_;
     scan::MetricsWalk metrics_;

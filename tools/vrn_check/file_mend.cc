@@ -60,7 +60,8 @@ bool FileMend::run(Bytes bytes, const Descriptor &output) {
                                   .reason = "There is no room for a block on the grid"});
               },
           .leave_out = leave_out_});
-    drop_unknown_ids(texts_->known(), &header.fields);
+    drop_unknown_ids(texts_->known(), &header);
+    tell_ids(header);
     header.fields.first_timestamp = times.last == 0 ? 0 : times.first;
     header.fields.last_timestamp = times.last;
     writer.end(header.fields);
@@ -70,7 +71,9 @@ bool FileMend::run(Bytes bytes, const Descriptor &output) {
 // A reader passes over schemas blocks, too, when the header names no schema of events.
 void FileMend::take_schemas(FoundHeader *header) {
     auto &ids = header->fields.event_schema_ids;
-    const auto is_known = [&](const auto &id) { return texts_->known().events.has(id); };
+    const auto is_known = [&](const auto &id) {
+        return header->keeps(id) || texts_->known().events.has(id);
+    };
     const auto take = [&](const KeptBlock &block) {
         if (vrn_block_type_of(block.bytes.data()) != VRN_SCHEMAS_BLOCK) return;
         if (std::ranges::any_of(ids, is_known)) return;
@@ -84,10 +87,26 @@ void FileMend::take_schemas(FoundHeader *header) {
         walk(bytes_, *header, {.take = take, .leave_out = [](const FileFault &) {}});
 }
 
+// Whoever reads the output by another schema than the input names must know.
+void FileMend::tell_ids(const FoundHeader &header) const {
+    static constexpr std::size_t first = offsetof(vrn_data_file_header_t, counters_schema_id);
+    // A header that isn't there, or is cut off, has none.
+    vrn_data_file_header_t had{};
+    if (header.is_there) std::memcpy(&had, bytes_.data(), std::min(bytes_.size(), sizeof had));
+    for (std::size_t at = first; at < offsetof(vrn_data_file_header_t, byte_order);
+         at += sizeof(vrn_schema_id_t))
+        tell_replaced(
+            load_le<vrn_schema_id_t>(reinterpret_cast<const std::uint8_t *>(&had) + at),
+            load_le<vrn_schema_id_t>(reinterpret_cast<const std::uint8_t *>(&header.fields) + at),
+            at, leave_out_);
+}
+
 Misfit FileMend::misfit(const FoundHeader &header) {
     Misfit misfit;
+    FoundHeader guess = header;
+    guess.has_own_ids = false;  // a schema that can't be read fits nothing
     // What follows is of the same schemas, mostly.
-    walk(bytes_.first(std::min(bytes_.size(), guess_size)), header,
+    walk(bytes_.first(std::min(bytes_.size(), guess_size)), guess,
          {.take = [&](const KeptBlock &block) { misfit.kept += block.bytes.size(); },
           .leave_out = [&](const FileFault &fault) { misfit.left_out += fault.lost; }});
     return misfit;
@@ -102,8 +121,14 @@ TimeSpan FileMend::walk(Bytes bytes, const FoundHeader &header, const KeptBlocks
     BlockStream blocks(&schemas, texts_, page_, &kept);
     blocks.walk(bytes, header.end,
                 {.begin = sizeof header.fields,
-                 .chunk_size = header.is_there ? header.fields.block_size : 0});
-    return blocks.times();
+                 .chunk_size = header.is_there ? header.fields.block_size : 0,
+                 .has_unread = header.has_own_ids});
+    TimeSpan times = blocks.times();
+    if (blocks.kept_unread()) {
+        times.add(header.fields.first_timestamp);
+        times.add(header.fields.last_timestamp);
+    }
+    return times;
 }
 
 }  // namespace vrn::check

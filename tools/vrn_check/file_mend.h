@@ -27,6 +27,7 @@ class FileMend {
     TimeSpan walk(Bytes bytes, const FoundHeader &header, const KeptBlocks &kept);
     void take_schemas(FoundHeader *header);
     Misfit misfit(const FoundHeader &header);
+    void tell_ids(const FoundHeader &header) const;
 
     SchemaTexts *texts_;
     scan::PageBuffer *page_;

@@ -44,9 +44,8 @@ void FileSalvage::salvage(ByteSource *source) {
         totals_ = FileCheck(path_, texts_, page_, take_own()).run();
         return;
     }
-    totals_ = check(spool, *source);
     // The spool is the copy of a sound file.
-    if (totals_.faults == 0) return finish(spool.take());
+    if (check(spool, *source)) return finish(spool.take());
     NewFile output = output_->open(name_);
     FileMend mend(texts_, page_, [this](const FileFault &fault) {
         totals_.left_out += fault.lost;
@@ -59,7 +58,8 @@ FileCheck::Take FileSalvage::take_own() const {
     return [this](const FileFault &fault) { take_(path_, fault); };
 }
 
-Totals FileSalvage::check(const Spool &spool, const ByteSource &source) {
+// True when the file is sound, whatever its schemas are.
+bool FileSalvage::check(const Spool &spool, const ByteSource &source) {
     FileCheck check(path_, texts_, page_, take_own());
     const std::uint64_t size = spool.bytes().size();
     if (source.state() == ByteSource::State::cut_short)
@@ -70,7 +70,9 @@ Totals FileSalvage::check(const Spool &spool, const ByteSource &source) {
     if (source.state() == ByteSource::State::failed)
         check.add(
             {.offset = size, .lost = 0, .kind = "read_failed", .reason = source.error_text()});
-    return check.run(ByteSource::open_memory(spool.bytes()), size);
+    totals_ = check.run(ByteSource::open_memory(spool.bytes()), size);
+    return check.is_file_sound() &&
+           (totals_.faults == 0 || find_header(spool.bytes(), texts_->known()).has_own_ids);
 }
 
 void FileSalvage::finish(NewFile output) {

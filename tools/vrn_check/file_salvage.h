@@ -21,14 +21,15 @@ class FileSalvage {
     FileSalvage(std::string path, const OutputFolder *output, std::string name,
                 SchemaTexts *schemas, scan::PageBuffer *page, Take take);
 
-    // Checks the input and writes its output, which is the input itself when it has no fault. To be
-    // called once. Throws std::runtime_error when the output can't be written.
+    // Checks the input and writes its output, which is the input itself when that has no fault but
+    // those of its schemas. To be called once. Throws std::runtime_error when the output can't be
+    // written.
     Totals run();
 
   private:
     void salvage(ByteSource *source);
     FileCheck::Take take_own() const;
-    Totals check(const Spool &spool, const ByteSource &source);
+    [[nodiscard]] bool check(const Spool &spool, const ByteSource &source);
     void finish(NewFile output);
 
     std::string path_;

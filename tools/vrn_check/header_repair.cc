@@ -6,6 +6,8 @@
 #include <new>
 #include <numeric>
 
+#include "data/block.h"
+#include "data/compressed_page.h"
 #include "data/magic.h"
 #include "scan/data_file_scan.h"
 
@@ -13,6 +15,8 @@ namespace vrn::check {
 namespace {
 
 constexpr std::uint32_t usual_chunk_size = 65536;
+// In the year 4253: no clock tells a later time, and junk hardly an earlier one.
+constexpr std::uint64_t end_of_times = std::uint64_t{1} << 56;
 // More tell nothing new about the grid.
 constexpr std::size_t max_distances = 4096;
 
@@ -31,6 +35,42 @@ bool has_end(const vrn_data_file_header_t &header) {
     return std::string_view(header.magic_end, sizeof header.magic_end) == "vrnf";
 }
 
+// Places are used in order: what stands after an unused one is damage.
+bool has_gap(const vrn_data_file_header_t &header) {
+    const auto is_unused = [](const auto &id) { return vrn_schema_id_is_zero(&id); };
+    const auto &ids = header.event_schema_ids;
+    return !std::all_of(std::ranges::find_if(ids, is_unused), std::end(ids), is_unused);
+}
+
+bool has_plausible_times(const vrn_data_file_header_t &header) {
+    return header.first_timestamp < end_of_times && header.last_timestamp < end_of_times &&
+           (header.last_timestamp == 0 || header.first_timestamp <= header.last_timestamp);
+}
+
+// True when chunks begin with blocks where the header's size has it.
+bool holds_grid(Bytes bytes, std::uint32_t chunk_size) {
+    std::size_t chunks = 0, begun = 0;
+    for (std::size_t at = sizeof(vrn_data_file_header_t); at + VRN_MAGIC_SIZE <= bytes.size();
+         at += chunk_size, ++chunks)
+        begun += vrn_block_type_of(&bytes[at]) != VRN_UNKNOWN_BLOCK ? 1 : 0;
+    return 2 * begun >= chunks;
+}
+
+// As far as one can tell without looking into the blocks.
+bool is_sound(const vrn_data_file_header_t &header, Bytes bytes) {
+    static constexpr char zeros[sizeof header.padding] = {};
+    return vrn_data_file_header_is_valid(&header) && has_end(header) &&
+           header.block_size >= scan::min_chunk_size &&
+           header.block_size < scan::chunk_size_limit &&
+           std::memcmp(header.padding, zeros, sizeof zeros) == 0 && !has_gap(header) &&
+           has_plausible_times(header) && holds_grid(bytes, header.block_size);
+}
+
+bool has_same_ids(const vrn_data_file_header_t &a, const vrn_data_file_header_t &b) {
+    return vrn_schema_id_compare(&a.counters_schema_id, &b.counters_schema_id) == 0 &&
+           std::memcmp(a.event_schema_ids, b.event_schema_ids, sizeof a.event_schema_ids) == 0;
+}
+
 void mend(vrn_data_file_header_t *header, const KnownSchemas &known) {
     const vrn_data_file_header_t sound = new_header();
     std::memcpy(header->magic, sound.magic, sizeof sound.magic);
@@ -46,7 +86,7 @@ void mend(vrn_data_file_header_t *header, const KnownSchemas &known) {
 }  // namespace
 
 FoundHeader find_header(Bytes bytes, const KnownSchemas &known) {
-    FoundHeader found = {.fields = new_header(), .is_there = false, .end = 0};
+    FoundHeader found = {.fields = new_header(), .is_there = false, .has_own_ids = false, .end = 0};
     vrn_data_file_header_t fields{};
     std::memcpy(&fields, bytes.data(), std::min(bytes.size(), sizeof fields));
     // Either end will do: a bit of the other may be flipped.
@@ -60,10 +100,13 @@ FoundHeader find_header(Bytes bytes, const KnownSchemas &known) {
     else
         found.fields = fields;
     mend(&found.fields, known);
+    found.has_own_ids = is_sound(fields, bytes) && has_same_ids(fields, found.fields);
     return found;
 }
 
-void drop_unknown_ids(const KnownSchemas &known, vrn_data_file_header_t *header) {
+void drop_unknown_ids(const KnownSchemas &known, FoundHeader *found) {
+    if (found->has_own_ids) return;
+    vrn_data_file_header_t *header = &found->fields;
     if (!known.counters.has(header->counters_schema_id)) header->counters_schema_id = {};
     // An id of zeros takes no place, so that those after it would move up.
     vrn_schema_id_t next{};

@@ -14,14 +14,22 @@ namespace vrn::check {
 struct FoundHeader {
     vrn_data_file_header_t fields;  // valid, whatever there is
     bool is_there;
+    // All else holds, so that an id of a schema that nobody knows is the file's own.
+    bool has_own_ids;
     std::size_t end;  // where blocks may begin
+
+    // True when `id` isn't to be replaced, whatever it names.
+    bool keeps(const vrn_schema_id_t &id) const {
+        return has_own_ids && !vrn_schema_id_is_zero(&id);
+    }
 };
 
 // `bytes` are the whole file. Schema ids are mended where they can be.
 FoundHeader find_header(Bytes bytes, const KnownSchemas &known);
 
-// Ids that name no schema give way to one that does or to none; no block that is kept needs them.
-void drop_unknown_ids(const KnownSchemas &known, vrn_data_file_header_t *header);
+// Ids that name no schema give way to one that does or to none, unless they are the file's own; no
+// block that is kept needs them.
+void drop_unknown_ids(const KnownSchemas &known, FoundHeader *header);
 
 // What the places of blocks tell about the size of chunks.
 class ChunkSurvey {

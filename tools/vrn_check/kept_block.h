@@ -7,6 +7,7 @@
 #include <limits>
 #include <string_view>
 
+#include "data/schema_id.h"
 #include "utils/byte_reader.h"
 #include "vrn_check/fault_text.h"
 
@@ -14,6 +15,9 @@ namespace vrn::check {
 
 // The kind of bytes that were not kept.
 inline constexpr std::string_view left_out = "left_out";
+
+// The kind of an id that another took the place of.
+inline constexpr std::string_view schema_replaced = "schema_replaced";
 
 // What may stand in one chunk together, and what stands alone.
 enum class ChunkKind : std::uint8_t { events, pages, metrics, counters, blob };
@@ -32,6 +36,10 @@ struct KeptBlocks {
     std::function<void(const KeptBlock &)> take;
     std::function<void(FileFault)> leave_out;
 };
+
+// Tells of the schema id that stood at `offset`, unless it is `now` still. Zeros name none.
+void tell_replaced(const vrn_schema_id_t &had, const vrn_schema_id_t &now, std::uint64_t offset,
+                   const std::function<void(FileFault)> &tell);
 
 // The times of blocks, in microseconds since the epoch; 0 is no time.
 struct TimeSpan {

@@ -52,9 +52,11 @@ vrn_schema_id_t SchemaIdList::mended(const vrn_schema_id_t &id) const {
     if (has(id) || vrn_schema_id_is_zero(&id)) return id;
     const auto is_meant = [&](const vrn_schema_id_t &other) { return is_close(other, id); };
     if (const auto found = std::ranges::find_if(ids_, is_meant); found != ids_.end()) return *found;
-    // Flipped bits may have made an id where there was none.
+    // Flipped bits or junk may have made an id where there was none. Digests hardly have so many
+    // zeros either.
     const vrn_schema_id_t none{};
-    return is_meant(none) ? none : id;
+    const bool is_digest = std::ranges::count(id.bytes, 0) < enough_bytes;
+    return is_meant(none) || !is_digest ? none : id;
 }
 
 KnownSchemas::KnownSchemas(const std::string &folder) {

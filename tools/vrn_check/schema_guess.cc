@@ -19,6 +19,7 @@ class Guess {
     // Nothing to do where a schema is named. False when none fits.
     bool fill(const SchemaIdList &known, vrn_schema_id_t *place) {
         if (known.has(*place)) return true;
+        if (header_->keeps(*place)) return false;
         vrn_schema_id_t best = *place;
         const std::size_t count = std::min(known.ids().size(), max_candidates);
         for (const vrn_schema_id_t &id : std::span(known.ids()).first(count)) {

@@ -15,8 +15,7 @@ struct Misfit {
 };
 
 // Gives places of `header` that name no schema the one that fits best, if one fits better than none
-// at all. `misfit` tells how well a header describes the
-// file.
+// at all; what the header keeps stays. `misfit` tells how well a header describes the file.
 void guess_schemas(const KnownSchemas &known,
                    const std::function<Misfit(const FoundHeader &)> &misfit, FoundHeader *header);
 
