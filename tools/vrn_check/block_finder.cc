@@ -233,6 +233,17 @@ bool BlockFinder::leads_on(std::size_t offset) const {
     return true;
 }
 
+bool BlockFinder::leads_to(std::size_t offset, std::size_t end) const {
+    for (int blocks = 0; blocks < enough_blocks && offset < end; ++blocks) {
+        const auto kind = kind_at(offset);
+        if (!kind) return false;
+        const std::size_t size = size_of(*kind, rest(offset));
+        if (size == 0) return kind == VRN_EVENTS_BLOCK || kind == VRN_COUNTERS_BLOCK;
+        offset += size;
+    }
+    return true;
+}
+
 // 0 when the block claims more than there is.
 std::size_t BlockFinder::size_of(vrn_block_type_t kind, Bytes block) const {
     if (kind == VRN_CNTX_BLOCK) return whole_metrics_size(block);
@@ -242,6 +253,9 @@ std::size_t BlockFinder::size_of(vrn_block_type_t kind, Bytes block) const {
         const std::size_t size = sizeof(vrn_data_block_t) + system->counters_schema->size;
         return size <= block.size() ? size : 0;
     }
+    if (kind == VRN_PAGE_BLOCK) return vrn_compressed_page_whole_size(block);
+    if (kind == VRN_BLOB_BLOCK)
+        return sizeof(vrn_blob_block_t) + load_le<vrn_blob_block_t>(block.data()).data_size;
     const auto header = load_le<vrn_event_header_t>(block.data());
     const vrn_type_definition_t *type =
         vrn_type_system_find_type(system, header.schema_index, header.type_index);

@@ -35,6 +35,9 @@ class BlockFinder {
     // Where the page ends whose end, but no start, comes after `offset`; 0 when there is none.
     std::size_t end_of_cut_page(std::size_t offset);
 
+    // True when the blocks from `offset` on reach `end`, whatever comes after it.
+    bool leads_to(std::size_t offset, std::size_t end) const;
+
     // True when the block that begins at `offset`, if one does, leads on and has no time but one in
     // the span.
     bool fits(std::size_t offset, const TimeSpan &span) const;

@@ -20,6 +20,8 @@ using scan::Next;
 // One block was looked at; the next one is looked for anew.
 constexpr Next one_block = Next::nothing;
 
+constexpr int max_ends = 16;
+
 constexpr TimeSpan any_time = {.first = 0, .last = std::numeric_limits<std::uint64_t>::max()};
 
 struct SchemasBlock {
@@ -227,11 +229,20 @@ Next BlockStream::events(const scan::EventBatch &batch) {
 }
 
 // A block that claims too many rows has taken others for them. Where its end is sound, rows that
-// look like a block must lead on to others as well; `end` when there is no block inside.
+// look like a block must lead on to others as well; `end` when there is no block inside. What comes
+// after the end may be others in the output, so that blocks need lead no further.
 std::size_t BlockStream::find_inside(std::size_t from, std::size_t end, bool is_sound) {
-    std::size_t at = finder_->find(from, end);
-    while (at < end && is_sound && !finder_->fits(at, any_time)) at = finder_->find(at + 1, end);
-    return at;
+    const auto holds = [&](std::size_t at) {
+        return !is_sound || finder_->fits(at, any_time) || finder_->leads_to(at, end);
+    };
+    // Each one that is found is an end for those before it. Few are enough but for hostile rows.
+    for (int found = 0; found < max_ends; ++found) {
+        std::size_t at = finder_->find(from, end);
+        while (at < end && !holds(at)) at = finder_->find(at + 1, end);
+        if (at == end) break;
+        end = at;
+    }
+    return end;
 }
 
 // Streams may hold the bytes of other blocks as they are; `end` when there is no page inside.
@@ -322,10 +333,8 @@ Next BlockStream::blob(const scan::PlainBlock &block) {
 Next BlockStream::payload(const scan::CompressedPage &page, Bytes bytes) {
     const std::size_t offset = page.place.block;
     const std::size_t end = offset + page.block.size();
-    // Unlike gzip, snappy takes the bytes of another page for its own.
-    resume_ = page.fields.encoding == VRN_ENCODING_GZIP
-                  ? end
-                  : find_page_inside(offset + VRN_MAGIC_SIZE, end);
+    // A page that claims too many bytes may have taken another for its own.
+    resume_ = find_page_inside(offset + VRN_MAGIC_SIZE, end);
     if (resume_ < end) {
         reason_ = "A page begins within a page";
         return one_block;

@@ -44,6 +44,10 @@ std::string key_of(const vrn_schema_id_t &id) {
     return {reinterpret_cast<const char *>(id.bytes), sizeof id.bytes};
 }
 
+bool names_events(const vrn_data_file_header_t &header) {
+    return !scan::is_all_zero({header.event_schema_ids[0].bytes, sizeof header.event_schema_ids});
+}
+
 // True for a schemas block with ids in the places that a header has as well.
 bool has_ids_for_header(Bytes block) {
     if (block.size() < VRN_SCHEMAS_BLOCK_MIN_BYTES) return false;
@@ -355,7 +359,7 @@ Next FileCheck::refuse_type(const scan::Fault &fault) {
             report(fault.place, fault.lost, tool::fault_kind_name(fault.kind), fault.reason);
         // Of a run of events, each block is told; a schemas block may name their schemas, but not
         // to readers that go by the header.
-        if (kind == VRN_SCHEMAS_BLOCK && has_ids_for_header(fault.block))
+        if (kind == VRN_SCHEMAS_BLOCK && !names_events(header_) && has_ids_for_header(fault.block))
             report(fault.place, 0, tool::fault_kind_name(fault.kind), fault.reason);
         return Next::block;
     }

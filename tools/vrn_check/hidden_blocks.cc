@@ -14,12 +14,14 @@ void HiddenBlocks::begin(const vrn_data_file_header_t &header) {
 }
 
 std::size_t HiddenBlocks::in_block(Bytes run, std::size_t size) const {
-    if (size < VRN_MAGIC_SIZE) return 0;
+    // All that tells a block lies in its head, which must not end in what comes after.
+    if (size < VRN_MAGIC_SIZE + sizeof(vrn_event_header_t)) return 0;
+    const std::size_t limit = size - sizeof(vrn_event_header_t) + 1;
     // Rows hardly ever hold the mark, and most files are sound.
     if (!has_block_mark(run.first(size).subspan(VRN_MAGIC_SIZE))) return 0;
     BlockFinder finder(run, &schemas_, texts_);
-    const std::size_t at = finder.find_of_time(VRN_MAGIC_SIZE, size, times_);
-    return at < size ? at : 0;
+    const std::size_t at = finder.find_of_time(VRN_MAGIC_SIZE, limit, times_);
+    return at < limit ? at : 0;
 }
 
 std::size_t HiddenBlocks::after_block(Bytes chunk, std::size_t size, std::uint64_t time) const {
