@@ -49,6 +49,8 @@ bool has_plausible_times(const vrn_data_file_header_t &header) {
 
 // True when chunks begin with blocks where the header's size has it.
 bool holds_grid(Bytes bytes, std::uint32_t chunk_size) {
+    // Of the one chunk of a file nothing but its size can be judged.
+    if (chunk_size > std::max<std::size_t>(bytes.size(), usual_chunk_size)) return false;
     std::size_t chunks = 0, begun = 0;
     for (std::size_t at = sizeof(vrn_data_file_header_t); at + VRN_MAGIC_SIZE <= bytes.size();
          at += chunk_size, ++chunks)
