@@ -35,9 +35,10 @@ std::size_t HiddenBlocks::after_block(Bytes chunk, std::size_t size, std::uint64
 }
 
 std::size_t HiddenBlocks::after_metrics(Bytes chunk) const {
-    const BlockFinder finder(chunk, &schemas_, texts_);
     std::size_t end = 0;
     while (const std::size_t size = whole_metrics_size(chunk.subspan(end))) end += size;
+    if (scan::is_all_zero(chunk.subspan(end))) return 0;
+    const BlockFinder finder(chunk, &schemas_, texts_);
     const std::size_t next = finder.skip_zeros(end);
     return next > end && finder.kind_at(next) == VRN_CNTX_BLOCK ? next : 0;
 }
