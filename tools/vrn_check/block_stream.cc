@@ -205,19 +205,23 @@ Next BlockStream::events(const scan::EventBatch &batch) {
     const std::size_t rows = offset + sizeof batch.header;
     const std::size_t end = rows + batch.rows.size();
     const bool is_cut = batch.count < batch.header.num_events;
-    const std::size_t inside =
-        find_inside(offset + VRN_MAGIC_SIZE, end, !is_cut && finder_->is_end(end));
     std::size_t count = batch.count;
-    if (inside < rows) {
-        reason_ = "A block begins within the header of a block";
-        resume_ = inside;
-        return one_block;
-    }
-    if (inside < end) {
+    bool is_sound = !is_cut && finder_->is_end(end);
+    // Rows that are left out make another end for those before them.
+    for (int found = 0; found < max_ends; ++found) {
+        const std::size_t rows_end = rows + count * batch.type->size;
+        const std::size_t inside = find_inside(offset + VRN_MAGIC_SIZE, rows_end, is_sound);
+        if (inside == rows_end) break;
+        if (inside < rows) {
+            reason_ = "A block begins within the header of a block";
+            resume_ = inside;
+            return one_block;
+        }
         count = (inside - rows) / batch.type->size;
         const bool has_gap = rows + count * batch.type->size < inside;
         // Where rows don't end at the next block, zeros before it are padding rather than rows.
         while (has_gap && count > 0 && is_all_zero_row(batch, count - 1)) --count;
+        is_sound = true;
     }
     // If no row is kept, blocks are looked for right after the header.
     resume_ = rows;

@@ -146,8 +146,10 @@ void FileCheck::schemas_block(const scan::PlainBlock &block) {
         told_of_schemas_ |= check_schema(load_le<vrn_schema_id_t>(block.bytes.data() + offset),
                                          beyond(block.place, offset));
     }
-    report_hidden(block.place, hidden_.in_block(block.bytes, fields.size), fields.size,
-                  "A block begins within a schemas block");
+    // Up to there a reader wants all of it.
+    if (fields.size > VRN_SCHEMAS_BLOCK_MIN_BYTES)
+        report_hidden(block.place, hidden_.in_block(block.bytes, fields.size), fields.size,
+                      "A block begins within a schemas block");
 }
 
 // True when the schema has a fault. Each is told once in a file.
