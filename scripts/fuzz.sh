@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs every libFuzzer target for some seconds each: scripts/fuzz.sh [seconds [target ...]]
-# Corpora start from fuzz/seeds and grow in build/fuzz/corpus; a finding stops the run and leaves
+# Corpora start from fuzz/seeds and grow in build/libfuzzer/corpus; a finding stops the run and leaves
 # its input there. build/bin/<target>_replay runs it without libFuzzer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -9,12 +9,12 @@ shift || true
 
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz -j "$(nproc)"
-corpus=$PWD/build/fuzz/corpus
+corpus=$PWD/build/libfuzzer/corpus
 dictionary=$PWD/fuzz/formats.dict
-build/fuzz/bin/make_seeds fuzz/seeds "$corpus"
+build/libfuzzer/bin/make_seeds fuzz/seeds "$corpus"
 
 targets=("$@")
-[ "${#targets[@]}" -gt 0 ] || mapfile -t targets < <(cd build/fuzz/bin && ls ./*_fuzz)
+[ "${#targets[@]}" -gt 0 ] || mapfile -t targets < <(cd build/libfuzzer/bin && ls ./*_fuzz)
 # What costs time and finds nothing: long memory of freed blocks, deep stacks of allocations,
 # weights of rare features, our own output.
 export ASAN_OPTIONS=quarantine_size_mb=8:malloc_context_size=3
