@@ -1,5 +1,6 @@
 #include "common/input_files.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +19,7 @@
 #include "data/magic.h"
 #include "scan/byte_source.h"
 #include "scan/schema_folder.h"
+#include "utils/descriptor.h"
 #include "utils/log.h"
 
 namespace vrn::tool {
@@ -52,9 +54,18 @@ bool has_header_mark(const char *header, std::size_t size) {
     return std::string_view(fields.magic_end, sizeof fields.magic_end) == "vrnf";
 }
 
+// Of most files this is all that is read here: a ByteSource reads far more than a header.
+bool is_plain_data_file(const std::string &path) {
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    char header[sizeof(vrn_data_file_header_t)];
+    const ssize_t size = file.is_open() ? ::read(file.get(), header, sizeof header) : 0;
+    return size > 0 && has_header_mark(header, static_cast<std::size_t>(size));
+}
+
 // True when `path` was read and neither begins as data files do nor ends its header so: one of the
 // two may be damaged. What can't be read is left to whoever reads the whole file.
 bool is_other_file(const std::string &path) {
+    if (is_plain_data_file(path)) return false;
     const auto source = ByteSource::open_path(path.c_str());
     if (!source) return false;
     char header[sizeof(vrn_data_file_header_t)];
