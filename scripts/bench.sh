@@ -38,9 +38,11 @@ if [ "${1:-}" = --compare ]; then
     compare "${@:2}"
     exit
 fi
-build . vrn_bench vrn_scaling_bench vrn_export_bench
+build . vrn_bench vrn_scaling_bench vrn_export_bench vrn_sql_bench
 build/bin/vrn_bench "$@"
 echo
 build/bin/vrn_scaling_bench "${1:-5}"
 echo
 build/bin/vrn_export_bench "${1:-5}"
+echo
+build/bin/vrn_sql_bench "${1:-5}"
