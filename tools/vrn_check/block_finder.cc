@@ -144,10 +144,11 @@ std::optional<std::uint64_t> BlockFinder::time_at(std::size_t offset) const {
 }
 
 std::size_t BlockFinder::find_of_time(std::size_t from, std::size_t limit, const TimeSpan &span) {
+    const std::size_t after_zeros = skip_zeros(from);
     std::size_t at = find(from, limit);
     while (at < limit) {
         // One without a time may still be told by the zeros before it.
-        const bool may_fit = time_at(at) || at == skip_zeros(from);
+        const bool may_fit = time_at(at) || at == after_zeros;
         if (may_fit && fits(at, span)) return at;
         // Streams may hold blocks as they are.
         const bool is_page = kind_at(at) == VRN_PAGE_BLOCK;
@@ -165,8 +166,8 @@ bool BlockFinder::fits(std::size_t offset, const TimeSpan &span) const {
 
 std::size_t BlockFinder::find(std::size_t from, std::size_t limit) {
     while (from < limit) {
-        const std::size_t at = std::min(find_mark(block_mark, from, &block_),
-                                        find_mark(metrics_mark, from, &metrics_));
+        const std::size_t at = std::min(find_mark(block_mark, from, limit, &block_),
+                                        find_mark(metrics_mark, from, limit, &metrics_));
         if (at >= limit) break;
         if (is_start(at)) return at;
         from = at + 1;
@@ -175,13 +176,13 @@ std::size_t BlockFinder::find(std::size_t from, std::size_t limit) {
 }
 
 std::size_t BlockFinder::end_of_cut_page(std::size_t offset) {
-    const std::size_t end = find_mark("vrnp", offset, &page_end_);
+    const std::size_t end = find_mark("vrnp", offset, bytes_.size(), &page_end_);
     // With no start of a page before it, the end is that of a page that lost its start.
     return end < find_page(offset) ? end + VRN_MAGIC_SIZE : 0;
 }
 
 std::size_t BlockFinder::find_page(std::size_t from) {
-    return find_mark("VRNP", from, &page_start_);
+    return find_mark("VRNP", from, bytes_.size(), &page_start_);
 }
 
 bool BlockFinder::has_padding(std::size_t from, std::size_t to) const {
@@ -190,17 +191,19 @@ bool BlockFinder::has_padding(std::size_t from, std::size_t to) const {
     return memmem(bytes_.data() + from, to - from, zeros, sizeof zeros) != nullptr;
 }
 
-std::size_t BlockFinder::find_mark(std::string_view mark, std::size_t from, Found *found) const {
+std::size_t BlockFinder::find_mark(std::string_view mark, std::size_t from, std::size_t limit,
+                                   Found *found) const {
     // What was found last holds for all places up to it: to search from each again would take
     // quadratic time.
     if (from < found->from || from > found->at) {
-        const void *place =
-            memmem(bytes_.data() + from, bytes_.size() - from, mark.data(), mark.size());
+        // No further than it must: a chunk of small blocks is searched from each of them.
+        const std::size_t end = std::min(bytes_.size(), limit + mark.size() - 1);
+        const void *place = memmem(bytes_.data() + from, end - from, mark.data(), mark.size());
         found->from = from;
         found->at =
             place
                 ? static_cast<std::size_t>(static_cast<const std::uint8_t *>(place) - bytes_.data())
-                : bytes_.size();
+                : std::min(bytes_.size(), limit);
     }
     return found->at;
 }

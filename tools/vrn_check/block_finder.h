@@ -73,7 +73,8 @@ class BlockFinder {
     bool names(const vrn_schema_id_t &id) const;
     bool begins_counters(Bytes block) const;
     std::size_t size_of(vrn_block_type_t kind, Bytes block) const;
-    std::size_t find_mark(std::string_view mark, std::size_t from, Found *found) const;
+    std::size_t find_mark(std::string_view mark, std::size_t from, std::size_t limit,
+                          Found *found) const;
 
     Bytes bytes_;
     const scan::SchemasInUse *schemas_;
